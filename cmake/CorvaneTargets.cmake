@@ -1,0 +1,84 @@
+# corvane_library, corvane_test, corvane_benchmark, corvane_fuzzer: one call a target.
+
+# Adds those of the given folders that hold a CMakeLists.txt.
+function(corvane_subdirectories)
+    foreach(dir IN LISTS ARGN)
+        if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/CMakeLists.txt)
+            add_subdirectory(${dir})
+        endif()
+    endforeach()
+endfunction()
+
+# corvane_library(NAME SOURCES ... [LINKS ...] [PRIVATE_LINKS ...] [AREAS ...])
+#
+# A static library with an include root of its own, <build>/include/NAME, which holds one link NAME to the
+# folder: a target sees the headers of what it links and no others. The domain library is several targets
+# over one folder; there AREAS names the sub-folders of corvane/ that belong to the target, and each gets
+# its link <build>/include/NAME/corvane/AREA.
+function(corvane_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS;AREAS" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    set(root ${CMAKE_BINARY_DIR}/include/${name})
+    if(ARG_AREAS)
+        file(MAKE_DIRECTORY ${root}/corvane)
+        foreach(area IN LISTS ARG_AREAS)
+            file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/corvane/${area} ${root}/corvane/${area} SYMBOLIC)
+        endforeach()
+    else()
+        file(MAKE_DIRECTORY ${root})
+        file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${name} SYMBOLIC)
+    endif()
+    target_include_directories(${name} PUBLIC ${root})
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
+    target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch_core.h)
+endfunction()
+
+# Embeds files under an explicit prefix: corvane_resources(TARGET NAME PREFIX /sdf BASE dir FILES ...)
+function(corvane_resources target name)
+    cmake_parse_arguments(ARG "" "PREFIX;BASE" "FILES" ${ARGN})
+    qt_add_resources(${target} ${name} PREFIX ${ARG_PREFIX} BASE ${ARG_BASE} FILES ${ARG_FILES})
+endfunction()
+
+# corvane_test(tst_Name [SOURCES ...] LINKS ...): one Qt Test executable, tst_Name.cpp unless SOURCES says more.
+function(corvane_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    if(NOT ARG_SOURCES)
+        set(ARG_SOURCES ${name}.cpp)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_compile_definitions(${name} PRIVATE CORVANE_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data"
+        CORVANE_SAMPLES="${CMAKE_SOURCE_DIR}/resources/samples")
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt6::Test)
+    target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch_test.h)
+    add_test(NAME ${name} COMMAND ${name})
+    # Tests write nowhere but to temporary folders: caches and settings go to one of the build tree.
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT
+        "QT_QPA_PLATFORM=offscreen;XDG_DATA_HOME=${CMAKE_BINARY_DIR}/tests/data;XDG_CACHE_HOME=${CMAKE_BINARY_DIR}/tests/cache;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/tests/config")
+endfunction()
+
+# corvane_benchmark(bench_name LINKS ...): one Google Benchmark executable.
+function(corvane_benchmark name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    if(NOT ARG_SOURCES)
+        set(ARG_SOURCES ${name}.cpp)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/benchmarks)
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_compile_definitions(${name} PRIVATE CORVANE_SAMPLES="${CMAKE_SOURCE_DIR}/resources/samples")
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} benchmark::benchmark)
+endfunction()
+
+# corvane_fuzzer(fuzz_name LINKS ...): one libFuzzer executable.
+function(corvane_fuzzer name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    if(NOT ARG_SOURCES)
+        set(ARG_SOURCES ${name}.cpp)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+endfunction()

@@ -1,0 +1,5 @@
+// What nearly every test reads.
+#pragma once
+#include <QTemporaryDir>
+#include <QTest>
+#include <QVariant>

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <eval/Diagnostic.h>
+#include <eval/Type.h>
+
+#include <QSharedPointer>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+#include <span>
+
+namespace eval {
+
+/// A slot of a graph, numbered from 1 over inputs and outputs together; 0 is never a valid handle.
+using Handle = quint32;
+
+enum class Backend { Interpreted = 0, Native = 1, Gpu = 2, Auto = 3 };
+
+namespace internal {
+class CompiledProgram;
+class EvaluationState;
+}
+
+/// The evaluation of one program on one thread: its own slot values and scratch over shared, read-only code.
+///
+/// Movable, not copyable. Keeps the compiled code alive. No call takes a lock.
+class ThreadCopy
+{
+public:
+    ThreadCopy();
+    explicit ThreadCopy(QSharedPointer<const internal::CompiledProgram> program);
+    ThreadCopy(ThreadCopy &&) noexcept;
+    ThreadCopy &operator=(ThreadCopy &&) noexcept;
+    ~ThreadCopy();
+
+    /// Converts to the slot's declared type; an unknown handle is ignored.
+    void set(Handle handle, const QVariant &value);
+    /// Sets a float or float vector slot from its components. The offset behind a handle is found once,
+    /// so that this costs a copy of the floats. Handles of other types are ignored.
+    void setFloats(Handle handle, std::span<const float> components);
+    /// Binds an array slot to a borrowed span that must stay valid during evaluation.
+    void bindArray(Handle handle, std::span<const float> values);
+
+    /// Fails when any diagnostic was recorded; the faulty expression then reads as float zero.
+    Result<void> evaluate();
+    /// The same without building the list of diagnostics: false when there was any fault.
+    bool evaluateQuick();
+
+    QVariant get(Handle handle) const;
+    /// 0 for an unknown handle or an absent value.
+    float getFloat(Handle handle) const;
+
+    /// Evaluates one float output for a row of points: `input` is a vec3 slot, the points are
+    /// (x0 + i * step, y, z) when given by `xs`, with everything else as it was last set.
+    /// @param xs   count x coordinates; y and z are the same for all
+    /// @param out  count values of `output`; a point whose evaluation faults gets `failed`
+    /// @return false when any point faulted; firstFault() then tells the first
+    bool evaluateRow(Handle input, std::span<const float> xs, float y, float z, Handle output,
+                     std::span<float> out, float failed);
+    /// The first diagnostic of the last evaluateQuick() or evaluateRow() that returned false.
+    Diagnostic firstFault() const;
+
+private:
+    std::unique_ptr<internal::EvaluationState> m_state;
+};
+
+/// A compiled graph. Copies share the compiled code; a copy's slot values are its own.
+///
+/// evaluate() changes the slots and belongs to one thread; threadCopy() gives other threads their own.
+class Program
+{
+public:
+    Program();
+    explicit Program(QSharedPointer<const internal::CompiledProgram> program);
+    Program(const Program &other);
+    Program &operator=(const Program &other);
+    Program(Program &&) noexcept;
+    Program &operator=(Program &&) noexcept;
+    ~Program();
+
+    bool isValid() const;
+    /// What it really runs on: never Auto.
+    Backend backend() const;
+    bool isFromCache() const;
+
+    void set(Handle handle, const QVariant &value);
+    void bindArray(Handle handle, std::span<const float> values);
+    Result<void> evaluate();
+    QVariant get(Handle handle) const;
+    float getFloat(Handle handle) const;
+    /// The declared type of an input or the resolved type of an output; Void for an unknown handle.
+    Type slotType(Handle handle) const;
+    Handle handleOf(const QString &name) const;
+
+    /// Evaluates `count` elements from flat spans. Element i reads its inputs, packed in declaration order by
+    /// slotFloatWidth, at input[i * stride] and writes its outputs, packed likewise, at output[i * outputFloats].
+    Result<void> evaluateBatch(std::span<const float> input, std::span<float> output, qsizetype count,
+                               qsizetype stride);
+
+    ThreadCopy threadCopy() const;
+
+private:
+    QSharedPointer<const internal::CompiledProgram> m_program;
+    std::unique_ptr<ThreadCopy> m_own; ///< slot values of evaluate(); made when first needed
+};
+
+} // namespace eval
