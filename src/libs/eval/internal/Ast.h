@@ -30,6 +30,10 @@ enum class BinaryKind {
 
 enum class ParamQualifier { ByValue = 0, Out = 1, InOut = 2, Const = 3 };
 
+/// The levels of nodes that one tree has at most, statements included. The parser refuses a source that goes
+/// beyond it, so that every walk (and the destructor) may recurse.
+inline constexpr int maxTreeDepth = 512;
+
 /// A parameter of a function definition, or a field of a struct declaration.
 struct FunctionParam
 {
@@ -81,6 +85,7 @@ struct AstNode
     QString structName;
     Type elementType = Type::Float; ///< of a run-time array
     int fieldIndex = -1;
+    int height = 1; ///< levels of nodes from here down, this one included; kept by the parser
     UnaryKind unaryKind = UnaryKind::Negate;
     BinaryKind binaryKind = BinaryKind::Add;
     AstPtr left;

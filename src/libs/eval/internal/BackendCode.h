@@ -1,0 +1,55 @@
+#pragma once
+
+#include <eval/Diagnostic.h>
+#include <eval/Program.h>
+
+#include <QSharedPointer>
+#include <QString>
+
+#include <span>
+
+namespace eval::internal {
+
+class CompiledProgram;
+
+/// What one run of a back-end reads and writes: flat floats in the layout of the program's
+/// bindings.
+struct BackendBuffers
+{
+    std::span<const float> input;                   ///< count * inputFloatCount
+    std::span<float> output;                        ///< count * outputFloatCount
+    std::span<const std::span<const float>> arrays; ///< by SlotBinding::arrayIndex
+    qsizetype count = 1;
+};
+
+/// Code that a back-end made of one program. Shared by every program of equal key; run() is called
+/// by several threads at the same time.
+class BackendCode
+{
+public:
+    virtual ~BackendCode();
+    /// An empty text on success; otherwise what failed, with the output unspecified.
+    virtual QString run(const BackendBuffers &buffers) const = 0;
+};
+
+/// A back-end beside the interpreter. The library itself has none: what brings one registers it at
+/// start.
+class CodeGenerator
+{
+public:
+    virtual ~CodeGenerator();
+    /// Whether this machine can run the back-end at all. May start a device on its first call.
+    virtual bool isAvailable() const = 0;
+    /// Whether everything in a checked program can be expressed.
+    virtual bool supports(const CompiledProgram &program) const = 0;
+    /// The code, or the one diagnostic that says why there is none.
+    virtual Result<QSharedPointer<const BackendCode>>
+    generate(const CompiledProgram &program) const = 0;
+};
+
+/// Registers the generator of Native or Gpu; null takes it away again. Thread-safe.
+void setCodeGenerator(Backend backend, QSharedPointer<const CodeGenerator> generator);
+/// Null when none is registered.
+QSharedPointer<const CodeGenerator> codeGenerator(Backend backend);
+
+} // namespace eval::internal

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <eval/Type.h>
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+namespace eval::internal {
+
+struct StructField
+{
+    QString name;
+    Type type = Type::Float;
+    QString structName; ///< when type is Struct
+
+    bool operator==(const StructField &) const = default;
+};
+
+struct StructDef
+{
+    QString name;
+    QList<StructField> fields;
+
+    /// -1 when there is no such field.
+    int indexOf(const QString &field) const;
+};
+
+/// The structs of one compile by name, in the order of their declaration.
+class StructRegistry
+{
+public:
+    /// False, with nothing changed, when the name is taken.
+    bool registerStruct(StructDef definition);
+    /// Null for an unknown name. Valid until the next registerStruct().
+    const StructDef *lookup(const QString &name) const;
+    /// A struct comes after every struct that it contains. A struct can only name structs that
+    /// stand before it in its own source; where several sources are merged the order is made here.
+    QList<StructDef> all() const;
+    bool isEmpty() const { return m_definitions.isEmpty(); }
+
+private:
+    QList<StructDef> m_definitions;
+    QHash<QString, qsizetype> m_indexes;
+};
+
+} // namespace eval::internal
