@@ -1,0 +1,65 @@
+#pragma once
+
+#include <corvane/model/ParameterValue.h>
+#include <corvane/model/SceneItem.h>
+
+#include <QStringList>
+
+namespace corvane::model {
+
+/// A SceneItem of type "sdf": one node of the field's expression.
+///
+/// It has no fields of its own. The definition id, the parameters and the modifiers are in
+/// `typeData`, where a modifier at its default is not stored. Parameters are stored as
+/// ParameterValue, or plain as a file holds them; parameter() makes a usable value of both.
+class Instance : public SceneItem
+{
+public:
+    Instance() = default;
+    explicit Instance(const SceneItem &item)
+        : SceneItem(item)
+    {}
+    /// A new item of type "sdf" of that definition.
+    explicit Instance(const QString &definitionId);
+
+    /// Neither the id nor the definition id is missing.
+    bool isValid() const;
+
+    QString definitionId() const;
+    void setDefinitionId(const QString &definitionId);
+
+    QVariantMap rawParams() const;
+    void setRawParams(const QVariantMap &params);
+    bool hasParameter(const QString &name) const;
+    /// The current value: a literal, or what an expression last gave. Invalid when there is none.
+    QVariant parameter(const QString &name) const;
+    ParameterValue parameterValue(const QString &name) const;
+    /// Stores by ParameterValue::fromVariant, so that "=a+1" becomes an expression.
+    void setParameter(const QString &name, const QVariant &value);
+    /// setParameter() for each entry; parameters that are not named stay.
+    void setParameters(const QVariantMap &params);
+    void setLiteral(const QString &name, const QVariant &value);
+    void setExpression(const QString &name, const QString &text, const QVariant &fallback = {});
+    void removeParameter(const QString &name);
+
+    /// The strings of the parameter "children" as they are stored: "@" and a name or an id, or a
+    /// bare id.
+    QStringList childReferences() const;
+
+    float blendSharpness() const;
+    void setBlendSharpness(float value);
+    int materialMode() const;
+    void setMaterialMode(int mode);
+    float densityScale() const;
+    void setDensityScale(float value);
+    float shellThickness() const;
+    void setShellThickness(float value);
+    QVariantMap provenance() const;
+    void setProvenance(const QVariantMap &provenance);
+
+private:
+    float modifier(const QString &key, float defaultValue) const;
+    void setModifier(const QString &key, float value, float defaultValue);
+};
+
+} // namespace corvane::model

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <corvane/model/Varset.h>
+
+#include <QMap>
+
+#include <optional>
+
+namespace corvane::model {
+
+using VarsetEntries = QMap<QString, VarsetEntry>;
+
+/// All variables of a scene: the unnamed varset and the named ones, each with its display order.
+///
+/// A variable of a named varset is addressed as "varset.name", split at the first dot, which must
+/// not be the first character. The unnamed varset is asked first, so that it may hold names with
+/// dots. Names are looked up in logarithmic time, and a display order may be asked as a whole only.
+class VarsetTable
+{
+public:
+    const VarsetEntries &entries() const { return m_entries; }
+    const QMap<QString, VarsetEntries> &namedVarsets() const { return m_named; }
+    /// The order as it was set, which may lack names or hold unknown ones.
+    const QStringList &order() const { return m_order; }
+    const QMap<QString, QStringList> &entryOrder() const { return m_entryOrder; }
+    VarsetEntries namedVarset(const QString &name) const { return m_named.value(name); }
+    QStringList namedVarsetEntryOrder(const QString &name) const
+    {
+        return m_entryOrder.value(name);
+    }
+
+    bool contains(const QString &name) const { return find(name) != nullptr; }
+    std::optional<VarsetEntry> entry(const QString &name) const;
+    /// order(), then every name of the unnamed varset that is not in it.
+    QStringList variableNames() const;
+    /// Name to value of the unnamed varset.
+    QVariantMap flattened() const;
+
+    /// Sets a variable that exists, in whichever varset it is, or adds it: to a named varset that
+    /// exists when the name is "varset.name", else to the unnamed one.
+    void set(const QString &name, const VarsetEntry &entry);
+    /// False when there is no such variable.
+    bool remove(const QString &name);
+    /// Within its varset, keeping its place in the order. False when `from` is unknown, or `to`
+    /// empty or taken.
+    /// @param to  the new name without its varset
+    bool rename(const QString &from, const QString &to);
+    /// Replaces the entries; the order loses names that are gone and gains the new ones at its end.
+    void setNamed(const QString &varset, const VarsetEntries &entries);
+    bool removeNamed(const QString &varset);
+    /// Moves an entry between varsets; an empty varset name is the unnamed one. False when the
+    /// entry is unknown or the target has one of that name.
+    bool move(const QString &entry, const QString &fromVarset, const QString &toVarset);
+
+    void setEntries(const VarsetEntries &entries) { m_entries = entries; }
+    void setOrder(const QStringList &order);
+    void setEntryOrder(const QMap<QString, QStringList> &order) { m_entryOrder = order; }
+
+private:
+    struct Address
+    {
+        QString varset; ///< empty for the unnamed one
+        QString name;
+    };
+
+    static std::optional<Address> split(const QString &name);
+    std::optional<Address> locate(const QString &name) const;
+    const VarsetEntry *find(const QString &name) const;
+    VarsetEntries &entriesOf(const QString &varset);
+    QStringList &orderOf(const QString &varset);
+    void dropIfEmpty(const QString &varset);
+
+    VarsetEntries m_entries;
+    QStringList m_order;
+    QSet<QString> m_ordered; ///< the names in m_order, so that adding many stays linear
+    QMap<QString, VarsetEntries> m_named;
+    QMap<QString, QStringList> m_entryOrder;
+};
+
+} // namespace corvane::model
