@@ -11,10 +11,11 @@ namespace corvane::xport {
 
 /// The one road from a compiled scene to a mesh file.
 ///
-/// Lives on one thread; run() returns at once and the work goes on on a thread of the global pool. All
-/// signals of a run are emitted on that thread, so connect them with a context object: they then arrive
-/// queued on the object's thread. finished() comes exactly once for each accepted run(), and by then a
-/// new run() is accepted. Destroying the pipeline cancels what is running and waits for it.
+/// Lives on one thread; run() returns at once and the work goes on on a thread of the global pool.
+/// All signals of a run are emitted on that thread, so connect them with a context object: they
+/// then arrive queued on the object's thread. finished() comes exactly once for each accepted
+/// run(), and by then a new run() is accepted. Destroying the pipeline cancels what is running and
+/// waits for it.
 class ExportPipeline : public QObject
 {
     Q_OBJECT
@@ -23,15 +24,16 @@ public:
     explicit ExportPipeline(QObject *parent = nullptr);
     ~ExportPipeline() override;
 
-    /// Starts an export. While one is active it is refused with errorOccurred("Export already in progress").
+    /// Starts an export. While one is active it is refused with errorOccurred("Export already in
+    /// progress").
     void run(const ExportRequest &request);
     /// Makes the running export end with the error "Export cancelled" within about a second.
     void cancel();
     bool isActive() const { return m_active.load(); }
 
 signals:
-    /// `current` of `total` chunks are done. The first is (0, total), the last (total, total), and the
-    /// numbers rise; past ten thousand chunks not every one is reported.
+    /// `current` of `total` chunks are done. The first is (0, total), the last (total, total), and
+    /// the numbers rise; past ten thousand chunks not every one is reported.
     void progressChanged(qint64 current, qint64 total);
     void finished(const corvane::xport::ExportResult &result);
     /// Only for a run() that was refused.

@@ -21,8 +21,8 @@ enum class SurfaceExtractor { MarchingCubes = 0, DualContouring = 1, OctreeDualC
 
 /// Everything that an export needs to know, by value: the compiled scene, the grid, the file.
 ///
-/// The integers `backend`, `algorithm` and `extractor` hold values of the enumerations above, as settings
-/// and job records store them; any other number reads as 0.
+/// The integers `backend`, `algorithm` and `extractor` hold values of the enumerations above, as
+/// settings and job records store them; any other number reads as 0.
 struct ExportRequest
 {
     QList<shader::SDFNode> nodes; ///< compiled scene
@@ -38,10 +38,10 @@ struct ExportRequest
     int backend = 0;
     int algorithm = 0;
     int extractor = 0;
-    QString directSourcePath;  ///< source file of a direct export
-    bool sealed = false;       ///< close the surface at the box
-    bool autoBounds = false;   ///< detect bounds first
-    QStringList postprocess;   ///< ordered steps, "name" or "name(number)"
+    QString directSourcePath; ///< source file of a direct export
+    bool sealed = false;      ///< close the surface at the box
+    bool autoBounds = false;  ///< detect bounds first
+    QStringList postprocess;  ///< ordered steps, "name" or "name(number)"
 };
 
 /// How an export ended. The one channel of failure: `success` false and a sentence.
