@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringView>
+#include <QVariant>
+
+namespace corvane::yaml {
+
+/// Reads the program's own subset of YAML into a tree of QVariantMap, QVariantList, QString,
+/// qlonglong, double, bool and, for null, invalid values.
+///
+/// The subset is line oriented and goes by indentation: maps, lists, flow values (`[1, 2]`,
+/// `{a: 1}`), quoted text without escapes, `|` blocks whose lines are trimmed. It has no anchors,
+/// no documents, no tags. A `#` outside quotes ends its line wherever it stands. Line ends are LF
+/// or CR LF, and a byte order mark at the start is passed over.
+///
+/// Reading is one pass: linear in the text, nothing kept per line. It never stops at an error, so
+/// that all of them can be shown; a caller treats any error as a failed parse. Blocks and flow
+/// values that nest deeper than `maxDepth` are an error and are left out.
+class YamlParser
+{
+public:
+    static constexpr int maxDepth = 256;
+    /// Errors that one parse reports at most: a text that is no YAML at all has one on every line.
+    static constexpr int maxErrors = 1000;
+
+    struct ParseError
+    {
+        int line = 0; ///< from 1
+        int column = 0;
+        QString message;
+
+        /// "Line 3, column 1: Expected key: value pair"
+        [[nodiscard]] QString toString() const;
+        bool operator==(const ParseError &) const = default;
+    };
+
+    /// One line that is neither blank nor all comment. The views look into the parsed text.
+    struct Line
+    {
+        int lineNumber = 0;  ///< from 1
+        int indent = 0;      ///< width of the leading white space
+        QStringView content; ///< without comment, trimmed
+        QStringView key;
+        QStringView value;
+        bool isListItem = false;
+        bool isMultilineMarker = false;
+        int keyIndent = 0; ///< where the text after a list item's "-" stands; else `indent`
+    };
+
+    /// @param indentSize  the width of a tab in leading white space, and the extra indentation
+    ///                    demanded of the lines of a "|" block
+    explicit YamlParser(int indentSize = 2);
+
+    [[nodiscard]] int indentSize() const { return m_indentSize; }
+
+    /// The top-level map. An empty document is an empty map and no error. Errors are appended.
+    [[nodiscard]] QVariantMap parseToVariantMap(const QString &text,
+                                                QList<ParseError> &errors) const;
+
+    /// One value as it stands behind a colon: a flow map or list, quoted text, a number, a word.
+    [[nodiscard]] static QVariant parseValue(QStringView text);
+
+private:
+    int m_indentSize;
+};
+
+} // namespace corvane::yaml
