@@ -41,6 +41,8 @@ private:
         QString source; ///< of an output
     };
 
+    Handle declare(Slot slot, QList<Slot> &side);
+
     QList<Slot> m_inputs;
     QList<Slot> m_outputs;
     QHash<QString, Handle> m_handles;

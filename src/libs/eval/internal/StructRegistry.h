@@ -21,6 +21,8 @@ struct StructDef
 {
     QString name;
     QList<StructField> fields;
+    qsizetype valueCount = 1; ///< itself and all values that it contains, at any depth
+    int depth = 1;            ///< levels of structs, this one included
 
     /// -1 when there is no such field.
     int indexOf(const QString &field) const;
