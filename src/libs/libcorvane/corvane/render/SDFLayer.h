@@ -112,7 +112,8 @@ private:
     void appendDomain(const SDFNodeBuilder &builder, const QUuid &domainId, int rootIndex);
     void refuse(const QString &error);
     void injectExportVolume();
-    [[nodiscard]] shader::SDFNode exportVolumeBox(int parentIndex) const;
+    [[nodiscard]] shader::SDFNode exportVolumeBox(std::uint32_t definitionIndex,
+                                                  int parentIndex) const;
     void publishNodes();
 
     QPointer<model::Corvane> m_scene;

@@ -9,8 +9,7 @@
 
 namespace corvane::model {
 class Corvane;
-class Instance;
-} // namespace corvane::model
+}
 
 namespace corvane::shader {
 class SDFShaderGenerator;
@@ -22,10 +21,11 @@ namespace corvane::render {
 ///
 /// The expression of the field is a graph: an instance that stands in several places becomes as
 /// many nodes. Shared children that double at every level would grow without bound, so a build
-/// ends, with an error and no nodes, past nodeLimit. It needs no call stack, however deep the graph
-/// is.
+/// ends, with an error and no nodes, past nodeLimit. A build needs no call stack, however deep the
+/// graph is.
 ///
-/// Refers to the generator for the indices of definitions. One instance serves one thread.
+/// Refers to the generator for the indices of definitions. One instance serves one thread, that of
+/// the document.
 class SDFNodeBuilder
 {
 public:
@@ -34,19 +34,18 @@ public:
 
     explicit SDFNodeBuilder(const shader::SDFShaderGenerator *generator);
 
-    /// The nodes of a domain, a null id for the items of none: those of the scene's roots that are
-    /// in the domain, or else the items that no other item of it lists as a child. Proxied items
-    /// are left out. Nodes carry the transform of the groups around their instance.
+    /// The nodes of a domain, or with a null id of the items in none: those roots of the scene that
+    /// are in the domain, or else the items that no other item there lists as a child. Proxied
+    /// items are no roots. Nodes carry the transform of the groups around their instance.
     /// @return the index of the first root, which links to the others by `nextSibling`; -1 for
     /// nothing
     int buildFromDomain(const model::Corvane *scene, const QUuid &domainId);
 
-    /// buildFromDomain() over a list of items that the caller has sorted by domain already.
+    /// buildFromDomain() over the items of a domain that the caller knows already.
     int buildFromItems(const model::Corvane *scene, const QList<QUuid> &items);
 
-    /// The nodes of the scene's roots, or of all its items when it has no list of roots, for a
-    /// scene without domains: transforms are the identity, and a proxied instance is dropped
-    /// wherever it stands.
+    /// The nodes of a scene without domains: its roots, or all its items when it has no list of
+    /// roots. Transforms are the identity, and a proxied instance is dropped wherever it stands.
     int buildWithoutDomains(const model::Corvane *scene);
 
     [[nodiscard]] const QList<shader::SDFNode> &nodes() const { return m_nodes; }
@@ -57,12 +56,15 @@ public:
     /// Why the last build was refused; empty when it was not.
     [[nodiscard]] const QString &error() const { return m_error; }
 
-    /// The sentence of a refused build.
+    /// The sentence of a scene past nodeLimit.
     [[nodiscard]] static QString tooManyNodesError();
 
 private:
     struct Settings;
-    int build(const model::Corvane *scene, const QList<QUuid> &roots, const Settings &settings);
+    class Flattening;
+
+    void clear();
+    int build(const model::Corvane &scene, const QList<QUuid> &roots, const Settings &settings);
 
     const shader::SDFShaderGenerator *m_generator = nullptr;
     QList<shader::SDFNode> m_nodes;

@@ -2,6 +2,8 @@
 
 #include <corvane/shader/SDFNode.h>
 
+#include <QSharedPointer>
+#include <QString>
 #include <QVariant>
 #include <array>
 
@@ -18,30 +20,42 @@ class SDFShaderGenerator;
 
 namespace corvane::render {
 
-/// Writes what one instance says into its node: everything but links and transform. Used by a whole
-/// build and by the update of a single instance, so that both give the same bytes.
-class SDFNodePacker
+/// Writes what one instance says into its node: everything but links and transform. A whole build
+/// and the update of a single instance both go through it, and so give the same bytes.
+namespace SDFNodePacker {
+
+using ParameterSlots = std::array<float, shader::parameterSlotCount>;
+
+/// What a definition id is to the node array.
+struct DefinitionFacts
 {
-public:
-    using ParameterSlots = std::array<float, shader::parameterSlotCount>;
-
-    /// Type, definition index and operation code. False for a definition that is unknown or of no
-    /// kind: the node is then a primitive of no definition, which is far away everywhere.
-    static bool setDefinition(shader::SDFNode &node, const model::Instance &instance,
-                              const shader::SDFShaderGenerator &generator);
-
-    /// Parameters, material and modifiers.
-    static void setValues(shader::SDFNode &node, const model::Instance &instance,
-                          const model::Corvane &scene, const registry::Definition *definition);
-
-    /// The instance's parameters, or the definition's defaults, in the definition's order, each in
-    /// as many slots as its type takes and none past the last. Children take no slot.
-    [[nodiscard]] static ParameterSlots packParameters(const model::Instance &instance,
-                                                       const registry::Definition &definition);
-
-    /// Writes `value` as `count` floats to `target`: the components of a vector, colour or list,
-    /// anything else as one number; what is missing is 0.
-    static void writeFloats(const QVariant &value, float *target, int count);
+    QSharedPointer<const registry::Definition> definition; ///< null when unknown
+    shader::GpuNodeType type = shader::GpuNodeType::Primitive;
+    std::uint32_t index = shader::noDefinitionIndex;
+    std::uint32_t operationType = 0;
+    bool known = false; ///< the definition exists and is of some kind
 };
+
+/// A definition without an index (unknown, or disabled) is far away everywhere, or changes nothing.
+[[nodiscard]] DefinitionFacts definitionFacts(const QString &definitionId,
+                                              const shader::SDFShaderGenerator &generator);
+
+/// Whether a node is of that definition.
+[[nodiscard]] bool isOfDefinition(const shader::SDFNode &node, const DefinitionFacts &facts);
+
+/// Writes type, definition, parameters, material and modifiers.
+void pack(shader::SDFNode &node, const model::Instance &instance, const model::Corvane &scene,
+          const DefinitionFacts &facts);
+
+/// The instance's parameters, or the definition's defaults, in the definition's order, each in as
+/// many slots as its type takes and none past the last. Children take no slot.
+[[nodiscard]] ParameterSlots packParameters(const model::Instance &instance,
+                                            const registry::Definition &definition);
+
+/// Writes `value` as `count` floats: the components of a vector, a colour or a list, anything else
+/// as one number. What is missing is 0, what is too much is left out.
+void writeFloats(const QVariant &value, float *target, int count);
+
+} // namespace SDFNodePacker
 
 } // namespace corvane::render

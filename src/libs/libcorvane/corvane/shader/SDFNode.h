@@ -84,10 +84,10 @@ struct SDFNode
         return {params[0],  params[1],  params[2],  params[3],
                 params2[0], params2[1], params2[2], params2[3]};
     }
-    void setParameterSlots(const std::array<float, parameterSlotCount> &slots)
+    void setParameterSlots(const std::array<float, parameterSlotCount> &values)
     {
-        params = {slots[0], slots[1], slots[2], slots[3]};
-        params2 = {slots[4], slots[5], slots[6], slots[7]};
+        params = {values[0], values[1], values[2], values[3]};
+        params2 = {values[4], values[5], values[6], values[7]};
     }
 
     /// Stores the world matrix of the enclosing groups and its inverse.

@@ -24,8 +24,9 @@ public:
     /// The arguments of a call as a wrapper writes it, taken from consecutive slots: "params.x,
     /// vec3(params.y, params.z, params.w)". Children take no slot. A parameter that would begin
     /// past the last slot is left out with all that follow it, with a warning.
-    /// @param slots  set to the number of slots used
-    [[nodiscard]] static QString buildParamList(const registry::Definition &definition, int &slots);
+    /// @param slotCount  set to the number of slots used
+    [[nodiscard]] static QString buildParamList(const registry::Definition &definition,
+                                                int &slotCount);
 
     /// The component of the packed parameters that holds a slot, "params.x" to "params2.w"; "0.0"
     /// past the end.

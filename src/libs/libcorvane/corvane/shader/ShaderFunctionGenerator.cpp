@@ -1,0 +1,57 @@
+#include <corvane/shader/ShaderFunctionGenerator.h>
+
+#include <corvane/registry/Definition.h>
+#include <corvane/registry/Registry.h>
+#include <corvane/shader/ShaderIndexManager.h>
+#include <corvane/shader/ShaderNodeKinds.h>
+
+#include <QLoggingCategory>
+
+namespace corvane::shader {
+
+using namespace Qt::StringLiterals;
+
+Q_LOGGING_CATEGORY(lcFunctions, "ondrel.shader.functions", QtWarningMsg)
+
+namespace {
+
+void emitFunction(QString &text, const registry::Definition &definition, const ShaderNodeKind &kind,
+                  int index)
+{
+    const auto function = shaderFunction(definition, kind, index);
+    if (!function) {
+        qCWarning(lcFunctions).noquote() << "ShaderFunctionGenerator: could not extract"
+                                         << kind.missingName << "from" << definition.id;
+        return;
+    }
+    const QString comment =
+        QString(kind.functionComment).arg(commentText(definition.name), QString::number(index));
+    text += comment + u'\n' + function->code + "\n\n"_L1;
+}
+
+void emitSection(QString &text, const ShaderNodeKind &kind, const ShaderIndexManager &indices,
+                 const registry::Registry &registry)
+{
+    text += u"%1\n// Generated from %2 %3\n\n"_s.arg(
+        kind.functionsBanner, QString::number(indices.count(kind.type)), kind.definitionWords);
+    const QList<int> active = indices.activeIndices(kind.type);
+    for (const int index : active) {
+        if (const auto definition = registry.getDefinition(indices.idAt(kind.type, index)))
+            emitFunction(text, *definition, kind, index);
+    }
+}
+
+} // namespace
+
+QString ShaderFunctionGenerator::generateSDFFunctions(const ShaderIndexManager &indices,
+                                                      const registry::Registry *registry)
+{
+    QString text;
+    if (!registry)
+        return text;
+    for (const ShaderNodeKind &kind : shaderNodeKinds())
+        emitSection(text, kind, indices, *registry);
+    return text;
+}
+
+} // namespace corvane::shader

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <corvane/shader/SDFNode.h>
+
+#include <QLatin1String>
+#include <QString>
+#include <optional>
+#include <span>
+
+namespace corvane::registry {
+class Definition;
+}
+
+namespace corvane::shader {
+
+/// The texts of one kind of node whose definitions become GLSL functions. CSG operators have none:
+/// they are a fixed table in the shader.
+///
+/// In the templates %1 is the index, except where said.
+struct ShaderNodeKind
+{
+    GpuNodeType type;
+    QLatin1String functionsBanner;
+    QLatin1String definitionWords; ///< "primitive definitions"
+    QLatin1String functionComment; ///< %1 display name, %2 index
+    QLatin1String functionSuffix;
+    QLatin1String namePrefix;  ///< of a user's names
+    QLatin1String missingName; ///< what could not be extracted: "function name"
+    QLatin1String wrappersBanner;
+    QLatin1String wrapper; ///< %1 id, %2 index, %3 function, %4 separator, %5 arguments
+    QLatin1String dispatchBanner;
+    QLatin1String dispatcher; ///< %1 the cases
+    QLatin1String dispatchCase;
+};
+
+/// Primitives, transforms, modifiers, position-aware modifiers, in the order of the text.
+[[nodiscard]] std::span<const ShaderNodeKind> shaderNodeKinds();
+
+/// A definition's function as the shader has it.
+struct ShaderFunction
+{
+    QString name; ///< with the suffix of its index
+    QString code;
+};
+
+/// The name that a definition's main function gets in the shader; none when it has no such
+/// function.
+[[nodiscard]] std::optional<QString> shaderFunctionName(const registry::Definition &definition,
+                                                        const ShaderNodeKind &kind, int index);
+
+/// The same with the code, in which names of users are mangled.
+[[nodiscard]] std::optional<ShaderFunction> shaderFunction(const registry::Definition &definition,
+                                                           const ShaderNodeKind &kind, int index);
+
+/// `text` without the characters that would end a comment line.
+[[nodiscard]] QString commentText(const QString &text);
+
+} // namespace corvane::shader

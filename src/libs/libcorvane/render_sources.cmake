@@ -1,0 +1,6 @@
+# corvane/render: scene document to node array.
+set(CORVANE_RENDER_SOURCES
+    corvane/render/GroupTransforms.cpp
+    corvane/render/SDFLayer.cpp
+    corvane/render/SDFNodeBuilder.cpp
+    corvane/render/SDFNodePacker.cpp)
