@@ -7,6 +7,10 @@
 
 #include <atomic>
 
+namespace corvane::eval {
+class DefinitionTable;
+}
+
 namespace corvane::xport {
 
 /// The one road from a compiled scene to a mesh file.
@@ -42,9 +46,11 @@ signals:
     void backendFellBack(const QString &from, const QString &to, const QString &reason);
 
 private:
-    ExportResult execute(const ExportRequest &request);
-    ExportResult exportSurface(const ExportRequest &request);
+    ExportResult execute(const ExportRequest &request, const eval::DefinitionTable &definitions);
+    ExportResult exportChunks(const ExportRequest &request,
+                              const eval::DefinitionTable &definitions);
     ExportResult exportDirect(const ExportRequest &request);
+    void reportProgress(qint64 done, qint64 total);
 
     std::atomic_bool m_active = false;
     std::atomic_bool m_cancelled = false;

@@ -1,17 +1,13 @@
 #pragma once
 
 #include <corvane/shader/SDFNode.h>
+#include <corvane/shader/ShaderValidator.h>
 
 #include <QList>
 #include <QMetaType>
-#include <QSharedPointer>
 #include <QString>
 #include <QStringList>
 #include <QVector3D>
-
-namespace shader {
-struct CompileResult;
-}
 
 namespace corvane::xport {
 
@@ -34,7 +30,7 @@ struct ExportRequest
     int chunkSize = 64;    ///< cells along one side of a chunk
     int threadCount = 0;   ///< 0 or less: automatic
     QString shaderSource;  ///< field-sampling GLSL, carried along for back-ends that want it
-    QSharedPointer<const ::shader::CompileResult> shaderResult;
+    shader::ValidationResult shaderResult; ///< its compile
     int backend = 0;
     int algorithm = 0;
     int extractor = 0;

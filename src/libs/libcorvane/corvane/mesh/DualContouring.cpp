@@ -1,0 +1,144 @@
+#include "DualContouring.h"
+
+#include "QefSolver.h"
+
+#include <utility>
+
+namespace corvane::mesh {
+
+namespace {
+
+constexpr float degenerateCross = 1e-20f;
+
+void emitTriangle(QList<Triangle> &out, const QVector3D &a, const QVector3D &b, const QVector3D &c)
+{
+    const QVector3D cross = QVector3D::crossProduct(b - a, c - a);
+    const float length = cross.length();
+    if (length >= degenerateCross)
+        out.append({{a, b, c}, cross / length});
+}
+
+quint64 edgeKey(int axis, int i, int j, int k)
+{
+    return quint64(axis) << 60 | quint64(i) << 32 | quint64(j) << 16 | quint64(k);
+}
+
+} // namespace
+
+void emitQuad(QList<Triangle> &out, const QVector3D &a, const QVector3D &b, const QVector3D &c,
+              const QVector3D &d, bool flip)
+{
+    if (flip) {
+        emitTriangle(out, a, c, b);
+        emitTriangle(out, a, d, c);
+    } else {
+        emitTriangle(out, a, b, c);
+        emitTriangle(out, a, c, d);
+    }
+}
+
+DcState::DcState(const ScalarField3D &field, FieldFunction distance, GradientFunction gradient,
+                 float iso)
+    : m_field(field)
+    , m_distance(std::move(distance))
+    , m_gradient(std::move(gradient))
+    , m_iso(iso)
+{
+    if (field.nx > 1 && field.ny > 1 && field.nz > 1)
+        m_cellVertex.assign(size_t(field.nx - 1) * size_t(field.ny - 1) * size_t(field.nz - 1), -1);
+}
+
+QVector3D DcState::nodePosition(int i, int j, int k) const
+{
+    return {m_field.x(i), m_field.y(j), m_field.z(k)};
+}
+
+bool DcState::edgeCrosses(int axis, int i, int j, int k, float &d0, float &d1) const
+{
+    const int counts[3] = {m_field.nx, m_field.ny, m_field.nz};
+    int end[3] = {i, j, k};
+    if (++end[axis] >= counts[axis])
+        return false;
+    d0 = m_field.values[m_field.index(i, j, k)] - m_iso;
+    d1 = m_field.values[m_field.index(end[0], end[1], end[2])] - m_iso;
+    return (d0 < 0.0f) != (d1 < 0.0f);
+}
+
+const HermiteSample &DcState::sampleOf(int axis, int i, int j, int k, float d0, float d1)
+{
+    const quint64 key = edgeKey(axis, i, j, k);
+    const auto known = m_samples.constFind(key);
+    if (known != m_samples.constEnd())
+        return *known;
+    return *m_samples.insert(key, hermiteSample(nodePosition(i, j, k), axis, m_field.cellSize, d0,
+                                                d1, m_iso, m_distance, m_gradient));
+}
+
+// The four edges of a cell along one axis.
+void DcState::addCellEdges(int axis, int i, int j, int k, QefSolver &solver)
+{
+    for (int corner = 0; corner < 4; ++corner) {
+        int node[3] = {i, j, k};
+        node[(axis + 1) % 3] += corner & 1;
+        node[(axis + 2) % 3] += corner >> 1;
+        float d0 = 0.0f;
+        float d1 = 0.0f;
+        if (edgeCrosses(axis, node[0], node[1], node[2], d0, d1))
+            addSample(sampleOf(axis, node[0], node[1], node[2], d0, d1), solver);
+    }
+}
+
+int DcState::vertexForCell(int i, int j, int k)
+{
+    int &vertex = m_cellVertex[size_t(i) + (size_t(j) + size_t(k) * size_t(m_field.ny - 1)) *
+                                               size_t(m_field.nx - 1)];
+    if (vertex >= 0)
+        return vertex;
+    QefSolver solver;
+    for (int axis = 0; axis < 3; ++axis)
+        addCellEdges(axis, i, j, k, solver);
+    m_vertices.append(
+        solver.solve(nodePosition(i, j, k), nodePosition(i + 1, j + 1, k + 1)).position);
+    vertex = int(m_vertices.size()) - 1;
+    return vertex;
+}
+
+void DcState::emitEdge(int axis, const int (&node)[3], bool startsInside, QList<Triangle> &out)
+{
+    constexpr int around[4][2] = {{-1, -1}, {0, -1}, {0, 0}, {-1, 0}};
+    const int counts[3] = {m_field.nx, m_field.ny, m_field.nz};
+    int vertices[4];
+    for (int n = 0; n < 4; ++n) {
+        int cell[3] = {node[0], node[1], node[2]};
+        cell[(axis + 1) % 3] += around[n][0];
+        cell[(axis + 2) % 3] += around[n][1];
+        for (int a = 0; a < 3; ++a) {
+            if (cell[a] < 0 || cell[a] >= counts[a] - 1)
+                return;
+        }
+        vertices[n] = vertexForCell(cell[0], cell[1], cell[2]);
+    }
+    // Seen from the far end of the edge the four cells run counter-clockwise.
+    emitQuad(out, m_vertices.at(vertices[0]), m_vertices.at(vertices[1]),
+             m_vertices.at(vertices[2]), m_vertices.at(vertices[3]), !startsInside);
+}
+
+void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel)
+{
+    for (int k = firstNode; k < m_field.nz - 1; ++k) {
+        if (cancel && cancel->load(std::memory_order_relaxed))
+            return;
+        for (int j = firstNode; j < m_field.ny - 1; ++j) {
+            for (int i = firstNode; i < m_field.nx - 1; ++i) {
+                for (int axis = 0; axis < 3; ++axis) {
+                    float d0 = 0.0f;
+                    float d1 = 0.0f;
+                    if (edgeCrosses(axis, i, j, k, d0, d1))
+                        emitEdge(axis, {i, j, k}, d0 < 0.0f, out);
+                }
+            }
+        }
+    }
+}
+
+} // namespace corvane::mesh

@@ -1,0 +1,163 @@
+#include "TetrahedralVolume.h"
+
+#include "MarchingCubesTables.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace corvane::mesh {
+
+namespace {
+
+constexpr float equalValues = 1e-10f;
+// Crossings this close to an end of their edge are moved there, which removes slivers.
+constexpr float snapLow = 0.3f;
+constexpr float snapHigh = 0.7f;
+constexpr float smallestVolume6 = 1e-12f;
+
+// The five tetrahedra of a cell, by the parity of i + j + k.
+constexpr int cellTetrahedra[2][5][4] = {
+    {{0, 1, 2, 5}, {0, 2, 3, 7}, {0, 4, 5, 7}, {2, 5, 6, 7}, {0, 2, 5, 7}},
+    {{1, 2, 3, 6}, {0, 1, 3, 4}, {1, 4, 5, 6}, {3, 4, 6, 7}, {1, 3, 4, 6}},
+};
+
+/// A vertex with its place in the order of the whole grid: a node, or a crossing between two nodes.
+struct Vertex
+{
+    QVector3D position;
+    std::pair<quint64, quint64> key; ///< lower node, higher node; a node is a pair of itself
+};
+
+struct Corner
+{
+    Vertex vertex;
+    float value = 0.0f;
+
+    bool isInside() const { return value <= 0.0f; }
+};
+
+Vertex crossing(const Corner &one, const Corner &other)
+{
+    // Always from the lower node, so that all tetrahedra around the edge get the same bits.
+    const bool inOrder = one.vertex.key < other.vertex.key;
+    const Corner &a = inOrder ? one : other;
+    const Corner &b = inOrder ? other : one;
+    const float difference = b.value - a.value;
+    const float t = std::abs(difference) < equalValues ? 0.5f : -a.value / difference;
+    if (t < snapLow)
+        return a.vertex;
+    if (t > snapHigh)
+        return b.vertex;
+    return {a.vertex.position + (b.vertex.position - a.vertex.position) * t,
+            {a.vertex.key.first, b.vertex.key.first}};
+}
+
+void emitTetrahedron(const Vertex &a, const Vertex &b, const Vertex &c, const Vertex &d,
+                     QList<Tetrahedron> &out)
+{
+    const float volume = signedVolume6(a.position, b.position, c.position, d.position);
+    if (!(std::abs(volume) > smallestVolume6))
+        return;
+    if (volume < 0.0f)
+        out.append(Tetrahedron{{a.position, b.position, d.position, c.position}});
+    else
+        out.append(Tetrahedron{{a.position, b.position, c.position, d.position}});
+}
+
+// A prism between the triangles 0 1 2 and 3 4 5: each of its three quads is cut by the diagonal
+// from its lowest vertex, which both sides of a shared quad find alike (Dompierre et al. 1999).
+void emitPrism(const Vertex (&prism)[6], QList<Tetrahedron> &out)
+{
+    constexpr int turned[6][6] = {{0, 1, 2, 3, 4, 5}, {1, 2, 0, 4, 5, 3}, {2, 0, 1, 5, 3, 4},
+                                  {3, 5, 4, 0, 2, 1}, {4, 3, 5, 1, 0, 2}, {5, 4, 3, 2, 1, 0}};
+    const auto lowest =
+        std::min_element(std::begin(prism), std::end(prism),
+                         [](const Vertex &a, const Vertex &b) { return a.key < b.key; });
+    const int(&order)[6] = turned[lowest - std::begin(prism)];
+    const auto at = [&](int n) -> const Vertex & { return prism[order[n]]; };
+    if (std::min(at(1).key, at(5).key) < std::min(at(2).key, at(4).key)) {
+        emitTetrahedron(at(0), at(1), at(2), at(5), out);
+        emitTetrahedron(at(0), at(1), at(5), at(4), out);
+    } else {
+        emitTetrahedron(at(0), at(1), at(2), at(4), out);
+        emitTetrahedron(at(0), at(4), at(2), at(5), out);
+    }
+    emitTetrahedron(at(0), at(4), at(5), at(3), out);
+}
+
+void clip(const Corner *const (&corners)[4], QList<Tetrahedron> &out)
+{
+    const Corner *inside[4];
+    const Corner *outside[4];
+    int insideCount = 0;
+    int outsideCount = 0;
+    for (const Corner *corner : corners) {
+        if (corner->isInside())
+            inside[insideCount++] = corner;
+        else
+            outside[outsideCount++] = corner;
+    }
+    switch (insideCount) {
+    case 1:
+        emitTetrahedron(inside[0]->vertex, crossing(*inside[0], *outside[0]),
+                        crossing(*inside[0], *outside[1]), crossing(*inside[0], *outside[2]), out);
+        break;
+    case 2:
+        emitPrism({inside[0]->vertex, crossing(*inside[0], *outside[0]),
+                   crossing(*inside[0], *outside[1]), inside[1]->vertex,
+                   crossing(*inside[1], *outside[0]), crossing(*inside[1], *outside[1])},
+                  out);
+        break;
+    case 3:
+        emitPrism({inside[0]->vertex, inside[1]->vertex, inside[2]->vertex,
+                   crossing(*inside[0], *outside[0]), crossing(*inside[1], *outside[0]),
+                   crossing(*inside[2], *outside[0])},
+                  out);
+        break;
+    case 4:
+        emitTetrahedron(inside[0]->vertex, inside[1]->vertex, inside[2]->vertex, inside[3]->vertex,
+                        out);
+        break;
+    default:
+        break;
+    }
+}
+
+void fillCell(const ScalarField3D &field, int i, int j, int k, QList<Tetrahedron> &out)
+{
+    Corner corners[8];
+    bool anyInside = false;
+    for (size_t n = 0; n < 8; ++n) {
+        const int x = i + cellCorners[n].x;
+        const int y = j + cellCorners[n].y;
+        const int z = k + cellCorners[n].z;
+        const quint64 node = field.index(x, y, z);
+        corners[n] = {{{field.x(x), field.y(y), field.z(z)}, {node, node}}, field.values[node]};
+        anyInside = anyInside || corners[n].isInside();
+    }
+    if (!anyInside)
+        return;
+    const qint64 parity = (field.firstX + i + field.firstY + j + field.firstZ + k) & 1;
+    for (const auto &tetrahedron : cellTetrahedra[parity])
+        clip({&corners[tetrahedron[0]], &corners[tetrahedron[1]], &corners[tetrahedron[2]],
+              &corners[tetrahedron[3]]},
+             out);
+}
+
+} // namespace
+
+void tetrahedralVolume(const ScalarField3D &field, QList<Tetrahedron> &out,
+                       const std::atomic_bool *cancel)
+{
+    for (int k = 0; k + 1 < field.nz; ++k) {
+        if (cancel && cancel->load(std::memory_order_relaxed))
+            return;
+        for (int j = 0; j + 1 < field.ny; ++j) {
+            for (int i = 0; i + 1 < field.nx; ++i)
+                fillCell(field, i, j, k, out);
+        }
+    }
+}
+
+} // namespace corvane::mesh

@@ -1,0 +1,113 @@
+#include <corvane/xport/ChunkRunner.h>
+
+#include <QFuture>
+#include <QThreadPool>
+#include <QtConcurrentRun>
+
+#include <utility>
+
+namespace corvane::xport {
+
+using namespace Qt::StringLiterals;
+
+ChunkRunner::ChunkRunner(IChunkProcessor &processor, const ChunkScheduler &scheduler,
+                         const std::atomic_bool &cancelFlag, Progress progress)
+    : m_processor(processor)
+    , m_scheduler(scheduler)
+    , m_cancelFlag(cancelFlag)
+    , m_progress(std::move(progress))
+    , m_total(scheduler.count())
+{}
+
+void ChunkRunner::run(int threads)
+{
+    QThreadPool pool;
+    pool.setObjectName(u"Ondrel.corvane.mesh-export"_s);
+    pool.setMaxThreadCount(threads);
+    m_working = static_cast<int>(std::min<qint64>(threads, m_total));
+    QList<QFuture<void>> workers;
+    for (int i = 0; i < m_working; ++i)
+        workers.append(QtConcurrent::run(&pool, [this] { work(); }));
+    reportUntilDone();
+    for (QFuture<void> &worker : workers)
+        worker.waitForFinished();
+}
+
+TriangleChunks ChunkRunner::takeTriangles()
+{
+    TriangleChunks chunks;
+    chunks.reserve(static_cast<qsizetype>(m_triangles.size()));
+    for (auto &[index, triangles] : m_triangles)
+        chunks.append(std::move(triangles));
+    m_triangles.clear();
+    return chunks;
+}
+
+/// One thread: takes the next chunk until there is none.
+void ChunkRunner::work()
+{
+    for (qint64 index = m_next++; index < m_total && mayGoOn(); index = m_next++) {
+        QList<mesh::Triangle> triangles;
+        QString error;
+        if (m_processor.processChunk(m_scheduler.jobAt(index), m_cancelFlag, triangles, error))
+            keep(index, std::move(triangles));
+        else if (!error.isEmpty())
+            fail(error);
+    }
+    const QMutexLocker lock(&m_mutex);
+    --m_working;
+    m_changed.wakeAll();
+}
+
+bool ChunkRunner::mayGoOn() const
+{
+    return !m_cancelFlag.load(std::memory_order_relaxed) &&
+           !m_failed.load(std::memory_order_relaxed);
+}
+
+void ChunkRunner::keep(qint64 index, QList<mesh::Triangle> triangles)
+{
+    // The list grew by doubling; what lies idle behind its end would be half of all memory.
+    triangles.squeeze();
+    qint64 count = 0;
+    {
+        const QMutexLocker lock(&m_mutex);
+        count = m_triangleCount += triangles.size();
+        if (!triangles.isEmpty())
+            m_triangles.emplace(index, std::move(triangles));
+        ++m_done;
+        m_changed.wakeAll();
+    }
+    if (count > MeshBuilder::maxTriangles)
+        fail(u"the surface has more than %1 triangles"_s.arg(MeshBuilder::maxTriangles));
+}
+
+void ChunkRunner::fail(const QString &error)
+{
+    bool expected = false;
+    if (!m_failed.compare_exchange_strong(expected, true))
+        return;
+    const QMutexLocker lock(&m_mutex);
+    m_error = error;
+}
+
+/// Reports from this one thread, so that the numbers rise one by one.
+void ChunkRunner::reportUntilDone()
+{
+    qint64 reported = 0;
+    bool working = true;
+    while (working) {
+        qint64 done = 0;
+        {
+            QMutexLocker lock(&m_mutex);
+            while (m_done == reported && m_working > 0)
+                m_changed.wait(&m_mutex);
+            done = m_done;
+            working = m_working > 0;
+        }
+        while (reported < done)
+            m_progress(++reported, m_total);
+    }
+}
+
+} // namespace corvane::xport

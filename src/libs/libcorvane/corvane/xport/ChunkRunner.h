@@ -1,0 +1,59 @@
+#pragma once
+
+#include <corvane/xport/ChunkScheduler.h>
+#include <corvane/xport/IChunkProcessor.h>
+#include <corvane/xport/MeshBuilder.h>
+
+#include <QMutex>
+#include <QWaitCondition>
+
+#include <atomic>
+#include <functional>
+#include <map>
+
+namespace corvane::xport {
+
+/// Takes all chunks of a grid through a processor on a pool of its own, and hands their triangles
+/// back in the order of the chunks, whatever the order in which they were done.
+class ChunkRunner
+{
+public:
+    using Progress = std::function<void(qint64 done, qint64 total)>;
+
+    /// @param processor  initialized; entered by all threads at once
+    /// @param progress   called on the thread of run(), for each chunk in turn
+    ChunkRunner(IChunkProcessor &processor, const ChunkScheduler &scheduler,
+                const std::atomic_bool &cancelFlag, Progress progress);
+
+    /// Returns when all threads are done: after the last chunk, the first error, or a cancel.
+    void run(int threads);
+
+    /// The first error; empty when there was none. A cancel is none.
+    QString error() const { return m_error; }
+    TriangleChunks takeTriangles();
+
+private:
+    void work();
+    bool mayGoOn() const;
+    void keep(qint64 index, QList<mesh::Triangle> triangles);
+    void fail(const QString &error);
+    void reportUntilDone();
+
+    IChunkProcessor &m_processor;
+    const ChunkScheduler &m_scheduler;
+    const std::atomic_bool &m_cancelFlag;
+    Progress m_progress;
+    qint64 m_total = 0;
+    std::atomic<qint64> m_next = 0;
+    std::atomic_bool m_failed = false;
+
+    QMutex m_mutex; ///< of all below
+    QWaitCondition m_changed;
+    std::map<qint64, QList<mesh::Triangle>> m_triangles; ///< of chunks that have any
+    qint64 m_triangleCount = 0;
+    qint64 m_done = 0;
+    int m_working = 0;
+    QString m_error;
+};
+
+} // namespace corvane::xport

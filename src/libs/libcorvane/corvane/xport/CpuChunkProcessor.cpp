@@ -1,0 +1,211 @@
+#include <corvane/xport/CpuChunkProcessor.h>
+
+#include <corvane/mesh/MarchingCubes.h>
+
+#include <QLoggingCategory>
+
+#include <cmath>
+#include <limits>
+
+namespace corvane::xport {
+
+using namespace Qt::StringLiterals;
+
+Q_LOGGING_CATEGORY(lcCpuChunks, "ondrel.corvane.export", QtWarningMsg)
+
+namespace {
+
+/// What is no number, or beyond all numbers, as a value that a crossing can be computed from.
+void makeFinite(std::span<float> samples)
+{
+    for (float &value : samples) {
+        if (!std::isfinite(value))
+            value = value < 0.0f ? -eval::farDistance : eval::farDistance;
+    }
+}
+
+float largestCoordinate(const ExportRequest &request)
+{
+    float largest = 0.0f;
+    for (int axis = 0; axis < 3; ++axis)
+        largest = std::max(
+            {largest, std::fabs(request.boundsMin[axis]), std::fabs(request.boundsMax[axis])});
+    return largest;
+}
+
+} // namespace
+
+/// What one thread needs to sample a chunk; kept for the next chunk.
+struct CpuChunkProcessor::Lane
+{
+    eval::EvalFieldEvaluator evaluator;
+    std::vector<float> samples;
+    std::vector<float> xs;
+};
+
+CpuChunkProcessor::CpuChunkProcessor(const eval::DefinitionTable &definitions)
+    : m_definitions(definitions)
+{}
+
+CpuChunkProcessor::~CpuChunkProcessor() = default;
+
+bool CpuChunkProcessor::initialize(const ExportRequest &request)
+{
+    m_origin = request.boundsMin;
+    m_crossingMargin = crossingMarginFor(request);
+    auto scene =
+        eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, m_definitions);
+    if (!scene.error.isEmpty()) {
+        qCWarning(lcCpuChunks).noquote()
+            << "CpuChunkProcessor::initialize: SdfSceneGraphBuilder failed:" << scene.error;
+        return false;
+    }
+    const bool native = request.backend == static_cast<int>(ExportBackend::Native);
+    m_field = eval::compileField(scene, native ? ::eval::Backend::Native : ::eval::Backend::Auto);
+    if (!m_field.program) {
+        qCWarning(lcCpuChunks).noquote()
+            << "CpuChunkProcessor::initialize: eval compile failed:" << m_field.error;
+        return false;
+    }
+    return true;
+}
+
+bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool &cancelFlag,
+                                     QList<mesh::Triangle> &outTriangles, QString &outError)
+{
+    std::unique_ptr<Lane> lane = borrowLane();
+    lane->evaluator.setCancelFlag(&cancelFlag);
+    bool done = false;
+    if (!lane->evaluator.isValid()) {
+        outError = lane->evaluator.lastError();
+    } else if (sample(job, *lane, cancelFlag)) {
+        applyChunkSeal(lane->samples, job.nx, job.ny, job.nz, job.sealFaces, job.cellSize);
+        const mesh::ScalarField3D field{.values = lane->samples.data(),
+                                        .nx = job.nx,
+                                        .ny = job.ny,
+                                        .nz = job.nz,
+                                        .origin = m_origin,
+                                        .cellSize = job.cellSize,
+                                        .firstX = job.firstX,
+                                        .firstY = job.firstY,
+                                        .firstZ = job.firstZ,
+                                        .crossingMargin = m_crossingMargin};
+        mesh::marchingCubes(field, outTriangles, 0.0f, &cancelFlag);
+        done = !cancelFlag.load(std::memory_order_relaxed);
+    }
+    lane->evaluator.setCancelFlag(nullptr);
+    returnLane(std::move(lane));
+    return done;
+}
+
+/// Global positions, not chunk-relative: neighbours must compute bit-identical samples or the seam
+/// opens.
+bool CpuChunkProcessor::sample(const ChunkJob &job, Lane &lane,
+                               const std::atomic_bool &cancelFlag) const
+{
+    const auto nx = static_cast<std::size_t>(job.nx);
+    lane.xs.resize(nx);
+    for (int i = 0; i < job.nx; ++i)
+        lane.xs[static_cast<std::size_t>(i)] =
+            mesh::nodeCoordinate(m_origin.x(), job.cellSize, job.firstX + i);
+    lane.samples.resize(nx * static_cast<std::size_t>(job.ny) * static_cast<std::size_t>(job.nz));
+    std::span<float> rest(lane.samples);
+    for (int k = 0; k < job.nz; ++k) {
+        const float z = mesh::nodeCoordinate(m_origin.z(), job.cellSize, job.firstZ + k);
+        for (int j = 0; j < job.ny; ++j) {
+            if (cancelFlag.load(std::memory_order_relaxed))
+                return false;
+            const float y = mesh::nodeCoordinate(m_origin.y(), job.cellSize, job.firstY + j);
+            lane.evaluator.evaluateRow(lane.xs, y, z, rest.first(nx));
+            rest = rest.subspan(nx);
+        }
+    }
+    makeFinite(lane.samples);
+    return true;
+}
+
+void CpuChunkProcessor::release()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_lanes.clear();
+    m_field = {};
+    if (!m_firstFault.isEmpty())
+        qCWarning(lcCpuChunks).noquote()
+            << "[export] the field could not be evaluated everywhere, such points are outside:"
+            << m_firstFault;
+    m_firstFault.clear();
+}
+
+QString CpuChunkProcessor::name() const
+{
+    return u"CPU"_s;
+}
+
+std::unique_ptr<CpuChunkProcessor::Lane> CpuChunkProcessor::borrowLane()
+{
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (!m_lanes.empty()) {
+            std::unique_ptr<Lane> lane = std::move(m_lanes.back());
+            m_lanes.pop_back();
+            return lane;
+        }
+    }
+    return std::unique_ptr<Lane>(new Lane{
+        eval::EvalFieldEvaluator(m_field.program, m_field.positionHandle, m_field.distanceHandle),
+        {},
+        {}});
+}
+
+void CpuChunkProcessor::returnLane(std::unique_ptr<Lane> lane)
+{
+    const QString fault = lane->evaluator.lastError();
+    const QMutexLocker lock(&m_mutex);
+    if (m_firstFault.isEmpty())
+        m_firstFault = fault;
+    m_lanes.push_back(std::move(lane));
+}
+
+void applyChunkSeal(std::span<float> samples, int nx, int ny, int nz, unsigned sealFaces,
+                    float cellSize)
+{
+    if (sealFaces == 0)
+        return;
+    const float outside = cellSize > 0.0f ? cellSize : 1.0f;
+    const auto raise = [&](int i, int j, int k) {
+        float &value =
+            samples[static_cast<std::size_t>(i) +
+                    (static_cast<std::size_t>(j) + static_cast<std::size_t>(k) * ny) * nx];
+        value = std::max(value, outside);
+    };
+    for (const int i : {0, nx - 1}) {
+        if (sealFaces & (i == 0 ? SealLowX : SealHighX))
+            for (int k = 0; k < nz; ++k)
+                for (int j = 0; j < ny; ++j)
+                    raise(i, j, k);
+    }
+    for (const int j : {0, ny - 1}) {
+        if (sealFaces & (j == 0 ? SealLowY : SealHighY))
+            for (int k = 0; k < nz; ++k)
+                for (int i = 0; i < nx; ++i)
+                    raise(i, j, k);
+    }
+    for (const int k : {0, nz - 1}) {
+        if (sealFaces & (k == 0 ? SealLowZ : SealHighZ))
+            for (int j = 0; j < ny; ++j)
+                for (int i = 0; i < nx; ++i)
+                    raise(i, j, k);
+    }
+}
+
+float crossingMarginFor(const ExportRequest &request)
+{
+    constexpr float smallestLeg =
+        1e-5f; // a corner cut off at this length has a cross product above 1e-10
+    constexpr float largestMargin = 0.25f;
+    const float largest = largestCoordinate(request);
+    const float step = std::nextafter(largest, std::numeric_limits<float>::max()) - largest;
+    return std::min(std::max(smallestLeg, 4.0f * step) / request.cellSize, largestMargin);
+}
+
+} // namespace corvane::xport

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <corvane/eval/DefinitionTable.h>
+#include <corvane/eval/FieldCompiler.h>
+#include <corvane/xport/IChunkProcessor.h>
+
+#include <QMutex>
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace corvane::xport {
+
+/// Samples on the processor, interpreted or natively compiled, and meshes by marching cubes.
+///
+/// processChunk() may run on many threads at once: they share the program, and each borrows an
+/// evaluator and buffers of its own. A point at which the field faults, or is no number, is far
+/// outside; release() then logs the first fault.
+class CpuChunkProcessor : public IChunkProcessor
+{
+public:
+    /// @param definitions  of the nodes in the request, so that pool threads need no registry
+    explicit CpuChunkProcessor(const eval::DefinitionTable &definitions);
+    ~CpuChunkProcessor() override;
+
+    bool initialize(const ExportRequest &request) override;
+    bool processChunk(const ChunkJob &job, const std::atomic_bool &cancelFlag,
+                      QList<mesh::Triangle> &outTriangles, QString &outError) override;
+    void release() override;
+    QString name() const override;
+
+private:
+    struct Lane;
+
+    std::unique_ptr<Lane> borrowLane();
+    void returnLane(std::unique_ptr<Lane> lane);
+    bool sample(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag) const;
+
+    eval::DefinitionTable m_definitions;
+    eval::CompiledField m_field;
+    QVector3D m_origin;
+    float m_crossingMargin = 0.0f;
+    QMutex m_mutex; ///< of the members below
+    std::vector<std::unique_ptr<Lane>> m_lanes;
+    QString m_firstFault;
+};
+
+/// Raises each sample on the flagged faces to at least one cell size, so that the field reads as
+/// outside there and the surface closes within the last cell.
+void applyChunkSeal(std::span<float> samples, int nx, int ny, int nz, unsigned sealFaces,
+                    float cellSize);
+
+/// The share of an edge that crossings keep clear of its ends: a few units in the last place of the
+/// largest coordinate, and enough that no triangle is so small that it counts as degenerate.
+/// Dropping such a triangle would leave a hole.
+float crossingMarginFor(const ExportRequest &request);
+
+} // namespace corvane::xport

@@ -1,0 +1,154 @@
+#include <corvane/xport/ExportPipeline.h>
+
+#include <corvane/eval/DefinitionTable.h>
+#include <corvane/registry/Registry.h>
+#include <corvane/shader/ShaderIndexManager.h>
+#include <corvane/xport/ChunkRunner.h>
+#include <corvane/xport/ChunkScheduler.h>
+#include <corvane/xport/CpuChunkProcessor.h>
+#include <corvane/xport/MeshBuilder.h>
+
+#include <mesh/io/IORegistry.h>
+
+#include <QElapsedTimer>
+#include <QLoggingCategory>
+#include <QScopeGuard>
+#include <QtConcurrentRun>
+
+namespace corvane::xport {
+
+using namespace Qt::StringLiterals;
+
+Q_LOGGING_CATEGORY(lcExport, "ondrel.corvane.export.pipeline", QtWarningMsg)
+
+namespace {
+
+/// The more chunks, the fewer of them are worth a signal.
+constexpr qint64 mostReports = 10000;
+
+eval::DefinitionTable collectDefinitions(const ExportRequest &request)
+{
+    if (request.nodes.isEmpty())
+        return {};
+    const registry::Registry &registry = registry::Registry::instance();
+    shader::ShaderIndexManager indices;
+    indices.rebuildIndices(&registry);
+    return eval::DefinitionTable::collect(request.nodes, registry, indices);
+}
+
+} // namespace
+
+ExportPipeline::ExportPipeline(QObject *parent)
+    : QObject(parent)
+{}
+
+ExportPipeline::~ExportPipeline()
+{
+    cancel();
+    m_worker.waitForFinished();
+}
+
+void ExportPipeline::run(const ExportRequest &request)
+{
+    if (m_active.exchange(true)) {
+        emit errorOccurred(u"Export already in progress"_s);
+        return;
+    }
+    // What is left of the run before is the end of its finished() signal.
+    m_worker.waitForFinished();
+    m_cancelled = false;
+    m_worker = QtConcurrent::run([this, request, definitions = collectDefinitions(request)] {
+        QElapsedTimer timer;
+        timer.start();
+        ExportResult result = execute(request, definitions);
+        result.elapsedSeconds = static_cast<double>(timer.elapsed()) / 1000.0;
+        m_active = false;
+        emit finished(result);
+    });
+}
+
+void ExportPipeline::cancel()
+{
+    m_cancelled = true;
+}
+
+ExportResult ExportPipeline::execute(const ExportRequest &request,
+                                     const eval::DefinitionTable &definitions)
+{
+    if (request.algorithm == static_cast<int>(ExportAlgorithm::Direct))
+        return exportDirect(request);
+    const QString gridError = ChunkScheduler::gridError(request);
+    if (!gridError.isEmpty())
+        return ExportResult::failed(gridError);
+    if (request.autoBounds)
+        qCWarning(lcExport)
+            << "[export] auto-bounds: evaluator unavailable, keeping requested bounds";
+    if (request.algorithm == static_cast<int>(ExportAlgorithm::Volume))
+        return ExportResult::failed(u"Volume export is not available"_s);
+    if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))
+        return ExportResult::failed(u"Octree dual contouring is not available"_s);
+    if (request.backend == static_cast<int>(ExportBackend::Gpu))
+        return ExportResult::failed(u"GPU backend initialization failed"_s);
+    if (request.extractor == static_cast<int>(SurfaceExtractor::DualContouring))
+        return ExportResult::failed(u"Dual contouring is not available"_s);
+    return exportChunks(request, definitions);
+}
+
+ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
+                                          const eval::DefinitionTable &definitions)
+{
+    const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
+    const ChunkScheduler scheduler(request, threads);
+    emit progressChanged(0, scheduler.count());
+    CpuChunkProcessor processor(definitions);
+    const auto release = qScopeGuard([&processor] { processor.release(); });
+    if (!processor.initialize(request))
+        return ExportResult::failed(u"CPU backend initialization failed"_s);
+    ChunkRunner runner(processor, scheduler, m_cancelled,
+                       [this](qint64 done, qint64 total) { reportProgress(done, total); });
+    runner.run(threads);
+    if (m_cancelled)
+        return ExportResult::failed(u"Export cancelled"_s);
+    if (!runner.error().isEmpty())
+        return ExportResult::failed(u"Evaluation error: %1"_s.arg(runner.error()));
+    return MeshBuilder::buildAndSaveMesh(runner.takeTriangles(), request, m_cancelled);
+}
+
+ExportResult ExportPipeline::exportDirect(const ExportRequest &request)
+{
+    if (request.directSourcePath.isEmpty())
+        return ExportResult::failed(u"No source file path for direct export"_s);
+    const auto &formats = ::mesh::io::IORegistry<float>::instance();
+    const auto goOn = [this](qint64, qint64) { return !m_cancelled.load(); };
+    ::mesh::io::ImportOptions importOptions;
+    importOptions.progress = goOn;
+    const auto mesh = formats.load(request.directSourcePath, importOptions);
+    if (m_cancelled)
+        return ExportResult::failed(u"Cancelled"_s);
+    if (!mesh)
+        return ExportResult::failed(u"Failed to load source mesh: %1"_s.arg(mesh.error().message));
+    ::mesh::io::ExportOptions exportOptions;
+    exportOptions.progress = goOn;
+    const auto saved = formats.save(mesh.value(), request.outputPath, exportOptions);
+    if (!saved && m_cancelled)
+        return ExportResult::failed(u"Cancelled"_s);
+    if (!saved)
+        return ExportResult::failed(u"Failed to save mesh: %1"_s.arg(saved.error().message));
+    ExportResult result;
+    result.success = true;
+    for (const auto &element : mesh.value().elements) {
+        result.triangleCount += element.type == ::mesh::ElementType::Triangle ? 1 : 0;
+        result.tetrahedronCount += element.type == ::mesh::ElementType::Tetrahedron ? 1 : 0;
+    }
+    result.vertexCount = mesh.value().vertices.size();
+    return result;
+}
+
+void ExportPipeline::reportProgress(qint64 done, qint64 total)
+{
+    const qint64 step = total / mostReports + 1;
+    if (done % step == 0 || done == total)
+        emit progressChanged(done, total);
+}
+
+} // namespace corvane::xport

@@ -1,0 +1,145 @@
+#include <corvane/xport/MeshBuilder.h>
+
+#include <corvane/xport/PostProcessStep.h>
+
+#include <mesh/io/IORegistry.h>
+#include <mesh/process/VertexMerger.h>
+
+#include <QLoggingCategory>
+
+namespace corvane::xport {
+
+using namespace Qt::StringLiterals;
+using SurfaceMesh = ::mesh::Mesh<float>;
+using Vertex = ::mesh::Vector3<float>;
+
+Q_LOGGING_CATEGORY(lcMeshBuilder, "ondrel.corvane.export.mesh", QtWarningMsg)
+
+namespace {
+
+constexpr float degenerateCrossSquared = 1e-20f;
+
+Vertex vertexOf(const QVector3D &v)
+{
+    return {v.x(), v.y(), v.z()};
+}
+
+bool isUsable(const Vertex &a, const Vertex &b, const Vertex &c)
+{
+    return a.isFinite() && b.isFinite() && c.isFinite() &&
+           !((b - a).cross(c - a).lengthSquared() < degenerateCrossSquared);
+}
+
+using StepFunction = ::mesh::io::Result<void> (*)(SurfaceMesh &, const PostProcessStep &,
+                                                  const ::mesh::io::Progress &);
+
+::mesh::io::Result<void> weld(SurfaceMesh &mesh, const PostProcessStep &step,
+                              const ::mesh::io::Progress &progress)
+{
+    using Merger = ::mesh::process::VertexMerger<float>;
+    const double tolerance = step.hasParameter ? step.parameter : Merger::defaultTolerance;
+    return Merger().process(mesh,
+                            {.parameters = {{u"tolerance"_s, tolerance}}, .progress = progress});
+}
+
+struct StepEntry
+{
+    QLatin1String name;
+    StepFunction run;
+};
+
+/// The steps that this build can run; parsePostProcess knows the names of all.
+constexpr StepEntry stepTable[] = {
+    {"weld"_L1, weld},
+};
+
+const StepEntry *findStep(const QString &name)
+{
+    for (const StepEntry &entry : stepTable) {
+        if (name == entry.name)
+            return &entry;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+SurfaceMesh MeshBuilder::assemble(TriangleChunks &&chunks)
+{
+    SurfaceMesh result;
+    result.name = u"SDF Export"_s;
+    qsizetype total = 0;
+    for (const auto &chunk : std::as_const(chunks))
+        total += chunk.size();
+    result.vertices.reserve(total * 3);
+    result.elements.reserve(total);
+    qsizetype skipped = 0;
+    for (auto &chunk : chunks) {
+        const QList<mesh::Triangle> triangles = std::exchange(chunk, {});
+        for (const mesh::Triangle &triangle : triangles) {
+            const Vertex a = vertexOf(triangle.vertices[0]);
+            const Vertex b = vertexOf(triangle.vertices[1]);
+            const Vertex c = vertexOf(triangle.vertices[2]);
+            if (!isUsable(a, b, c)) {
+                ++skipped;
+                continue;
+            }
+            const int first = static_cast<int>(result.vertices.size());
+            result.vertices << a << b << c;
+            result.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
+        }
+    }
+    if (skipped > 0)
+        qCInfo(lcMeshBuilder) << "Export: skipped" << skipped << "degenerate triangles";
+    return result;
+}
+
+ExportResult MeshBuilder::buildAndSaveMesh(TriangleChunks &&chunks, const ExportRequest &request,
+                                           const std::atomic_bool &cancelFlag)
+{
+    SurfaceMesh mesh = assemble(std::move(chunks));
+    const QString error = postProcess(mesh, request, cancelFlag);
+    if (cancelFlag.load())
+        return ExportResult::failed(u"Export cancelled"_s);
+    if (!error.isEmpty())
+        return ExportResult::failed(error);
+    if (mesh.elements.isEmpty())
+        return ExportResult::failed(u"Export produced no triangles — the source may be hidden or "
+                                    "outside the export bounds"_s);
+    ::mesh::io::ExportOptions options;
+    options.progress = [&cancelFlag](qint64, qint64) { return !cancelFlag.load(); };
+    const auto saved =
+        ::mesh::io::IORegistry<float>::instance().save(mesh, request.outputPath, options);
+    if (!saved && cancelFlag.load())
+        return ExportResult::failed(u"Export cancelled"_s);
+    if (!saved)
+        return ExportResult::failed(u"Failed to save mesh: %1"_s.arg(saved.error().message));
+    ExportResult result;
+    result.success = true;
+    result.triangleCount = mesh.elements.size();
+    result.vertexCount = mesh.vertices.size();
+    return result;
+}
+
+/// @return what went wrong
+QString MeshBuilder::postProcess(SurfaceMesh &mesh, const ExportRequest &request,
+                                 const std::atomic_bool &cancelFlag)
+{
+    const PostProcessPlan plan = parsePostProcess(request.postprocess);
+    if (!plan.error.isEmpty())
+        return plan.error;
+    const auto progress = [&cancelFlag](qint64, qint64) { return !cancelFlag.load(); };
+    for (const PostProcessStep &step : plan.steps) {
+        const StepEntry *entry = findStep(step.name);
+        if (!entry)
+            return u"post-process failed: %1 is not available"_s.arg(step.name);
+        const auto done = entry->run(mesh, step, progress);
+        if (cancelFlag.load())
+            return {};
+        if (!done)
+            return u"post-process failed: %1"_s.arg(done.error().message);
+    }
+    return {};
+}
+
+} // namespace corvane::xport

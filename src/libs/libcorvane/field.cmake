@@ -1,0 +1,28 @@
+# From a compiled scene to a mesh file: the node array, fields, surface extraction, the export pipeline.
+include(${CMAKE_CURRENT_LIST_DIR}/render_sources.cmake)
+
+corvane_library(corvane_field
+    AREAS render eval bv mesh xport
+    SOURCES
+        ${CORVANE_RENDER_SOURCES}
+        corvane/eval/AnalyticGradient.cpp
+        corvane/eval/AnalyticGradientCompiler.cpp
+        corvane/eval/CPUFieldEvaluator.cpp
+        corvane/eval/DefinitionTable.cpp
+        corvane/eval/EvalFieldEvaluator.cpp
+        corvane/eval/FieldCompiler.cpp
+        corvane/eval/FieldTextBuilder.cpp
+        corvane/eval/IFieldEvaluator.cpp
+        corvane/eval/SdfSceneGraphBuilder.cpp
+        corvane/eval/TransformProbe.cpp
+        corvane/mesh/MarchingCubes.cpp
+        corvane/mesh/MarchingCubesTables.cpp
+        corvane/xport/ChunkRunner.cpp
+        corvane/xport/ChunkScheduler.cpp
+        corvane/xport/CpuChunkProcessor.cpp
+        corvane/xport/ExportPipeline.cpp
+        corvane/xport/ExportRequest.cpp
+        corvane/xport/MeshBuilder.cpp
+        corvane/xport/PostProcessStep.cpp
+    LINKS corvane_model mesh eval Qt6::Core Qt6::Gui
+    PRIVATE_LINKS Qt6::Concurrent)
