@@ -21,6 +21,7 @@ class Definition;
 namespace corvane::model {
 
 class SceneVersion1Reader;
+class SceneVersion1Writer;
 
 /// The compiled scene document: a flat map of typed items, variables, settings and materials.
 ///
@@ -78,6 +79,8 @@ public:
     bool hasItemsOfType(const QString &itemType) const;
     /// Null for an unknown name.
     QUuid instanceIdByName(const QString &name) const { return m_items.idByName(name); }
+    /// Grows with every change of any item, signals blocked or not.
+    quint64 itemsRevision() const { return m_items.revision(); }
     QMap<QString, QUuid> nameIndex() const { return m_items.nameIndex(); }
 
     /// Returns the id, a new one when the item's was null. An item that has that id already is
@@ -160,7 +163,10 @@ public:
     VarsetEntry variableEntry(const QString &name) const;
     QStringList variableNames() const { return m_variables.variableNames(); }
     void setVariableEntry(const QString &name, const VarsetEntry &entry);
+    /// The same for several at once, with one varsetChanged().
+    void setVariableEntries(const VarsetEntries &entries);
     void removeVariable(const QString &name);
+    /// False for an unknown name, or a new one that is taken or of another varset.
     bool renameVariable(const QString &oldName, const QString &newName);
     void setNamedVarset(const QString &name, const VarsetEntries &entries);
     void removeNamedVarset(const QString &name);
@@ -238,13 +244,14 @@ signals:
     void animationPlayingChanged(bool playing);
 
 private:
-    friend class SceneVersion1Reader;
+    friend class SceneVersion1Reader; // they carry every member across, and nothing else should
+    friend class SceneVersion1Writer;
+    class SceneVersion1Writer;
 
     bool setTag(const QUuid &id, const QString &tag, bool on);
     bool clearSelectedTags();
     void rootsTouched();
     void varsetTouched();
-    void storeSetting(const QString &path, const QVariant &value);
 
     QString m_name;
     QString m_units = QStringLiteral("mm");

@@ -30,17 +30,17 @@ public:
 
     QVariantMap rawParams() const;
     void setRawParams(const QVariantMap &params);
-    bool hasParameter(const QString &name) const;
+    bool hasParameter(const QString &param) const;
     /// The current value: a literal, or what an expression last gave. Invalid when there is none.
-    QVariant parameter(const QString &name) const;
-    ParameterValue parameterValue(const QString &name) const;
+    QVariant parameter(const QString &param) const;
+    ParameterValue parameterValue(const QString &param) const;
     /// Stores by ParameterValue::fromVariant, so that "=a+1" becomes an expression.
-    void setParameter(const QString &name, const QVariant &value);
+    void setParameter(const QString &param, const QVariant &value);
     /// setParameter() for each entry; parameters that are not named stay.
     void setParameters(const QVariantMap &params);
-    void setLiteral(const QString &name, const QVariant &value);
-    void setExpression(const QString &name, const QString &text, const QVariant &fallback = {});
-    void removeParameter(const QString &name);
+    void setLiteral(const QString &param, const QVariant &value);
+    void setExpression(const QString &param, const QString &text, const QVariant &fallback = {});
+    void removeParameter(const QString &param);
 
     /// The strings of the parameter "children" as they are stored: "@" and a name or an id, or a
     /// bare id.

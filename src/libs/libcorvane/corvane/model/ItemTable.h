@@ -6,6 +6,7 @@
 #include <QList>
 #include <QMap>
 #include <QMultiHash>
+#include <QSet>
 
 namespace corvane::model {
 
@@ -25,6 +26,9 @@ public:
     QUuid idByName(const QString &name) const { return m_nameIndex.value(name); }
     const QMap<QString, QUuid> &nameIndex() const { return m_nameIndex; }
 
+    /// Grows with every change of any item.
+    quint64 revision() const { return m_revision; }
+
     /// Adds the item or replaces the one of its id.
     void put(const SceneItem &item);
     void remove(const QUuid &id);
@@ -41,14 +45,17 @@ public:
     QUuid resolve(const QString &reference) const;
 
 private:
-    void index(const SceneItem &item);
-    void unindex(const SceneItem &item);
+    void indexName(const SceneItem &item);
+    void unindexName(const SceneItem &item);
+    void indexParent(const SceneItem &item);
+    void unindexParent(const SceneItem &item);
     QList<QUuid> sorted(QList<QUuid> ids) const;
 
+    quint64 m_revision = 0;
     QMap<QUuid, SceneItem> m_items;
     QMap<QString, QUuid> m_nameIndex;
     QMultiHash<QString, QUuid> m_namesakes; ///< further holders of a name that is in the index
-    QMultiHash<QUuid, QUuid> m_childIndex;
+    QHash<QUuid, QSet<QUuid>> m_childIndex; ///< under the null id: items with no parent
 };
 
 } // namespace corvane::model

@@ -20,7 +20,6 @@ class VarsetTable
 public:
     const VarsetEntries &entries() const { return m_entries; }
     const QMap<QString, VarsetEntries> &namedVarsets() const { return m_named; }
-    /// The order as it was set, which may lack names or hold unknown ones.
     const QStringList &order() const { return m_order; }
     const QMap<QString, QStringList> &entryOrder() const { return m_entryOrder; }
     VarsetEntries namedVarset(const QString &name) const { return m_named.value(name); }
@@ -41,10 +40,11 @@ public:
     void set(const QString &name, const VarsetEntry &entry);
     /// False when there is no such variable.
     bool remove(const QString &name);
-    /// Within its varset, keeping its place in the order. False when `from` is unknown, or `to`
-    /// empty or taken.
-    /// @param to  the new name without its varset
-    bool rename(const QString &from, const QString &to);
+    /// Renames a variable within its varset, where it keeps its place in the order.
+    /// @param to  with its varset or without it: "size.w" may become "size.width" or "width" alike
+    /// @return the new name as variables are addressed; empty when `from` is unknown, or `to` is
+    ///         empty, taken or of another varset
+    QString rename(const QString &from, const QString &to);
     /// Replaces the entries; the order loses names that are gone and gains the new ones at its end.
     void setNamed(const QString &varset, const VarsetEntries &entries);
     bool removeNamed(const QString &varset);
@@ -52,9 +52,11 @@ public:
     /// entry is unknown or the target has one of that name.
     bool move(const QString &entry, const QString &fromVarset, const QString &toVarset);
 
-    void setEntries(const VarsetEntries &entries) { m_entries = entries; }
-    void setOrder(const QStringList &order);
-    void setEntryOrder(const QMap<QString, QStringList> &order) { m_entryOrder = order; }
+    /// Replaces the unnamed varset. Names that `order` lists twice, or that are no entries, are
+    /// left out of it.
+    void setEntries(const VarsetEntries &entries, const QStringList &order);
+    /// The same for a named one.
+    void setNamed(const QString &varset, const VarsetEntries &entries, const QStringList &order);
 
 private:
     struct Address
@@ -68,11 +70,9 @@ private:
     const VarsetEntry *find(const QString &name) const;
     VarsetEntries &entriesOf(const QString &varset);
     QStringList &orderOf(const QString &varset);
-    void dropIfEmpty(const QString &varset);
 
     VarsetEntries m_entries;
     QStringList m_order;
-    QSet<QString> m_ordered; ///< the names in m_order, so that adding many stays linear
     QMap<QString, VarsetEntries> m_named;
     QMap<QString, QStringList> m_entryOrder;
 };

@@ -1,0 +1,88 @@
+#include <corvane/expr/CompileContext.h>
+
+#include <corvane/expr/BuiltinVariables.h>
+#include <corvane/model/Corvane.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::expr {
+
+bool CompileContext::isKnown(const QString &name) const
+{
+    return variables.contains(name) || builtinNames.contains(name) ||
+           mathConstantNames.contains(name);
+}
+
+ExprType CompileContext::typeOf(const QString &name) const
+{
+    const auto variable = variables.constFind(name);
+    if (variable != variables.cend())
+        return *variable;
+    if (mathConstantNames.contains(name))
+        return ExprType::Float;
+    for (const BuiltinVariable &builtin : builtinVariables()) {
+        if (builtin.name == name)
+            return builtin.type;
+    }
+    return ExprType::Unknown;
+}
+
+bool CompileContext::isScope(const QString &head) const
+{
+    return head == "default"_L1 || head == "math"_L1 || varsetNames.contains(head) ||
+           instanceNames.contains(head);
+}
+
+ExprType typeOfVariable(const model::VarsetEntry &entry)
+{
+    const ExprType ofValue = exprTypeOfValue(entry.value);
+    const ExprType named = exprTypeFromName(entry.type);
+    const bool isVector = ofValue == ExprType::Vec2 || ofValue == ExprType::Vec4;
+    if (named == ExprType::Vec3 && entry.type == "vector"_L1 && isVector)
+        return ofValue;
+    return named == ExprType::Unknown ? ofValue : named;
+}
+
+void bindInstanceNames(CompileContext &context, const model::SceneItem &item)
+{
+    if (item.itemType != model::ItemTypes::Sdf || item.name.isEmpty())
+        return;
+    context.instanceNames.insert(item.name);
+    const QVariantMap params = model::Instance(item).rawParams();
+    for (auto it = params.cbegin(); it != params.cend(); ++it) {
+        const QVariant value = model::ParameterValue::fromVariant(*it).value();
+        const ExprType type = exprTypeOfValue(value);
+        // An expression that has had no value yet: nearly all of them are numbers.
+        context.variables.insert(item.name + u'.' + it.key(),
+                                 type == ExprType::Unknown ? ExprType::Float : type);
+    }
+}
+
+CompileContext buildCompileContext(const model::Corvane &scene)
+{
+    CompileContext context;
+    for (const BuiltinVariable &builtin : builtinVariables())
+        context.builtinNames.append(builtin.name);
+    const QStringList constants = mathConstants().keys();
+    context.mathConstantNames = QSet<QString>(constants.cbegin(), constants.cend());
+
+    const auto items = scene.items();
+    for (const model::SceneItem &item : items)
+        bindInstanceNames(context, item);
+    const auto varsets = scene.namedVarsets();
+    for (auto varset = varsets.cbegin(); varset != varsets.cend(); ++varset) {
+        context.varsetNames.insert(varset.key());
+        for (auto it = varset->cbegin(); it != varset->cend(); ++it)
+            context.variables.insert(varset.key() + u'.' + it.key(), typeOfVariable(*it));
+    }
+    // The unnamed varset last: its names win, also those that have dots.
+    const model::VarsetEntries entries = scene.varsetEntries();
+    for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
+        const ExprType type = typeOfVariable(*it);
+        context.variables.insert(it.key(), type);
+        context.variables.insert(u"default."_s + it.key(), type);
+    }
+    return context;
+}
+
+} // namespace corvane::expr

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <corvane/expr/CompiledExpression.h>
+
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <optional>
+
+namespace corvane::expr {
+
+/// Which expression reads which name. A plain value.
+class ExprGraph
+{
+public:
+    struct Node
+    {
+        QString name;
+        QStringList dependencies;
+        QStringList dependents;
+        CompiledExpression compiled;
+        bool isExpression = false;
+        bool dirty = false;
+        QVariant value;
+    };
+
+    const QMap<QString, Node> &nodes() const { return m_nodes; }
+    bool contains(const QString &name) const { return m_nodes.contains(name); }
+    /// None for an unknown name. Valid until the graph changes.
+    const Node *node(const QString &name) const;
+
+    void clear();
+    /// A node with no expression; one of that name keeps its dependents.
+    void addLeaf(const QString &name, const QVariant &value);
+    /// Replaces the node and links it with what it reads; leaves that are missing are made.
+    void addExpression(const QString &name, const CompiledExpression &compiled);
+    /// A leaf whose expression does not compile; `compiled` tells why.
+    void addFailed(const QString &name, const CompiledExpression &compiled, const QVariant &value);
+    /// Makes `name` stand for `target`: it is computed by no expression, and changes when `target`
+    /// does.
+    void addAlias(const QString &name, const QString &target, const QVariant &value);
+    /// Stores the value of a leaf, made when absent, and marks all that depends on it dirty. A
+    /// value that is the same marks nothing.
+    void updateLeaf(const QString &name, const QVariant &value);
+    /// Unlinks both directions.
+    void removeNode(const QString &name);
+    /// Stores the result of an expression, which is clean then.
+    void setResult(const QString &name, const QVariant &value);
+    /// Marks all that reads a name, directly or not.
+    void markDependentsDirty(const QString &name);
+    /// Gives every expression a program of its own, so that a copy of the graph may go to another
+    /// thread.
+    void detachPrograms();
+
+    /// The expression nodes, each after all that it reads (Kahn's algorithm), in the order of names
+    /// where that leaves a choice. Members of a cycle, and what reads them, are left out.
+    QStringList topologicalOrder() const;
+    /// The expression nodes that are not in topologicalOrder().
+    QStringList detectCycles() const;
+
+private:
+    /// The node of that name, made when absent, linked with nothing that it reads.
+    Node &replaceable(const QString &name);
+    void link(const QString &name, const QStringList &dependencies);
+    void unlinkDependencies(const Node &node);
+
+    QStringList computeOrder() const;
+
+    QMap<QString, Node> m_nodes;
+    mutable std::optional<QStringList> m_order; ///< kept until an expression or a link changes
+};
+
+} // namespace corvane::expr

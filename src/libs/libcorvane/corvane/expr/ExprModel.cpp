@@ -1,0 +1,264 @@
+#include <corvane/expr/ExprModel.h>
+
+#include <corvane/expr/BuiltinVariables.h>
+#include <corvane/expr/ExprCompiler.h>
+#include <corvane/model/Corvane.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::expr {
+
+namespace {
+
+constexpr qsizetype uuidLength = 36;
+
+/// The type that others see of a derived variable. A whole number is a number here too: "half =
+/// count / 2" must not become a division of integers because count's expression happens to give
+/// one.
+ExprType typeOfDerived(const model::VarsetEntry &entry, ExprType result)
+{
+    if (result == ExprType::Int && exprTypeFromName(entry.type) != ExprType::Int)
+        return ExprType::Float;
+    return result;
+}
+
+} // namespace
+
+QString parameterNode(const QUuid &instanceId, const QString &param)
+{
+    return instanceId.toString(QUuid::WithoutBraces) + u'.' + param;
+}
+
+bool splitParameterNode(const QString &node, QUuid &instanceId, QString &param)
+{
+    if (node.size() <= uuidLength || node.at(uuidLength) != u'.')
+        return false;
+    instanceId = QUuid::fromString(QStringView(node).first(uuidLength));
+    param = node.mid(uuidLength + 1);
+    return !instanceId.isNull();
+}
+
+QString nodeLabel(const model::Corvane *scene, const QString &node)
+{
+    QUuid id;
+    QString param;
+    if (!scene || !splitParameterNode(node, id, param))
+        return node;
+    const QString name = scene->item(id).name;
+    return name.isEmpty() ? node : name + u'.' + param;
+}
+
+QMap<QString, ExprModel::VariableShape> variableShapes(const model::Corvane &scene)
+{
+    QMap<QString, ExprModel::VariableShape> shapes;
+    const auto insert = [&shapes](const QString &name, const model::VarsetEntry &entry) {
+        const bool isDerived = !entry.expression.isEmpty();
+        const ExprType type = isDerived ? exprTypeFromName(entry.type) : typeOfVariable(entry);
+        shapes.insert(name, {entry.expression, type});
+    };
+    const auto varsets = scene.namedVarsets();
+    for (auto varset = varsets.cbegin(); varset != varsets.cend(); ++varset) {
+        for (auto it = varset->cbegin(); it != varset->cend(); ++it)
+            insert(varset.key() + u'.' + it.key(), *it);
+    }
+    const auto entries = scene.varsetEntries();
+    for (auto it = entries.cbegin(); it != entries.cend(); ++it)
+        insert(it.key(), *it);
+    return shapes;
+}
+
+ExprModel ExprModelBuilder::build()
+{
+    ExprModel model;
+    model.context = buildCompileContext(m_scene);
+    model.variables = variableShapes(m_scene);
+    for (const BuiltinVariable &builtin : builtinVariables())
+        model.graph.addLeaf(builtin.name, {});
+    addVariables(model);
+    const auto items = m_scene.items();
+    for (const model::SceneItem &item : items) {
+        if (item.itemType == model::ItemTypes::Sdf)
+            addInstance(model, model::Instance(item));
+    }
+    linkParameterNames(model);
+    reportCycles(model);
+    return model;
+}
+
+bool ExprModelBuilder::updateInstance(ExprModel &model, const model::Instance &instance) const
+{
+    bindInstanceNames(model.context, instance);
+    const QString prefix = parameterNode(instance.id, {});
+    const QVariantMap params = instance.rawParams();
+    QStringList gone;
+    const auto &nodes = model.graph.nodes();
+    for (auto it = nodes.lowerBound(prefix); it != nodes.cend() && it.key().startsWith(prefix);
+         ++it) {
+        const QString param = it.key().mid(prefix.size());
+        if (!params.contains(param))
+            gone.append(param);
+    }
+    removeParameters(model, instance, gone);
+    Change change = gone.isEmpty() ? Change::None : Change::Expression;
+    for (auto it = params.cbegin(); it != params.cend(); ++it)
+        change = std::max(change, updateParameter(model, instance, it.key(), *it));
+    if (change == Change::Expression)
+        reportCycles(model);
+    return change != Change::None;
+}
+
+void ExprModelBuilder::addVariables(ExprModel &model) const
+{
+    model::VarsetEntries derived;
+    for (auto it = model.variables.cbegin(); it != model.variables.cend(); ++it) {
+        const model::VarsetEntry entry = m_scene.variableEntry(it.key());
+        if (entry.expression.isEmpty()) {
+            model.graph.addLeaf(it.key(), entry.value);
+        } else {
+            derived.insert(it.key(), entry);
+            // Holds for members of a cycle, whose types nothing settles.
+            ExprType &type = model.context.variables[it.key()];
+            if (type == ExprType::Unknown)
+                type = ExprType::Float;
+        }
+        if (!it.key().contains(u'.'))
+            model.graph.addLeaf(u"default."_s + it.key(), entry.value);
+    }
+
+    const ExprCompiler compiler(model.context);
+    const QStringList order = compileOrder(model, derived);
+    for (const QString &name : order) {
+        const model::VarsetEntry &entry = *derived.constFind(name);
+        const CompiledExpression compiled = compiler.compile(entry.expression);
+        if (!compiled.isValid()) {
+            model.graph.addFailed(name, compiled, entry.value);
+            model.errors.insert(name, compiled.errors.value(0).message);
+            continue;
+        }
+        model.context.variables[name] = typeOfDerived(entry, compiled.resultType);
+        model.graph.addExpression(name, compiled);
+        model.varsetExpressions.insert(name);
+    }
+}
+
+QStringList ExprModelBuilder::compileOrder(const ExprModel &model,
+                                           const model::VarsetEntries &derived) const
+{
+    const ExprCompiler compiler(model.context);
+    ExprGraph reads;
+    for (auto it = derived.cbegin(); it != derived.cend(); ++it) {
+        CompiledExpression scanned;
+        scanned.dependencies = compiler.dependencies(it->expression);
+        reads.addExpression(it.key(), scanned);
+    }
+    return reads.topologicalOrder() + reads.detectCycles();
+}
+
+void ExprModelBuilder::addInstance(ExprModel &model, const model::Instance &instance) const
+{
+    // Of items that share a name, the name means the one that the document finds by it.
+    const bool isNamed =
+        !instance.name.isEmpty() && m_scene.instanceIdByName(instance.name) == instance.id;
+    const QVariantMap params = instance.rawParams();
+    for (auto it = params.cbegin(); it != params.cend(); ++it) {
+        const QString node = parameterNode(instance.id, it.key());
+        const auto parameter = model::ParameterValue::fromVariant(*it);
+        const QString name = instance.name + u'.' + it.key();
+        if (isNamed && !model.variables.contains(name))
+            model.parameterNodes.insert(name, node);
+        if (!parameter.isExpression()) {
+            model.graph.addLeaf(node, parameter.literal);
+            continue;
+        }
+        const CompiledExpression compiled =
+            ExprCompiler(model.context).compile(parameter.expression);
+        if (compiled.isValid()) {
+            model.graph.addExpression(node, compiled);
+        } else {
+            model.graph.addFailed(node, compiled, parameter.fallback);
+            model.errors.insert(node, compiled.errors.value(0).message);
+        }
+    }
+}
+
+ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
+                                                           const model::Instance &instance,
+                                                           const QString &param,
+                                                           const QVariant &stored) const
+{
+    const QString node = parameterNode(instance.id, param);
+    const auto parameter = model::ParameterValue::fromVariant(stored);
+    const ExprGraph::Node *known = model.graph.node(node);
+    if (!known) {
+        const QString name = instance.name + u'.' + param;
+        if (!instance.name.isEmpty() && !model.variables.contains(name))
+            model.parameterNodes.insert(name, node);
+    }
+    if (!parameter.isExpression()) {
+        const bool wasExpression = known && known->isExpression;
+        if (known && known->compiled.source.isEmpty() && known->value == parameter.literal)
+            return Change::None;
+        model.errors.remove(node);
+        model.graph.addLeaf(node, parameter.literal);
+        model.graph.markDependentsDirty(node);
+        return wasExpression ? Change::Expression : Change::Value;
+    }
+    if (known && known->compiled.source == parameter.expression)
+        return Change::None;
+    model.errors.remove(node);
+    const CompiledExpression compiled = ExprCompiler(model.context).compile(parameter.expression);
+    if (compiled.isValid()) {
+        model.graph.addExpression(node, compiled);
+        linkParameterNames(model, compiled.dependencies);
+    } else {
+        model.graph.addFailed(node, compiled, parameter.fallback);
+        model.errors.insert(node, compiled.errors.value(0).message);
+    }
+    model.graph.markDependentsDirty(node);
+    return Change::Expression;
+}
+
+void ExprModelBuilder::removeParameters(ExprModel &model, const model::Instance &instance,
+                                        const QStringList &gone) const
+{
+    for (const QString &param : gone) {
+        const QString node = parameterNode(instance.id, param);
+        const QString name = instance.name + u'.' + param;
+        model.graph.markDependentsDirty(node);
+        model.graph.removeNode(node);
+        model.errors.remove(node);
+        if (model.parameterNodes.value(name) == node) {
+            model.parameterNodes.remove(name);
+            model.context.variables.remove(name);
+        }
+    }
+}
+
+void ExprModelBuilder::linkParameterNames(ExprModel &model) const
+{
+    QSet<QString> read;
+    for (const ExprGraph::Node &node : model.graph.nodes())
+        read.unite(QSet<QString>(node.dependencies.cbegin(), node.dependencies.cend()));
+    linkParameterNames(model, read.values());
+}
+
+void ExprModelBuilder::linkParameterNames(ExprModel &model, const QStringList &names) const
+{
+    for (const QString &name : names) {
+        const auto node = model.parameterNodes.constFind(name);
+        if (node != model.parameterNodes.cend())
+            model.graph.addAlias(name, *node, {});
+    }
+}
+
+void ExprModelBuilder::reportCycles(ExprModel &model) const
+{
+    const QStringList cyclic = model.graph.detectCycles();
+    if (cyclic.isEmpty())
+        model.errors.remove({});
+    else
+        model.errors.insert(
+            {}, u"Circular dependency involving '%1'"_s.arg(nodeLabel(&m_scene, cyclic.first())));
+}
+
+} // namespace corvane::expr

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <corvane/expr/CompileContext.h>
+#include <corvane/expr/ExprGraph.h>
+#include <corvane/model/VarsetTable.h>
+
+#include <QHash>
+#include <QMap>
+#include <QSet>
+#include <QString>
+#include <QUuid>
+
+namespace corvane::model {
+class Corvane;
+class Instance;
+} // namespace corvane::model
+
+namespace corvane::expr {
+
+/// All expressions of a scene, compiled and linked. A plain value.
+struct ExprModel
+{
+    /// What of a variable the graph depends on: its value may change under it, this may not.
+    struct VariableShape
+    {
+        QString expression;
+        ExprType type = ExprType::Unknown;
+
+        bool operator==(const VariableShape &) const = default;
+    };
+
+    CompileContext context;
+    ExprGraph graph;
+    QSet<QString> varsetExpressions;        ///< nodes that are derived variables
+    QHash<QString, QString> parameterNodes; ///< "InstanceName.param" to the parameter's node
+    QMap<QString, VariableShape> variables; ///< by the name that addresses them
+    QMap<QString, QString> errors;          ///< what does not compile, by node; a cycle under ""
+};
+
+/// The graph's node of a parameter: the uuid without braces, a dot, the name.
+QString parameterNode(const QUuid &instanceId, const QString &param);
+/// Back from it; false for a node that is none.
+bool splitParameterNode(const QString &node, QUuid &instanceId, QString &param);
+/// A node as a user knows it: parameters as "InstanceName.param".
+QString nodeLabel(const model::Corvane *scene, const QString &node);
+
+/// What ExprModel::variables would be for the scene as it is now.
+QMap<QString, ExprModel::VariableShape> variableShapes(const model::Corvane &scene);
+
+/// Makes models of scenes, and keeps one in step with a single item.
+///
+/// Derived variables are compiled in the order in which they read each other, so that the type of
+/// one that names none is what its expression gives. Linear in the scene, up to the ordering of
+/// names.
+class ExprModelBuilder
+{
+public:
+    explicit ExprModelBuilder(const model::Corvane &scene)
+        : m_scene(scene)
+    {}
+
+    ExprModel build();
+    /// Brings a model to the parameters that an item has now. True when any of them changed.
+    bool updateInstance(ExprModel &model, const model::Instance &instance) const;
+
+private:
+    enum class Change { None, Value, Expression };
+
+    void addVariables(ExprModel &model) const;
+    QStringList compileOrder(const ExprModel &model, const model::VarsetEntries &derived) const;
+    void addInstance(ExprModel &model, const model::Instance &instance) const;
+    Change updateParameter(ExprModel &model, const model::Instance &instance, const QString &param,
+                           const QVariant &stored) const;
+    void removeParameters(ExprModel &model, const model::Instance &instance,
+                          const QStringList &gone) const;
+    void linkParameterNames(ExprModel &model) const;
+    void linkParameterNames(ExprModel &model, const QStringList &names) const;
+    void reportCycles(ExprModel &model) const;
+
+    const model::Corvane &m_scene;
+};
+
+} // namespace corvane::expr

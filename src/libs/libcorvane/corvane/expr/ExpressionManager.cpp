@@ -1,0 +1,378 @@
+#include <corvane/expr/ExpressionManager.h>
+
+#include <corvane/expr/BuiltinVariables.h>
+#include <corvane/expr/ExprCompiler.h>
+#include <corvane/expr/NameScanner.h>
+#include <corvane/model/Corvane.h>
+#include <corvane/model/PlainValue.h>
+
+#include <QLoggingCategory>
+#include <QScopedValueRollback>
+#include <QVector2D>
+#include <QVector4D>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::expr {
+
+Q_LOGGING_CATEGORY(lcExpr, "ondrel.expr", QtWarningMsg)
+
+namespace {
+
+constexpr int emissionsPerLogLine = 60;
+
+bool isFinite(const QVariant &value)
+{
+    const QVariant plain = model::plainForFile(value);
+    if (plain.typeId() == QMetaType::QVariantList) {
+        const QVariantList list = plain.toList();
+        return std::all_of(list.cbegin(), list.cend(), isFinite);
+    }
+    return plain.typeId() != QMetaType::Double || std::isfinite(plain.toDouble());
+}
+
+/// The fields of an item that parameters of the same name drive.
+void driveTransform(model::Instance &instance, const QString &param, const QVariant &value)
+{
+    if (value.typeId() != QMetaType::QVector3D)
+        return;
+    const auto vector = value.value<QVector3D>();
+    if (param == "translate"_L1)
+        instance.translate = vector;
+    else if (param == "rotate"_L1)
+        instance.rotate = vector;
+    else if (param == "scale"_L1)
+        instance.scale = vector;
+}
+
+} // namespace
+
+ExpressionManager::ExpressionManager() = default;
+
+ExpressionManager::ExpressionManager(model::Corvane *scene, QObject *parent)
+    : QObject(parent)
+    , m_scene(scene)
+{
+    using model::Corvane;
+    connect(scene, &Corvane::varsetChanged, this, &ExpressionManager::onVarsetChanged);
+    connect(scene, &Corvane::instanceUpdated, this, &ExpressionManager::onInstanceUpdated);
+    connect(scene, &Corvane::sceneSettingsChanged, this,
+            &ExpressionManager::onSceneSettingsChanged);
+    connect(scene, &Corvane::instanceRenamed, this,
+            [this](const QUuid &, const QString &oldName, const QString &newName) {
+                rewriteAll(oldName, newName, RenamedKind::Instance);
+            });
+    connect(scene, &Corvane::variableRenamed, this,
+            [this](const QString &oldName, const QString &newName) {
+                rewriteAll(oldName, newName, RenamedKind::Variable);
+            });
+    rebuildGraph();
+}
+
+ExpressionManager::~ExpressionManager() = default;
+
+void ExpressionManager::rebuildGraph()
+{
+    if (!m_scene)
+        return;
+    m_model = ExprModelBuilder(*m_scene).build();
+    m_builtRevision = m_scene->itemsRevision();
+}
+
+void ExpressionManager::evaluateAll()
+{
+    if (m_evaluating)
+        return;
+    if (m_scene && (m_builtRevision != m_scene->itemsRevision() ||
+                    m_model.variables != variableShapes(*m_scene)))
+        rebuildGraph();
+    evaluate(false);
+}
+
+QStringList ExpressionManager::errors() const
+{
+    QStringList all;
+    for (const auto *errors : {&m_model.errors, &m_evaluationErrors}) {
+        for (auto it = errors->cbegin(); it != errors->cend(); ++it)
+            all.append(it.key().isEmpty() ? *it : label(it.key()) + u": "_s + *it);
+    }
+    return all;
+}
+
+QVariant ExpressionManager::value(const QString &name) const
+{
+    const QVariant named = m_evaluator.values().value(name);
+    if (named.isValid())
+        return named;
+    const ExprGraph::Node *node = m_model.graph.node(name);
+    return node ? node->value : QVariant();
+}
+
+void ExpressionManager::setValue(const QString &name, const QVariant &value)
+{
+    m_model.graph.updateLeaf(name, value);
+    m_evaluator.setVariable(name, value);
+}
+
+CompiledExpression ExpressionManager::compile(const QString &text) const
+{
+    return ExprCompiler(m_model.context).compile(text);
+}
+
+QList<ExpressionReference> ExpressionManager::referencesTo(const QString &name) const
+{
+    QList<ExpressionReference> references;
+    const ExprGraph::Node *read = m_model.graph.node(name);
+    const QStringList dependents = read ? read->dependents : QStringList();
+    for (const QString &dependent : dependents) {
+        const ExprGraph::Node *node = m_model.graph.node(dependent);
+        ExpressionReference reference{{}, dependent, node->compiled.source};
+        splitParameterNode(dependent, reference.instanceId, reference.paramName);
+        if (node->isExpression)
+            references.append(reference);
+    }
+    return references;
+}
+
+void ExpressionManager::propagateRename(const QString &oldName, const QString &newName)
+{
+    rewriteAll(oldName, newName, RenamedKind::Any);
+}
+
+bool ExpressionManager::needsQuoting(const QString &name)
+{
+    return !isPlainIdentifier(name);
+}
+
+std::unique_ptr<ExpressionManager> ExpressionManager::cloneForWorker() const
+{
+    std::unique_ptr<ExpressionManager> clone(new ExpressionManager);
+    clone->m_model = m_model;
+    clone->m_model.graph.detachPrograms();
+    clone->m_evaluator = m_evaluator;
+    return clone;
+}
+
+QString ExpressionManager::nodeId(const QUuid &instanceId, const QString &param)
+{
+    return parameterNode(instanceId, param);
+}
+
+void ExpressionManager::onVarsetChanged()
+{
+    evaluateAll();
+}
+
+void ExpressionManager::onSceneSettingsChanged()
+{
+    evaluateAll();
+}
+
+void ExpressionManager::onInstanceUpdated(const QUuid &id)
+{
+    if (m_evaluating || !m_scene->hasItem(id))
+        return;
+    const model::Instance instance = m_scene->instance(id);
+    if (instance.itemType != model::ItemTypes::Sdf)
+        return;
+    // When other items changed without a word, the next full evaluation still has to compile all
+    // anew.
+    if (m_scene->itemsRevision() == m_builtRevision + 1)
+        ++m_builtRevision;
+    if (!ExprModelBuilder(*m_scene).updateInstance(m_model, instance))
+        return;
+    takeParameters(instance);
+    evaluate(true);
+}
+
+void ExpressionManager::rewriteAll(const QString &oldName, const QString &newName, RenamedKind kind)
+{
+    if (!m_scene || oldName.isEmpty() || oldName == newName)
+        return;
+    {
+        const QScopedValueRollback guard(m_evaluating, true);
+        const auto rewritten = [&](const QString &text) {
+            return rewriteName(text, oldName, newName, kind, m_model.context);
+        };
+        model::VarsetEntries variables;
+        const auto shapes = variableShapes(*m_scene);
+        for (auto it = shapes.cbegin(); it != shapes.cend(); ++it) {
+            model::VarsetEntry entry = m_scene->variableEntry(it.key());
+            entry.expression = rewritten(entry.expression);
+            variables.insert(it.key(), entry);
+        }
+        m_scene->setVariableEntries(variables);
+        const auto items = m_scene->items();
+        for (const model::SceneItem &item : items) {
+            if (item.itemType != model::ItemTypes::Sdf)
+                continue;
+            model::Instance instance(item);
+            const QVariantMap params = instance.rawParams();
+            for (auto it = params.cbegin(); it != params.cend(); ++it) {
+                const auto parameter = model::ParameterValue::fromVariant(*it);
+                if (parameter.isExpression())
+                    instance.setExpression(it.key(), rewritten(parameter.expression),
+                                           parameter.fallback);
+            }
+            if (instance.rawParams() != params)
+                m_scene->updateItem(instance);
+        }
+    }
+    rebuildGraph();
+    evaluateAll();
+}
+
+void ExpressionManager::takeValues()
+{
+    bindBuiltinCpuValues(m_evaluator.values(), *m_scene);
+    bindMathConstants(m_evaluator.values());
+    for (const BuiltinVariable &builtin : builtinVariables()) {
+        if (builtin.cpuValue)
+            m_model.graph.updateLeaf(builtin.name, m_evaluator.values().value(builtin.name));
+    }
+    for (auto it = m_model.variables.cbegin(); it != m_model.variables.cend(); ++it)
+        takeVariable(it.key(), m_scene->variableEntry(it.key()));
+    const auto items = m_scene->items();
+    for (const model::SceneItem &item : items) {
+        if (item.itemType == model::ItemTypes::Sdf)
+            takeParameters(model::Instance(item));
+    }
+}
+
+void ExpressionManager::takeVariable(const QString &name, const model::VarsetEntry &entry)
+{
+    if (!m_model.varsetExpressions.contains(name))
+        m_model.graph.updateLeaf(name, entry.value);
+    setVariable(name, entry.value);
+}
+
+void ExpressionManager::setVariable(const QString &name, const QVariant &value)
+{
+    m_evaluator.setVariable(name, value);
+    if (name.contains(u'.'))
+        return;
+    const QString alias = u"default."_s + name;
+    m_evaluator.setVariable(alias, value);
+    m_model.graph.updateLeaf(alias, value);
+}
+
+void ExpressionManager::takeParameters(const model::Instance &instance)
+{
+    const QVariantMap params = instance.rawParams();
+    for (auto it = params.cbegin(); it != params.cend(); ++it) {
+        const QString node = parameterNode(instance.id, it.key());
+        const QVariant value = model::ParameterValue::fromVariant(*it).value();
+        const ExprGraph::Node *known = m_model.graph.node(node);
+        if (known && !known->isExpression)
+            m_model.graph.updateLeaf(node, value);
+        nameParameterValue(node, value);
+    }
+}
+
+void ExpressionManager::nameParameterValue(const QString &node, const QVariant &value)
+{
+    const ExprGraph::Node *known = m_model.graph.node(node);
+    const QStringList dependents = known ? known->dependents : QStringList();
+    for (const QString &dependent : dependents) {
+        if (!m_model.graph.node(dependent)->isExpression)
+            m_evaluator.setVariable(dependent, value);
+    }
+}
+
+void ExpressionManager::evaluate(bool onlyDirty)
+{
+    const QScopedValueRollback guard(m_evaluating, true);
+    const QStringList errorsBefore = errors();
+    if (!onlyDirty) {
+        m_evaluationErrors.clear();
+        if (m_scene)
+            takeValues();
+    }
+    ChangedInstances changed;
+    const QStringList order = m_model.graph.topologicalOrder();
+    for (const QString &node : order) {
+        if (!onlyDirty || m_model.graph.node(node)->dirty)
+            evaluateNode(node, changed);
+    }
+    writeBack(changed);
+    emit evaluationComplete();
+    if (errors() != errorsBefore)
+        emit errorsChanged();
+}
+
+void ExpressionManager::evaluateNode(const QString &node, ChangedInstances &changed)
+{
+    const bool isVariable = m_model.varsetExpressions.contains(node);
+    QString error;
+    const QVariant value = m_evaluator.evaluate(m_model.graph.node(node)->compiled, error);
+    if (error.isEmpty() && !isVariable && !isFinite(value))
+        error = u"the value is not finite"_s;
+    if (!error.isEmpty()) {
+        m_evaluationErrors.insert(node, error);
+        return;
+    }
+    m_evaluationErrors.remove(node);
+    m_model.graph.setResult(node, value);
+    if (isVariable)
+        storeVariable(node, value);
+    else
+        storeParameter(node, value, changed);
+}
+
+void ExpressionManager::storeVariable(const QString &name, const QVariant &value)
+{
+    setVariable(name, value);
+    // Infinity may pass from one expression to another, but no file could hold it.
+    if (m_scene && isFinite(value))
+        m_scene->storeEvaluatedVariable(name, value);
+    countEmission(name);
+    emit varsetEntryEvaluated(name, value);
+}
+
+void ExpressionManager::storeParameter(const QString &node, const QVariant &value,
+                                       ChangedInstances &changed)
+{
+    nameParameterValue(node, value);
+    QUuid id;
+    QString param;
+    if (!m_scene || !splitParameterNode(node, id, param) || !m_scene->hasItem(id))
+        return;
+    const auto known = changed.constFind(id);
+    model::Instance instance = known == changed.cend() ? m_scene->instance(id) : *known;
+    const model::Instance before = instance;
+    model::ParameterValue parameter = instance.parameterValue(param);
+    if (model::plainForFile(parameter.fallback) != model::plainForFile(value)) {
+        parameter.fallback = value;
+        instance.setParameter(param, QVariant::fromValue(parameter));
+    }
+    driveTransform(instance, param, value);
+    if (instance != before)
+        changed.insert(id, instance);
+}
+
+void ExpressionManager::writeBack(const ChangedInstances &changed)
+{
+    if (!m_scene)
+        return;
+    const bool wasInStep = m_builtRevision == m_scene->itemsRevision();
+    for (const model::Instance &instance : changed)
+        m_scene->updateItem(instance);
+    if (wasInStep)
+        m_builtRevision = m_scene->itemsRevision();
+}
+
+void ExpressionManager::countEmission(const QString &name)
+{
+    const int count = ++m_emissions[name];
+    if (count == 1 || count % emissionsPerLogLine == 0)
+        qCDebug(lcExpr) << "[ExprMgr] varsetEntryEvaluated" << name << "emit#" << count;
+}
+
+QString ExpressionManager::label(const QString &node) const
+{
+    return nodeLabel(m_scene, node);
+}
+
+} // namespace corvane::expr

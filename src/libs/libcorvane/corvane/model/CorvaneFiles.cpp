@@ -1,0 +1,68 @@
+// Loading and saving a document.
+#include <corvane/model/Corvane.h>
+
+#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/model/Logging.h>
+#include <corvane/model/SceneVersion1Reader.h>
+#include <corvane/model/SceneVersion1Writer.h>
+#include <corvane/yaml/YamlSerializer.h>
+#include <store/SafeFile.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::model {
+
+namespace {
+
+yaml::YamlSerializer::Options fileStyle()
+{
+    yaml::YamlSerializer::Options options;
+    options.indentSize = 2;
+    options.sortKeys = false;
+    options.compactLists = true;
+    options.maxCompactListSize = 4;
+    options.lossless = true;
+    return options;
+}
+
+} // namespace
+
+QSharedPointer<Corvane> Corvane::loadFromFile(const QString &path, QObject *parent)
+{
+    const ParseResult result = CorvaneDSLParser::parseFile(path, parent);
+    for (const QString &warning : result.warnings)
+        qCWarning(lcModel).noquote() << "Parse warning:" << warning;
+    for (const auto &error : result.errors)
+        qCWarning(lcModel).noquote() << "Parse error:" << error.toString();
+    if (!result.ok())
+        return {};
+    result.scene->registerFileScopedDefinitions();
+    return result.scene;
+}
+
+bool Corvane::saveToFile(const QString &path) const
+{
+    const QString text = yaml::YamlSerializer(fileStyle()).serializeMap(toVariantMap());
+    QString error;
+    if (store::writeFile(path, text.toUtf8(), &error))
+        return true;
+    qCWarning(lcModel).noquote() << "Corvane::saveToFile: cannot write" << path << "-" << error;
+    return false;
+}
+
+QVariantMap Corvane::toVariantMap() const
+{
+    return SceneVersion1Writer(*this).write();
+}
+
+QSharedPointer<Corvane> Corvane::fromVariantMap(const QVariantMap &map, QObject *parent)
+{
+    SceneVersion1Reader reader(map);
+    auto scene = reader.read(parent);
+    const QStringList warnings = reader.warnings();
+    for (const QString &warning : warnings)
+        qCWarning(lcModel).noquote() << "Parse warning:" << warning;
+    return scene;
+}
+
+} // namespace corvane::model

@@ -1,0 +1,94 @@
+#include <corvane/model/SceneItemView.h>
+
+#include <corvane/model/Instance.h>
+#include <corvane/model/PlainValue.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::model {
+
+namespace {
+
+constexpr float defaultFovDegrees = 45.0f;
+constexpr float defaultNearPlane = 0.1f;
+constexpr float defaultFarPlane = 1000.0f;
+constexpr float defaultOrthoSize = 10.0f;
+
+} // namespace
+
+QString SceneItemView::definitionId() const
+{
+    return m_item.itemType == ItemTypes::Sdf ? Instance(m_item).definitionId() : QString();
+}
+
+bool SceneItemView::isContainer() const
+{
+    return m_item.itemType == ItemTypes::Group || m_item.itemType == ItemTypes::SdfDomain;
+}
+
+float SceneItemView::number(const QString &key, float defaultValue) const
+{
+    return readFloat(m_item.typeData.value(key)).value_or(defaultValue);
+}
+
+QString MeshItemView::sourcePath() const
+{
+    return m_item.typeData.value(u"sourcePath"_s).toString();
+}
+
+QString TetVolumeItemView::sourcePath() const
+{
+    return m_item.typeData.value(u"sourcePath"_s).toString();
+}
+
+float CameraItemView::fovDegrees() const
+{
+    return number(u"fovDegrees"_s, defaultFovDegrees);
+}
+
+float CameraItemView::nearPlane() const
+{
+    return number(u"nearPlane"_s, defaultNearPlane);
+}
+
+float CameraItemView::farPlane() const
+{
+    return number(u"farPlane"_s, defaultFarPlane);
+}
+
+float CameraItemView::orthoSize() const
+{
+    return number(u"orthoSize"_s, defaultOrthoSize);
+}
+
+void MeshItemEditor::setSourcePath(const QString &path)
+{
+    m_item.typeData.insert(u"sourcePath"_s, path);
+}
+
+bool CameraItemEditor::setFovDegrees(float degrees)
+{
+    if (!(degrees > 0.0f && degrees < 180.0f))
+        return false;
+    m_item.typeData.insert(u"fovDegrees"_s, degrees);
+    return true;
+}
+
+bool CameraItemEditor::setPlanes(float nearPlane, float farPlane)
+{
+    if (!(nearPlane > 0.0f && farPlane > nearPlane && std::isfinite(farPlane)))
+        return false;
+    m_item.typeData.insert(u"nearPlane"_s, nearPlane);
+    m_item.typeData.insert(u"farPlane"_s, farPlane);
+    return true;
+}
+
+bool CameraItemEditor::setOrthoSize(float size)
+{
+    if (!(size > 0.0f && std::isfinite(size)))
+        return false;
+    m_item.typeData.insert(u"orthoSize"_s, size);
+    return true;
+}
+
+} // namespace corvane::model

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QSharedPointer>
+#include <QString>
+#include <QStringList>
+#include <QUuid>
+#include <QVariant>
+
+class QObject;
+
+namespace corvane::model {
+
+class Corvane;
+struct SceneItem;
+
+/// Makes a document of the map of a version 1 file.
+///
+/// Nothing in a map makes it fail: what is not understood is kept for the next save, and a
+/// reference that names nothing is dropped with a warning. An item without an id gets one that
+/// depends on its key alone, so that a file is the same scene, in the same order, every time it is
+/// read.
+class SceneVersion1Reader
+{
+public:
+    explicit SceneVersion1Reader(const QVariantMap &file);
+
+    QSharedPointer<Corvane> read(QObject *parent = nullptr);
+    /// What was dropped, and ids that occurred twice: at most a hundred lines, and one that counts
+    /// the rest.
+    QStringList warnings() const { return m_warnings; }
+
+private:
+    struct ItemEntry;
+
+    void readVariables();
+    void readDefinitions();
+    void readMaterials();
+    void readItems();
+    QList<ItemEntry> itemEntries(const QVariantMap &items);
+    void assignIds(QList<ItemEntry> &entries);
+    SceneItem readItem(const ItemEntry &entry) const;
+    void dropDanglingReferences();
+    bool dropDanglingParent(SceneItem &item);
+    bool dropDanglingChildren(SceneItem &item);
+    void cutParentCycles();
+    void readRoots();
+    void adoptCatalogueMaterials();
+    void keepOtherKeys();
+    void warn(const QString &text);
+
+    QVariantMap m_block;
+    QSharedPointer<Corvane> m_scene; ///< while read() runs
+    QStringList m_warnings;
+    qsizetype m_dropped = 0; ///< warnings in all, those left out of the list included
+};
+
+} // namespace corvane::model
