@@ -7,6 +7,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <atomic>
 #include <memory>
 #include <span>
 
@@ -20,9 +21,10 @@ enum class Backend { Interpreted = 0, Native = 1, Gpu = 2, Auto = 3 };
 namespace internal {
 class CompiledProgram;
 class EvaluationState;
-}
+} // namespace internal
 
-/// The evaluation of one program on one thread: its own slot values and scratch over shared, read-only code.
+/// The evaluation of one program on one thread: its own slot values and scratch over shared,
+/// read-only code.
 ///
 /// Movable, not copyable. Keeps the compiled code alive. No call takes a lock.
 class ThreadCopy
@@ -36,11 +38,16 @@ public:
 
     /// Converts to the slot's declared type; an unknown handle is ignored.
     void set(Handle handle, const QVariant &value);
-    /// Sets a float or float vector slot from its components. The offset behind a handle is found once,
-    /// so that this costs a copy of the floats. Handles of other types are ignored.
+    /// Sets a float or float vector slot from its components. The offset behind a handle is found
+    /// once, so that this costs a copy of the floats. Handles of other types are ignored.
     void setFloats(Handle handle, std::span<const float> components);
     /// Binds an array slot to a borrowed span that must stay valid during evaluation.
     void bindArray(Handle handle, std::span<const float> values);
+
+    /// While `*cancelled` is true evaluations fail soon with the one diagnostic "evaluation
+    /// cancelled": the flag is read every few hundred loop rounds and calls. It must outlive the
+    /// copy; null (the default) takes it away.
+    void setCancelFlag(const std::atomic_bool *cancelled);
 
     /// Fails when any diagnostic was recorded; the faulty expression then reads as float zero.
     Result<void> evaluate();
@@ -56,18 +63,21 @@ public:
     /// @param xs   count x coordinates; y and z are the same for all
     /// @param out  count values of `output`; a point whose evaluation faults gets `failed`
     /// @return false when any point faulted; firstFault() then tells the first
+    /// Afterwards `input` holds the last point; what the outputs hold is unspecified.
     bool evaluateRow(Handle input, std::span<const float> xs, float y, float z, Handle output,
                      std::span<float> out, float failed);
     /// The first diagnostic of the last evaluateQuick() or evaluateRow() that returned false.
     Diagnostic firstFault() const;
 
 private:
+    friend class Program; // a batch runs on the program's own copy
     std::unique_ptr<internal::EvaluationState> m_state;
 };
 
 /// A compiled graph. Copies share the compiled code; a copy's slot values are its own.
 ///
-/// evaluate() changes the slots and belongs to one thread; threadCopy() gives other threads their own.
+/// evaluate() changes the slots and belongs to one thread; threadCopy() gives other threads their
+/// own.
 class Program
 {
 public:
@@ -93,10 +103,11 @@ public:
     Type slotType(Handle handle) const;
     Handle handleOf(const QString &name) const;
 
-    /// Evaluates `count` elements from flat spans. Element i reads its inputs, packed in declaration order by
-    /// slotFloatWidth, at input[i * stride] and writes its outputs, packed likewise, at output[i * outputFloats].
-    Result<void> evaluateBatch(std::span<const float> input, std::span<float> output, qsizetype count,
-                               qsizetype stride);
+    /// Evaluates `count` elements from flat spans. Element i reads its inputs, packed in
+    /// declaration order by slotFloatWidth, at input[i * stride] and writes its outputs, packed
+    /// likewise, at output[i * outputFloats].
+    Result<void> evaluateBatch(std::span<const float> input, std::span<float> output,
+                               qsizetype count, qsizetype stride);
 
     ThreadCopy threadCopy() const;
 

@@ -1,0 +1,363 @@
+#include <eval/internal/EvaluationState.h>
+
+#include <eval/internal/BackendCode.h>
+
+#include <bit>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace eval::internal {
+
+namespace {
+
+/// A batch of millions of faulty elements says what is wrong once, not millions of times.
+constexpr qsizetype batchDiagnosticLimit = 64;
+
+int settableFloatLanes(Type type)
+{
+    const bool isFloatVector =
+        type == Type::Float || type == Type::Vec2 || type == Type::Vec3 || type == Type::Vec4;
+    return isFloatVector ? laneCount(type) : 0;
+}
+
+/// The floats that a value takes in a flat buffer, see slotFloatWidth().
+void packValue(const Value &value, std::span<float> floats)
+{
+    for (size_t i = 0; i < floats.size() && i < Value::cellCount; ++i)
+        floats[i] = value.floatLane(static_cast<int>(i));
+}
+
+Value unpackValue(Type type, std::span<const float> floats)
+{
+    Value value = Value::zero(type);
+    for (size_t i = 0; i < floats.size() && i < static_cast<size_t>(laneCount(type)); ++i)
+        value.setLane(static_cast<int>(i), static_cast<double>(floats[i]));
+    return value;
+}
+
+template<class Float>
+std::span<Float> slotFloats(std::span<Float> buffer, const SlotBinding &binding)
+{
+    return buffer.subspan(static_cast<size_t>(binding.floatOffset),
+                          static_cast<size_t>(slotFloatWidth(binding.type)));
+}
+
+} // namespace
+
+EvaluationState::EvaluationState(QSharedPointer<const CompiledProgram> program)
+    : m_program(std::move(program))
+    , m_lowered(m_program->lowered.data())
+    , m_inputCount(static_cast<int>(m_program->inputs.size()))
+{
+    if (m_lowered) {
+        m_registers.resize(m_lowered->registerCount);
+        std::ranges::copy(m_lowered->constants, m_registers.begin() + m_lowered->firstConstant);
+    }
+    for (const QList<SlotBinding> *side : {&m_program->inputs, &m_program->outputs}) {
+        for (const SlotBinding &binding : *side) {
+            const auto index = m_slots.size();
+            Slot slot;
+            slot.binding = &binding;
+            slot.value = defaultValue(binding.type, binding.structName, m_program->structs);
+            slot.value.elementType = binding.elementType;
+            if (side == &m_program->inputs) {
+                slot.floatLanes = settableFloatLanes(binding.type);
+                if (m_lowered)
+                    slot.firstCell = m_lowered->inputs[index];
+            }
+            if (binding.handle >= m_slotOfHandle.size())
+                m_slotOfHandle.resize(binding.handle + 1, noSlot);
+            m_slotOfHandle[binding.handle] = static_cast<int>(index);
+            m_slots.push_back(std::move(slot));
+        }
+    }
+}
+
+void EvaluationState::storeInput(Slot &slot, const Value &value)
+{
+    if (slot.firstCell == noRegister) {
+        slot.value = value;
+        return;
+    }
+    for (int i = 0; i < laneCount(value.type); ++i)
+        m_registers[slot.firstCell + static_cast<quint32>(i)] =
+            static_cast<quint32>(value.cells[static_cast<size_t>(i)]);
+}
+
+void EvaluationState::set(Handle handle, const QVariant &value)
+{
+    const int index = slotOf(handle);
+    if (index == noSlot || isOutput(index))
+        return;
+    Slot &slot = m_slots[static_cast<size_t>(index)];
+    if (slot.binding->type != Type::Array)
+        storeInput(slot, qvariantToValue(value, slot.binding->type, slot.binding->structName,
+                                         m_program->structs));
+}
+
+void EvaluationState::setFloats(Handle handle, std::span<const float> components)
+{
+    const int index = slotOf(handle);
+    if (index == noSlot)
+        return;
+    Slot &slot = m_slots[static_cast<size_t>(index)];
+    const size_t count = std::min(components.size(), static_cast<size_t>(slot.floatLanes));
+    if (slot.firstCell != noRegister) {
+        std::memcpy(m_registers.data() + slot.firstCell, components.data(), count * sizeof(float));
+        return;
+    }
+    for (size_t i = 0; i < count; ++i)
+        slot.value.cells[i] = std::bit_cast<quint32>(components[i]);
+}
+
+void EvaluationState::bindArray(Handle handle, std::span<const float> values)
+{
+    const int index = slotOf(handle);
+    if (index == noSlot || m_slots[static_cast<size_t>(index)].binding->type != Type::Array)
+        return;
+    Slot &slot = m_slots[static_cast<size_t>(index)];
+    const int width = slotFloatWidth(slot.binding->elementType);
+    slot.value.elements = values.data();
+    slot.value.elementStride = width;
+    slot.value.elementCount = static_cast<qint64>(values.size()) / width;
+}
+
+Value EvaluationState::outputFromRegisters(int slot) const
+{
+    const auto convert = [this](const auto &self, const RegisterValue &source) -> Value {
+        Value value = Value::zero(source.type);
+        value.structName = source.structName;
+        for (size_t i = 0; i < source.lanes.size(); ++i)
+            value.cells[i] = m_registers[source.lanes[i]];
+        for (const RegisterValue &field : source.fields)
+            value.fields.append(self(self, field));
+        return value;
+    };
+    return convert(convert, m_lowered->outputs[static_cast<size_t>(slot - m_inputCount)]);
+}
+
+Value EvaluationState::currentValue(int index) const
+{
+    const Slot &slot = m_slots[static_cast<size_t>(index)];
+    if (isOutput(index))
+        return m_outputsInRegisters ? outputFromRegisters(index) : slot.value;
+    if (slot.firstCell == noRegister)
+        return slot.value;
+    Value value = Value::zero(slot.binding->type);
+    for (int i = 0; i < laneCount(value.type); ++i)
+        value.cells[static_cast<size_t>(i)] = m_registers[slot.firstCell + static_cast<quint32>(i)];
+    return value;
+}
+
+QVariant EvaluationState::get(Handle handle) const
+{
+    const int index = slotOf(handle);
+    return index == noSlot ? QVariant() : valueToQVariant(currentValue(index));
+}
+
+float EvaluationState::getFloat(Handle handle) const
+{
+    const int index = slotOf(handle);
+    if (index == noSlot)
+        return 0.0f;
+    if (isOutput(index) && m_outputsInRegisters) {
+        const RegisterValue &output = m_lowered->outputs[static_cast<size_t>(index - m_inputCount)];
+        if (output.type == Type::Float)
+            return std::bit_cast<float>(m_registers[output.lanes[0]]);
+    }
+    return currentValue(index).toFloat();
+}
+
+QList<Diagnostic> EvaluationState::cancelledFault() const
+{
+    return {{DiagnosticCategory::Runtime, u"evaluation cancelled"_s, {}, {}}};
+}
+
+bool EvaluationState::failWith(QList<Diagnostic> faults)
+{
+    m_faults = std::move(faults);
+    return false;
+}
+
+bool EvaluationState::evaluate()
+{
+    if (m_program->backendCode)
+        return runBackend();
+    if (!m_lowered)
+        return runWalk();
+    switch (runCode(m_lowered->code, m_lowered->externals, m_registers.data(), m_cancelFlag)) {
+    case RunResult::Finished:
+        m_outputsInRegisters = true;
+        return true;
+    case RunResult::Cancelled:
+        return failWith(cancelledFault());
+    case RunResult::Faulted:
+        break;
+    }
+    return runWalk();
+}
+
+Environment EvaluationState::makeEnvironment() const
+{
+    Environment environment;
+    for (size_t i = 0; i < m_slots.size(); ++i)
+        environment.insert(m_slots[i].binding->name, currentValue(static_cast<int>(i)));
+    return environment;
+}
+
+bool EvaluationState::runWalk()
+{
+    if (m_functions.empty()) {
+        for (const OutputCode &code : m_program->code)
+            m_functions.push_back(makeFunctionTable(code.functions));
+    }
+    // What a lowered run that ended in a fault left behind is nothing to go on with.
+    m_outputsInRegisters = false;
+    Environment environment = makeEnvironment();
+    m_faults.clear();
+    for (const qsizetype index : m_program->evaluationOrder) {
+        Interpreter interpreter(&environment, m_program->structs, m_program->reportRuntimeFaults);
+        interpreter.setFunctions(m_functions[static_cast<size_t>(index)]);
+        interpreter.setCancelFlag(m_cancelFlag);
+        const Value value = interpreter.evaluate(*m_program->code[index].root);
+        if (interpreter.wasCancelled())
+            return failWith(interpreter.diagnostics());
+        if (m_faults.size() < Interpreter::diagnosticLimit)
+            m_faults.append(interpreter.diagnostics());
+        Slot &slot = m_slots[static_cast<size_t>(m_inputCount + index)];
+        slot.value = value;
+        environment.insert(slot.binding->name, value);
+    }
+    return m_faults.isEmpty();
+}
+
+bool EvaluationState::runBackend()
+{
+    std::vector<float> input(static_cast<size_t>(std::max(1, m_program->inputFloatCount)));
+    std::vector<float> output(static_cast<size_t>(std::max(1, m_program->outputFloatCount)));
+    std::vector<std::span<const float>> arrays(static_cast<size_t>(m_program->arrayCount));
+    for (int i = 0; i < m_inputCount; ++i) {
+        const Slot &slot = m_slots[static_cast<size_t>(i)];
+        if (slot.binding->arrayIndex >= 0)
+            arrays[static_cast<size_t>(slot.binding->arrayIndex)] = {
+                slot.value.elements,
+                static_cast<size_t>(slot.value.elementCount * slot.value.elementStride)};
+        else
+            packValue(currentValue(i), slotFloats(std::span<float>(input), *slot.binding));
+    }
+    const QString error = m_program->backendCode->run({input, output, arrays, 1});
+    if (!error.isEmpty())
+        return failWith({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
+    m_outputsInRegisters = false;
+    for (size_t i = static_cast<size_t>(m_inputCount); i < m_slots.size(); ++i)
+        m_slots[i].value =
+            unpackValue(m_slots[i].binding->type,
+                        slotFloats(std::span<const float>(output), *m_slots[i].binding));
+    return true;
+}
+
+bool EvaluationState::evaluateRow(Handle input, std::span<const float> xs, float y, float z,
+                                  Handle output, std::span<float> out, float failed)
+{
+    const size_t count = std::min(xs.size(), out.size());
+    xs = xs.first(count);
+    out = out.first(count);
+    if (count == 0)
+        return true;
+    const int inputSlot = slotOf(input);
+    const int outputSlot = slotOf(output);
+    const bool known = inputSlot != noSlot && outputSlot != noSlot && isOutput(outputSlot);
+    const RowPlan *plan =
+        known && m_lowered && !m_program->backendCode ? m_lowered->rowPlan(inputSlot) : nullptr;
+    if (!plan)
+        return rowPointByPoint(input, xs, y, z, output, out, failed);
+
+    const float last[] = {xs.back(), y, z};
+    setFloats(input, last);
+    qsizetype faultAt = -1;
+    const auto result =
+        m_rowMachine.run(*m_lowered, *plan, m_registers, xs, outputSlot - m_inputCount, out, failed,
+                         m_cancelFlag, faultAt);
+    if (result == RunResult::Cancelled)
+        return failWith(cancelledFault());
+    if (result == RunResult::Finished)
+        return true;
+    // The row form only knows that there is a fault: the walk over that one point tells which.
+    const float faulty[] = {xs[static_cast<size_t>(faultAt)], y, z};
+    setFloats(input, faulty);
+    runWalk();
+    setFloats(input, last);
+    return false;
+}
+
+bool EvaluationState::rowPointByPoint(Handle input, std::span<const float> xs, float y, float z,
+                                      Handle output, std::span<float> out, float failed)
+{
+    QList<Diagnostic> firstFaults;
+    for (size_t i = 0; i < xs.size(); ++i) {
+        const float point[] = {xs[i], y, z};
+        setFloats(input, point);
+        const bool ok = evaluate();
+        out[i] = ok ? getFloat(output) : failed;
+        if (!ok && firstFaults.isEmpty())
+            firstFaults = m_faults;
+        if (m_cancelFlag && m_cancelFlag->load(std::memory_order_relaxed)) {
+            std::fill(out.begin(), out.end(), failed);
+            return failWith(cancelledFault());
+        }
+    }
+    return firstFaults.isEmpty() || failWith(firstFaults);
+}
+
+void EvaluationState::readElement(std::span<const float> element)
+{
+    for (int i = 0; i < m_inputCount; ++i) {
+        Slot &slot = m_slots[static_cast<size_t>(i)];
+        if (slot.binding->floatOffset >= 0)
+            storeInput(slot, unpackValue(slot.binding->type, slotFloats(element, *slot.binding)));
+    }
+}
+
+void EvaluationState::writeElement(std::span<float> element) const
+{
+    for (size_t i = static_cast<size_t>(m_inputCount); i < m_slots.size(); ++i)
+        packValue(currentValue(static_cast<int>(i)), slotFloats(element, *m_slots[i].binding));
+}
+
+Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::span<float> output,
+                                            qsizetype count, qsizetype stride)
+{
+    const auto inputWidth = static_cast<qsizetype>(m_program->inputFloatCount);
+    const auto outputWidth = static_cast<qsizetype>(m_program->outputFloatCount);
+    // Written with divisions: the products of hostile counts would overflow.
+    const auto inputSize = static_cast<qsizetype>(input.size());
+    const bool fits =
+        count >= 0 && stride >= 0 &&
+        (count == 0 ||
+         (inputSize >= inputWidth &&
+          (stride == 0 || (inputSize - inputWidth) / stride >= count - 1) &&
+          (outputWidth == 0 || static_cast<qsizetype>(output.size()) / outputWidth >= count)));
+    if (!fits)
+        return Result<void>::failure(
+            {{DiagnosticCategory::Internal,
+              u"batch of %1 elements does not fit its buffers"_s.arg(count),
+              {},
+              {}}});
+    QList<Diagnostic> faults;
+    for (qsizetype i = 0; i < count; ++i) {
+        readElement(
+            input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(inputWidth)));
+        if (!evaluate()) {
+            if (faults.size() < batchDiagnosticLimit)
+                faults.append(m_faults);
+            if (m_cancelFlag && m_cancelFlag->load(std::memory_order_relaxed))
+                return Result<void>::failure(cancelledFault());
+        }
+        writeElement(
+            output.subspan(static_cast<size_t>(i * outputWidth), static_cast<size_t>(outputWidth)));
+    }
+    return faults.isEmpty() ? Result<void>() : Result<void>::failure(faults);
+}
+
+} // namespace eval::internal

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <eval/Type.h>
+#include <eval/internal/BuiltinFunctions.h>
+#include <eval/internal/Opcode.h>
+
+#include <QString>
+
+#include <atomic>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace eval::internal {
+
+class RowPlan;
+
+/// A call of a built-in that has no operation of its own: lanes are gathered into values, and back.
+struct ExternalCall
+{
+    const BuiltinFunction *function = nullptr;
+    std::vector<Type> argumentTypes;
+    std::vector<Register> arguments; ///< lanes of all arguments, one after the other
+    Type resultType = Type::Float;
+    std::vector<Register> results;
+};
+
+/// The value of an output (or a field of it) as registers hold it.
+struct RegisterValue
+{
+    Type type = Type::Float;
+    QString structName;
+    std::vector<Register> lanes;       ///< of a value with lanes
+    std::vector<RegisterValue> fields; ///< of a struct
+};
+
+/// Register code for all outputs of a program, in one piece: no names, no calls, every operation on
+/// one 32-bit lane. Made once at compile time by lower(), never changed, shared by all threads.
+///
+/// The register file begins with the inputs, then the constants; both are only ever read by the
+/// code.
+class LoweredProgram
+{
+public:
+    LoweredProgram();
+    ~LoweredProgram();
+    LoweredProgram(const LoweredProgram &) = delete;
+    LoweredProgram &operator=(const LoweredProgram &) = delete;
+
+    std::vector<Instruction> code; ///< ends in End; targets are instruction numbers
+    std::vector<ExternalCall> externals;
+    std::vector<Register>
+        inputs; ///< first register by index of the input; noRegister: not held here
+    Register firstConstant = 0;
+    std::vector<quint32> constants;
+    quint32 registerCount = 0;
+    std::vector<RegisterValue> outputs; ///< by index of the output
+
+    /// For a row of points that differ in the first lane of one vec3 input; null when there is
+    /// none.
+    const RowPlan *rowPlan(qsizetype inputIndex) const;
+    std::vector<std::pair<qsizetype, std::unique_ptr<RowPlan>>> rowPlans; ///< by index of the input
+};
+
+enum class RunResult { Finished, Faulted, Cancelled };
+
+/// Runs register code for one set of inputs. `registers` holds registerCount words with the inputs
+/// and the constants filled in. On Faulted the outputs are meaningless.
+RunResult runCode(std::span<const Instruction> code, std::span<const ExternalCall> externals,
+                  quint32 *registers, const std::atomic_bool *cancelled);
+
+/// Runs one external call on a register file; `stride` is the distance between registers and `lane`
+/// the offset within one.
+void runExternal(const ExternalCall &call, quint32 *registers);
+
+} // namespace eval::internal
