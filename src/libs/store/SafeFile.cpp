@@ -1,0 +1,422 @@
+#include "SafeFile.h"
+
+#include "FaultInjection.h"
+#include "PendingFiles.h"
+#include "Target.h"
+
+#include <QIODevice>
+#include <QRandomGenerator>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace store {
+
+// ------------------------------------------------------------------ guarded system calls
+
+namespace {
+
+constexpr qsizetype bufferSize = 256 * 1024;
+
+int openGuarded(const QByteArray &path, int flags, mode_t mode)
+{
+    if (FaultInjection::strikes(Operation::Open)) {
+        errno = EACCES;
+        return -1;
+    }
+    int fd = -1;
+    do
+        fd = ::open(path.constData(), flags | O_CLOEXEC | O_NOCTTY, mode);
+    while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+bool writeAll(int fd, const char *data, qsizetype size)
+{
+    const bool struck = FaultInjection::strikes(Operation::Write);
+    qsizetype left = struck ? size / 2 : size;
+    while (left > 0) {
+        const ssize_t written = ::write(fd, data, std::size_t(left));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            errno = written == 0 ? ENOSPC : errno;
+            return false;
+        }
+        data += written;
+        left -= written;
+    }
+    if (struck)
+        errno = ENOSPC;
+    return !struck;
+}
+
+bool syncGuarded(int fd)
+{
+    if (FaultInjection::strikes(Operation::Sync)) {
+        errno = EIO;
+        return false;
+    }
+    int result = 0;
+    do
+        result = ::fsync(fd);
+    while (result != 0 && errno == EINTR);
+    // What keeps nothing (pipes, some mounted folders) has nothing to sync.
+    return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}
+
+bool renameGuarded(const QByteArray &from, const QByteArray &to)
+{
+    if (FaultInjection::strikes(Operation::Rename)) {
+        errno = EACCES;
+        return false;
+    }
+    return std::rename(from.constData(), to.constData()) == 0;
+}
+
+bool syncFolder(const QByteArray &folder)
+{
+    const int fd = openGuarded(folder, O_RDONLY | O_DIRECTORY, 0);
+    if (fd < 0)
+        return errno == EACCES &&
+               ::access(folder.constData(), R_OK) != 0; // not readable, yet writable
+    const bool synced = syncGuarded(fd);
+    const int failure = errno;
+    ::close(fd);
+    errno = failure;
+    return synced;
+}
+
+// A reader that leaves its FIFO sends SIGPIPE, whose default ends the process. Blocked for this
+// thread, it turns into the errno EPIPE; the signal that then waits is taken away.
+class NoSigPipe
+{
+public:
+    NoSigPipe()
+    {
+        sigset_t waiting;
+        sigpending(&waiting);
+        m_wasWaiting = sigismember(&waiting, SIGPIPE) == 1;
+        sigemptyset(&m_pipe);
+        sigaddset(&m_pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &m_pipe, &m_before);
+    }
+    ~NoSigPipe()
+    {
+        const int failure = errno;
+        constexpr timespec noTime = {};
+        if (!m_wasWaiting)
+            while (sigtimedwait(&m_pipe, nullptr, &noTime) < 0 && errno == EINTR) {
+            }
+        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+        errno = failure;
+    }
+    NoSigPipe(const NoSigPipe &) = delete;
+    NoSigPipe &operator=(const NoSigPipe &) = delete;
+
+private:
+    sigset_t m_pipe = {}, m_before = {};
+    bool m_wasWaiting = false;
+};
+
+// ------------------------------------------------------------------ the temporary file
+
+// Made with O_EXCL under a name that nobody can foresee, so that a link planted there is not
+// followed.
+class TemporaryFile
+{
+public:
+    ~TemporaryFile() { remove(); }
+
+    // Answers the descriptor, -1 with errno set.
+    int create(const Target &target)
+    {
+        constexpr int mostAttempts = 100;
+        for (int i = 0; i < mostAttempts; ++i) {
+            m_path = target.folder + "/.~corvane-" +
+                     QByteArray::number(QRandomGenerator::system()->generate64(), 36) + ".tmp";
+            m_slot = PendingFiles::add(m_path.constData());
+            // Nobody reads along before the permissions of the old file are set.
+            const int fd = openGuarded(m_path, O_WRONLY | O_CREAT | O_EXCL | O_TRUNC,
+                                       target.exists ? 0600 : 0666);
+            m_made = fd >= 0;
+            if (m_made)
+                return fd;
+            forget();
+            if (errno != EEXIST)
+                return -1;
+        }
+        return -1;
+    }
+
+    bool renameTo(const QByteArray &path)
+    {
+        if (!renameGuarded(m_path, path))
+            return false;
+        m_made = false;
+        forget();
+        return true;
+    }
+
+    void remove()
+    {
+        const int failure = errno;
+        if (m_made)
+            ::unlink(m_path.constData());
+        m_made = false;
+        forget();
+        errno = failure;
+    }
+
+private:
+    void forget()
+    {
+        PendingFiles::remove(m_slot);
+        m_slot = PendingFiles::noSlot;
+    }
+
+    QByteArray m_path;
+    int m_slot = PendingFiles::noSlot;
+    bool m_made = false;
+};
+
+bool takeOverPermissions(int fd, const Target &target)
+{
+    mode_t mode = target.mode;
+    // Only root may give a file away; whoever gets a file of another owner must not get its set-id
+    // bits.
+    if (::fchown(fd, target.owner, target.group) != 0)
+        mode &= 0777;
+    return ::fchmod(fd, mode) == 0;
+}
+
+} // namespace
+
+// ------------------------------------------------------------------ the sink
+
+class SafeFile::Sink : public QIODevice
+{
+public:
+    explicit Sink(const QString &givenPath)
+        : path(givenPath)
+    {}
+    ~Sink() override { cancel(); }
+
+    bool isSequential() const override { return true; }
+    bool hasFailed() const { return m_failure != 0; }
+    QString failureText() const { return m_failure == 0 ? QString() : qt_error_string(m_failure); }
+
+    bool openTarget();
+    bool append(const char *data, qint64 size);
+    bool commit();
+    void cancel();
+
+    const QString path;
+
+protected:
+    qint64 readData(char *, qint64) override { return -1; }
+    qint64 writeData(const char *data, qint64 size) override
+    {
+        return append(data, size) ? size : -1;
+    }
+
+private:
+    bool fail(int failure);
+    bool flush();
+    bool writeOut(const char *data, qsizetype size);
+    bool closeDescriptor();
+    bool isDirect() const { return m_target.kind == Target::Kind::Direct; }
+
+    Target m_target;
+    TemporaryFile m_temporary;
+    QByteArray m_buffer;
+    int m_fd = -1;
+    int m_failure = 0; // the first errno
+};
+
+bool SafeFile::Sink::fail(int failure)
+{
+    if (m_failure == 0) {
+        m_failure = failure != 0 ? failure : EIO;
+        setErrorString(failureText());
+    }
+    return false;
+}
+
+bool SafeFile::Sink::openTarget()
+{
+    if (isOpen() || hasFailed())
+        return false;
+    if (const int failure = Target::resolve(path, m_target))
+        return fail(failure);
+    m_fd = isDirect() ? openGuarded(m_target.path, O_WRONLY, 0) : m_temporary.create(m_target);
+    if (m_fd < 0)
+        return fail(errno);
+    if (!isDirect() && m_target.exists && !takeOverPermissions(m_fd, m_target)) {
+        fail(errno);
+        cancel();
+        return false;
+    }
+    m_buffer.reserve(bufferSize);
+    return QIODevice::open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+}
+
+bool SafeFile::Sink::writeOut(const char *data, qsizetype size)
+{
+    if (size == 0)
+        return true;
+    if (!isDirect())
+        return writeAll(m_fd, data, size) || fail(errno);
+    const NoSigPipe guard;
+    return writeAll(m_fd, data, size) || fail(errno);
+}
+
+bool SafeFile::Sink::flush()
+{
+    const bool written = !hasFailed() && writeOut(m_buffer.constData(), m_buffer.size());
+    m_buffer.resize(0); // keeps its capacity
+    return written;
+}
+
+bool SafeFile::Sink::append(const char *data, qint64 size)
+{
+    if (m_fd < 0)
+        return fail(EBADF);
+    if (hasFailed())
+        return false;
+    if (m_buffer.size() + size > bufferSize && !flush())
+        return false;
+    if (size >= bufferSize)
+        return writeOut(data, size);
+    m_buffer.append(data, size);
+    return true;
+}
+
+bool SafeFile::Sink::closeDescriptor()
+{
+    const int fd = m_fd;
+    m_fd = -1;
+    if (QIODevice::isOpen())
+        QIODevice::close();
+    return fd < 0 || ::close(fd) == 0 || errno == EINTR;
+}
+
+bool SafeFile::Sink::commit()
+{
+    if (m_fd < 0)
+        return fail(EBADF);
+    if (!flush() || !(syncGuarded(m_fd) || fail(errno))) {
+        cancel();
+        return false;
+    }
+    if (!closeDescriptor())
+        fail(errno);
+    if (isDirect() || hasFailed()) {
+        cancel();
+        return !hasFailed();
+    }
+    if (!m_temporary.renameTo(m_target.path)) {
+        fail(errno);
+        cancel();
+        return false;
+    }
+    return syncFolder(m_target.folder) || fail(errno);
+}
+
+void SafeFile::Sink::cancel()
+{
+    m_buffer.resize(0);
+    closeDescriptor();
+    m_temporary.remove();
+}
+
+// ------------------------------------------------------------------ the public face
+
+SafeFile::SafeFile(const QString &path)
+    : m_sink(std::make_unique<Sink>(path))
+{}
+
+SafeFile::~SafeFile() = default;
+
+bool SafeFile::open()
+{
+    return m_sink->openTarget();
+}
+
+bool SafeFile::write(QByteArrayView bytes)
+{
+    return m_sink->append(bytes.data(), bytes.size());
+}
+
+QIODevice *SafeFile::device()
+{
+    return m_sink.get();
+}
+
+bool SafeFile::commit()
+{
+    return m_sink->commit();
+}
+
+void SafeFile::cancel()
+{
+    m_sink->cancel();
+}
+
+bool SafeFile::isOpen() const
+{
+    return m_sink->isOpen();
+}
+
+bool SafeFile::hasFailed() const
+{
+    return m_sink->hasFailed();
+}
+
+QString SafeFile::path() const
+{
+    return m_sink->path;
+}
+
+QString SafeFile::errorString() const
+{
+    return m_sink->failureText();
+}
+
+void SafeFile::removeAllPending() noexcept
+{
+    PendingFiles::unlinkAll();
+}
+
+bool writeFile(const QString &path, QByteArrayView bytes, QString *error)
+{
+    SafeFile file(path);
+    const bool written = file.open() && file.write(bytes) && file.commit();
+    if (!written && error)
+        *error = file.errorString();
+    return written;
+}
+
+bool probeWritable(const QString &path, QString *error)
+{
+    Target target;
+    int failure = Target::resolve(path, target);
+    if (failure == 0 && target.kind == Target::Kind::Replaceable) {
+        TemporaryFile trial; // only making a file tells what mounts, quotas and access lists allow
+        const int fd = trial.create(target);
+        failure = fd < 0 ? errno : 0;
+        if (fd >= 0)
+            ::close(fd);
+    }
+    if (failure != 0 && error)
+        *error = qt_error_string(failure);
+    return failure == 0;
+}
+
+} // namespace store
