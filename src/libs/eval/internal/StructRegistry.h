@@ -36,9 +36,9 @@ public:
     bool registerStruct(StructDef definition);
     /// Null for an unknown name. Valid until the next registerStruct().
     const StructDef *lookup(const QString &name) const;
-    /// A struct comes after every struct that it contains. A struct can only name structs that
-    /// stand before it in its own source; where several sources are merged the order is made here.
-    QList<StructDef> all() const;
+    /// In the order of registration, in which a struct comes after every struct that it contains:
+    /// its source could only name structs that stood before it, and the first of a name stays.
+    const QList<StructDef> &all() const { return m_definitions; }
     bool isEmpty() const { return m_definitions.isEmpty(); }
 
 private:

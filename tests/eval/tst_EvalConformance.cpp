@@ -1,0 +1,200 @@
+#include <eval/Graph.h>
+#include <eval/internal/BackendCode.h>
+#include <eval/internal/CompiledProgram.h>
+#include <eval/internal/GraphCompiler.h>
+
+#include "AstText.h"
+#include "ConformanceCase.h"
+
+#include <QDir>
+#include <QMatrix4x4>
+#include <QRegularExpression>
+#include <QVector2D>
+#include <QVector3D>
+#include <QVector4D>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+using namespace eval::internal;
+using eval::Backend;
+using eval::Handle;
+
+Q_DECLARE_METATYPE(ConformanceCase)
+
+namespace {
+
+// The tree walked as it is, the fast form of it, and what back-ends there are beside.
+const QString walkName = u"walk"_s;
+const QString loweredName = u"lowered"_s;
+const QString nativeName = u"native"_s;
+const QString gpuName = u"gpu"_s;
+
+QStringList backendsAtHand()
+{
+    QStringList names{walkName, loweredName};
+    if (codeGenerator(Backend::Native))
+        names.append(nativeName);
+    if (const auto gpu = codeGenerator(Backend::Gpu); gpu && gpu->isAvailable())
+        names.append(gpuName);
+    return names;
+}
+
+Backend backendNamed(const QString &name)
+{
+    return name == nativeName ? Backend::Native
+           : name == gpuName  ? Backend::Gpu
+                              : Backend::Interpreted;
+}
+
+/// Inputs have the handles from 1, the output "result" the one after them.
+CompiledResult compileCase(const ConformanceCase &test, const QString &backend)
+{
+    CompileRequest request;
+    request.backend = backendNamed(backend);
+    Handle handle = 0;
+    for (const ConformanceCase::Input &input : test.inputs) {
+        SlotBinding binding;
+        binding.name = input.name;
+        binding.type = input.isArray ? eval::Type::Array : input.type;
+        binding.elementType = input.isArray ? input.type : eval::Type::Float;
+        binding.handle = ++handle;
+        request.inputs.append(binding);
+    }
+    SlotBinding output;
+    output.name = u"result"_s;
+    output.handle = ++handle;
+    request.outputs.append(output);
+    request.sources.append(test.source);
+    return GraphCompiler(request).compile();
+}
+
+eval::Program programOn(const QString &backend,
+                        const QSharedPointer<const CompiledProgram> &compiled)
+{
+    if (backend != walkName)
+        return eval::Program(compiled);
+    const auto plain = QSharedPointer<CompiledProgram>::create(*compiled);
+    plain->lowered.reset();
+    return eval::Program(plain);
+}
+
+QVariant variantOf(const ConformanceCase::Input &input)
+{
+    if (input.components.size() == 1)
+        return input.components.first();
+    QVariantList list;
+    for (const double component : input.components)
+        list.append(component);
+    return list;
+}
+
+QList<double> componentsOf(const QVariant &value)
+{
+    QList<double> components;
+    if (value.typeId() == QMetaType::QMatrix4x4) {
+        const auto matrix = value.value<QMatrix4x4>();
+        for (int i = 0; i < 16; ++i)
+            components.append(matrix.constData()[i]);
+    } else if (value.typeId() == QMetaType::QVector2D) {
+        const auto vector = value.value<QVector2D>();
+        components = {vector.x(), vector.y()};
+    } else if (value.typeId() == QMetaType::QVector3D) {
+        const auto vector = value.value<QVector3D>();
+        components = {vector.x(), vector.y(), vector.z()};
+    } else if (value.typeId() == QMetaType::QVector4D) {
+        const auto vector = value.value<QVector4D>();
+        components = {vector.x(), vector.y(), vector.z(), vector.w()};
+    } else if (value.typeId() == QMetaType::QVariantList) {
+        const QVariantList list = value.toList();
+        for (const QVariant &item : list)
+            components.append(componentsOf(item));
+    } else {
+        components.append(value.toDouble());
+    }
+    return components;
+}
+
+bool isClose(double found, double wanted)
+{
+    if (std::isnan(wanted) || std::isinf(wanted))
+        return std::isnan(wanted) ? std::isnan(found) : found == wanted;
+    return std::abs(found - wanted) <= 1e-6 * std::max(1.0, std::abs(wanted));
+}
+
+bool areClose(const QList<double> &found, const QList<double> &wanted)
+{
+    return std::equal(found.begin(), found.end(), wanted.begin(), wanted.end(), isClose);
+}
+
+} // namespace
+
+/// Takes every case of tests/data/eval through every back-end at hand.
+class TstEvalConformance : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+    void holds_data();
+    void holds();
+};
+
+void TstEvalConformance::holds_data()
+{
+    QTest::addColumn<ConformanceCase>("test");
+    QTest::addColumn<QString>("backend");
+    const QDir folder(QStringLiteral(CORVANE_TEST_DATA "/eval"));
+    const QStringList files = folder.entryList({u"*.glsl"_s}, QDir::Files, QDir::Name);
+    QVERIFY(!files.isEmpty());
+    const QStringList backends = backendsAtHand();
+    for (const QString &file : files) {
+        const QList<ConformanceCase> cases = readConformanceFile(folder.filePath(file));
+        QVERIFY2(!cases.isEmpty(), qPrintable(file));
+        for (const ConformanceCase &test : cases) {
+            for (const QString &backend : backends)
+                QTest::addRow("%s [%s]", qPrintable(test.name), qPrintable(backend))
+                    << test << backend;
+        }
+    }
+}
+
+void TstEvalConformance::holds()
+{
+    QFETCH(const ConformanceCase, test);
+    QFETCH(const QString, backend);
+    QCOMPARE(test.mistakes, QStringList());
+
+    const CompiledResult compiled = compileCase(test, backend);
+    QCOMPARE(asttext::texts(compiled.diagnostics()), test.errors);
+    QCOMPARE(bool(compiled), test.errors.isEmpty());
+    if (!compiled)
+        return;
+
+    eval::Program program = programOn(backend, compiled.value());
+    std::vector<std::vector<float>> arrays;
+    for (qsizetype i = 0; i < test.inputs.size(); ++i) {
+        const ConformanceCase::Input &input = test.inputs[i];
+        const auto handle = static_cast<Handle>(i + 1);
+        if (input.isArray) {
+            arrays.emplace_back(input.components.begin(), input.components.end());
+            program.bindArray(handle, arrays.back());
+        } else {
+            program.set(handle, variantOf(input));
+        }
+    }
+    const auto evaluated = program.evaluate();
+    QCOMPARE(asttext::texts(evaluated.diagnostics()), test.faults);
+
+    const auto result = static_cast<Handle>(test.inputs.size() + 1);
+    if (!test.type.isEmpty())
+        QCOMPARE(eval::typeName(program.slotType(result)), test.type);
+    if (test.expected.isEmpty())
+        return;
+    const QList<double> found = componentsOf(program.get(result));
+    QVERIFY2(areClose(found, test.expectedOn(backend)),
+             qPrintable(u"found %1"_s.arg(QDebug::toString(found))));
+}
+
+QTEST_APPLESS_MAIN(TstEvalConformance)
+#include "tst_EvalConformance.moc"
