@@ -1,0 +1,138 @@
+#include "CorvaneMain.h"
+
+#include "BuildInfo.h"
+#include "Constants.h"
+#include "MessageHandler.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto usageText = R"(Corvane — 3D CAD editor and headless mesh tool.
+
+Usage:
+  corvane                            Launch the graphical editor
+  corvane gui                        Launch the graphical editor
+  corvane --version, -v              Print the version and exit
+  corvane --help, -h                 Print this help and exit
+  corvane schema <file.corvane>    Print the scene parameter schema as JSON
+  corvane validate <file.corvane>  Load a scene and report var/instance/root counts
+  corvane export <file.corvane> [options]
+                                       Mesh the scene and write it to disk
+  corvane zirn <plan.json> [<file.corvane>] [-o <out>]
+                                       Run a ZIRN task plan against a scene (headless
+                                       authoring); saves to -o, else back to the input
+
+Export options:
+  -o, --output <path>       Output mesh (format from extension: .stl .obj .ply .vtk)
+  --params <params.json>    JSON object of varset parameter overrides
+  --backend cpu|gpu|native  Meshing backend (default: cpu)
+  --cell-size <float>       Marching-cubes cell size
+  --error-on-empty          Exit non-zero if the mesh has 0 triangles
+
+Exit codes:
+  0  Success (a valid empty mesh is success unless --error-on-empty)
+  1  Input/output error (file not found, unreadable, or unwritable)
+  2  Usage error (unknown argument or missing operand)
+  3  Export failed)";
+
+struct Mode
+{
+    const char *word;
+    int (*run)(int argc, char **argv);
+};
+
+constexpr Mode modes[] = {
+    {"--version", &CorvaneMain::runVersion}, {"-v", &CorvaneMain::runVersion},
+    {"--help", &CorvaneMain::runHelp},       {"-h", &CorvaneMain::runHelp},
+    {"help", &CorvaneMain::runHelp},         {"schema", &CorvaneMain::runSchema},
+    {"export", &CorvaneMain::runExport},     {"zirn", &CorvaneMain::runZirn},
+    {"validate", &CorvaneMain::runValidate}, {"gui", &CorvaneMain::runGui},
+};
+
+bool writeAll(std::FILE *stream, const QByteArray &bytes)
+{
+    const auto size = size_t(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
+}
+
+} // namespace
+
+namespace CorvaneMain {
+
+int run(int argc, char **argv)
+{
+    // Numbers in files and on the command line are the same everywhere.
+    std::setlocale(LC_NUMERIC, "C");
+    installMessageHandler();
+    if (argc <= 1)
+        return runGui(argc, argv);
+    for (const Mode &mode : modes) {
+        if (std::strcmp(argv[1], mode.word) == 0)
+            return mode.run(argc, argv);
+    }
+    printError(u"Error: unrecognised command '"_s + QString::fromLocal8Bit(argv[1]) + u"'\n"_s);
+    printError(QString::fromUtf8(usageText));
+    return UsageError;
+}
+
+int runGui(int, char **)
+{
+    printError(
+        u"Error: this build has no graphical editor; 'corvane --help' lists the commands that it has"_s);
+    return OperationFailed;
+}
+
+int runVersion(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    return printOutput(u"corvane "_s + BuildInfo::commitShort() + u'\n') ? Success
+                                                                         : InputOutputError;
+}
+
+int runHelp(int, char **)
+{
+    return printOutput(QString::fromUtf8(usageText) + u'\n') ? Success : InputOutputError;
+}
+
+int runZirn(int argc, char **)
+{
+    if (argc <= 2) {
+        printError(u"Usage: corvane zirn <plan.json> [<file.corvane>] [-o <out.corvane>]"_s);
+        return UsageError;
+    }
+    printError(u"Error: this build runs no task plans"_s);
+    return OperationFailed;
+}
+
+void applyApplicationNames()
+{
+    QCoreApplication::setOrganizationName(Constants::ORGANIZATION_NAME_PLAIN);
+    QCoreApplication::setOrganizationDomain(Constants::DOMAIN_NAME_PLAIN);
+    QCoreApplication::setApplicationName(Constants::BRAND_NAME_PLAIN + " Corvane"_L1);
+    QCoreApplication::setApplicationVersion(BuildInfo::commitShort());
+}
+
+QString pathArgument(const char *argument)
+{
+    return QString::fromLocal8Bit(argument);
+}
+
+void printError(const QString &line)
+{
+    writeAll(stderr, line.toUtf8() + '\n');
+}
+
+bool printOutput(const QString &text)
+{
+    return writeAll(stdout, text.toUtf8());
+}
+
+} // namespace CorvaneMain

@@ -1,0 +1,27 @@
+#include "Interruption.h"
+
+#include <store/SafeFile.h>
+
+#include <csignal>
+#include <unistd.h>
+
+namespace {
+
+// Only what is safe in a signal handler: the table of pending files is fixed, and _exit runs
+// nothing.
+void endNow(int signalNumber)
+{
+    store::SafeFile::removeAllPending();
+    ::_exit(128 + signalNumber);
+}
+
+} // namespace
+
+void installInterruptionHandler()
+{
+    struct sigaction action = {};
+    action.sa_handler = endNow;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}

@@ -1,0 +1,16 @@
+#include "CorvaneMain.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+int main(int argc, char **argv)
+{
+    const int status = CorvaneMain::run(argc, argv);
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    // No static destructor and no teardown of Qt may crash or hang a run that is finished.
+    std::_Exit(status);
+}

@@ -1,0 +1,417 @@
+#include "app/Program.h"
+
+#include <mesh/io/MeshLoader.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray sphereScene = R"(formatVersion: 1
+corvane:
+  name: "Ball"
+  varset:
+    r:
+      value: 3.0
+      description: "Radius of the ball"
+      unit: mm
+      constraints:
+        min: 1
+        max: 4.5
+    twice:
+      value: 6.0
+      expression: "2*r"
+    smooth: true
+  settings:
+    export:
+      cellSize: 0.5
+  instances:
+    ball:
+      type: sphere
+      params:
+        radius: "=twice/2"
+  roots:
+    - ball
+)";
+
+QJsonObject closingLine(const ProgramRun &run)
+{
+    return QJsonDocument::fromJson(run.lastErrorLine().toUtf8()).object();
+}
+
+// Half of the extent along x of a mesh file.
+float halfExtent(const QString &path)
+{
+    QString error;
+    const auto mesh = mesh::io::MeshLoader::loadFromFile(path, &error);
+    float largest = -1.0f;
+    if (mesh) {
+        for (const auto &vertex : mesh->vertices)
+            largest = std::max(largest, vertex.x);
+    }
+    return largest;
+}
+
+} // namespace
+
+class TstCommandLine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void wrongUseIsExplained_data();
+    void wrongUseIsExplained();
+    void versionAndHelpGoToStandardOutput();
+    void schemaDescribesTheInputs();
+    void validateCounts();
+    void inputErrorsAreStatusOne_data();
+    void inputErrorsAreStatusOne();
+    void exportFollowsOverrides();
+    void formatFollowsTheExtension_data();
+    void formatFollowsTheExtension();
+    void outputPathWithoutOption_data();
+    void outputPathWithoutOption();
+    void emptySceneGivesAnEmptyStl();
+    void errorOnEmptyIsStatusThree_data();
+    void errorOnEmptyIsStatusThree();
+    void unwritableOutputIsFoundFirst_data();
+    void unwritableOutputIsFoundFirst();
+    void otherBackendsFallBackToTheCpu_data();
+    void otherBackendsFallBackToTheCpu();
+    void impossibleGridsAreRefused_data();
+    void impossibleGridsAreRefused();
+    void brokenDefinitionsFailTheShader();
+    void aFailedExportKeepsTheOldFile();
+
+private:
+    QTemporaryDir m_folder;
+};
+
+void TstCommandLine::wrongUseIsExplained_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("begins");
+    QTest::newRow("schema without file")
+        << QStringList{u"schema"_s} << u"Usage: corvane schema <file.corvane>\n"_s;
+    QTest::newRow("validate without file")
+        << QStringList{u"validate"_s} << u"Usage: corvane validate <file.corvane>\n"_s;
+    QTest::newRow("export without file")
+        << QStringList{u"export"_s}
+        << u"Usage: corvane export <file.corvane> [-o <output>] [--params <params.json>]\n"
+           "                        [--backend cpu|gpu|native] [--cell-size <float>] [--error-on-empty]\n"_s;
+    QTest::newRow("zirn without plan")
+        << QStringList{u"zirn"_s}
+        << u"Usage: corvane zirn <plan.json> [<file.corvane>] [-o <out.corvane>]\n"_s;
+    QTest::newRow("unknown command")
+        << QStringList{u"frobnicate"_s}
+        << u"Error: unrecognised command 'frobnicate'\n\nCorvane — 3D CAD editor"_s;
+    QTest::newRow("trailing -o") << QStringList{u"export"_s, u"x.corvane"_s, u"-o"_s}
+                                 << u"Error: unrecognised argument '-o'\nUsage: corvane export"_s;
+    QTest::newRow("unknown option") << QStringList{u"export"_s, u"x.corvane"_s, u"--fast"_s}
+                                    << u"Error: unrecognised argument '--fast'\n"_s;
+    QTest::newRow("cell size 0") << QStringList{u"export"_s, u"x.corvane"_s, u"--cell-size"_s,
+                                                u"0"_s}
+                                 << u"Error: invalid --cell-size value\n"_s;
+    QTest::newRow("cell size in letters")
+        << QStringList{u"export"_s, u"x.corvane"_s, u"--cell-size"_s, u"fine"_s}
+        << u"Error: invalid --cell-size value\n"_s;
+    QTest::newRow("cell size nan")
+        << QStringList{u"export"_s, u"x.corvane"_s, u"--cell-size"_s, u"nan"_s}
+        << u"Error: invalid --cell-size value\n"_s;
+}
+
+void TstCommandLine::wrongUseIsExplained()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, begins);
+    const ProgramRun run = runProgram(arguments);
+    QCOMPARE(run.status, 2);
+    QVERIFY2(run.standardError.startsWith(begins), qPrintable(run.standardError));
+    QVERIFY(run.standardOutput.isEmpty());
+}
+
+void TstCommandLine::versionAndHelpGoToStandardOutput()
+{
+    for (const QString &word : {u"--version"_s, u"-v"_s}) {
+        const ProgramRun run = runProgram({word});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.standardOutput.startsWith(u"corvane "_s));
+        QCOMPARE(run.standardOutput.count(u'\n'), 1);
+    }
+    for (const QString &word : {u"--help"_s, u"-h"_s, u"help"_s}) {
+        const ProgramRun run = runProgram({word});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.standardOutput.endsWith(u"  3  Export failed\n"_s));
+        QVERIFY(run.standardError.isEmpty());
+    }
+}
+
+void TstCommandLine::schemaDescribesTheInputs()
+{
+    const ProgramRun run =
+        runProgram({u"schema"_s, writeFile(m_folder, u"schema.corvane"_s, sphereScene)});
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.standardError, QString());
+    const QJsonObject schema = QJsonDocument::fromJson(run.standardOutput.toUtf8()).object();
+    QCOMPARE(schema.value("generator_type"_L1).toString(), u"corvane"_s);
+    QCOMPARE(schema.value("generator_version"_L1).toString(), u"1.0"_s);
+    QCOMPARE(schema.value("source_hash"_L1).toString().size(), 64);
+    const QJsonArray parameters = schema.value("parameters"_L1).toArray();
+    QCOMPARE(parameters.size(), 2); // the derived one is no input
+    const QJsonObject radius = parameters.at(0).toObject();
+    QCOMPARE(radius.value("name"_L1).toString(), u"r"_s);
+    QCOMPARE(radius.value("type"_L1).toString(), u"number"_s);
+    QCOMPARE(radius.value("default"_L1).toDouble(), 3.0);
+    QCOMPARE(radius.value("unit"_L1).toString(), u"mm"_s);
+    QCOMPARE(radius.value("max"_L1).toDouble(), 4.5);
+    QCOMPARE(parameters.at(1).toObject().value("default"_L1), QJsonValue(true));
+}
+
+void TstCommandLine::validateCounts()
+{
+    const ProgramRun run =
+        runProgram({u"validate"_s, writeFile(m_folder, u"v.corvane"_s, sphereScene)});
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.standardOutput, u"ok: 3 vars, 1 instances, 1 roots\n"_s);
+    QCOMPARE(run.standardError, QString());
+}
+
+void TstCommandLine::inputErrorsAreStatusOne_data()
+{
+    const QString scene = writeFile(m_folder, u"input.corvane"_s, sphereScene);
+    const QString broken = writeFile(m_folder, u"broken.corvane"_s, "corvane:\n  - stray\n  : \n");
+    const QString notJson = writeFile(m_folder, u"not.json"_s, "{\"r\": ");
+    const QString list = writeFile(m_folder, u"list.json"_s, "[1]");
+    const QString missing = m_folder.filePath(u"missing"_s);
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("schema of nothing")
+        << QStringList{u"schema"_s, missing} << u"Error: failed to load scene from "_s + missing;
+    QTest::newRow("validate of a broken file")
+        << QStringList{u"validate"_s, broken} << u"Error: failed to load scene from "_s + broken;
+    QTest::newRow("export of a folder") << QStringList{u"export"_s, m_folder.path()}
+                                        << u"Error: failed to load scene from "_s + m_folder.path();
+    QTest::newRow("missing parameters") << QStringList{u"export"_s, scene, u"--params"_s, missing}
+                                        << u"Error: cannot open params file "_s + missing;
+    QTest::newRow("parameters that are no JSON")
+        << QStringList{u"export"_s, scene, u"--params"_s, notJson}
+        << u"Error: invalid JSON in params file: "_s;
+    QTest::newRow("parameters that are a list")
+        << QStringList{u"export"_s, scene, u"--params"_s, list}
+        << u"Error: params file must contain a JSON object"_s;
+}
+
+void TstCommandLine::inputErrorsAreStatusOne()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, line);
+    const ProgramRun run = runProgram(arguments);
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.standardError.contains(line), qPrintable(run.standardError));
+    QVERIFY(run.standardOutput.isEmpty());
+}
+
+void TstCommandLine::exportFollowsOverrides()
+{
+    const QString scene = writeFile(m_folder, u"ball.corvane"_s, sphereScene);
+    const QString params = writeFile(m_folder, u"p.json"_s, R"({"r": 4, "extra": [1, 2, 3]})");
+    const QString out = m_folder.filePath(u"ball.stl"_s);
+
+    ProgramRun run = runProgram({u"export"_s, scene, u"-o"_s, out});
+    QCOMPARE(run.status, 0);
+    QVERIFY(run.standardOutput.isEmpty());
+    QCOMPARE(closingLine(run).value("success"_L1), QJsonValue(true));
+    QVERIFY(std::abs(halfExtent(out) - 3.0f) < 0.01f);
+
+    run = runProgram({u"export"_s, scene, u"--params"_s, params, u"--output"_s, out});
+    QCOMPARE(run.status, 0);
+    QVERIFY(
+        run.standardError.startsWith(u"Applied 2 parameter override(s) from "_s + params + u'\n'));
+    QVERIFY(std::abs(halfExtent(out) - 4.0f) < 0.01f);
+
+    const double coarse = closingLine(run).value("triangles"_L1).toDouble();
+    run = runProgram(
+        {u"export"_s, scene, u"--params"_s, params, u"-o"_s, out, u"--cell-size"_s, u"0.25"_s});
+    QVERIFY(closingLine(run).value("triangles"_L1).toDouble() > 3.5 * coarse);
+    QVERIFY(run.standardError.contains(QRegularExpression(u"Progress: (\\d+)/\\1 chunks\n"_s)));
+}
+
+void TstCommandLine::formatFollowsTheExtension_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("begins");
+    QTest::newRow("obj") << u"a.obj"_s << QByteArray("# OBJ file exported by pliskuk\n");
+    QTest::newRow("ply") << u"a.ply"_s << QByteArray("ply\nformat binary_little_endian 1.0\n");
+    QTest::newRow("vtk") << u"a.vtk"_s
+                         << QByteArray("# vtk DataFile Version 3.0\nSDF Export\nASCII\n");
+    QTest::newRow("upper case") << u"a.STL"_s << QByteArray("SDF Export");
+}
+
+void TstCommandLine::formatFollowsTheExtension()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, begins);
+    const QString out = m_folder.filePath(name);
+    const QString scene = writeFile(m_folder, u"f.corvane"_s, sphereScene);
+    QCOMPARE(runProgram({u"export"_s, scene, u"-o"_s, out}).status, 0);
+    QFile file(out);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.read(begins.size()), begins);
+    QVERIFY(std::abs(halfExtent(out) - 3.0f) < 0.01f);
+}
+
+void TstCommandLine::outputPathWithoutOption_data()
+{
+    QTest::addColumn<QByteArray>("setting");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("default") << QByteArray("cellSize: 1.0") << u"o.stl"_s;
+    QTest::newRow("format 2") << QByteArray("format: 2") << u"o.ply"_s;
+    QTest::newRow("format not listed") << QByteArray("format: 9") << u"o.stl"_s;
+    QTest::newRow("path in the scene")
+        << "outputPath: \"" + m_folder.filePath(u"named.obj"_s).toUtf8() + '"' << u"named.obj"_s;
+}
+
+void TstCommandLine::outputPathWithoutOption()
+{
+    QFETCH(QByteArray, setting);
+    QFETCH(QString, expected);
+    QByteArray text = sphereScene;
+    text.replace("cellSize: 0.5", "\n      " + setting);
+    const QString scene = writeFile(m_folder, u"o.corvane"_s, text);
+    QFile::remove(m_folder.filePath(expected));
+    QCOMPARE(runProgram({u"export"_s, scene, u"--cell-size"_s, u"1"_s}).status, 0);
+    QVERIFY(QFile::exists(m_folder.filePath(expected)));
+}
+
+void TstCommandLine::emptySceneGivesAnEmptyStl()
+{
+    const QString scene =
+        writeFile(m_folder, u"empty.corvane"_s, "corvane:\n  name: \"Nothing\"\n");
+    const QString out = m_folder.filePath(u"empty.obj"_s);
+    const ProgramRun run = runProgram({u"export"_s, scene, u"-o"_s, out});
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.lastErrorLine(),
+             u"{\"success\":true,\"triangles\":0,\"vertices\":0,\"elapsed\":0}"_s);
+    QFile file(out);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("Ondrel Corvane empty mesh") + QByteArray(84 - 25, '\0'));
+}
+
+void TstCommandLine::errorOnEmptyIsStatusThree_data()
+{
+    QByteArray outside = sphereScene;
+    outside.replace("cellSize: 0.5", "bounds:\n        minX: 4.9\n      cellSize: 0.5");
+    QTest::addColumn<QByteArray>("scene");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("no nodes") << QByteArray("corvane:\n  name: \"Nothing\"\n")
+                              << u"Error: scene has no geometry nodes (--error-on-empty)\n"_s;
+    QTest::newRow("outside the box")
+        << outside
+        << u"Export produced no triangles — the source may be hidden or outside the export bounds"_s;
+}
+
+void TstCommandLine::errorOnEmptyIsStatusThree()
+{
+    QFETCH(QByteArray, scene);
+    QFETCH(QString, line);
+    const QString path = writeFile(m_folder, u"e.corvane"_s, scene);
+    const ProgramRun run = runProgram({u"export"_s, path, u"--error-on-empty"_s});
+    QCOMPARE(run.status, 3);
+    QVERIFY2(run.standardError.contains(line), qPrintable(run.standardError));
+}
+
+void TstCommandLine::unwritableOutputIsFoundFirst_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("folder that does not exist") << m_folder.filePath(u"no/such/a.stl"_s);
+    QTest::newRow("a folder") << m_folder.path();
+    QTest::newRow("a file as a folder") << writeFile(m_folder, u"plain"_s, "x") + u"/a.stl"_s;
+}
+
+void TstCommandLine::unwritableOutputIsFoundFirst()
+{
+    QFETCH(QString, path);
+    const QString scene = writeFile(m_folder, u"u.corvane"_s, sphereScene);
+    const ProgramRun run = runProgram({u"export"_s, scene, u"-o"_s, path});
+    QCOMPARE(run.status, 1);
+    QCOMPARE(run.standardError, u"Error: cannot write output file "_s + path + u'\n');
+}
+
+void TstCommandLine::otherBackendsFallBackToTheCpu_data()
+{
+    QTest::addColumn<QString>("backend");
+    QTest::addColumn<QString>("warning");
+    QTest::newRow("gpu")
+        << u"gpu"_s
+        << u"Warning: GPU backend failed (GPU backend initialization failed), falling back to CPU\n"_s;
+}
+
+void TstCommandLine::otherBackendsFallBackToTheCpu()
+{
+    QFETCH(QString, backend);
+    QFETCH(QString, warning);
+    const QString scene = writeFile(m_folder, u"b.corvane"_s, sphereScene);
+    const ProgramRun run = runProgram(
+        {u"export"_s, scene, u"--backend"_s, backend, u"-o"_s, m_folder.filePath(u"b.stl"_s)});
+    QCOMPARE(run.status, 0);
+    QVERIFY2(run.standardError.contains(warning), qPrintable(run.standardError));
+    QCOMPARE(run.standardError.count(u"\"success\""_s), 1);
+}
+
+void TstCommandLine::impossibleGridsAreRefused_data()
+{
+    QTest::addColumn<QString>("cellSize");
+    QTest::newRow("more nodes than an index") << u"1e-9"_s;
+    QTest::newRow("more cells than patience") << u"1e-4"_s;
+}
+
+void TstCommandLine::impossibleGridsAreRefused()
+{
+    QFETCH(QString, cellSize);
+    const QString scene = writeFile(m_folder, u"g.corvane"_s, sphereScene);
+    const ProgramRun run = runProgram({u"export"_s, scene, u"--cell-size"_s, cellSize});
+    QCOMPARE(run.status, 3);
+    const QString error = closingLine(run).value("error"_L1).toString();
+    QVERIFY2(error.contains(QRegularExpression(u"\\d{5,}"_s)), qPrintable(run.standardError));
+}
+
+void TstCommandLine::brokenDefinitionsFailTheShader()
+{
+    QByteArray text = sphereScene;
+    text.replace("  instances:", R"(  definitions:
+    - id: blob
+      name: Blob
+      category: Mine
+      shaderCode: |
+        float sdf_blob(vec3 p, float radius) {
+        return length(p) - no_such_thing;
+        }
+  instances:)");
+    text.replace("type: sphere", "type: blob");
+    const ProgramRun run = runProgram({u"export"_s, writeFile(m_folder, u"d.corvane"_s, text)});
+    QCOMPARE(run.status, 3);
+    QVERIFY2(run.standardError.contains(u"Error: shader compilation failed\n"_s),
+             qPrintable(run.standardError));
+    QVERIFY(run.standardError.contains(u"no_such_thing"_s));
+}
+
+void TstCommandLine::aFailedExportKeepsTheOldFile()
+{
+    const QString out = writeFile(m_folder, u"keep.stl"_s, "what was there");
+    QByteArray text = sphereScene;
+    text.replace("cellSize: 0.5", "bounds:\n        minX: 4.9\n      cellSize: 0.5");
+    const QString scene = writeFile(m_folder, u"k.corvane"_s, text);
+    QCOMPARE(runProgram({u"export"_s, scene, u"-o"_s, out}).status, 3);
+    QFile file(out);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("what was there"));
+    QVERIFY(QDir(m_folder.path())
+                .entryList({u"keep.stl*"_s, u".keep*"_s}, QDir::Files | QDir::Hidden)
+                .size() == 1);
+}
+
+QTEST_GUILESS_MAIN(TstCommandLine)
+#include "tst_CommandLine.moc"
