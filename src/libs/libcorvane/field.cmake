@@ -22,6 +22,7 @@ corvane_library(corvane_field
         corvane/xport/CpuChunkProcessor.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
+        corvane/xport/GridSurface.cpp
         corvane/xport/MeshBuilder.cpp
         corvane/xport/PostProcessStep.cpp
     LINKS corvane_model mesh eval Qt6::Core Qt6::Gui

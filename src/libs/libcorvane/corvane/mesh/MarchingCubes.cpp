@@ -78,6 +78,7 @@ public:
     ~TriangleSink() { flush(); }
     Q_DISABLE_COPY_MOVE(TriangleSink)
 
+    qsizetype count() const { return m_out.size() + static_cast<qsizetype>(m_count); }
     Triangle &next() { return m_block[m_count]; }
     void keep()
     {
@@ -102,9 +103,10 @@ private:
 class Mesher
 {
 public:
-    Mesher(const ScalarField3D &field, QList<Triangle> &out, float iso)
+    Mesher(const ScalarField3D &field, QList<Triangle> &out, float iso, QList<int> *rowEnds)
         : m_field(field)
         , m_sink(out)
+        , m_rowEnds(rowEnds)
         , m_iso(iso)
         , m_low(field.crossingMargin)
         , m_high(1.0f - field.crossingMargin)
@@ -126,6 +128,8 @@ public:
             m_y = {m_field.y(j), m_field.y(j + 1)};
             const std::array rows{below.row(j), below.row(j + 1), above.row(j), above.row(j + 1)};
             meshRow(j, k, rows);
+            if (m_rowEnds)
+                m_rowEnds->append(static_cast<int>(m_sink.count()));
         }
     }
 
@@ -216,6 +220,7 @@ private:
 
     const ScalarField3D &m_field;
     TriangleSink m_sink;
+    QList<int> *m_rowEnds;
     float m_iso;
     float m_low;
     float m_high;
@@ -228,11 +233,11 @@ private:
 } // namespace
 
 void marchingCubes(const ScalarField3D &field, QList<Triangle> &out, float iso,
-                   const std::atomic_bool *cancel)
+                   const std::atomic_bool *cancel, QList<int> *rowEnds)
 {
     if (field.nx < 2 || field.ny < 2 || field.nz < 2 || !field.values)
         return;
-    Mesher mesher(field, out, iso);
+    Mesher mesher(field, out, iso, rowEnds);
     SignSlice below;
     SignSlice above;
     below.fill(field, 0, iso);

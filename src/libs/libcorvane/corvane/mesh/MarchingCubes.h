@@ -17,9 +17,10 @@ namespace corvane::mesh {
 /// @param out     three fresh vertices a triangle; what has a cross product shorter than 1e-20 is
 /// left out
 /// @param cancel  read once a slice; when it turns true the rest of the grid is left out
-/// A grid of fewer than two nodes on an axis gives nothing. A value that is no number reads as
-/// outside. Pure and re-entrant: the chunk threads call it at the same time.
+/// @param rowEnds if given, gets the length of `out` after each row of cells: ny - 1 numbers a
+/// slice A grid of fewer than two nodes on an axis gives nothing. A value that is no number reads
+/// as outside. Pure and re-entrant: the chunk threads call it at the same time.
 void marchingCubes(const ScalarField3D &field, QList<Triangle> &out, float iso = 0.0f,
-                   const std::atomic_bool *cancel = nullptr);
+                   const std::atomic_bool *cancel = nullptr, QList<int> *rowEnds = nullptr);
 
 } // namespace corvane::mesh

@@ -17,6 +17,7 @@ ChunkRunner::ChunkRunner(IChunkProcessor &processor, const ChunkScheduler &sched
     , m_cancelFlag(cancelFlag)
     , m_progress(std::move(progress))
     , m_total(scheduler.count())
+    , m_surface(scheduler.counts())
 {}
 
 void ChunkRunner::run(int threads)
@@ -33,24 +34,14 @@ void ChunkRunner::run(int threads)
         worker.waitForFinished();
 }
 
-TriangleChunks ChunkRunner::takeTriangles()
-{
-    TriangleChunks chunks;
-    chunks.reserve(static_cast<qsizetype>(m_triangles.size()));
-    for (auto &[index, triangles] : m_triangles)
-        chunks.append(std::move(triangles));
-    m_triangles.clear();
-    return chunks;
-}
-
 /// One thread: takes the next chunk until there is none.
 void ChunkRunner::work()
 {
     for (qint64 index = m_next++; index < m_total && mayGoOn(); index = m_next++) {
-        QList<mesh::Triangle> triangles;
+        ChunkSurface surface;
         QString error;
-        if (m_processor.processChunk(m_scheduler.jobAt(index), m_cancelFlag, triangles, error))
-            keep(index, std::move(triangles));
+        if (m_processor.processChunk(m_scheduler.jobAt(index), m_cancelFlag, surface, error))
+            keep(index, std::move(surface));
         else if (!error.isEmpty())
             fail(error);
     }
@@ -65,21 +56,20 @@ bool ChunkRunner::mayGoOn() const
            !m_failed.load(std::memory_order_relaxed);
 }
 
-void ChunkRunner::keep(qint64 index, QList<mesh::Triangle> triangles)
+void ChunkRunner::keep(qint64 index, ChunkSurface surface)
 {
     // The list grew by doubling; what lies idle behind its end would be half of all memory.
-    triangles.squeeze();
+    surface.triangles.squeeze();
     qint64 count = 0;
     {
         const QMutexLocker lock(&m_mutex);
-        count = m_triangleCount += triangles.size();
-        if (!triangles.isEmpty())
-            m_triangles.emplace(index, std::move(triangles));
+        m_surface.insert(index, std::move(surface));
+        count = m_surface.triangleCount();
         ++m_done;
         m_changed.wakeAll();
     }
-    if (count > MeshBuilder::maxTriangles)
-        fail(u"the surface has more than %1 triangles"_s.arg(MeshBuilder::maxTriangles));
+    if (count > GridSurface::maxTriangles)
+        fail(u"the surface has more than %1 triangles"_s.arg(GridSurface::maxTriangles));
 }
 
 void ChunkRunner::fail(const QString &error)

@@ -2,19 +2,16 @@
 
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/IChunkProcessor.h>
-#include <corvane/xport/MeshBuilder.h>
 
 #include <QMutex>
 #include <QWaitCondition>
 
 #include <atomic>
 #include <functional>
-#include <map>
 
 namespace corvane::xport {
 
-/// Takes all chunks of a grid through a processor on a pool of its own, and hands their triangles
-/// back in the order of the chunks, whatever the order in which they were done.
+/// Takes all chunks of a grid through a processor, on a pool of its own.
 class ChunkRunner
 {
 public:
@@ -30,12 +27,13 @@ public:
 
     /// The first error; empty when there was none. A cancel is none.
     QString error() const { return m_error; }
-    TriangleChunks takeTriangles();
+    /// What the chunks gave; once, after run().
+    GridSurface takeSurface() { return std::move(m_surface); }
 
 private:
     void work();
     bool mayGoOn() const;
-    void keep(qint64 index, QList<mesh::Triangle> triangles);
+    void keep(qint64 index, ChunkSurface surface);
     void fail(const QString &error);
     void reportUntilDone();
 
@@ -49,8 +47,7 @@ private:
 
     QMutex m_mutex; ///< of all below
     QWaitCondition m_changed;
-    std::map<qint64, QList<mesh::Triangle>> m_triangles; ///< of chunks that have any
-    qint64 m_triangleCount = 0;
+    GridSurface m_surface;
     qint64 m_done = 0;
     int m_working = 0;
     QString m_error;

@@ -32,6 +32,8 @@ public:
     ChunkScheduler(const ExportRequest &request, int threads);
 
     qint64 count() const { return m_counts[0] * m_counts[1] * m_counts[2]; }
+    /// Chunks along each axis.
+    const std::array<qint64, 3> &counts() const { return m_counts; }
     /// Cells along a side of a chunk.
     int side() const { return m_side; }
     ChunkJob jobAt(qint64 index) const;

@@ -71,7 +71,7 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
 }
 
 bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool &cancelFlag,
-                                     QList<mesh::Triangle> &outTriangles, QString &outError)
+                                     ChunkSurface &outTriangles, QString &outError)
 {
     std::unique_ptr<Lane> lane = borrowLane();
     lane->evaluator.setCancelFlag(&cancelFlag);
@@ -90,7 +90,9 @@ bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool
                                         .firstY = job.firstY,
                                         .firstZ = job.firstZ,
                                         .crossingMargin = m_crossingMargin};
-        mesh::marchingCubes(field, outTriangles, 0.0f, &cancelFlag);
+        outTriangles.rowsPerSlice = job.ny - 1;
+        mesh::marchingCubes(field, outTriangles.triangles, 0.0f, &cancelFlag,
+                            &outTriangles.rowEnds);
         done = !cancelFlag.load(std::memory_order_relaxed);
     }
     lane->evaluator.setCancelFlag(nullptr);

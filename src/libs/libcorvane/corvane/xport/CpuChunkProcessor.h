@@ -26,7 +26,7 @@ public:
 
     bool initialize(const ExportRequest &request) override;
     bool processChunk(const ChunkJob &job, const std::atomic_bool &cancelFlag,
-                      QList<mesh::Triangle> &outTriangles, QString &outError) override;
+                      ChunkSurface &outTriangles, QString &outError) override;
     void release() override;
     QString name() const override;
 

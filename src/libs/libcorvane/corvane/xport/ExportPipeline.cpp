@@ -111,7 +111,7 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
         return ExportResult::failed(u"Evaluation error: %1"_s.arg(runner.error()));
-    return MeshBuilder::buildAndSaveMesh(runner.takeTriangles(), request, m_cancelled);
+    return MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled);
 }
 
 ExportResult ExportPipeline::exportDirect(const ExportRequest &request)

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <corvane/mesh/Triangle.h>
 #include <corvane/xport/ChunkJob.h>
 #include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/GridSurface.h>
 
-#include <QList>
 #include <QString>
 
 #include <atomic>
@@ -23,7 +22,7 @@ public:
     /// Appends the surface of one chunk. False with a text when the field cannot be sampled; false
     /// without one when `cancelFlag` turned true.
     virtual bool processChunk(const ChunkJob &job, const std::atomic_bool &cancelFlag,
-                              QList<mesh::Triangle> &outTriangles, QString &outError) = 0;
+                              ChunkSurface &outTriangles, QString &outError) = 0;
     /// After the last chunk, on every path on which initialize() was called.
     virtual void release() = 0;
     virtual QString name() const = 0;

@@ -30,6 +30,20 @@ bool isUsable(const Vertex &a, const Vertex &b, const Vertex &c)
            !((b - a).cross(c - a).lengthSquared() < degenerateCrossSquared);
 }
 
+/// False for a triangle that is no use.
+bool addTriangle(SurfaceMesh &out, const mesh::Triangle &triangle)
+{
+    const Vertex a = vertexOf(triangle.vertices[0]);
+    const Vertex b = vertexOf(triangle.vertices[1]);
+    const Vertex c = vertexOf(triangle.vertices[2]);
+    if (!isUsable(a, b, c))
+        return false;
+    const int first = static_cast<int>(out.vertices.size());
+    out.vertices << a << b << c;
+    out.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
+    return true;
+}
+
 using StepFunction = ::mesh::io::Result<void> (*)(SurfaceMesh &, const PostProcessStep &,
                                                   const ::mesh::io::Progress &);
 
@@ -64,40 +78,26 @@ const StepEntry *findStep(const QString &name)
 
 } // namespace
 
-SurfaceMesh MeshBuilder::assemble(TriangleChunks &&chunks)
+SurfaceMesh MeshBuilder::assemble(GridSurface &&surface)
 {
     SurfaceMesh result;
     result.name = u"SDF Export"_s;
-    qsizetype total = 0;
-    for (const auto &chunk : std::as_const(chunks))
-        total += chunk.size();
-    result.vertices.reserve(total * 3);
-    result.elements.reserve(total);
+    result.vertices.reserve(surface.triangleCount() * 3);
+    result.elements.reserve(surface.triangleCount());
     qsizetype skipped = 0;
-    for (auto &chunk : chunks) {
-        const QList<mesh::Triangle> triangles = std::exchange(chunk, {});
-        for (const mesh::Triangle &triangle : triangles) {
-            const Vertex a = vertexOf(triangle.vertices[0]);
-            const Vertex b = vertexOf(triangle.vertices[1]);
-            const Vertex c = vertexOf(triangle.vertices[2]);
-            if (!isUsable(a, b, c)) {
-                ++skipped;
-                continue;
-            }
-            const int first = static_cast<int>(result.vertices.size());
-            result.vertices << a << b << c;
-            result.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
-        }
-    }
+    std::move(surface).drain([&](std::span<const mesh::Triangle> triangles) {
+        for (const mesh::Triangle &triangle : triangles)
+            skipped += addTriangle(result, triangle) ? 0 : 1;
+    });
     if (skipped > 0)
         qCInfo(lcMeshBuilder) << "Export: skipped" << skipped << "degenerate triangles";
     return result;
 }
 
-ExportResult MeshBuilder::buildAndSaveMesh(TriangleChunks &&chunks, const ExportRequest &request,
+ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRequest &request,
                                            const std::atomic_bool &cancelFlag)
 {
-    SurfaceMesh mesh = assemble(std::move(chunks));
+    SurfaceMesh mesh = assemble(std::move(surface));
     const QString error = postProcess(mesh, request, cancelFlag);
     if (cancelFlag.load())
         return ExportResult::failed(u"Export cancelled"_s);

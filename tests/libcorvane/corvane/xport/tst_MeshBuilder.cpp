@@ -1,0 +1,287 @@
+#include <corvane/xport/MeshBuilder.h>
+#include <corvane/xport/PostProcessStep.h>
+
+#include <support/MeshChecks.h>
+
+#include <mesh/io/IORegistry.h>
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+
+using namespace Qt::StringLiterals;
+using namespace corvane::xport;
+using corvane::mesh::Triangle;
+
+namespace {
+
+/// The surface of a cube, side 2, in two chunks above each other.
+GridSurface cubeSurface()
+{
+    const support::FloatMesh cube = support::makeCube();
+    GridSurface surface({1, 1, 2});
+    std::array<ChunkSurface, 2> chunks;
+    for (const auto &element : cube.elements) {
+        Triangle triangle;
+        for (std::size_t i = 0; i < 3; ++i) {
+            const auto &v = cube.vertices.at(element.nodes.at(static_cast<int>(i)));
+            triangle.vertices[i] = {v.x, v.y, v.z};
+        }
+        chunks[static_cast<std::size_t>(element.id % 2)].triangles.append(triangle);
+    }
+    for (const qint64 index : {1, 0})
+        surface.insert(index, chunks[static_cast<std::size_t>(index)]);
+    return surface;
+}
+
+/// A chunk of a cubic grid with one triangle a cell, whose first coordinate is the number of the
+/// cell.
+ChunkSurface numberedChunk(int index, int side, int cells)
+{
+    const int count = (cells + side - 1) / side;
+    const auto range = [&](int chunk) {
+        return std::pair(chunk * side, std::min((chunk + 1) * side, cells));
+    };
+    const auto [x0, x1] = range(index % count);
+    const auto [y0, y1] = range(index / count % count);
+    const auto [z0, z1] = range(index / count / count);
+    ChunkSurface chunk;
+    chunk.rowsPerSlice = y1 - y0;
+    for (int z = z0; z < z1; ++z)
+        for (int y = y0; y < y1; ++y) {
+            for (int x = x0; x < x1; ++x) {
+                const QVector3D corner(static_cast<float>(x + cells * (y + cells * z)), 0, 0);
+                chunk.triangles.append(
+                    {.vertices = {corner, corner + QVector3D(0, 1, 0), corner + QVector3D(0, 0, 1)},
+                     .normal = {}});
+            }
+            chunk.rowEnds.append(static_cast<int>(chunk.triangles.size()));
+        }
+    return chunk;
+}
+
+} // namespace
+
+class TstMeshBuilder : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+    void stepsAreRead_data();
+    void stepsAreRead();
+    void badStepsAreNamed_data();
+    void badStepsAreNamed();
+    void trianglesStandInTheOrderOfCells_data();
+    void trianglesStandInTheOrderOfCells();
+    void soupIsNamedAndWhole();
+    void uselessTrianglesAreLeftOut_data();
+    void uselessTrianglesAreLeftOut();
+    void fileHoldsTheMesh_data();
+    void fileHoldsTheMesh();
+    void failureIsASentence_data();
+    void failureIsASentence();
+    void cancelWins();
+
+private:
+    const std::atomic_bool m_never = false;
+};
+
+void TstMeshBuilder::stepsAreRead_data()
+{
+    QTest::addColumn<QStringList>("entries");
+    QTest::addColumn<QStringList>("names");
+    QTest::addColumn<QList<double>>("parameters");
+    const double none = -1e9;
+    QTest::newRow("nothing") << QStringList{} << QStringList{} << QList<double>{};
+    QTest::newRow("weld") << QStringList{u"weld"_s} << QStringList{u"weld"_s} << QList{none};
+    QTest::newRow("weld twice") << QStringList{u"weld"_s, u"weld(0.5)"_s}
+                                << QStringList{u"weld"_s, u"weld"_s} << QList{none, 0.5};
+    QTest::newRow("a weld goes first")
+        << QStringList{u"remesh"_s} << QStringList{u"weld"_s, u"remesh"_s} << QList{none, none};
+    QTest::newRow("blanks and signs")
+        << QStringList{u"  weld ( +1e-3 ) "_s, u"qemDecimate(5)"_s, u"sdfProject"_s,
+                       u"coplanarMerge(-2)"_s}
+        << QStringList{u"weld"_s, u"qemDecimate"_s, u"sdfProject"_s, u"coplanarMerge"_s}
+        << QList{0.001, 5.0, none, -2.0};
+}
+
+void TstMeshBuilder::stepsAreRead()
+{
+    QFETCH(QStringList, entries);
+    const PostProcessPlan plan = parsePostProcess(entries);
+    QCOMPARE(plan.error, QString());
+    QStringList names;
+    QList<double> parameters;
+    for (const PostProcessStep &step : plan.steps) {
+        names << step.name;
+        parameters << (step.hasParameter ? step.parameter : -1e9);
+    }
+    QTEST(names, "names");
+    QTEST(parameters, "parameters");
+}
+
+void TstMeshBuilder::badStepsAreNamed_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("empty") << u""_s << u"bad postprocess step ''"_s;
+    QTest::newRow("two words") << u"weld it"_s << u"bad postprocess step 'weld it'"_s;
+    QTest::newRow("open bracket") << u"weld(1"_s << u"bad postprocess step 'weld(1'"_s;
+    QTest::newRow("letters for a number")
+        << u"weld(one)"_s << u"bad postprocess step 'weld(one)'"_s;
+    QTest::newRow("unknown") << u"polish"_s << u"unknown postprocess step 'polish'"_s;
+    QTest::newRow("case counts") << u"Weld"_s << u"unknown postprocess step 'Weld'"_s;
+    QTest::newRow("half a number")
+        << u"weld(1e)"_s << u"bad parameter in postprocess step 'weld(1e)'"_s;
+    QTest::newRow("number beyond all numbers")
+        << u"weld(1e999)"_s << u"bad parameter in postprocess step 'weld(1e999)'"_s;
+}
+
+void TstMeshBuilder::badStepsAreNamed()
+{
+    QFETCH(QString, entry);
+    const PostProcessPlan plan = parsePostProcess({u"weld"_s, entry});
+    QTEST(plan.error, "error");
+    QVERIFY(plan.steps.isEmpty());
+}
+
+void TstMeshBuilder::trianglesStandInTheOrderOfCells_data()
+{
+    QTest::addColumn<int>("side");
+    QTest::newRow("one chunk") << 4;
+    QTest::newRow("eight chunks") << 2;
+    QTest::newRow("chunks that are cut") << 3;
+    QTest::newRow("a chunk a cell") << 1;
+}
+
+void TstMeshBuilder::trianglesStandInTheOrderOfCells()
+{
+    QFETCH(int, side);
+    const int cells = 4;
+    const int count = (cells + side - 1) / side;
+    GridSurface surface({count, count, count});
+    for (int index = count * count * count - 1; index >= 0; --index)
+        surface.insert(index, numberedChunk(index, side, cells));
+    QCOMPARE(surface.triangleCount(), cells * cells * cells);
+    const auto mesh = MeshBuilder::assemble(std::move(surface));
+    for (int i = 0; i < cells * cells * cells; ++i)
+        QCOMPARE(mesh.vertices.at(3 * i).x, static_cast<float>(i));
+}
+
+void TstMeshBuilder::soupIsNamedAndWhole()
+{
+    const auto mesh = MeshBuilder::assemble(cubeSurface());
+    QCOMPARE(mesh.name, u"SDF Export"_s);
+    QCOMPARE(mesh.elements.size(), 12);
+    QCOMPARE(mesh.vertices.size(), 36);
+    QCOMPARE(support::signedVolume(mesh), 8.0);
+}
+
+void TstMeshBuilder::uselessTrianglesAreLeftOut_data()
+{
+    QTest::addColumn<QVector3D>("third");
+    QTest::addColumn<int>("kept");
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float infinity = std::numeric_limits<float>::infinity();
+    QTest::newRow("sound") << QVector3D(0, 1, 0) << 1;
+    QTest::newRow("small but sound") << QVector3D(0, 2e-10f, 0) << 1;
+    QTest::newRow("too small") << QVector3D(0, 5e-11f, 0) << 0;
+    QTest::newRow("on a line") << QVector3D(2, 0, 0) << 0;
+    QTest::newRow("on a corner") << QVector3D(1, 0, 0) << 0;
+    QTest::newRow("no number") << QVector3D(0, nan, 0) << 0;
+    QTest::newRow("infinite") << QVector3D(0, 0, infinity) << 0;
+}
+
+void TstMeshBuilder::uselessTrianglesAreLeftOut()
+{
+    QFETCH(QVector3D, third);
+    TriangleChunks chunks{
+        {Triangle{.vertices = {QVector3D(), QVector3D(1, 0, 0), third}, .normal = {}}}};
+    const auto mesh = MeshBuilder::assemble(std::move(chunks));
+    QTEST(int(mesh.elements.size()), "kept");
+    QCOMPARE(mesh.vertices.size(), 3 * mesh.elements.size());
+}
+
+void TstMeshBuilder::fileHoldsTheMesh_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<int>("vertices");
+    for (const QString &suffix : {u"stl"_s, u"obj"_s, u"ply"_s, u"vtk"_s}) {
+        QTest::newRow(qPrintable(suffix)) << u"cube."_s + suffix << QStringList{} << 36;
+        QTest::newRow(qPrintable(suffix + u", welded"_s))
+            << u"cube."_s + suffix << QStringList{u"weld"_s} << 8;
+    }
+}
+
+void TstMeshBuilder::fileHoldsTheMesh()
+{
+    QFETCH(QString, file);
+    QFETCH(QStringList, steps);
+    QFETCH(int, vertices);
+    const QTemporaryDir folder;
+    ExportRequest request;
+    request.outputPath = folder.filePath(file);
+    request.postprocess = steps;
+    const ExportResult result = MeshBuilder::buildAndSaveMesh(cubeSurface(), request, m_never);
+    QVERIFY2(result.success, qPrintable(result.errorMessage));
+    QCOMPARE(result.triangleCount, 12);
+    QCOMPARE(result.vertexCount, vertices);
+    const auto read = ::mesh::io::IORegistry<float>::instance().load(request.outputPath);
+    QVERIFY(read.isOk());
+    QVERIFY(support::isClosedManifold(support::welded(read.value())));
+    QVERIFY(std::fabs(support::signedVolume(read.value()) - 8.0) < 1e-6);
+}
+
+void TstMeshBuilder::failureIsASentence_data()
+{
+    QTest::addColumn<bool>("empty");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("nothing to save")
+        << true << u"a.stl"_s << u"weld"_s
+        << u"Export produced no triangles — the source may be hidden or outside the export bounds"_s;
+    QTest::newRow("unknown format")
+        << false << u"a.xyz"_s << u"weld"_s << u"Failed to save mesh: No exporter found for: %1"_s;
+    QTest::newRow("bad step") << false << u"a.stl"_s << u"glue"_s
+                              << u"unknown postprocess step 'glue'"_s;
+    QTest::newRow("step that fails")
+        << false << u"a.stl"_s << u"weld(-1)"_s << u"post-process failed: "_s;
+    QTest::newRow("step that is not there")
+        << false << u"a.stl"_s << u"remesh"_s << u"post-process failed: remesh is not available"_s;
+}
+
+void TstMeshBuilder::failureIsASentence()
+{
+    QFETCH(bool, empty);
+    QFETCH(QString, file);
+    QFETCH(QString, step);
+    QFETCH(QString, error);
+    const QTemporaryDir folder;
+    ExportRequest request;
+    request.outputPath = folder.filePath(file);
+    request.postprocess = {step};
+    const auto result =
+        MeshBuilder::buildAndSaveMesh(empty ? GridSurface() : cubeSurface(), request, m_never);
+    QVERIFY(!result.success);
+    const QString expected = error.contains(u'%') ? error.arg(request.outputPath) : error;
+    QVERIFY2(result.errorMessage.startsWith(expected), qPrintable(result.errorMessage));
+    QVERIFY(!QFile::exists(request.outputPath));
+}
+
+void TstMeshBuilder::cancelWins()
+{
+    const QTemporaryDir folder;
+    ExportRequest request;
+    request.outputPath = folder.filePath(u"a.stl"_s);
+    const std::atomic_bool cancelled = true;
+    const auto result = MeshBuilder::buildAndSaveMesh(cubeSurface(), request, cancelled);
+    QCOMPARE(result.errorMessage, u"Export cancelled"_s);
+    QVERIFY(!QFile::exists(request.outputPath));
+}
+
+QTEST_GUILESS_MAIN(TstMeshBuilder)
+#include "tst_MeshBuilder.moc"

@@ -1,0 +1,70 @@
+// Node lists as the scene flattening makes them, built by hand. Needs corvane_field.
+#pragma once
+
+#include <corvane/eval/DefinitionTable.h>
+#include <corvane/registry/Registry.h>
+#include <corvane/shader/SDFNode.h>
+#include <corvane/shader/ShaderIndexManager.h>
+
+#include <QDebug>
+
+#include <initializer_list>
+
+namespace support {
+
+/// A scene of built-in definitions; children are added before their parents.
+///
+///     NodeTree tree;
+///     const int root = tree.add("union", {}, {tree.add("sphere", {1}), tree.add("box", {1, 1,
+///     1})});
+class NodeTree
+{
+public:
+    using Node = corvane::shader::SDFNode;
+    using Registry = corvane::registry::Registry;
+
+    explicit NodeTree(const Registry &registry = Registry::instance())
+        : m_registry(registry)
+    {
+        m_indices.rebuildIndices(&registry);
+    }
+
+    int add(QLatin1String id, std::initializer_list<float> parameters = {},
+            std::initializer_list<int> children = {})
+    {
+        return addNode(id, parameters, QList<int>(children));
+    }
+
+    int addNode(const QString &id, std::initializer_list<float> parameters,
+                const QList<int> &children)
+    {
+        Node node;
+        const auto entry = m_indices.find(id);
+        if (!entry)
+            qFatal() << "no definition" << id;
+        node.nodeType = static_cast<quint32>(entry->type);
+        node.definitionIndex = static_cast<quint32>(entry->index);
+        std::array<float, corvane::shader::parameterSlotCount> packed{};
+        std::copy(parameters.begin(), parameters.end(), packed.begin());
+        node.setParameterSlots(packed);
+        node.childCount = static_cast<int>(children.size());
+        node.firstChild = children.value(0, -1);
+        for (qsizetype i = 0; i + 1 < children.size(); ++i)
+            nodes[children.at(i)].nextSibling = children.at(i + 1);
+        nodes.append(node);
+        return static_cast<int>(nodes.size()) - 1;
+    }
+
+    corvane::eval::DefinitionTable definitions() const
+    {
+        return corvane::eval::DefinitionTable::collect(nodes, m_registry, m_indices);
+    }
+
+    QList<Node> nodes;
+
+private:
+    const Registry &m_registry;
+    corvane::shader::ShaderIndexManager m_indices;
+};
+
+} // namespace support
