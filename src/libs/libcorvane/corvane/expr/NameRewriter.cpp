@@ -61,7 +61,7 @@ QString rewriteName(const QString &text, const QString &oldName, const QString &
         rewritten += written(newName);
         copied = reference.ends.at(parts - 1);
     }
-    return rewritten + QStringView(text).mid(copied);
+    return rewritten += QStringView(text).mid(copied);
 }
 
 } // namespace corvane::expr

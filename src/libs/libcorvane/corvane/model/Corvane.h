@@ -246,7 +246,6 @@ signals:
 private:
     friend class SceneVersion1Reader; // they carry every member across, and nothing else should
     friend class SceneVersion1Writer;
-    class SceneVersion1Writer;
 
     bool setTag(const QUuid &id, const QString &tag, bool on);
     bool clearSelectedTags();
