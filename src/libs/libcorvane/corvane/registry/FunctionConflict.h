@@ -28,15 +28,12 @@ public:
     /// Takes the place of what was known of the definition's id.
     void insert(const Definition &definition);
     void remove(const QString &definitionId);
-    void clear();
 
     [[nodiscard]] bool hasConflicts() const { return !m_conflicting.isEmpty(); }
     /// By function name.
     [[nodiscard]] QList<FunctionConflict> conflicts() const;
 
 private:
-    void removeName(const QString &functionName, const QString &definitionId);
-
     QHash<QString, QStringList> m_namesById;
     QHash<QString, QSet<QString>> m_idsByName;
     QSet<QString> m_conflicting; ///< names that more than one definition has

@@ -80,14 +80,16 @@ signals:
     void registryReset();
 
 private:
-    void insert(const DefinitionPtr &definition);
+    bool insert(const DefinitionPtr &definition);
+    void insertBuiltin(const DefinitionPtr &definition);
     void removeBuiltins();
-    int loadBuiltinFiles(int group, int &failures);
     void checkAndReportConflicts();
+    void logState() const;
 
     QHash<QString, DefinitionPtr> m_definitions;
     QHash<QString, DefinitionPtr> m_overridden; ///< built-ins whose id another definition holds
     FunctionIndex m_functions;
+    bool m_hasReportedConflicts = false;
 };
 
 } // namespace corvane::registry

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <corvane/yaml/YamlParser.h>
+
+namespace corvane::yaml {
+
+/// Cuts a text into YamlParser::Line records, one at a time, so that nothing is kept per line.
+/// The text must outlive the reader and its lines.
+class YamlLineReader
+{
+public:
+    YamlLineReader(QStringView text, int indentSize);
+
+    /// The line that stands next; null at the end of the text.
+    [[nodiscard]] const YamlParser::Line *current() const { return m_atEnd ? nullptr : &m_line; }
+    void advance();
+    /// The column, from 1, at which a view into the current line begins.
+    [[nodiscard]] int columnOf(QStringView part) const;
+
+private:
+    [[nodiscard]] QStringView takePhysicalLine();
+    void split(QStringView stripped);
+    void splitListItem();
+    void splitPair(QStringView text);
+
+    QStringView m_rest;
+    const QChar *m_lineStart = nullptr;
+    int m_indentSize;
+    int m_lineNumber = 0;
+    bool m_atEnd = false;
+    YamlParser::Line m_line;
+};
+
+} // namespace corvane::yaml

@@ -1,0 +1,91 @@
+#include <corvane/yaml/YamlSerializer.h>
+
+#include "YamlScalar.h"
+#include "YamlWriter.h"
+
+#include <corvane/yaml/PlainValue.h>
+
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::yaml {
+
+YamlSerializer::YamlSerializer()
+    : YamlSerializer(Options{})
+{}
+
+YamlSerializer::YamlSerializer(Options options)
+    : m_options(std::move(options))
+{}
+
+QString YamlSerializer::serializeMap(const QVariantMap &map, int indent) const
+{
+    YamlWriter writer(m_options);
+    writer.writeMap(map, indent);
+    return writer.text();
+}
+
+QString YamlSerializer::serializeList(const QVariantList &list, int indent) const
+{
+    YamlWriter writer(m_options);
+    writer.writeList(list, indent);
+    return writer.text();
+}
+
+QString YamlSerializer::serializeValue(const QVariant &value, int indent) const
+{
+    const QVariant plain = plainValue(value);
+    if (plain.typeId() == QMetaType::QVariantMap)
+        return serializeMap(plain.toMap(), indent);
+    if (plain.typeId() == QMetaType::QVariantList)
+        return serializeList(plain.toList(), indent);
+    if (isMultilineString(plain))
+        return serializeMultilineString(plain.toString(), indent);
+    return YamlWriter(m_options).scalarText(plain, ScalarPlace::MapValue);
+}
+
+QString YamlSerializer::serializeMultilineString(const QString &text, int indent) const
+{
+    YamlWriter writer(m_options);
+    writer.writeLines(text, indent);
+    return writer.text();
+}
+
+bool YamlSerializer::isSimpleValue(const QVariant &value) const
+{
+    return YamlWriter(m_options).isSimple(value);
+}
+
+bool YamlSerializer::canUseCompactList(const QVariantList &list) const
+{
+    return YamlWriter(m_options).isCompact(list);
+}
+
+QString YamlSerializer::escapeString(const QString &text)
+{
+    QString escaped = text;
+    escaped.replace(u'\\', "\\\\"_L1);
+    escaped.replace(u'"', "\\\""_L1);
+    escaped.replace(u'\n', "\\n"_L1);
+    escaped.replace(u'\t', "\\t"_L1);
+    return escaped;
+}
+
+bool YamlSerializer::needsQuotes(const QString &text)
+{
+    static const QRegularExpression special(u"[,:\\[\\]{}#&*!|>'\"%@`]"_s);
+    static const QStringList words{u"true"_s, u"false"_s, u"yes"_s, u"no"_s, u"null"_s, u"~"_s};
+    if (text.isEmpty() || words.contains(text, Qt::CaseInsensitive))
+        return true;
+    bool isNumber = false;
+    text.toDouble(&isNumber);
+    return isNumber || special.match(text).hasMatch() || text.trimmed() != text;
+}
+
+QString YamlSerializer::indentStr(int spaces)
+{
+    return QString(std::max(spaces, 0), u' ');
+}
+
+} // namespace corvane::yaml

@@ -1,0 +1,64 @@
+#include <shader/SpirvCompiler.h>
+
+#include "CompileThread.h"
+#include "SourceGuard.h"
+
+#include <private/qspirvcompiler_p.h>
+#include <private/qspirvshader_p.h>
+
+using namespace Qt::StringLiterals;
+
+namespace shader {
+
+namespace {
+
+QLatin1StringView extensionOf(QShader::Stage stage)
+{
+    switch (stage) {
+    case QShader::VertexStage:
+        return ".vert"_L1;
+    case QShader::TessellationControlStage:
+        return ".tesc"_L1;
+    case QShader::TessellationEvaluationStage:
+        return ".tese"_L1;
+    case QShader::GeometryStage:
+        return ".geom"_L1;
+    case QShader::FragmentStage:
+        return ".frag"_L1;
+    case QShader::ComputeStage:
+        return ".comp"_L1;
+    }
+    return ".glsl"_L1;
+}
+
+} // namespace
+
+SpirvResult compileToSpirv(const QString &source, QShader::Stage stage, const QString &name)
+{
+    const QString fileName = name.contains(u'.') ? name : name + extensionOf(stage);
+    if (const auto refused = checkSourceLimits(source))
+        return {.spirv = {},
+                .messages = u"ERROR: %1:%2: %3"_s.arg(fileName, QString::number(refused->line),
+                                                      refused->message)};
+    SpirvResult result;
+    const bool wasRun = runOnCompileThread([&] {
+        QSpirvCompiler compiler;
+        compiler.setSourceString(source.toUtf8(), stage, fileName);
+        result.spirv = compiler.compileToSpirv();
+        result.messages = compiler.errorMessage();
+    });
+    if (!wasRun)
+        result.messages = u"The compiler's thread could not be started"_s;
+    return result;
+}
+
+QShaderDescription describeSpirv(const QByteArray &spirv)
+{
+    if (spirv.isEmpty())
+        return {};
+    QSpirvShader shader;
+    shader.setSpirvBinary(spirv);
+    return shader.shaderDescription();
+}
+
+} // namespace shader
