@@ -2,6 +2,7 @@
 
 #include <QList>
 
+#include <cstring>
 #include <initializer_list>
 
 namespace mesh {
@@ -45,9 +46,24 @@ public:
 
 private:
     bool isInline() const { return m_capacity == inlineCapacity; }
-    void assign(const int *nodes, int count);
-    void grow(int capacity);
-    void take(NodeList &other) noexcept;
+    void assign(const int *nodes, int count)
+    {
+        if (count > inlineCapacity || !isInline())
+            return assignLong(nodes, count);
+        for (int i = 0; i < count; ++i)
+            m_inline[i] = nodes[i];
+        m_size = count;
+    }
+    void assignLong(const int *nodes, int count);
+    void growTo(int capacity);
+    void take(NodeList &other) noexcept
+    {
+        m_size = other.m_size;
+        m_capacity = other.m_capacity;
+        std::memcpy(static_cast<void *>(&m_inline), &other.m_inline, sizeof m_inline);
+        other.m_size = 0;
+        other.m_capacity = inlineCapacity;
+    }
     void release() noexcept
     {
         if (!isInline())
@@ -55,7 +71,7 @@ private:
     }
 
     union {
-        int m_inline[inlineCapacity];
+        int m_inline[inlineCapacity] = {};
         int *m_heap;
     };
     int m_size = 0;

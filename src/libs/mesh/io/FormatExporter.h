@@ -1,0 +1,44 @@
+#pragma once
+
+#include <mesh/io/Exporter.h>
+
+namespace mesh::io {
+
+/// What the writers of all formats share: suffixes, names, the safe replacing of files, common
+/// errors.
+template<typename T>
+class FormatExporter : public Exporter<T>
+{
+public:
+    bool canWrite(const QString &path) const override;
+    Result<void> write(const Mesh<T> &mesh, const QString &path,
+                       const ExportOptions &options) const override;
+    QStringList extensions() const override;
+    QString name() const override;
+
+    using Exporter<T>::write;
+
+protected:
+    /// @param format  its name in capitals, "STL", which is its suffix too
+    explicit FormatExporter(QLatin1StringView format)
+        : m_format(format)
+    {}
+
+private:
+    QLatin1StringView m_format;
+};
+
+Error writeFailure(const QString &message); ///< code WriteFailure
+Error cancelledByUser();                    ///< "Export cancelled by user"
+
+/// An error for the first element with a node that is not among the vertices.
+template<typename T>
+Result<void> checkNodes(const Mesh<T> &mesh);
+
+/// A name on one line of a text header: line ends and other control characters become blanks.
+QByteArray singleLine(const QString &name);
+
+extern template class FormatExporter<float>;
+extern template Result<void> checkNodes(const Mesh<float> &mesh);
+
+} // namespace mesh::io

@@ -1,0 +1,252 @@
+#include "PlyExporter.h"
+
+#include "BlockWriter.h"
+#include "ProgressTicker.h"
+
+#include <QIODevice>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace mesh::io {
+
+namespace {
+
+// What both forms write, with the tables looked up once.
+template<typename T>
+class PlyWriter
+{
+public:
+    PlyWriter(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+        : m_mesh(mesh)
+        , m_options(options)
+        , m_binary(options.effectiveBinary())
+        , m_precision(options.effectivePrecision())
+        , m_writer(device)
+        , m_hasNormals(!mesh.normals.isEmpty() && mesh.normals.size() == mesh.vertices.size())
+    {
+        constexpr std::array names = {"color_r"_L1, "color_g"_L1, "color_b"_L1, "color_a"_L1};
+        for (std::size_t i = 0; i < names.size(); ++i)
+            m_colors[i] = mesh.vertexAttributes.value(names[i]);
+        const auto isFull = [&](const QList<T> &c) { return c.size() == mesh.vertices.size(); };
+        m_hasColors =
+            !mesh.isEmpty() && isFull(m_colors[0]) && isFull(m_colors[1]) && isFull(m_colors[2]);
+        m_hasAlpha = isFull(m_colors[3]);
+    }
+
+    Result<void> write();
+
+private:
+    static constexpr int mostCorners = 255; // the count of a face is one byte
+
+    static bool isWritten(const ElementData<T> &element) { return dimension(element.type) == 2; }
+    void writeHeader(qint64 faceCount);
+    void writeMaterials();
+    bool writeVertices(const ProgressTicker &ticker);
+    void writeBinaryVertex(qsizetype index);
+    void writeTextVertex(qsizetype index);
+    void writeTextPoint(const Vector3<T> &p);
+    std::array<quint8, 4> colorOf(qsizetype index) const;
+    Result<void> writeFaces(const ProgressTicker &ticker);
+    void writeBinaryFace(const NodeList &nodes);
+    void writeTextFace(const NodeList &nodes);
+
+    const Mesh<T> &m_mesh;
+    const ExportOptions &m_options;
+    const bool m_binary;
+    const int m_precision;
+    BlockWriter m_writer;
+    const bool m_hasNormals;
+    std::array<QList<T>, 4> m_colors;
+    bool m_hasColors = false;
+    bool m_hasAlpha = false;
+};
+
+template<typename T>
+void PlyWriter<T>::writeMaterials()
+{
+    const QVariantList materials = m_mesh.metadata.value(u"materials"_s).toList();
+    if (materials.isEmpty())
+        return;
+    m_writer << "comment material properties (name, albedo, metallic, roughness, emission)\n";
+    for (const QVariant &entry : materials) {
+        const QVariantMap material = entry.toMap();
+        m_writer << "comment material " << singleLine(material.value(u"name"_s).toString());
+        for (const QString &key : {u"albedoR"_s, u"albedoG"_s, u"albedoB"_s, u"metallic"_s,
+                                   u"roughness"_s, u"emission"_s}) {
+            m_writer << " ";
+            m_writer.appendReal(material.value(key).toDouble(), BlockWriter::Notation::General,
+                                m_precision);
+        }
+        m_writer << "\n";
+    }
+}
+
+template<typename T>
+void PlyWriter<T>::writeHeader(qint64 faceCount)
+{
+    const QByteArray name = singleLine(m_mesh.name.isEmpty() ? m_options.name : m_mesh.name);
+    m_writer << "ply\n"
+             << (m_binary ? "format binary_little_endian 1.0\n" : "format ascii 1.0\n")
+             << "comment Exported by pliskuk\n";
+    if (!name.isEmpty())
+        m_writer << "comment Object: " << name << "\n";
+    writeMaterials();
+    m_writer << "element vertex " << m_mesh.vertices.size() << "\n"
+             << "property float x\nproperty float y\nproperty float z\n";
+    if (m_hasNormals)
+        m_writer << "property float nx\nproperty float ny\nproperty float nz\n";
+    if (m_hasColors)
+        m_writer << "property uchar red\nproperty uchar green\nproperty uchar blue\n"
+                 << "property uchar alpha\n";
+    m_writer << "element face " << faceCount << "\n"
+             << "property list uchar int vertex_indices\nend_header\n";
+}
+
+template<typename T>
+std::array<quint8, 4> PlyWriter<T>::colorOf(qsizetype index) const
+{
+    std::array<quint8, 4> color = {0, 0, 0, 255};
+    for (std::size_t i = 0; i < (m_hasAlpha ? 4u : 3u); ++i) {
+        const T value = m_colors[i].at(index);
+        color[i] = value > 0 ? quint8(std::lround(std::min(value, T(1)) * 255)) : 0; // NaN is black
+    }
+    return color;
+}
+
+template<typename T>
+void PlyWriter<T>::writeBinaryVertex(qsizetype index)
+{
+    const auto putPoint = [](char *to, const Vector3<T> &p) {
+        return putLittleEndian(putLittleEndian(putLittleEndian(to, float(p.x)), float(p.y)),
+                               float(p.z));
+    };
+    constexpr qsizetype pointSize = 3 * sizeof(float);
+    char *to = m_writer.claim(pointSize * (m_hasNormals ? 2 : 1) + (m_hasColors ? 4 : 0));
+    to = putPoint(to, m_mesh.vertices.at(index));
+    if (m_hasNormals)
+        to = putPoint(to, m_mesh.normals.at(index));
+    if (m_hasColors)
+        for (const quint8 channel : colorOf(index))
+            *to++ = char(channel);
+}
+
+template<typename T>
+void PlyWriter<T>::writeTextPoint(const Vector3<T> &p)
+{
+    const char *separator = "";
+    for (const T coordinate : {p.x, p.y, p.z}) {
+        m_writer << std::exchange(separator, " ");
+        m_writer.appendReal(coordinate, BlockWriter::Notation::General, m_precision);
+    }
+}
+
+template<typename T>
+void PlyWriter<T>::writeTextVertex(qsizetype index)
+{
+    writeTextPoint(m_mesh.vertices.at(index));
+    if (m_hasNormals) {
+        m_writer << " ";
+        writeTextPoint(m_mesh.normals.at(index));
+    }
+    if (m_hasColors)
+        for (const quint8 channel : colorOf(index))
+            m_writer << " " << qint64(channel);
+    m_writer << "\n";
+}
+
+// False when cancelled.
+template<typename T>
+bool PlyWriter<T>::writeVertices(const ProgressTicker &ticker)
+{
+    for (qsizetype i = 0; i < m_mesh.vertices.size() && !m_writer.hasFailed(); ++i) {
+        if (!ticker.tick(i))
+            return false;
+        if (m_binary)
+            writeBinaryVertex(i);
+        else
+            writeTextVertex(i);
+    }
+    return true;
+}
+
+template<typename T>
+void PlyWriter<T>::writeBinaryFace(const NodeList &nodes)
+{
+    char *to = m_writer.claim(1 + qsizetype(sizeof(qint32)) * nodes.size());
+    *to++ = char(nodes.size());
+    for (const int node : nodes)
+        to = putLittleEndian(to, qint32(node));
+}
+
+template<typename T>
+void PlyWriter<T>::writeTextFace(const NodeList &nodes)
+{
+    m_writer << qint64(nodes.size());
+    for (const int node : nodes)
+        m_writer << " " << qint64(node);
+    m_writer << "\n";
+}
+
+template<typename T>
+Result<void> PlyWriter<T>::writeFaces(const ProgressTicker &ticker)
+{
+    qint64 done = m_mesh.vertices.size();
+    for (const ElementData<T> &element : m_mesh.elements) {
+        if (!isWritten(element))
+            continue;
+        if (!ticker.tick(done++))
+            return cancelledByUser();
+        if (element.nodes.size() > mostCorners)
+            return Error{u"Face of %1 corners is too large for PLY"_s.arg(element.nodes.size()),
+                         MalformedData};
+        if (m_binary)
+            writeBinaryFace(element.nodes);
+        else
+            writeTextFace(element.nodes);
+        if (m_writer.hasFailed())
+            break;
+    }
+    return {};
+}
+
+template<typename T>
+Result<void> PlyWriter<T>::write()
+{
+    const qint64 faceCount =
+        std::count_if(m_mesh.elements.cbegin(), m_mesh.elements.cend(), isWritten);
+    const ProgressTicker ticker(m_options, m_mesh.vertices.size() + faceCount);
+    writeHeader(faceCount);
+    if (!m_writer.flush())
+        return writeFailure(u"Failed to write header"_s);
+    if (!writeVertices(ticker))
+        return cancelledByUser();
+    if (const auto written = writeFaces(ticker); !written)
+        return written;
+    if (!m_writer.flush())
+        return writeFailure(u"Failed to write mesh"_s);
+    return {};
+}
+
+} // namespace
+
+template<typename T>
+PlyExporter<T>::PlyExporter()
+    : FormatExporter<T>("PLY"_L1)
+{}
+
+template<typename T>
+Result<void> PlyExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
+                                   const ExportOptions &options) const
+{
+    if (!device.isWritable())
+        return writeFailure(u"Device is not writable"_s);
+    if (const auto checked = checkNodes(mesh); !checked)
+        return checked;
+    return PlyWriter<T>(mesh, device, options).write();
+}
+
+template class PlyExporter<float>;
+
+} // namespace mesh::io

@@ -1,0 +1,202 @@
+#include "VtkExporter.h"
+
+#include "BlockWriter.h"
+#include "ProgressTicker.h"
+
+#include <QIODevice>
+
+using namespace Qt::StringLiterals;
+
+namespace mesh::io {
+
+namespace {
+
+constexpr qsizetype longestTitle = 255; // with its line end 256, as the format allows
+
+// Names are words there.
+QByteArray sanitizeName(const QString &name)
+{
+    QByteArray word = singleLine(name);
+    std::replace_if(
+        word.begin(), word.end(), [](char c) { return c == ' ' || c == '\t'; }, '_');
+    return word.isEmpty() ? QByteArray("attribute") : word;
+}
+
+template<typename T>
+class VtkWriter
+{
+public:
+    VtkWriter(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+        : m_mesh(mesh)
+        , m_options(options)
+        , m_precision(options.effectivePrecision())
+        , m_writer(device)
+        , m_ticker(options, mesh.vertices.size() + mesh.elements.size())
+    {}
+
+    Result<void> write();
+
+private:
+    void writeHeader();
+    bool writePoints();
+    bool writeCells();
+    void writeCellTypes();
+    void writePointData();
+    void writeCellData();
+    void writeAttributes(const typename Mesh<T>::Attributes &attributes, qsizetype count);
+    void writePoint(T x, T y, T z);
+    void writeNumber(T number)
+    {
+        m_writer.appendReal(number, BlockWriter::Notation::General, m_precision);
+    }
+
+    const Mesh<T> &m_mesh;
+    const ExportOptions &m_options;
+    const int m_precision;
+    BlockWriter m_writer;
+    const ProgressTicker m_ticker;
+};
+
+template<typename T>
+void VtkWriter<T>::writeHeader()
+{
+    QByteArray title = singleLine(m_mesh.name.isEmpty() ? m_options.name : m_mesh.name);
+    if (title.isEmpty())
+        title = "Mesh Export";
+    m_writer << "# vtk DataFile Version 3.0\n"
+             << title.left(longestTitle) << "\nASCII\nDATASET UNSTRUCTURED_GRID\n";
+}
+
+template<typename T>
+void VtkWriter<T>::writePoint(T x, T y, T z)
+{
+    writeNumber(x);
+    m_writer << " ";
+    writeNumber(y);
+    m_writer << " ";
+    writeNumber(z);
+    m_writer << "\n";
+}
+
+// False when cancelled, here and below.
+template<typename T>
+bool VtkWriter<T>::writePoints()
+{
+    m_writer << "\nPOINTS " << m_mesh.vertices.size() << " float\n";
+    for (qsizetype i = 0; i < m_mesh.vertices.size() && !m_writer.hasFailed(); ++i) {
+        if (!m_ticker.tick(i))
+            return false;
+        const Vector3<T> &p = m_mesh.vertices.at(i);
+        writePoint(p.x, p.y, p.z);
+    }
+    return true;
+}
+
+template<typename T>
+bool VtkWriter<T>::writeCells()
+{
+    qint64 total = 0;
+    for (const ElementData<T> &element : m_mesh.elements)
+        total += 1 + element.nodes.size();
+    m_writer << "\nCELLS " << m_mesh.elements.size() << " " << total << "\n";
+    qint64 done = m_mesh.vertices.size();
+    for (const ElementData<T> &element : m_mesh.elements) {
+        if (!m_ticker.tick(done++))
+            return false;
+        m_writer << qint64(element.nodes.size());
+        for (const int node : element.nodes)
+            m_writer << " " << qint64(node);
+        m_writer << "\n";
+        if (m_writer.hasFailed())
+            break;
+    }
+    return true;
+}
+
+template<typename T>
+void VtkWriter<T>::writeCellTypes()
+{
+    m_writer << "\nCELL_TYPES " << m_mesh.elements.size() << "\n";
+    for (const ElementData<T> &element : m_mesh.elements)
+        m_writer << qint64(vtkCellType(element.type)) << "\n";
+}
+
+template<typename T>
+void VtkWriter<T>::writeAttributes(const typename Mesh<T>::Attributes &attributes, qsizetype count)
+{
+    for (auto it = attributes.cbegin(); it != attributes.cend(); ++it) {
+        const QList<T> &values = it.value();
+        if (values.size() == count) {
+            m_writer << "SCALARS " << sanitizeName(it.key()) << " float 1\nLOOKUP_TABLE default\n";
+            for (const T value : values) {
+                writeNumber(value);
+                m_writer << "\n";
+            }
+        } else if (values.size() == 3 * count) {
+            m_writer << "VECTORS " << sanitizeName(it.key()) << " float\n";
+            for (qsizetype i = 0; i < values.size(); i += 3)
+                writePoint(values.at(i), values.at(i + 1), values.at(i + 2));
+        }
+    }
+}
+
+template<typename T>
+void VtkWriter<T>::writePointData()
+{
+    const bool hasNormals =
+        !m_mesh.normals.isEmpty() && m_mesh.normals.size() == m_mesh.vertices.size();
+    if (m_mesh.isEmpty() || (!hasNormals && m_mesh.vertexAttributes.isEmpty()))
+        return;
+    m_writer << "\nPOINT_DATA " << m_mesh.vertices.size() << "\n";
+    if (hasNormals) {
+        m_writer << "NORMALS normals float\n";
+        for (const Vector3<T> &n : m_mesh.normals)
+            writePoint(n.x, n.y, n.z);
+    }
+    writeAttributes(m_mesh.vertexAttributes, m_mesh.vertices.size());
+}
+
+template<typename T>
+void VtkWriter<T>::writeCellData()
+{
+    if (m_mesh.elements.isEmpty() || m_mesh.elementAttributes.isEmpty())
+        return;
+    m_writer << "\nCELL_DATA " << m_mesh.elements.size() << "\n";
+    writeAttributes(m_mesh.elementAttributes, m_mesh.elements.size());
+}
+
+template<typename T>
+Result<void> VtkWriter<T>::write()
+{
+    writeHeader();
+    if (!writePoints() || !writeCells())
+        return cancelledByUser();
+    writeCellTypes();
+    writePointData();
+    writeCellData();
+    if (!m_writer.flush())
+        return writeFailure(u"Failed to write mesh"_s);
+    return {};
+}
+
+} // namespace
+
+template<typename T>
+VtkExporter<T>::VtkExporter()
+    : FormatExporter<T>("VTK"_L1)
+{}
+
+template<typename T>
+Result<void> VtkExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
+                                   const ExportOptions &options) const
+{
+    if (!device.isWritable())
+        return writeFailure(u"Device is not writable"_s);
+    if (const auto checked = checkNodes(mesh); !checked)
+        return checked;
+    return VtkWriter<T>(mesh, device, options).write();
+}
+
+template class VtkExporter<float>;
+
+} // namespace mesh::io
