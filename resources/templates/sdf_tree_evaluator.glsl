@@ -34,7 +34,17 @@ float evaluateNodePrimitive(int nodeIndex, vec3 pos) {
 }
 
 StackEntry freshEntry(int nodeIndex, vec3 position) {
-    return StackEntry(nodeIndex, position, NO_VALUE, 3u, 0.1, 0, -1, 0u, false);
+    StackEntry entry;
+    entry.nodeIndex = nodeIndex;
+    entry.position = position;
+    entry.accumDistance = NO_VALUE;
+    entry.pendingOp = 3u;
+    entry.smoothRadius = 0.1;
+    entry.phase = 0;
+    entry.accumMaterialNode = -1;
+    entry.pendingCsgIndex = 0u;
+    entry.inheritAccum = false;
+    return entry;
 }
 
 // The material of a fold: `current` below, `accumulated` above, both in between.

@@ -25,9 +25,8 @@ class DefinitionCodeMangler
 {
 public:
     /// @param code    a definition's text, with or without comments
-    /// @param prefix  begins every new name; ASCII letters and digits and a final "_", no two in a
-    /// row.
-    ///                Texts that meet in one output need different prefixes.
+    /// @param prefix  begins every new name: a letter, then letters and digits, at most one "_" at
+    ///                the end. Texts that meet in one output need different prefixes.
     /// @param kept    declared names that must survive as they are
     DefinitionCodeMangler(const QString &code, const QString &prefix,
                           const QSet<QString> &kept = {});

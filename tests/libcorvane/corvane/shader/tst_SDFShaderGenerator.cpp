@@ -1,0 +1,384 @@
+#include <corvane/shader/SDFShaderGenerator.h>
+
+#include "TestDefinitions.h"
+
+#include <corvane/shader/IEnvironment.h>
+#include <corvane/shader/IShadingMode.h>
+#include <corvane/shader/ShaderCodeAnalyzer.h>
+#include <corvane/shader/ShaderTemplates.h>
+#include <corvane/shader/ShaderValidator.h>
+
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace corvane::shader;
+using namespace testing;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString compileErrors(const QString &source)
+{
+    const auto result = ShaderValidator::validate(source, QShader::FragmentStage, u"test"_s, {});
+    QStringList messages;
+    for (const auto &diagnostic : result.diagnostics)
+        messages.append(u"%1: %2"_s.arg(diagnostic.line).arg(diagnostic.message));
+    return result.success ? QString() : messages.join(u'\n');
+}
+
+using Generate = QString (SDFShaderGenerator::*)() const;
+constexpr struct
+{
+    const char *name;
+    Generate generate;
+    QLatin1String banner;
+    bool samplesScene;
+} shaders[] = {
+    {"forward", &SDFShaderGenerator::generateFragmentShader,
+     "// ============= SDF Fragment Shader - Tree-Based Architecture ============="_L1, true},
+    {"geometry", &SDFShaderGenerator::generateGeometryShader,
+     "// ============= SDF Geometry Pass - Deferred Rendering ============="_L1, true},
+    {"shading", &SDFShaderGenerator::generateShadingShader,
+     "// ============= SDF Shading Pass - Deferred Rendering ============="_L1, false},
+    {"field sampling", &SDFShaderGenerator::generateFieldSamplingShader,
+     "// ============= SDF Field Sampling Shader - CPU Mesh Export ============="_L1, true},
+    {"cross-section", &SDFShaderGenerator::generateCrossSectionShader,
+     "// ============= SDF Cross-Section Shader - 2D Distance Field Visualization ============="_L1,
+     true},
+};
+
+class TestShading : public IShadingMode
+{
+public:
+    QString source;
+    bool environment = false;
+    bool scene = false;
+
+    QString id() const override { return u"test"_s; }
+    QString displayName() const override { return id(); }
+    QString description() const override { return id(); }
+    QString shadingShaderSource() const override { return source; }
+    bool needsEnvironmentSnippet() const override { return environment; }
+    bool needsSceneEvaluation() const override { return scene; }
+    bool needsAccumulation() const override { return false; }
+};
+
+class TestSky : public IEnvironment
+{
+public:
+    QString id() const override { return u"test"_s; }
+    QString displayName() const override { return id(); }
+    QString description() const override { return id(); }
+    // A text that looks like another hole must stay as it is.
+    QString sampleSnippet() const override { return u"sky // {{SDF_FUNCTIONS}}"_s; }
+    void fillUniforms(float *, int) const override {}
+};
+
+} // namespace
+
+class TstSDFShaderGenerator : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { m_builtins.loadBuiltinPrimitives(); }
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+
+    void everyTemplateCompilesWithAllDefinitions_data();
+    void everyTemplateCompilesWithAllDefinitions();
+    void functionsAreRenamedByIndex();
+    void usersNamesHarmNothing_data();
+    void usersNamesHarmNothing();
+    void definitionsMayShareNames();
+    void parametersComeFromConsecutiveSlots_data();
+    void parametersComeFromConsecutiveSlots();
+    void tooManyParametersWarnAndStop();
+    void mainFunctionIsTheFirstOfItsPrefixes_data();
+    void mainFunctionIsTheFirstOfItsPrefixes();
+    void definitionWithoutMainFunctionDropsOut();
+    void blendsFollowTheDefinition();
+    void onlyActiveDefinitionsAreEmitted();
+    void noRegistryLeavesTheFixedTexts();
+    void shadingFillsWhatItsModeWants();
+    void kindsOfDefinitionsAreAnswered();
+
+private:
+    corvane::registry::Registry m_builtins;
+};
+
+void TstSDFShaderGenerator::everyTemplateCompilesWithAllDefinitions_data()
+{
+    QTest::addColumn<int>("shader");
+    for (int i = 0; i < int(std::size(shaders)); ++i)
+        QTest::newRow(shaders[i].name) << i;
+}
+
+void TstSDFShaderGenerator::everyTemplateCompilesWithAllDefinitions()
+{
+    QFETCH(const int, shader);
+    const SDFShaderGenerator generator(&m_builtins);
+    const QString source = (generator.*shaders[shader].generate)();
+    QVERIFY(source.startsWith(shaders[shader].banner + "\n#version 450\n"_L1));
+    QVERIFY2(!source.contains("{{"_L1), "a hole was left open");
+    QCOMPARE(source.contains("float sdf_sphere_"_L1), shaders[shader].samplesScene);
+    QCOMPARE(compileErrors(source), QString());
+}
+
+void TstSDFShaderGenerator::functionsAreRenamedByIndex()
+{
+    corvane::registry::Registry registry;
+    const auto twice = shipped(definition(
+        u"b"_s, NodeType::Primitive, u"float sdf_x(vec3 p, float r) { return sdf_x2(p) - r; }"_s,
+        {parameter(u"r"_s)}));
+    twice->name = u"Two\nlines \\"_s;
+    registry.registerPrimitive(shipped(
+        definition(u"a"_s, NodeType::Primitive, u"  float sdf_x(vec3 p) { return 1.0; }\n"_s)));
+    registry.registerPrimitive(twice);
+
+    SDFShaderGenerator generator(&registry);
+    generator.setActiveDefinitionIds({u"b"_s});
+    QVERIFY(generator.generateSDFFunctions().startsWith(
+        u"// ============= Primitive SDF Functions =============\n"
+        "// Generated from 2 primitive definitions\n"
+        "\n"
+        "// === Two lines \\. (primitive index 1) ===\n"
+        "float sdf_x_1(vec3 p, float r) { return sdf_x2(p) - r; }\n"
+        "\n"
+        "// ============= Position Transform Functions =============\n"
+        "// Generated from 0 transform definitions\n"_s));
+    const QString dispatch = generator.generateAllDispatchFunctions();
+    QVERIFY(dispatch.contains(u"// b\n"
+                              "float sdf_wrapper_1(vec3 p, vec4 params, vec4 params2) {\n"
+                              "    return sdf_x_1(p, params.x);\n"
+                              "}\n"_s));
+    QVERIFY(dispatch.contains(u"        case 1u: return sdf_wrapper_1(p, params, params2);\n"
+                              "        default: return 1000.0; // Unknown primitive\n"_s));
+}
+
+void TstSDFShaderGenerator::usersNamesHarmNothing_data()
+{
+    QTest::addColumn<QString>("code");
+
+    QTest::newRow("function called main")
+        << u"float main(vec3 p) { return p.x; } "
+           "float sdf_main(vec3 p, float r) { return main(p) - r; }"_s;
+    QTest::newRow("parameter called asm")
+        << u"float sdf_u(vec3 asm, float goto) { return asm.x - goto; }"_s;
+    QTest::newRow("parameter called int64_t")
+        << u"float sdf_u(vec3 p, float int64_t) { return int64_t; }"_s;
+    QTest::newRow("names of the evaluator")
+        << u"float sceneSDF(vec3 epsilon) { return epsilon.x; } "
+           "float opUnion(float a, float b) { return a + b; } "
+           "float sdf_u(vec3 nodes, float r) { return sceneSDF(nodes) - opUnion(r, r); }"_s;
+    QTest::newRow("name of a shipped function")
+        << u"float sdf_u(vec3 p, float r); "
+           "float sdf_box_0(vec3 p) { return p.x; } "
+           "float sdf_u(vec3 p, float r) { return sdf_box_0(p) - r; }"_s;
+    QTest::newRow("reserved names")
+        << u"float sdf_u(vec3 p, float gl_x) { float a__b = gl_x; return a__b + p.y; }"_s;
+    QTest::newRow("line of a template")
+        << u"// {{DISPATCH_FUNCTION}}\nfloat sdf_u(vec3 p, float r) { return r; }"_s;
+    QTest::newRow("place marker in the code")
+        << u"float sdf_u(vec3 p, float r) { /* %1 %2 %3 */ return r; }"_s;
+}
+
+void TstSDFShaderGenerator::usersNamesHarmNothing()
+{
+    QFETCH(const QString, code);
+    corvane::registry::Registry registry;
+    registry.registerPrimitive(
+        definition(u"mine"_s, NodeType::Primitive, code, {parameter(u"r"_s)}));
+    const SDFShaderGenerator generator(&registry);
+    for (const auto &shader : shaders)
+        QCOMPARE(compileErrors((generator.*shader.generate)()), QString());
+}
+
+void TstSDFShaderGenerator::definitionsMayShareNames()
+{
+    const QString code = u"float helper(vec3 p) { return p.%1; } "
+                         "float sdf_u(vec3 p) { return helper(p); }"_s;
+    corvane::registry::Registry registry;
+    registry.registerPrimitive(definition(u"a"_s, NodeType::Primitive, code.arg("x"_L1)));
+    registry.registerPrimitive(definition(u"b"_s, NodeType::Primitive, code.arg("y"_L1)));
+    registry.registerPrimitive(definition(u"c"_s, NodeType::PositionTransform,
+                                          u"vec3 helper(vec3 p) { return p; } "
+                                          "vec3 op_u(vec3 p) { return helper(p); }"_s));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"conflict"_s));
+    QCOMPARE(compileErrors(SDFShaderGenerator(&registry).generateFieldSamplingShader()), QString());
+}
+
+void TstSDFShaderGenerator::parametersComeFromConsecutiveSlots_data()
+{
+    using Types = QList<SDFParameterType>;
+    QTest::addColumn<Types>("types");
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<int>("slotCount");
+
+    using enum SDFParameterType;
+    QTest::newRow("none") << Types{} << QString() << 0;
+    QTest::newRow("scalars") << Types{Float, Int, Bool, String}
+                             << u"params.x, params.y, params.z, params.w"_s << 4;
+    QTest::newRow("vectors") << Types{Vec2, Vec3}
+                             << u"vec2(params.x, params.y), vec3(params.z, params.w, params2.x)"_s
+                             << 5;
+    QTest::newRow("colour and four") << Types{Color, Vec4}
+                                     << u"vec4(params.x, params.y, params.z, params.w), "
+                                        "vec4(params2.x, params2.y, params2.z, params2.w)"_s
+                                     << 8;
+    QTest::newRow("children take none")
+        << Types{SDFChildren, Float, SDFChild} << u"params.x"_s << 1;
+    QTest::newRow("vector over the end")
+        << Types{Vec3, Vec3, Vec3}
+        << u"vec3(params.x, params.y, params.z), vec3(params.w, params2.x, params2.y), "
+           "vec3(params2.z, params2.w, 0.0)"_s
+        << 9;
+}
+
+void TstSDFShaderGenerator::parametersComeFromConsecutiveSlots()
+{
+    QFETCH(const QList<SDFParameterType>, types);
+    QFETCH(const QString, arguments);
+    QFETCH(const int, slotCount);
+    QList<ParameterDef> parameters;
+    for (const SDFParameterType type : types)
+        parameters.append(parameter(u"p"_s, type));
+    int used = -1;
+    QCOMPARE(ShaderCodeAnalyzer::buildParamList(
+                 *definition(u"a"_s, NodeType::Primitive, {}, parameters), used),
+             arguments);
+    QCOMPARE(used, slotCount);
+}
+
+void TstSDFShaderGenerator::tooManyParametersWarnAndStop()
+{
+    const QList<ParameterDef> nine(9, parameter(u"p"_s));
+    int used = 0;
+    QTest::ignoreMessage(QtWarningMsg, "ShaderCodeAnalyzer: too many parameters for a");
+    const QString list = ShaderCodeAnalyzer::buildParamList(
+        *definition(u"a"_s, NodeType::Primitive, {}, nine), used);
+    QCOMPARE(list.count(u','), 7);
+    QCOMPARE(used, 8);
+}
+
+void TstSDFShaderGenerator::mainFunctionIsTheFirstOfItsPrefixes_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("after a helper")
+        << u"float hash(float n) { return n; }\nfloat sdf_a(vec3 p) {"_s << u"sdf_a"_s;
+    QTest::newRow("helper with a prefix comes first")
+        << u"float sdf_h(float n); float sdf_a(vec3 p)"_s << u"sdf_h"_s;
+    QTest::newRow("transform") << u"vec3 op_twist (vec3 p)"_s << u"op_twist"_s;
+    QTest::newRow("any case") << u"Float SDF_a(vec3 p)"_s << u"SDF_a"_s;
+    QTest::newRow("other return type") << u"vec4 sdf_a(vec3 p)"_s << QString();
+    QTest::newRow("a call") << u"return sdf_a(p);"_s << QString();
+    QTest::newRow("older style") << u"float sdSphere(vec3 p)"_s << QString();
+}
+
+void TstSDFShaderGenerator::mainFunctionIsTheFirstOfItsPrefixes()
+{
+    QFETCH(const QString, code);
+    QTEST(ShaderCodeAnalyzer::extractFunctionName(code), "name");
+}
+
+void TstSDFShaderGenerator::definitionWithoutMainFunctionDropsOut()
+{
+    corvane::registry::Registry registry;
+    registry.registerPrimitive(
+        definition(u"a"_s, NodeType::DistanceModifier, u"float twice(float d) { return d; }"_s));
+    const SDFShaderGenerator generator(&registry);
+    QTest::ignoreMessage(
+        QtWarningMsg, "ShaderFunctionGenerator: could not extract modifier function name from a");
+    QVERIFY(!generator.generateSDFFunctions().contains("twice"_L1));
+    QTest::ignoreMessage(QtWarningMsg,
+                         "ShaderWrapperGenerator: could not extract modifier function name from a");
+    QVERIFY(!generator.generateAllDispatchFunctions().contains("float modifier_wrapper_0("_L1));
+}
+
+void TstSDFShaderGenerator::blendsFollowTheDefinition()
+{
+    corvane::registry::Registry registry;
+    const auto smooth = definition(u"a"_s, NodeType::CSGOperator,
+                                   u"float op_a(float d1, float d2) { return d1; }"_s);
+    smooth->blend = u"float main = d1 / k;\nfloat blend = main;\n"_s;
+    registry.registerPrimitive(smooth);
+    registry.registerPrimitive(definition(u"b"_s, NodeType::CSGOperator,
+                                          u"float op_b(float d1, float d2) { return d1; }"_s));
+    const SDFShaderGenerator generator(&registry);
+    const QString dispatch = generator.generateAllDispatchFunctions();
+    QVERIFY(dispatch.contains(u"float csgBlend_0(float d1, float d2, float k) {\n"
+                              "    float b_main = d1 / k;\n"
+                              "    float blend = b_main;\n"
+                              "    return blend;\n"
+                              "}\n"_s));
+    QVERIFY(dispatch.contains(u"float csgBlend_1(float d1, float d2, float k) {\n"
+                              "    float blend = d1 < d2 ? 0.0 : 1.0;\n"
+                              "    return blend;\n"
+                              "}\n"_s));
+    QVERIFY(dispatch.contains(u"        case 1u: return csgBlend_1(d1, d2, k);\n"
+                              "        default: return d1 < d2 ? 0.0 : 1.0;\n"_s));
+    QVERIFY2(!generator.generateSDFFunctions().contains("op_a"_L1), "operators are a fixed table");
+    QCOMPARE(compileErrors(generator.generateFieldSamplingShader()), QString());
+}
+
+void TstSDFShaderGenerator::onlyActiveDefinitionsAreEmitted()
+{
+    SDFShaderGenerator generator(&m_builtins);
+    generator.setActiveDefinitionIds({u"sphere"_s, u"union"_s});
+    const QString source = generator.generateFieldSamplingShader();
+    QCOMPARE(source.count("float sdf_wrapper_"_L1), 1);
+    QCOMPARE(source.count("float csgBlend_"_L1), 1);
+    QCOMPARE(source.count("vec3 transform_wrapper_"_L1), 0);
+    QCOMPARE(compileErrors(source), QString());
+    generator.setActiveDefinitionIds({});
+    QCOMPARE(compileErrors(generator.generateFieldSamplingShader()), QString());
+}
+
+void TstSDFShaderGenerator::noRegistryLeavesTheFixedTexts()
+{
+    SDFShaderGenerator generator;
+    QCOMPARE(generator.generateSDFFunctions(), QString());
+    const QString dispatch = generator.generateAllDispatchFunctions();
+    QVERIFY(!dispatch.contains("evaluatePrimitiveByDefinition(uint"_L1));
+    QVERIFY(dispatch.contains(
+        "float applyCsgOp(uint opType, float d1, float d2, float smoothness) {"_L1));
+    QVERIFY(dispatch.contains("float evaluateSceneTree("_L1));
+    generator.setTreeEvaluatorIncluded(false);
+    QVERIFY(!generator.generateAllDispatchFunctions().contains("float evaluateSceneTree("_L1));
+}
+
+void TstSDFShaderGenerator::shadingFillsWhatItsModeWants()
+{
+    TestShading mode;
+    const TestSky sky;
+    mode.source = u"[// {{ENVIRONMENT_SAMPLE}}][// {{SDF_FUNCTIONS}}][// {{DISPATCH_FUNCTION}}]"_s;
+    SDFShaderGenerator generator;
+    generator.setShadingMode(&mode);
+    QCOMPARE(generator.generateShadingShader(), mode.source);
+
+    mode.environment = true;
+    QCOMPARE(generator.generateShadingShader(), mode.source); // no background yet
+    generator.setBackgroundEnvironment(&sky);
+    QCOMPARE(generator.generateShadingShader(),
+             u"[sky // {{SDF_FUNCTIONS}}][// {{SDF_FUNCTIONS}}][// {{DISPATCH_FUNCTION}}]"_s);
+
+    mode.scene = true;
+    QVERIFY(generator.generateShadingShader().startsWith(u"[sky // {{SDF_FUNCTIONS}}][]["_s));
+    QVERIFY(generator.generateShadingShader().contains("float applyCsgOp("_L1));
+
+    mode.source.clear();
+    QCOMPARE(generator.generateShadingShader(), ShaderTemplates::load(u"sdf_shading.frag.in"_s));
+}
+
+void TstSDFShaderGenerator::kindsOfDefinitionsAreAnswered()
+{
+    const SDFShaderGenerator generator(&m_builtins);
+    QCOMPARE(generator.operationType(u"smooth_subtract"_s), 4);
+    QCOMPARE(generator.operationType(u"sphere"_s), -1);
+    QCOMPARE(generator.nodeType(u"extrude"_s), 5);
+    QCOMPARE(generator.nodeType(u"no_such"_s), 0);
+}
+
+QTEST_GUILESS_MAIN(TstSDFShaderGenerator)
+#include "tst_SDFShaderGenerator.moc"
