@@ -64,6 +64,11 @@ void setFromList(Value &value, const QVariantList &list)
         value.setLane(static_cast<int>(i), list[i].toDouble());
 }
 
+void setFromVector(Value &value, const QVector4D &vector)
+{
+    setFromList(value, {vector.x(), vector.y(), vector.z(), vector.w()});
+}
+
 void setFromMatrix(Value &value, const QMatrix4x4 &matrix)
 {
     const int rows = matrixRows(value.type);
@@ -318,13 +323,14 @@ Value qvariantToValue(const QVariant &variant, Type type, const QString &structN
         return value;
     switch (variant.metaType().id()) {
     case QMetaType::QVector2D:
-    case QMetaType::QVector3D:
-    case QMetaType::QVector4D: {
-        const auto vector = variant.value<QVector4D>();
-        const QVariantList list = {vector.x(), vector.y(), vector.z(), vector.w()};
-        setFromList(value, list);
+        setFromVector(value, QVector4D(variant.value<QVector2D>()));
         return value;
-    }
+    case QMetaType::QVector3D:
+        setFromVector(value, QVector4D(variant.value<QVector3D>()));
+        return value;
+    case QMetaType::QVector4D:
+        setFromVector(value, variant.value<QVector4D>());
+        return value;
     case QMetaType::QMatrix4x4:
         setFromMatrix(value, variant.value<QMatrix4x4>());
         return value;
