@@ -94,6 +94,8 @@ bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool
         mesh::marchingCubes(field, outTriangles.triangles, 0.0f, &cancelFlag,
                             &outTriangles.rowEnds);
         done = !cancelFlag.load(std::memory_order_relaxed);
+        if (done)
+            keepFault(lane->evaluator.lastError());
     }
     lane->evaluator.setCancelFlag(nullptr);
     returnLane(std::move(lane));
@@ -161,11 +163,15 @@ std::unique_ptr<CpuChunkProcessor::Lane> CpuChunkProcessor::borrowLane()
 
 void CpuChunkProcessor::returnLane(std::unique_ptr<Lane> lane)
 {
-    const QString fault = lane->evaluator.lastError();
+    const QMutexLocker lock(&m_mutex);
+    m_lanes.push_back(std::move(lane));
+}
+
+void CpuChunkProcessor::keepFault(const QString &fault)
+{
     const QMutexLocker lock(&m_mutex);
     if (m_firstFault.isEmpty())
         m_firstFault = fault;
-    m_lanes.push_back(std::move(lane));
 }
 
 void applyChunkSeal(std::span<float> samples, int nx, int ny, int nz, unsigned sealFaces,

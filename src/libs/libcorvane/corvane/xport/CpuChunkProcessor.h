@@ -35,6 +35,7 @@ private:
 
     std::unique_ptr<Lane> borrowLane();
     void returnLane(std::unique_ptr<Lane> lane);
+    void keepFault(const QString &fault);
     bool sample(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag) const;
 
     eval::DefinitionTable m_definitions;
