@@ -123,7 +123,7 @@ bool addFieldShader(const corvane::shader::SDFShaderGenerator &generator, Export
                 u"  line %1: %2"_s.arg(QString::number(diagnostic.line), diagnostic.message));
         return false;
     }
-    request.shaderResult = QSharedPointer<corvane::shader::ValidationResult>::create(result);
+    request.shaderResult = result;
     return true;
 }
 
