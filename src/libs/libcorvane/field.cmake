@@ -5,6 +5,7 @@ corvane_library(corvane_field
     AREAS render eval bv mesh xport
     SOURCES
         ${CORVANE_RENDER_SOURCES}
+        corvane/bv/BoundsDetector.cpp
         corvane/eval/AnalyticGradient.cpp
         corvane/eval/AnalyticGradientCompiler.cpp
         corvane/eval/CPUFieldEvaluator.cpp
@@ -17,6 +18,7 @@ corvane_library(corvane_field
         corvane/eval/TransformProbe.cpp
         corvane/mesh/MarchingCubes.cpp
         corvane/mesh/MarchingCubesTables.cpp
+        corvane/xport/AutoBounds.cpp
         corvane/xport/ChunkRunner.cpp
         corvane/xport/ChunkScheduler.cpp
         corvane/xport/CpuChunkProcessor.cpp

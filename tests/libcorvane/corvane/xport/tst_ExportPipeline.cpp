@@ -59,6 +59,8 @@ private slots:
     void fileIsTheSameForAnyThreads();
     void sealDecidesAtTheBox_data();
     void sealDecidesAtTheBox();
+    void boundsFollowTheSurface_data();
+    void boundsFollowTheSurface();
     void progressRisesToTheEnd();
     void failureIsASentence_data();
     void failureIsASentence();
@@ -212,6 +214,36 @@ void TstExportPipeline::sealDecidesAtTheBox()
     QCOMPARE(support::isClosedManifold(mesh), sealed);
     for (const auto &v : mesh.vertices)
         QVERIFY(std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)}) <= 3.0001f);
+}
+
+void TstExportPipeline::boundsFollowTheSurface_data()
+{
+    QTest::addColumn<Scene>("scene");
+    QTest::addColumn<bool>("closed");
+    QTest::addColumn<QString>("warning");
+    QTest::newRow("found far out") << Scene([](NodeTree &t) {
+        return t.add("translate"_L1, {40, 0, 0}, {t.add("sphere"_L1, {1})});
+    }) << true << QString();
+    QTest::newRow("without an end")
+        << Scene([](NodeTree &t) {
+               return t.add("plane"_L1, {0, 1, 0, 0});
+           })
+        << false
+        << u"^\\[export\\] auto-bounds: detection failed \\(.*\\), keeping requested bounds$"_s;
+}
+
+void TstExportPipeline::boundsFollowTheSurface()
+{
+    QFETCH(Scene, scene);
+    QFETCH(bool, closed);
+    QFETCH(QString, warning);
+    if (!warning.isEmpty())
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(warning));
+    ExportRequest request = requestFor(scene);
+    request.autoBounds = true;
+    const ExportResult result = exported(request);
+    QVERIFY2(result.success, qPrintable(result.errorMessage));
+    QCOMPARE(support::isClosedManifold(read(request)), closed);
 }
 
 void TstExportPipeline::progressRisesToTheEnd()

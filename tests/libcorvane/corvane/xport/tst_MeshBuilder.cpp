@@ -197,9 +197,11 @@ void TstMeshBuilder::uselessTrianglesAreLeftOut_data()
 void TstMeshBuilder::uselessTrianglesAreLeftOut()
 {
     QFETCH(QVector3D, third);
-    TriangleChunks chunks{
-        {Triangle{.vertices = {QVector3D(), QVector3D(1, 0, 0), third}, .normal = {}}}};
-    const auto mesh = MeshBuilder::assemble(std::move(chunks));
+    ChunkSurface chunk;
+    chunk.triangles.append({.vertices = {QVector3D(), QVector3D(1, 0, 0), third}, .normal = {}});
+    GridSurface surface;
+    surface.insert(0, chunk);
+    const auto mesh = MeshBuilder::assemble(std::move(surface));
     QTEST(int(mesh.elements.size()), "kept");
     QCOMPARE(mesh.vertices.size(), 3 * mesh.elements.size());
 }

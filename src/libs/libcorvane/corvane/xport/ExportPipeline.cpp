@@ -3,6 +3,7 @@
 #include <corvane/eval/DefinitionTable.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/shader/ShaderIndexManager.h>
+#include <corvane/xport/AutoBounds.h>
 #include <corvane/xport/ChunkRunner.h>
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
@@ -11,15 +12,12 @@
 #include <mesh/io/IORegistry.h>
 
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 #include <QScopeGuard>
 #include <QtConcurrentRun>
 
 namespace corvane::xport {
 
 using namespace Qt::StringLiterals;
-
-Q_LOGGING_CATEGORY(lcExport, "ondrel.corvane.export.pipeline", QtWarningMsg)
 
 namespace {
 
@@ -72,17 +70,19 @@ void ExportPipeline::cancel()
     m_cancelled = true;
 }
 
-ExportResult ExportPipeline::execute(const ExportRequest &request,
+ExportResult ExportPipeline::execute(ExportRequest request,
                                      const eval::DefinitionTable &definitions)
 {
     if (request.algorithm == static_cast<int>(ExportAlgorithm::Direct))
         return exportDirect(request);
+    if (request.autoBounds)
+        applyAutoBounds(request, definitions,
+                        ChunkScheduler::resolveThreadCount(request.threadCount), m_cancelled);
+    if (m_cancelled)
+        return ExportResult::failed(u"Export cancelled"_s);
     const QString gridError = ChunkScheduler::gridError(request);
     if (!gridError.isEmpty())
         return ExportResult::failed(gridError);
-    if (request.autoBounds)
-        qCWarning(lcExport)
-            << "[export] auto-bounds: evaluator unavailable, keeping requested bounds";
     if (request.algorithm == static_cast<int>(ExportAlgorithm::Volume))
         return ExportResult::failed(u"Volume export is not available"_s);
     if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))

@@ -46,7 +46,7 @@ signals:
     void backendFellBack(const QString &from, const QString &to, const QString &reason);
 
 private:
-    ExportResult execute(const ExportRequest &request, const eval::DefinitionTable &definitions);
+    ExportResult execute(ExportRequest request, const eval::DefinitionTable &definitions);
     ExportResult exportChunks(const ExportRequest &request,
                               const eval::DefinitionTable &definitions);
     ExportResult exportDirect(const ExportRequest &request);
