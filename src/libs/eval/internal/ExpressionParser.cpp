@@ -209,7 +209,8 @@ AstPtr ExpressionParser::parsePrimary()
         return parseName();
     if (token.is(TokenKind::LeftParen))
         return parseParenthesised();
-    m_context.error(token, u"unexpected token '%1' in expression"_s.arg(token.text));
+    if (m_context.keepsErrors())
+        m_context.error(token, u"unexpected token '%1' in expression"_s.arg(token.text));
     m_context.tokens.next();
     return {};
 }

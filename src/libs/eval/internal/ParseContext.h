@@ -26,6 +26,8 @@ public:
     QSet<QString> structNames;
 
     void error(const Token &token, const QString &message);
+    /// False once a further message would be dropped.
+    bool keepsErrors() const { return !m_refused && m_diagnostics.hasRoom(); }
     /// Consumes a token of this kind, or records `message` at the token that stands there and
     /// leaves it.
     bool expect(TokenKind kind, QLatin1StringView message);

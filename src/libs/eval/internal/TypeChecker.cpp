@@ -2,6 +2,7 @@
 
 #include <eval/internal/CallGraph.h>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -60,20 +61,7 @@ void TypeChecker::registerStruct(const AstNode &declaration)
     }
     if (declaration.params.isEmpty())
         error(declaration, u"struct '%1' is empty — §EX2-API-3.1.1 requires ≥1 field"_s.arg(name));
-    StructDef definition{name, {}, 1, 1};
-    QSet<QString> fieldNames;
-    for (const FunctionParam &field : declaration.params) {
-        if (fieldNames.contains(field.name))
-            error(declaration, u"duplicate field '%1' in struct '%2'"_s.arg(field.name, name));
-        fieldNames.insert(field.name);
-        if (field.type == Type::Struct && field.structName == name)
-            error(declaration, u"recursive struct '%1' is rejected — §EX2-API-3.1.1"_s.arg(name));
-        const StructDef *const inner =
-            field.type == Type::Struct ? m_structs.lookup(field.structName) : nullptr;
-        definition.valueCount += inner ? inner->valueCount : 1;
-        definition.depth = std::max(definition.depth, inner ? inner->depth + 1 : 1);
-        definition.fields.append({field.name, field.type, field.structName});
-    }
+    StructDef definition = readFields(declaration);
     if (definition.valueCount > maxStructValues || definition.depth > maxStructDepth) {
         error(declaration,
               u"struct '%1' is too large: %2 values on %3 levels, of at most %4 on %5"_s.arg(
@@ -85,6 +73,29 @@ void TypeChecker::registerStruct(const AstNode &declaration)
     }
     if (!m_structs.registerStruct(std::move(definition)))
         error(declaration, u"struct '%1' already declared"_s.arg(name));
+}
+
+StructDef TypeChecker::readFields(const AstNode &declaration)
+{
+    StructDef definition{declaration.name, {}, 1, 1};
+    QSet<QString> fieldNames;
+    for (const FunctionParam &field : declaration.params) {
+        if (fieldNames.contains(field.name)) {
+            error(declaration,
+                  u"duplicate field '%1' in struct '%2'"_s.arg(field.name, declaration.name));
+        }
+        fieldNames.insert(field.name);
+        const bool isStruct = field.type == Type::Struct;
+        if (isStruct && field.structName == declaration.name) {
+            error(declaration,
+                  u"recursive struct '%1' is rejected — §EX2-API-3.1.1"_s.arg(declaration.name));
+        }
+        const StructDef *const inner = isStruct ? m_structs.lookup(field.structName) : nullptr;
+        definition.valueCount += inner ? inner->valueCount : 1;
+        definition.depth = std::max(definition.depth, inner ? inner->depth + 1 : 1);
+        definition.fields.append({field.name, field.type, field.structName});
+    }
+    return definition;
 }
 
 void TypeChecker::checkFunction(const AstNode &function)

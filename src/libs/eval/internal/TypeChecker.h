@@ -76,6 +76,7 @@ private:
     void takeCompanions(AstNode &node, const AstPtr &from) const;
 
     void registerStruct(const AstNode &declaration);
+    StructDef readFields(const AstNode &declaration);
     const StructDef *findStruct(const QString &name) const;
     void error(const AstNode &node, const QString &message,
                DiagnosticCategory category = DiagnosticCategory::Type);
