@@ -129,15 +129,22 @@ SizedInput::SizedInput(QIODevice &device)
 {
     if (!device.isSequential())
         return;
+    // Memory is only taken as far as it is written to: growing in steps would hold two copies at a
+    // time.
+    constexpr qsizetype step = 1 << 20;
+    m_content.reserve(longestPipe + step);
     for (;;) {
-        const QByteArray part = device.read(1 << 20);
-        if (part.isEmpty())
-            break;
-        m_content += part;
-        if (m_content.size() > longestPipe) {
+        const qsizetype size = m_content.size();
+        if (size > longestPipe) {
+            m_content = {};
             m_device = nullptr;
             return;
         }
+        m_content.resize(size + step);
+        const qint64 got = device.read(m_content.data() + size, step);
+        m_content.resize(size + std::max<qint64>(got, 0));
+        if (got <= 0)
+            break;
     }
     m_buffer.setBuffer(&m_content);
     m_buffer.open(QIODevice::ReadOnly);

@@ -76,7 +76,7 @@ Result<Layout> detect(QIODevice &device, const ImportOptions &options)
 QString nameFromHeader(const QByteArray &header)
 {
     const QByteArray text = header.left(qstrnlen(header.constData(), size_t(header.size())));
-    return QString::fromLatin1(text.left(text.indexOf('\n'))).trimmed();
+    return QString::fromLatin1(text.split('\n').first()).trimmed();
 }
 
 template<typename T>
