@@ -225,6 +225,11 @@ bool Registry::analyzeShaderSignature(const DefinitionPtr &definition)
     return true;
 }
 
+QList<FunctionConflict> Registry::functionConflicts() const
+{
+    return m_functions.conflicts();
+}
+
 bool Registry::loadUserLibrary(const QString &path)
 {
     const auto definitions = UserLibrary::load(path);

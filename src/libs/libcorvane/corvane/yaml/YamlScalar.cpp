@@ -34,6 +34,8 @@ bool isSameNumber(double value, const QString &text)
 
 QString losslessNumber(double value)
 {
+    if (value == 0.0 && std::signbit(value))
+        return u"-0.0"_s;
     const QString usual = numberText(value, 15);
     if (!std::isfinite(value) || isSameNumber(value, usual))
         return usual;
