@@ -81,7 +81,7 @@ Type TypeChecker::checkBuiltinConstructor(const AstNode &node, const QList<TypeR
     const int wanted = laneCount(node.type);
     if (wanted == 0) {
         error(node, u"unknown type '%1'"_s.arg(node.name));
-        return Type::Float;
+        return node.type; // what the source says stays, so that a second check finds the same
     }
     const int given = componentsOf(arguments);
     const bool isSingle = arguments.size() == 1;
