@@ -275,16 +275,14 @@ bool EvaluationState::evaluateRow(Handle input, std::span<const float> xs, float
 
     const float last[] = {xs.back(), y, z};
     setFloats(input, last);
-    qsizetype faultAt = -1;
-    const auto result =
-        m_rowMachine.run(*m_lowered, *plan, m_registers, xs, outputSlot - m_inputCount, out, failed,
-                         m_cancelFlag, faultAt);
-    if (result == RunResult::Cancelled)
+    const RowMachine::Outcome outcome = m_rowMachine.run(
+        *plan, {m_registers, xs, outputSlot - m_inputCount, out, failed, m_cancelFlag});
+    if (outcome.result == RunResult::Cancelled)
         return failWith(cancelledFault());
-    if (result == RunResult::Finished)
+    if (outcome.result == RunResult::Finished)
         return true;
     // The row form only knows that there is a fault: the walk over that one point tells which.
-    const float faulty[] = {xs[static_cast<size_t>(faultAt)], y, z};
+    const float faulty[] = {xs[static_cast<size_t>(outcome.firstFault)], y, z};
     setFloats(input, faulty);
     runWalk();
     setFloats(input, last);

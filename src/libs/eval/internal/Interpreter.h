@@ -9,6 +9,7 @@
 #include <QVarLengthArray>
 
 #include <atomic>
+#include <optional>
 
 namespace eval::internal {
 
@@ -139,7 +140,9 @@ private:
 
 /// The lane that a swizzle letter names: x, r and s are 0.
 int swizzleLane(QChar letter);
-/// Whether a case block of a switch runs for a value; true for "default".
-bool caseMatches(const AstNode &caseBlock, qint32 value);
+/// A case block of a switch: "default", or the number that its label reads as; none for a label
+/// that is none.
+bool isDefaultCase(const AstNode &caseBlock);
+std::optional<qint32> caseNumber(const AstNode &caseBlock);
 
 } // namespace eval::internal

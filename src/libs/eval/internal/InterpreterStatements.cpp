@@ -8,16 +8,19 @@ using namespace Qt::StringLiterals;
 
 namespace eval::internal {
 
-bool caseMatches(const AstNode &caseBlock, qint32 value)
+bool isDefaultCase(const AstNode &caseBlock)
+{
+    return caseBlock.name == "default"_L1;
+}
+
+std::optional<qint32> caseNumber(const AstNode &caseBlock)
 {
     QStringView label = caseBlock.name;
-    if (label == "default"_L1)
-        return true;
     while (label.endsWith(u'u', Qt::CaseInsensitive))
         label.chop(1);
     bool ok = false;
     const uint number = label.toUInt(&ok, 0); // 0 reads an 0x prefix
-    return ok && static_cast<qint32>(number) == value;
+    return ok ? std::optional(static_cast<qint32>(number)) : std::nullopt;
 }
 
 Interpreter::Flow Interpreter::execStmt(const AstNode &node, Value &returnSlot)
@@ -168,7 +171,7 @@ Interpreter::Flow Interpreter::execSwitch(const AstNode &node, Value &returnSlot
     const qint32 value = evaluate(*node.condition).toInt();
     bool matched = false;
     for (const AstPtr &caseBlock : node.statements) {
-        matched = matched || caseMatches(*caseBlock, value);
+        matched = matched || isDefaultCase(*caseBlock) || caseNumber(*caseBlock) == value;
         if (!matched)
             continue;
         const Flow flow = execStmt(*caseBlock, returnSlot);

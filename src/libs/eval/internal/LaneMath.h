@@ -36,6 +36,27 @@ T sign(T x)
 {
     return static_cast<T>(static_cast<int>(x > T(0)) - static_cast<int>(x < T(0)));
 }
+// The library's rounding is a call a lane on machines that have no instruction for it. These are
+// the same to the last bit (the sign of zero comes from the argument), and a compiler turns loops
+// of them into vector code.
+inline float truncated(float x)
+{
+    constexpr float wholeFrom = 8388608.0f; // 2^23: every float from here on is a whole number
+    const float whole =
+        static_cast<float>(static_cast<std::int32_t>(std::fabs(x) < wholeFrom ? x : 0.0f));
+    return std::fabs(x) < wholeFrom ? std::copysign(whole, x) : x;
+}
+inline float floored(float x)
+{
+    const float whole = truncated(x);
+    return whole > x ? whole - 1.0f : whole;
+}
+inline float raised(float x)
+{
+    const float whole = truncated(x);
+    return whole < x ? std::copysign(whole + 1.0f, x) : whole;
+}
+
 template<class T>
 T fract(T x)
 {

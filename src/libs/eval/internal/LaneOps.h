@@ -147,15 +147,15 @@ inline quint32 applyLane(Op op, quint32 a, quint32 b, quint32 c)
     case Op::SqrtF:
         return bits(std::sqrt(f(a)));
     case Op::FloorF:
-        return bits(std::floor(f(a)));
+        return bits(floored(f(a)));
     case Op::CeilF:
-        return bits(std::ceil(f(a)));
+        return bits(raised(f(a)));
     case Op::FractF:
-        return bits(fract(f(a)));
+        return bits(f(a) - floored(f(a)));
     case Op::SignF:
         return bits(sign(f(a)));
     case Op::TruncF:
-        return bits(std::trunc(f(a)));
+        return bits(truncated(f(a)));
     case Op::RoundF:
         return bits(std::round(f(a)));
     case Op::RoundEvenF:

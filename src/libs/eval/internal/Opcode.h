@@ -12,7 +12,8 @@
 #define EVAL_UNARY_OPS(X)                                                                          \
     X(Move)                                                                                        \
     X(NegF)                                                                                        \
-    X(AbsF) X(SqrtF) X(FloorF) X(CeilF) X(FractF) X(SignF) X(TruncF) X(RoundF) X(RoundEvenF)       \
+    X(AbsF)                                                                                        \
+    X(SqrtF) X(FloorF) X(CeilF) X(FractF) X(SignF) X(TruncF) X(RoundF) X(RoundEvenF)               \
         X(InverseSqrtF) X(RadiansF) X(DegreesF) X(SinF) X(CosF) X(TanF) X(AsinF) X(AcosF) X(AtanF) \
             X(SinhF) X(CoshF) X(TanhF) X(AsinhF) X(AcoshF) X(AtanhF) X(ExpF) X(LogF) X(Exp2F)      \
                 X(Log2F) X(IsNanF) X(IsInfF) X(NegI) X(AbsI) X(SignI) X(NotI) X(NotB) X(IntToF)    \
@@ -20,9 +21,10 @@
 
 #define EVAL_BINARY_OPS(X)                                                                         \
     X(AddF)                                                                                        \
-    X(SubF) X(MulF) X(DivF) X(RemF) X(RemOrZeroF) X(MinF) X(MaxF) X(StepF) X(Atan2F) X(PowF)       \
-        X(Length2F) X(EqF) X(NeF) X(LtF) X(LeF) X(EqI) X(NeI) X(LtI) X(LeI) X(AddI) X(SubI)        \
-            X(MulI) X(MinI) X(MaxI) X(AndI) X(OrI) X(XorI) X(ShlI) X(ShrI)
+    X(SubF)                                                                                        \
+    X(MulF) X(DivF) X(RemF) X(RemOrZeroF) X(MinF) X(MaxF) X(StepF) X(Atan2F) X(PowF) X(Length2F)   \
+        X(EqF) X(NeF) X(LtF) X(LeF) X(EqI) X(NeI) X(LtI) X(LeI) X(AddI) X(SubI) X(MulI) X(MinI)    \
+            X(MaxI) X(AndI) X(OrI) X(XorI) X(ShlI) X(ShrI)
 
 #define EVAL_TERNARY_OPS(X)                                                                        \
     X(MulAddF) X(ClampF) X(MixF) X(SmoothstepF) X(FmaF) X(Length3F) X(Select)

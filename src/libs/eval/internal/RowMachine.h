@@ -3,15 +3,16 @@
 #include <eval/internal/LoweredProgram.h>
 
 #include <atomic>
-#include <memory>
 #include <span>
 #include <vector>
 
 namespace eval::internal {
 
 class RowPlan;
+struct LaneContext;
+struct LaneInstruction;
 
-/// Runs a row plan: many points an instruction, one register per point and varying value.
+/// Runs a row plan: many points an instruction, one word per point and varying value.
 ///
 /// Where points part ways at a branch, each run of neighbours goes its own way and they join again
 /// where the ways meet: of several groups the one that is furthest behind in the code goes first,
@@ -19,19 +20,23 @@ class RowPlan;
 class RowMachine
 {
 public:
-    /// @param inputs    the values of all inputs, as in the register file of the program
-    /// @param xs        the coordinates of the points
-    /// @param out       one value of the chosen output a point; `failed` where the point has a
-    /// fault
-    /// @param faultAt   set to the first point with a fault, or -1
-    /// @return Faulted when any point has one; after Cancelled all of `out` is `failed`
-    RunResult run(const LoweredProgram &program, const RowPlan &plan,
-                  std::span<const quint32> inputs, std::span<const float> xs, qsizetype outputIndex,
-                  std::span<float> out, float failed, const std::atomic_bool *cancelled,
-                  qsizetype &faultAt);
+    struct Request
+    {
+        std::span<const quint32> inputs; ///< the inputs, as the register file of the program begins
+        std::span<const float> xs;       ///< the coordinates of the points
+        qsizetype output = 0;            ///< index of the output that is wanted
+        std::span<float> out;            ///< its value at every point
+        float failed = 0.0f;             ///< what stands for the value of a point with a fault
+        const std::atomic_bool *cancelled = nullptr;
+    };
+    struct Outcome
+    {
+        RunResult result = RunResult::Finished;
+        qsizetype firstFault = -1; ///< index of a point; after Faulted only
+    };
 
-    /// Points that are worked on together.
-    static constexpr int blockSize = 128;
+    /// After Cancelled all of `out` is `failed`.
+    Outcome run(const RowPlan &plan, const Request &request);
 
 private:
     /// A run of neighbouring points that stand at one instruction.
@@ -42,21 +47,26 @@ private:
         int end = 0;
     };
 
-    void prepare(const LoweredProgram &program, const RowPlan &plan);
-    bool runBlock(const RowPlan &plan, int count, const std::atomic_bool *cancelled);
-    bool advance(const RowPlan &plan, Group &group);
+    void prepare(const RowPlan &plan);
+    bool runBlock(const RowPlan &plan, int count);
+    bool control(const LaneInstruction &at, Group &group);
+    bool join(Group &group);
+    bool branch(const LaneInstruction &at, Group &group);
+    bool guardLoop(const LaneInstruction &at, Group &group);
+    template<class Decision>
+    bool partBy(Group &group, const Decision &targetOf);
     bool nextGroup(Group &group);
-    void park(const Group &group) { m_waiting.push_back(group); }
     void parkUnfaulted(const Group &group);
-    void branch(const RowPlan &plan, Group &group);
+    qsizetype writeBlock(const RowPlan &plan, const Request &request, qsizetype first,
+                         int count) const;
 
     const RowPlan *m_plan = nullptr; ///< what the buffers are made for
     std::vector<quint32> m_lanes;
     std::vector<quint32> m_scalars;
     std::vector<quint8> m_faulted;
     std::vector<Group> m_waiting;
-    unsigned m_ticks = 0;
     const std::atomic_bool *m_cancelFlag = nullptr;
+    unsigned m_rounds = 0;
     bool m_cancelled = false;
 };
 

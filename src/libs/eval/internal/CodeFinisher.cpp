@@ -1,0 +1,86 @@
+#include <eval/internal/CodeFinisher.h>
+
+#include <eval/internal/LinearCode.h>
+#include <eval/internal/RegisterAllocation.h>
+#include <eval/internal/RowPlan.h>
+
+namespace eval::internal {
+
+namespace {
+
+// A graph with many point inputs is not sampled along rows of each of them.
+constexpr size_t rowPlanLimit = 2;
+
+void dropJoins(std::vector<Instruction> &code)
+{
+    std::vector<bool> isJoin(code.size());
+    for (size_t i = 0; i < code.size(); ++i)
+        isJoin[i] = code[i].op == Op::Join;
+    eraseInstructions(code, isJoin);
+}
+
+/// Lays the register file out: inputs, the constants that are used, everything else.
+void placeRegisters(LinearCode &code, LoweredProgram &program, quint32 inputCount,
+                    std::vector<Register> &places)
+{
+    std::vector<bool> isUsed(code.registerCount(), false);
+    for (Instruction &instruction : code.code)
+        code.forEachRead(instruction, [&](Register reg) { isUsed[reg] = true; });
+    for (const Register lane : code.outputLanes)
+        isUsed[lane] = true;
+    program.firstConstant = inputCount;
+    for (Register reg = 0; reg < code.registerCount(); ++reg) {
+        if (isUsed[reg] && code.origins[reg] == LinearCode::Origin::Constant) {
+            places[reg] = program.firstConstant + static_cast<Register>(program.constants.size());
+            program.constants.push_back(code.bits[reg]);
+        }
+    }
+    const auto firstFree = program.firstConstant + static_cast<Register>(program.constants.size());
+    program.registerCount = allocateRegisters(
+        code, [&](Register reg) { return code.isComputed(reg); }, code.outputLanes, firstFree,
+        places);
+}
+
+} // namespace
+
+QSharedPointer<const LoweredProgram> finishCode(const CompiledProgram &program,
+                                                CodeBuilder &builder,
+                                                const std::vector<Register> &inputs,
+                                                std::vector<RegisterValue> outputs)
+{
+    auto lowered = QSharedPointer<LoweredProgram>::create();
+    std::vector<int> widths;
+    std::vector<Register> places(builder.registerCount(), noRegister);
+    quint32 inputCount = 0;
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        widths.push_back(laneCount(program.inputs[static_cast<qsizetype>(i)].type));
+        lowered->inputs.push_back(inputs[i] == noRegister ? noRegister : inputCount);
+        for (int lane = 0; inputs[i] != noRegister && lane < widths.back(); ++lane)
+            places[inputs[i] + static_cast<Register>(lane)] = inputCount++;
+    }
+    LinearCode code(builder, inputs, widths, outputs);
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        const bool isPoint =
+            program.inputs[static_cast<qsizetype>(i)].type == Type::Vec3 && inputs[i] != noRegister;
+        if (isPoint && lowered->rowPlans.size() < rowPlanLimit)
+            lowered->rowPlans.emplace_back(static_cast<qsizetype>(i),
+                                           planRows(code, inputs[i], outputs, places, inputCount));
+    }
+    dropJoins(code.code);
+    placeRegisters(code, *lowered, inputCount, places);
+    for (Instruction &instruction : code.code) {
+        // Operands first: of a loop counter they are the same register.
+        Instruction placed = instruction;
+        LinearCode &registers = code;
+        const auto place = [&](Register &reg) { reg = places[reg]; };
+        registers.forEachRead(placed, place);
+        registers.forEachWrite(placed, place);
+        instruction = placed;
+    }
+    lowered->code = std::move(code.code);
+    lowered->externals = std::move(code.externals);
+    lowered->outputs = relocated(outputs, places);
+    return lowered;
+}
+
+} // namespace eval::internal

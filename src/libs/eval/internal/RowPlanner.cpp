@@ -1,0 +1,297 @@
+#include <eval/internal/CodeFinisher.h>
+
+#include <eval/internal/LinearCode.h>
+#include <eval/internal/RegisterAllocation.h>
+#include <eval/internal/RowPlan.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace eval::internal {
+
+namespace {
+
+/// Finds out which registers differ from point to point, and lays the code out by it.
+///
+/// A register varies when something that it is computed from does. One that is written in several
+/// places varies as well when one of those stands where points may have parted ways: from a jump on
+/// a varying condition to the place where every way out of there has come together again.
+class RowPlanner
+{
+public:
+    RowPlanner(LinearCode code, Register varying)
+        : m_code(std::move(code))
+        , m_varyingInput(varying)
+        , m_varies(m_code.registerCount(), false)
+        , m_writes(m_code.registerCount(), 0)
+        , m_isHoisted(m_code.registerCount(), false)
+        , m_isParted(m_code.code.size() + 1, false)
+        , m_nextTogether(m_code.code.size() + 1)
+    {
+        std::iota(m_nextTogether.begin(), m_nextTogether.end(), 0u);
+        m_varies[varying] = true;
+        for (Instruction &instruction : m_code.code)
+            m_code.forEachWrite(instruction, [this](Register reg) { ++m_writes[reg]; });
+    }
+
+    std::unique_ptr<RowPlan> plan(const std::vector<RegisterValue> &outputs,
+                                  const std::vector<Register> &inputPlaces, quint32 inputCount)
+    {
+        findVarying();
+        auto plan = std::make_unique<RowPlan>();
+        plan->inputCount = inputCount;
+        m_scalarPlaces = inputPlaces;
+        m_scalarPlaces.resize(m_code.registerCount(), noRegister);
+        const std::vector<bool> isHoisted = chooseHoisted();
+        placeScalars(*plan, outputs);
+        moveToPrologue(*plan, isHoisted);
+        placeLanes(*plan, outputs);
+        writeCode(*plan);
+        return plan;
+    }
+
+private:
+    void findVarying();
+    bool spreadThrough(quint32 index);
+    void part(quint32 from, quint32 to);
+    std::vector<bool> chooseHoisted();
+    bool canHoist(quint32 index, bool beforeAnyJump);
+    void placeScalars(RowPlan &plan, const std::vector<RegisterValue> &outputs);
+    void moveToPrologue(RowPlan &plan, const std::vector<bool> &isHoisted);
+    void placeLanes(RowPlan &plan, const std::vector<RegisterValue> &outputs);
+    void writeCode(RowPlan &plan);
+    LaneInstruction laneInstruction(RowPlan &plan, const Instruction &source);
+    LaneInstruction externalInstruction(RowPlan &plan, const Instruction &source);
+    Register placeOf(Register reg) const
+    {
+        return m_varies[reg] ? m_lanePlaces[reg] * RowPlan::blockSize : m_scalarPlaces[reg];
+    }
+
+    LinearCode m_code;
+    Register m_varyingInput;
+    std::vector<bool> m_varies;
+    std::vector<quint32> m_writes;
+    std::vector<bool> m_isHoisted;       ///< by register: known before the row begins
+    std::vector<bool> m_isParted;        ///< by instruction: points may be on different ways
+    std::vector<quint32> m_nextTogether; ///< chains to the next instruction that is not parted
+    std::vector<Register> m_scalarPlaces;
+    std::vector<Register> m_lanePlaces;
+};
+
+void RowPlanner::part(quint32 from, quint32 to)
+{
+    const auto nextTogether = [this](quint32 at) {
+        while (m_nextTogether[at] != at)
+            at = m_nextTogether[at] = m_nextTogether[m_nextTogether[at]];
+        return at;
+    };
+    std::vector<std::pair<quint32, quint32>> open = {{from, to}};
+    while (!open.empty()) {
+        const auto [first, last] = open.back();
+        open.pop_back();
+        for (quint32 at = nextTogether(first); at < last; at = nextTogether(at)) {
+            m_isParted[at] = true;
+            m_nextTogether[at] = at + 1;
+            if (!isJump(m_code.code[at].op))
+                continue;
+            // Whoever leaves from here is met at the target; whoever goes back runs the loop once
+            // more.
+            const quint32 target = m_code.code[at].c;
+            open.emplace_back(std::min(at, target), std::max(at, target));
+        }
+    }
+}
+
+bool RowPlanner::spreadThrough(quint32 index)
+{
+    Instruction &instruction = m_code.code[index];
+    bool readsVarying = false;
+    m_code.forEachRead(instruction, [&](Register reg) { readsVarying |= m_varies[reg]; });
+    bool changed = false;
+    m_code.forEachWrite(instruction, [&](Register reg) {
+        const bool varies = readsVarying || (m_isParted[index] && m_writes[reg] > 1);
+        if (varies && !m_varies[reg]) {
+            m_varies[reg] = true;
+            changed = true;
+        }
+    });
+    const bool mayPart = readsVarying && isJump(instruction.op);
+    if (mayPart && !m_isParted[index]) {
+        part(std::min(index, instruction.c), std::max(index, instruction.c));
+        // A jump to the next instruction parts nobody but must not be looked at again and again.
+        m_isParted[index] = true;
+        changed = true;
+    }
+    return changed;
+}
+
+void RowPlanner::findVarying()
+{
+    bool changed = true;
+    while (changed) {
+        changed = false;
+        for (quint32 i = 0; i < m_code.code.size(); ++i)
+            changed |= spreadThrough(i);
+    }
+}
+
+bool RowPlanner::canHoist(quint32 index, bool beforeAnyJump)
+{
+    Instruction &instruction = m_code.code[index];
+    const bool hasResult = isPure(instruction.op) || instruction.op == Op::External;
+    if (!hasResult && !(isChecked(instruction.op) && beforeAnyJump))
+        return false;
+    bool possible = true;
+    m_code.forEachWrite(instruction, [&](Register reg) {
+        possible = possible && !m_varies[reg] && m_writes[reg] == 1;
+    });
+    m_code.forEachRead(instruction, [&](Register reg) {
+        possible = possible && !m_varies[reg] && (!m_code.isComputed(reg) || m_isHoisted[reg]);
+    });
+    return possible;
+}
+
+std::vector<bool> RowPlanner::chooseHoisted()
+{
+    std::vector<bool> hoisted(m_code.code.size(), false);
+    bool beforeAnyJump = true;
+    for (quint32 i = 0; i < m_code.code.size(); ++i) {
+        beforeAnyJump = beforeAnyJump && !isJump(m_code.code[i].op);
+        hoisted[i] = canHoist(i, beforeAnyJump);
+        if (hoisted[i])
+            m_code.forEachWrite(m_code.code[i], [&](Register reg) { m_isHoisted[reg] = true; });
+    }
+    return hoisted;
+}
+
+void RowPlanner::placeScalars(RowPlan &plan, const std::vector<RegisterValue> &outputs)
+{
+    std::vector<bool> isUsed(m_code.registerCount(), false);
+    for (Instruction &instruction : m_code.code) {
+        m_code.forEachRead(instruction, [&](Register reg) { isUsed[reg] = true; });
+        m_code.forEachWrite(instruction, [&](Register reg) { isUsed[reg] = true; });
+    }
+    for (const Register lane : lanesOf(outputs))
+        isUsed[lane] = true;
+    Register next = plan.inputCount;
+    for (Register reg = 0; reg < m_code.registerCount(); ++reg) {
+        if (isUsed[reg] && m_code.origins[reg] == LinearCode::Origin::Constant) {
+            m_scalarPlaces[reg] = next++;
+            plan.constants.push_back(m_code.bits[reg]);
+        }
+    }
+    // No place is used twice: a scalar is computed for the whole row, whichever points need it.
+    for (Register reg = 0; reg < m_code.registerCount(); ++reg) {
+        if (isUsed[reg] && m_code.isComputed(reg) && !m_varies[reg])
+            m_scalarPlaces[reg] = next++;
+    }
+    plan.scalarCount = std::max(next, 1u);
+}
+
+void RowPlanner::moveToPrologue(RowPlan &plan, const std::vector<bool> &isHoisted)
+{
+    const auto place = [this](Register &reg) { reg = m_scalarPlaces[reg]; };
+    for (quint32 i = 0; i < m_code.code.size(); ++i) {
+        if (!isHoisted[i])
+            continue;
+        Instruction instruction = m_code.code[i];
+        if (instruction.op == Op::External) {
+            ExternalCall call = m_code.externals[instruction.c];
+            std::ranges::for_each(call.arguments, place);
+            std::ranges::for_each(call.results, place);
+            instruction.c = static_cast<Register>(plan.prologueExternals.size());
+            plan.prologueExternals.push_back(std::move(call));
+        } else {
+            m_code.forEachRead(instruction, place);
+            m_code.forEachWrite(instruction, place);
+        }
+        plan.prologue.push_back(instruction);
+    }
+    plan.prologue.push_back({Op::End});
+    eraseInstructions(m_code.code, isHoisted);
+}
+
+void RowPlanner::placeLanes(RowPlan &plan, const std::vector<RegisterValue> &outputs)
+{
+    m_lanePlaces.assign(m_code.registerCount(), noRegister);
+    m_lanePlaces[m_varyingInput] = 0;
+    plan.varyingInput = 0;
+    plan.laneRegisterCount = allocateRegisters(
+        m_code, [this](Register reg) { return m_varies[reg] && reg != m_varyingInput; },
+        lanesOf(outputs), 1, m_lanePlaces);
+    for (const RegisterValue &output : outputs) {
+        const std::vector<Register> lanes = lanesOf({output});
+        // A struct has no value as a number.
+        if (lanes.empty() || output.type == Type::Struct)
+            plan.outputs.push_back({});
+        else
+            plan.outputs.push_back({m_varies[lanes[0]], placeOf(lanes[0]), output.type});
+    }
+}
+
+LaneInstruction RowPlanner::externalInstruction(RowPlan &plan, const Instruction &source)
+{
+    ExternalCall call = m_code.externals[source.c];
+    bool toLanes = false;
+    const auto place = [&](Register &reg) {
+        const bool varies = m_varies[reg];
+        toLanes = toLanes || varies;
+        reg = placeOf(reg) | (varies ? RowPlan::laneFlag : 0u);
+    };
+    std::ranges::for_each(call.arguments, place);
+    std::ranges::for_each(call.results, place);
+    LaneInstruction instruction;
+    instruction.op = Op::External;
+    instruction.kernel = findExternalKernel(toLanes);
+    instruction.c = static_cast<Register>(plan.externals.size());
+    plan.externals.push_back(std::move(call));
+    return instruction;
+}
+
+LaneInstruction RowPlanner::laneInstruction(RowPlan &plan, const Instruction &source)
+{
+    if (source.op == Op::External)
+        return externalInstruction(plan, source);
+    LaneInstruction instruction;
+    instruction.op = source.op;
+    instruction.c = source.c;
+    unsigned varying = 0;
+    const int count = operandCount(source.op);
+    const auto place = [&](Register from, Register &to, unsigned bit) {
+        varying |= m_varies[from] ? bit : 0u;
+        to = placeOf(from);
+    };
+    if (count > 0)
+        place(source.a, instruction.a, 1);
+    if (count > 1)
+        place(source.b, instruction.b, 2);
+    if (count > 2)
+        place(source.c, instruction.c, 4);
+    bool toLanes = varying != 0;
+    if (writesRegister(source.op)) {
+        instruction.dst = placeOf(source.dst);
+        toLanes = m_varies[source.dst];
+    }
+    instruction.varies = varying != 0;
+    if (isPure(source.op) || isChecked(source.op))
+        instruction.kernel = findLaneKernel(source.op, varying, toLanes);
+    return instruction;
+}
+
+void RowPlanner::writeCode(RowPlan &plan)
+{
+    plan.code.reserve(m_code.code.size());
+    for (const Instruction &instruction : m_code.code)
+        plan.code.push_back(laneInstruction(plan, instruction));
+}
+
+} // namespace
+
+std::unique_ptr<RowPlan> planRows(LinearCode code, Register varying,
+                                  const std::vector<RegisterValue> &outputs,
+                                  const std::vector<Register> &inputPlaces, quint32 inputCount)
+{
+    return RowPlanner(std::move(code), varying).plan(outputs, inputPlaces, inputCount);
+}
+
+} // namespace eval::internal
