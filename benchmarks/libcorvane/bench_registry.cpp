@@ -8,7 +8,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::registry;
@@ -63,7 +63,8 @@ BENCHMARK(registerMany)->Arg(100)->Arg(10'000)->Unit(benchmark::kMillisecond);
 int main(int argc, char **argv)
 {
     const QCoreApplication app(argc, argv);
-    QStandardPaths::setTestModeEnabled(true);
+    const QTemporaryDir dataHome;
+    qputenv("XDG_DATA_HOME", QFile::encodeName(dataHome.path()));
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -5,7 +5,7 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <QRegularExpression>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QUuid>
 
 #include <atomic>
@@ -30,6 +30,9 @@ private slots:
     void reportsErrors();
     void refusesHostileSource();
     void compilesOnSeveralThreads();
+
+private:
+    QTemporaryDir m_dataHome; ///< where this run keeps its artifact cache
 };
 
 namespace {
@@ -61,7 +64,7 @@ void expectLine(const QString &pattern)
 
 void TstCompileShader::initTestCase()
 {
-    QStandardPaths::setTestModeEnabled(true);
+    QVERIFY(qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path())));
 }
 
 void TstCompileShader::bakesForEveryBackEnd()

@@ -11,7 +11,7 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::registry;
@@ -21,7 +21,7 @@ class TstRegistry : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void initTestCase();
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void listsEveryBuiltinFile();
@@ -44,6 +44,9 @@ private slots:
     void reportsUnreadableUserLibraries_data();
     void reportsUnreadableUserLibraries();
     void resolvesSourcePaths();
+
+private:
+    QTemporaryDir m_dataHome; ///< where this run keeps its artifact cache
 };
 
 namespace {
@@ -65,6 +68,11 @@ void expectWarning(const QString &pattern)
 }
 
 } // namespace
+
+void TstRegistry::initTestCase()
+{
+    QVERIFY(qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path())));
+}
 
 void TstRegistry::listsEveryBuiltinFile()
 {

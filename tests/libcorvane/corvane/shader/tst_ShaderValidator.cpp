@@ -2,8 +2,9 @@
 #include <shader/ArtifactCache.h>
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
-#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
@@ -16,7 +17,7 @@ class TstShaderValidator : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void initTestCase();
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void acceptsAndDescribes();
@@ -24,6 +25,9 @@ private slots:
     void refusesAnEmptySource();
     void reportsErrorsByLine();
     void refusesHostileSource();
+
+private:
+    QTemporaryDir m_dataHome; ///< where this run keeps its artifact cache
 };
 
 namespace {
@@ -43,6 +47,11 @@ qsizetype cachedFiles()
 }
 
 } // namespace
+
+void TstShaderValidator::initTestCase()
+{
+    QVERIFY(qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path())));
+}
 
 void TstShaderValidator::acceptsAndDescribes()
 {

@@ -230,8 +230,9 @@ QStringList SignatureAnalyzer::extractFunctionNames(const QString &code)
 {
     QStringList names;
     for (WordCursor words(code); words.next();) {
-        if (isFunctionType(words.wordBefore()) && !words.word().front().isDigit() &&
-            words.word() != "main"_L1 && words.behindParenthesis() >= 0)
+        // The cheapest question first: most words have no parenthesis behind them.
+        if (words.behindParenthesis() >= 0 && isFunctionType(words.wordBefore()) &&
+            !words.word().front().isDigit() && words.word() != "main"_L1)
             names.append(words.word().toString());
     }
     return names;
