@@ -128,7 +128,7 @@ void TstSDFShaderGenerator::functionsAreRenamedByIndex()
 {
     corvane::registry::Registry registry;
     const auto twice = shipped(definition(
-        u"b"_s, NodeType::Primitive, u"float sdf_x(vec3 p, float r) { return sdf_x2(p) - r; }"_s,
+        u"b"_s, NodeType::Primitive, u"float sdf_y(vec3 p, float r) { return sdf_y2(p) - r; }"_s,
         {parameter(u"r"_s)}));
     twice->name = u"Two\nlines \\"_s;
     registry.registerPrimitive(shipped(
@@ -142,14 +142,14 @@ void TstSDFShaderGenerator::functionsAreRenamedByIndex()
         "// Generated from 2 primitive definitions\n"
         "\n"
         "// === Two lines \\. (primitive index 1) ===\n"
-        "float sdf_x_1(vec3 p, float r) { return sdf_x2(p) - r; }\n"
+        "float sdf_y_1(vec3 p, float r) { return sdf_y2(p) - r; }\n"
         "\n"
         "// ============= Position Transform Functions =============\n"
         "// Generated from 0 transform definitions\n"_s));
     const QString dispatch = generator.generateAllDispatchFunctions();
     QVERIFY(dispatch.contains(u"// b\n"
                               "float sdf_wrapper_1(vec3 p, vec4 params, vec4 params2) {\n"
-                              "    return sdf_x_1(p, params.x);\n"
+                              "    return sdf_y_1(p, params.x);\n"
                               "}\n"_s));
     QVERIFY(dispatch.contains(u"        case 1u: return sdf_wrapper_1(p, params, params2);\n"
                               "        default: return 1000.0; // Unknown primitive\n"_s));
@@ -197,13 +197,17 @@ void TstSDFShaderGenerator::definitionsMayShareNames()
 {
     const QString code = u"float helper(vec3 p) { return p.%1; } "
                          "float sdf_u(vec3 p) { return helper(p); }"_s;
+    const QString transform = u"vec3 helper(vec3 p) { return p; } "
+                              "vec3 op_u(vec3 p) { return helper(p); }"_s;
+    // The registry says so, but the shader has them apart.
+    for (const auto &said : {u"'helper' is defined in multiple primitives: a, b, c"_s,
+                             u"'sdf_u' is defined in multiple primitives: a, b"_s,
+                             u"Detected 2 function name conflict"_s})
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(said));
     corvane::registry::Registry registry;
-    registry.registerPrimitive(definition(u"a"_s, NodeType::Primitive, code.arg("x"_L1)));
-    registry.registerPrimitive(definition(u"b"_s, NodeType::Primitive, code.arg("y"_L1)));
-    registry.registerPrimitive(definition(u"c"_s, NodeType::PositionTransform,
-                                          u"vec3 helper(vec3 p) { return p; } "
-                                          "vec3 op_u(vec3 p) { return helper(p); }"_s));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"conflict"_s));
+    registry.registerFileScopedPrimitives({definition(u"a"_s, NodeType::Unknown, code.arg("x"_L1)),
+                                           definition(u"b"_s, NodeType::Unknown, code.arg("y"_L1)),
+                                           definition(u"c"_s, NodeType::Unknown, transform)});
     QCOMPARE(compileErrors(SDFShaderGenerator(&registry).generateFieldSamplingShader()), QString());
 }
 
