@@ -40,16 +40,18 @@ struct Diagnostic
     bool operator==(const Diagnostic &) const = default;
 };
 
-/// The outcome of a compile or an evaluation: all diagnostics that were found, and on success a value.
+/// The outcome of a compile or an evaluation: all diagnostics that were found, and on success a
+/// value.
 template<class T>
 class [[nodiscard]] Result
 {
 public:
     Result() = default;
     explicit Result(T value, QList<Diagnostic> notes = {})
-        : m_value(std::move(value)), m_diagnostics(std::move(notes)), m_ok(true)
-    {
-    }
+        : m_value(std::move(value))
+        , m_diagnostics(std::move(notes))
+        , m_ok(true)
+    {}
     static Result failure(QList<Diagnostic> diagnostics)
     {
         Result result;

@@ -10,10 +10,11 @@
 
 namespace eval {
 
-/// A dataflow of named slots in the field language, compiled once and evaluated as often as one likes.
+/// A dataflow of named slots in the field language, compiled once and evaluated as often as one
+/// likes.
 ///
-/// Declare all slots, compile, then leave the graph alone: the program that comes out outlives it. Not
-/// thread-safe; compile() may run on several threads for different graphs at the same time.
+/// Declare all slots, compile, then leave the graph alone: the program that comes out outlives it.
+/// Not thread-safe; compile() may run on several threads for different graphs at the same time.
 class Graph
 {
 public:
@@ -21,14 +22,17 @@ public:
     Handle declareInput(const QString &name, Type type);
     /// Declares an input that is a borrowed run-time array of `elementType`.
     Handle declareArrayInput(const QString &name, Type elementType);
-    /// Declares an output. `source` is any number of struct declarations and function definitions followed
-    /// by one expression, which may name inputs, other outputs and its own structs and functions.
+    /// Declares an output. `source` is any number of struct declarations and function definitions
+    /// followed by one expression, which may name inputs, other outputs and its own structs and
+    /// functions.
     Handle declareOutput(const QString &name, const QString &source);
 
-    /// All diagnostics of all outputs on failure; on success what stands in the list does not stop a run.
+    /// All diagnostics of all outputs on failure; on success what stands in the list does not stop
+    /// a run.
     Result<Program> compile(Backend backend = Backend::Auto);
 
-    /// Whether faults at run time (division by zero, discard) are reported as diagnostics. Default true.
+    /// Whether faults at run time (division by zero, discard) are reported as diagnostics. Default
+    /// true.
     void setReportRuntimeFaults(bool on) { m_reportRuntimeFaults = on; }
 
 private:
