@@ -184,22 +184,32 @@ private slots:
 
 void TstSceneVersion1::readsTheCanonicalShape()
 {
-    const auto result = parse(uR"(formatVersion: 1
+    const auto result = parse(uR"yaml(formatVersion: 1
 corvane:
   version: 1
-  name: "Small (preview)" units
-                              : cm varset:width : 40 wall
-                              : {value : 2.5, unit : mm} varsetOrder
-                              : [ width, wall ] instances:ball:type
-                              : sphere params:radius : 0.85 growth
-                              : "=width*2" other
-                              : {expr : "wall", fallback : 1} tags
-                              : [preview_material] moved:type
-                              : translate params:offset
-                              : [ 0.0, -0.9, 0.0 ] children
-                              : ["@ball"] roots
-                              : -moved) "_s);
-        QVERIFY(result.ok());
+  name: "Small (preview)"
+  units: cm
+  varset:
+    width: 40
+    wall: {value: 2.5, unit: mm}
+  varsetOrder: [width, wall]
+  instances:
+    ball:
+      type: sphere
+      params:
+        radius: 0.85
+        growth: "=width*2"
+        other: {expr: "wall", fallback: 1}
+      tags: [preview_material]
+    moved:
+      type: translate
+      params:
+        offset: [0.0, -0.9, 0.0]
+        children: ["@ball"]
+  roots:
+    - moved
+)yaml"_s);
+    QVERIFY(result.ok());
     QVERIFY(result.warnings.isEmpty());
     const Corvane &scene = *result.scene;
     QCOMPARE(scene.name(), u"Small (preview)"_s);

@@ -20,9 +20,9 @@ struct BuiltinVariable
 {
     using CpuValue = QVariant (*)(const model::Corvane &);
 
-    QString name;
+    QString name{};
     ExprType type = ExprType::Float;
-    QString description;
+    QString description{};
     CpuValue cpuValue = nullptr; ///< none for what only the field's evaluators know
 };
 

@@ -16,7 +16,7 @@ namespace corvane::expr {
 
 struct ExprError
 {
-    QString message;
+    QString message{};
     int position = 0; ///< character of the expression's text, from 0
 
     bool operator==(const ExprError &) const = default;
@@ -25,7 +25,7 @@ struct ExprError
 /// A name that an expression reads, and the input that carries it into the program.
 struct ExprBinding
 {
-    QString name; ///< as in CompileContext::variables
+    QString name{}; ///< as in CompileContext::variables
     ExprType type = ExprType::Unknown;
     eval::Handle handle = 0;
 };
@@ -33,15 +33,15 @@ struct ExprBinding
 /// An expression's text and what became of it. Copies share the program.
 struct CompiledExpression
 {
-    QString source;
+    QString source{};
     QStringList
         dependencies; ///< names read, each once, constants among them; "default." is left off
     ExprType resultType = ExprType::Unknown;
-    QVariant constantValue; ///< the value, where it depends on no name but constants
-    QList<ExprError> errors;
+    QVariant constantValue{}; ///< the value, where it depends on no name but constants
+    QList<ExprError> errors{};
 
-    QSharedPointer<eval::Program> program;
-    QList<ExprBinding> bindings;
+    QSharedPointer<eval::Program> program{};
+    QList<ExprBinding> bindings{};
     eval::Handle result = 0;
 
     bool isValid() const { return errors.isEmpty() && program; }
@@ -50,9 +50,9 @@ struct CompiledExpression
 /// A parameter whose expression reads some name.
 struct ExpressionReference
 {
-    QUuid instanceId;  ///< null for a variable's expression
-    QString paramName; ///< the variable's name then
-    QString expression;
+    QUuid instanceId{};  ///< null for a variable's expression
+    QString paramName{}; ///< the variable's name then
+    QString expression{};
 
     bool operator==(const ExpressionReference &) const = default;
 };

@@ -17,13 +17,13 @@ class ExprGraph
 public:
     struct Node
     {
-        QString name;
-        QStringList dependencies;
-        QStringList dependents;
-        CompiledExpression compiled;
+        QString name{};
+        QStringList dependencies{};
+        QStringList dependents{};
+        CompiledExpression compiled{};
         bool isExpression = false;
         bool dirty = false;
-        QVariant value;
+        QVariant value{};
     };
 
     const QMap<QString, Node> &nodes() const { return m_nodes; }

@@ -23,18 +23,18 @@ struct ExprModel
     /// What of a variable the graph depends on: its value may change under it, this may not.
     struct VariableShape
     {
-        QString expression;
+        QString expression{};
         ExprType type = ExprType::Unknown;
 
         bool operator==(const VariableShape &) const = default;
     };
 
-    CompileContext context;
-    ExprGraph graph;
-    QSet<QString> varsetExpressions;        ///< nodes that are derived variables
-    QHash<QString, QString> parameterNodes; ///< "InstanceName.param" to the parameter's node
-    QMap<QString, VariableShape> variables; ///< by the name that addresses them
-    QMap<QString, QString> errors;          ///< what does not compile, by node; a cycle under ""
+    CompileContext context{};
+    ExprGraph graph{};
+    QSet<QString> varsetExpressions{};        ///< nodes that are derived variables
+    QHash<QString, QString> parameterNodes{}; ///< "InstanceName.param" to the parameter's node
+    QMap<QString, VariableShape> variables{}; ///< by the name that addresses them
+    QMap<QString, QString> errors{};          ///< what does not compile, by node; a cycle under ""
 };
 
 /// The graph's node of a parameter: the uuid without braces, a dot, the name.

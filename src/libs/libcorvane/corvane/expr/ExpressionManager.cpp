@@ -284,7 +284,6 @@ void ExpressionManager::nameParameterValue(const QString &node, const QVariant &
 void ExpressionManager::evaluate(bool onlyDirty)
 {
     const QScopedValueRollback guard(m_evaluating, true);
-    const QStringList errorsBefore = errors();
     if (!onlyDirty) {
         m_evaluationErrors.clear();
         if (m_scene)
@@ -298,8 +297,10 @@ void ExpressionManager::evaluate(bool onlyDirty)
     }
     writeBack(changed);
     emit evaluationComplete();
-    if (errors() != errorsBefore)
+    if (const QStringList now = errors(); now != m_toldErrors) {
+        m_toldErrors = now;
         emit errorsChanged();
+    }
 }
 
 void ExpressionManager::evaluateNode(const QString &node, ChangedInstances &changed)

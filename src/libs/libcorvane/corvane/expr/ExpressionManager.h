@@ -102,6 +102,7 @@ private:
     ExprModel m_model;
     ExprEvaluator m_evaluator;
     QMap<QString, QString> m_evaluationErrors; ///< by node
+    QStringList m_toldErrors;                  ///< as of the last errorsChanged()
     QHash<QString, int> m_emissions;
     quint64 m_builtRevision = 0; ///< of the scene's items, when the graph was last made to fit them
     bool m_evaluating = false;

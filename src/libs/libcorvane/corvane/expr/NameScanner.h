@@ -11,10 +11,10 @@ namespace corvane::expr {
 /// reference each.
 struct NameReference
 {
-    QStringList parts;      ///< without quotes
-    QList<qsizetype> ends;  ///< where each part ends in the text
-    qsizetype position = 0; ///< where the first begins, its quote included
-    bool isQuoted = false;  ///< the first part stands in quotes; if it is no name, it is a text
+    QStringList parts{};     ///< without quotes
+    QList<qsizetype> ends{}; ///< where each part ends in the text
+    qsizetype position = 0;  ///< where the first begins, its quote included
+    bool isQuoted = false;   ///< the first part stands in quotes; if it is no name, it is a text
 
     /// The first `count` parts with dots between them.
     QString path(qsizetype count) const { return parts.mid(0, count).join(u'.'); }

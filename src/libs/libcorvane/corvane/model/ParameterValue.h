@@ -16,9 +16,9 @@ struct ParameterValue
     enum Kind { Literal = 0, Expression = 1 };
 
     Kind kind = Literal;
-    QVariant literal;
-    QString expression; ///< the text with no prefix
-    QVariant fallback;  ///< value of an expression until it is evaluated, then its result
+    QVariant literal{};
+    QString expression{}; ///< the text with no prefix
+    QVariant fallback{};  ///< value of an expression until it is evaluated, then its result
 
     static ParameterValue fromLiteral(const QVariant &value);
     static ParameterValue fromExpression(const QString &text, const QVariant &fallback = {});

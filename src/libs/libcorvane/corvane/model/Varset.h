@@ -9,10 +9,10 @@ namespace corvane::model {
 /// What an editor or a caller may set a variable to. Unset members are invalid or empty.
 struct VarsetConstraints
 {
-    QVariant min;
-    QVariant max;
-    QVariant step;
-    QStringList enumValues; ///< key "enum"
+    QVariant min{};
+    QVariant max{};
+    QVariant step{};
+    QStringList enumValues{}; ///< key "enum"
 
     bool isEmpty() const;
     QVariantMap toVariantMap() const;
@@ -24,12 +24,12 @@ struct VarsetConstraints
 /// One variable of a scene.
 struct VarsetEntry
 {
-    QVariant value;
-    QString type; ///< "number", "boolean", "string", "vector", or empty
-    QString description;
-    QString unit;
-    VarsetConstraints constraints;
-    QString expression; ///< when set, `value` is derived from it
+    QVariant value{};
+    QString type{}; ///< "number", "boolean", "string", "vector", or empty
+    QString description{};
+    QString unit{};
+    VarsetConstraints constraints{};
+    QString expression{}; ///< when set, `value` is derived from it
 
     /// `type`, or what inferType() makes of the value when that is empty.
     QString effectiveType() const;
