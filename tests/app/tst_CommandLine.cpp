@@ -182,7 +182,7 @@ void TstCommandLine::validateCounts()
 void TstCommandLine::inputErrorsAreStatusOne_data()
 {
     const QString scene = writeFile(m_folder, u"input.corvane"_s, sphereScene);
-    const QString broken = writeFile(m_folder, u"broken.corvane"_s, "corvane:\n  - stray\n  : \n");
+    const QString broken = writeFile(m_folder, u"broken.corvane"_s, "corvane:\nno colon here\n");
     const QString notJson = writeFile(m_folder, u"not.json"_s, "{\"r\": ");
     const QString list = writeFile(m_folder, u"list.json"_s, "[1]");
     const QString missing = m_folder.filePath(u"missing"_s);

@@ -1,7 +1,6 @@
 #include "app/Program.h"
 
 #include <mesh/io/MeshLoader.h>
-#include <mesh/process/VertexMerger.h>
 #include <support/MeshChecks.h>
 
 using namespace Qt::StringLiterals;
@@ -44,9 +43,9 @@ void TstSamples::samplesMakeClosedSolids()
     QString error;
     const auto mesh = mesh::io::MeshLoader::loadFromFile(out, &error);
     QVERIFY2(mesh, qPrintable(error));
-    mesh::process::VertexMerger<float>().process(*mesh, {});
-    QVERIFY(support::isClosedManifold(*mesh));
-    QVERIFY(support::signedVolume(*mesh) > 0.0);
+    const auto solid = support::welded(*mesh);
+    QVERIFY(support::isClosedManifold(solid));
+    QVERIFY(support::signedVolume(solid) > 0.0);
 }
 
 void TstSamples::aMeshIsTheSameBytesEveryTime()
