@@ -105,22 +105,23 @@ std::vector<Strut> kelvin()
     return struts;
 }
 
-/// To and fro between 0 and 1, twice per unit.
+/// To and fro between 0 and 1/2, once per unit.
 double zigzag(double x)
 {
-    return std::abs(2 * (x - std::floor(x)) - 1);
+    return std::abs(x - std::floor(x) - 0.5);
 }
 
 /// Where the definition scatters its point in a cell: its own choice, not to be derived from
 /// anything.
 Vec3 scatteredPoint(Vec3 cell)
 {
-    Vec3 h{zigzag(cell.x * 0.15731 + 0.31), zigzag(cell.y * 0.21347 + 0.67),
-           zigzag(cell.z * 0.11369 + 0.12)};
-    const double shift = h.x * (h.y + 3.83) + h.y * (h.z + 3.83) + h.z * (h.x + 3.83);
-    h = h + Vec3{shift, shift, shift};
-    h = {zigzag((h.x + h.y) * h.z), zigzag((h.x + h.z) * h.y), zigzag((h.y + h.z) * h.x)};
-    return cell + Vec3{0.5, 0.5, 0.5} + (h - Vec3{0.5, 0.5, 0.5}) * 0.46;
+    const double x = zigzag(cell.x * 0.15731 + 0.31), y = zigzag(cell.y * 0.21347 + 0.67),
+                 z = zigzag(cell.z * 0.11369 + 0.12);
+    const double shift = x * (y + 9.17) + y * (z + 9.17) + z * (x + 9.17);
+    const Vec3 h{x + shift, y + shift, z + shift};
+    const Vec3 scattered{zigzag((h.x + h.y) * h.z), zigzag((h.x + h.z) * h.y),
+                         zigzag((h.y + h.z) * h.x)};
+    return cell + Vec3{0.27, 0.27, 0.27} + scattered * 0.92;
 }
 
 /// The distance to the nearest plane half way between the nearest point and any other of the 343
