@@ -36,7 +36,15 @@ public:
     QSharedPointer<const LoweredProgram> run();
 
 private:
-    using Lanes = QVarLengthArray<Register, 4>;
+    /// Copied where it could be moved: Qt 6.4 loses an array's own buffer when another is moved
+    /// onto it.
+    class Lanes : public QVarLengthArray<Register, 4>
+    {
+    public:
+        using QVarLengthArray::QVarLengthArray;
+        Lanes(const Lanes &) = default;
+        Lanes &operator=(const Lanes &) = default;
+    };
 
     struct Operand
     {
