@@ -24,7 +24,7 @@ public:
     using Registry = corvane::registry::Registry;
 
     explicit NodeTree(const Registry &registry = Registry::instance())
-        : m_registry(registry)
+        : m_registry(&registry)
     {
         m_indices.rebuildIndices(&registry);
     }
@@ -41,7 +41,7 @@ public:
         Node node;
         const auto entry = m_indices.find(id);
         if (!entry)
-            qFatal() << "no definition" << id;
+            qFatal("no definition %s", qPrintable(id));
         node.nodeType = static_cast<quint32>(entry->type);
         node.definitionIndex = static_cast<quint32>(entry->index);
         std::array<float, corvane::shader::parameterSlotCount> packed{};
@@ -57,13 +57,13 @@ public:
 
     corvane::eval::DefinitionTable definitions() const
     {
-        return corvane::eval::DefinitionTable::collect(nodes, m_registry, m_indices);
+        return corvane::eval::DefinitionTable::collect(nodes, *m_registry, m_indices);
     }
 
     QList<Node> nodes;
 
 private:
-    const Registry &m_registry;
+    const Registry *m_registry;
     corvane::shader::ShaderIndexManager m_indices;
 };
 

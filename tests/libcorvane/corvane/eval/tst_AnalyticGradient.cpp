@@ -191,6 +191,7 @@ void TstAnalyticGradient::overrideOfABuiltinIsNotTrusted()
     registry.loadBuiltinPrimitives();
     auto cube = corvane::registry::DefinitionPtr::create(*registry.getDefinition(u"box"_s));
     cube->id = u"sphere"_s;
+    cube->shaderCode.replace(u"sdf_box"_s, u"sdf_sphere"_s);
     cube->sourcePath.clear();
     registry.registerPrimitive(cube);
     NodeTree tree(registry);

@@ -10,8 +10,9 @@
 #include <limits>
 
 using namespace Qt::StringLiterals;
-using namespace corvane;
-using eval::SdfSceneGraphBuilder;
+namespace registry = corvane::registry;
+using corvane::eval::EvalFieldEvaluator;
+using corvane::eval::SdfSceneGraphBuilder;
 using support::NodeTree;
 
 namespace {
@@ -32,21 +33,23 @@ struct ErrorCase
     QString error;
 };
 
-eval::EvalFieldEvaluator evaluatorOf(SdfSceneGraphBuilder::Result &result)
+EvalFieldEvaluator evaluatorOf(SdfSceneGraphBuilder::Result &result)
 {
-    const auto field = eval::compileField(result, ::eval::Backend::Auto);
+    const auto field = corvane::eval::compileField(result, ::eval::Backend::Auto);
     if (!field.program)
         qWarning().noquote() << field.error << result.source;
     return {field.program, field.positionHandle, field.distanceHandle};
 }
 
-registry::DefinitionPtr definition(const QString &id, const QString &code)
+/// A user's shape with one parameter.
+registry::DefinitionPtr definition(const QString &code)
 {
     auto made = registry::DefinitionPtr::create();
-    made->id = id;
-    made->name = id;
-    made->category = u"Test"_s;
+    made->id = u"own"_s;
+    made->name = u"Own"_s;
     made->shaderCode = code;
+    made->primaryFunctionName = u"sdf_sphere"_s;
+    made->parameters.resize(1);
     return made;
 }
 
@@ -447,25 +450,29 @@ void TstSdfSceneGraphBuilder::brokenTreesAreFarAway()
 
 void TstSdfSceneGraphBuilder::definitionsOfUsersKeepTheirNames()
 {
-    registry::Registry registry;
-    registry.loadBuiltinPrimitives();
-    registry.registerFileScopedPrimitives(
-        {definition(u"first"_s, u"float helper(float asm) { return asm + 1.0; }\n"
-                                "float sdf_sphere(vec3 p, float main) { return helper(main); }"_s),
-         definition(u"second"_s, u"float helper(float length) { return length + 2.0; }\n"
-                                 "float sdf_sphere(vec3 p, float int64_t) {\n"
-                                 "    return helper(int64_t); // its own\n}"_s)});
-    for (const auto &[id, distance] : {std::pair("first"_L1, 11.0f), std::pair("second"_L1, 12.0f),
-                                       std::pair("sphere"_L1, 90.0f)}) {
-        NodeTree tree(registry);
-        const QList<int> shapes{tree.add("first"_L1, {10}), tree.add("second"_L1, {10}),
+    // All three have a main function of the same name; two have helpers of the same name.
+    constexpr quint32 first = 1001, second = 1002;
+    for (const auto &[picked, distance] : {std::pair(0, 11.0f), {1, 12.0f}, {2, 90.0f}}) {
+        NodeTree tree(m_registry);
+        const QList<int> shapes{tree.add("sphere"_L1, {10}), tree.add("sphere"_L1, {10}),
                                 tree.add("sphere"_L1, {10})};
-        const int picked = id == "first"_L1 ? 0 : id == "second"_L1 ? 1 : 2;
-        // All three are in the text; weights far apart leave one of them.
+        tree.nodes[shapes.at(0)].definitionIndex = first;
+        tree.nodes[shapes.at(1)].definitionIndex = second;
+        // All are in the text; weights far apart leave one of them.
         QList<int> children;
         for (int i = 0; i < 3; ++i)
             children << tree.add("erode"_L1, {i == picked ? 0.0f : 1000.0f}, {shapes.at(i)});
-        auto result = build(tree, tree.addNode(u"union"_s, {}, children));
+        const int root = tree.addNode(u"union"_s, {}, children);
+        auto definitions = tree.definitions();
+        definitions.insert(
+            corvane::shader::GpuNodeType::Primitive, first,
+            definition(u"float helper(float asm) { return asm + 1.0; }\n"
+                       "float sdf_sphere(vec3 p, float main) { return helper(main); }"_s));
+        definitions.insert(corvane::shader::GpuNodeType::Primitive, second,
+                           definition(u"float helper(float length) { return length + 2.0; }\n"
+                                      "float sdf_sphere(vec3 p, float int64_t) {\n"
+                                      "    return helper(int64_t); // its own\n}"_s));
+        auto result = SdfSceneGraphBuilder::build(tree.nodes, root, definitions);
         QCOMPARE(result.error, QString());
         QCOMPARE(evaluatorOf(result).evaluate(100, 0, 0), distance);
     }

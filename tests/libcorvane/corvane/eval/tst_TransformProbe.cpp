@@ -31,8 +31,6 @@ private:
     corvane::registry::Registry m_registry;
 };
 
-Q_DECLARE_METATYPE(QList<TransformStep>)
-
 void TstTransformProbe::pointGoesThroughTheChain_data()
 {
     QTest::addColumn<QList<TransformStep>>("steps");

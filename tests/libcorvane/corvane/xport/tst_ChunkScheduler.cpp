@@ -219,6 +219,5 @@ void TstChunkScheduler::marginFollowsTheNumbers()
     QTEST(crossingMarginFor(request), "margin");
 }
 
-Q_DECLARE_METATYPE(ExportRequest)
 QTEST_APPLESS_MAIN(TstChunkScheduler)
 #include "tst_ChunkScheduler.moc"

@@ -45,7 +45,6 @@ QByteArray contentOf(const QString &path)
 } // namespace
 
 Q_DECLARE_METATYPE(Scene)
-Q_DECLARE_METATYPE(ExportRequest)
 
 class TstExportPipeline : public QObject
 {
