@@ -132,11 +132,11 @@ DefinitionPtr loadDefinitionFile(const QString &path)
     const auto map = readYaml(path);
     if (!map)
         return {};
-    const DefinitionPtr definition = Definition::fromVariantMap(*map);
-    if (!definition) {
-        qCWarning(lcRegistry).noquote() << "Registry: Failed to create primitive from YAML";
+    if (map->isEmpty()) {
+        qCWarning(lcRegistry) << "Registry: Failed to create primitive from YAML";
         return {};
     }
+    const DefinitionPtr definition = Definition::fromVariantMap(*map);
     if (definition->shaderCode.isEmpty())
         return definition;
     Registry::analyzeShaderSignature(definition);
