@@ -16,8 +16,13 @@ corvane_library(corvane_field
         corvane/eval/IFieldEvaluator.cpp
         corvane/eval/SdfSceneGraphBuilder.cpp
         corvane/eval/TransformProbe.cpp
+        corvane/mesh/DualContouring.cpp
+        corvane/mesh/HermiteSample.cpp
         corvane/mesh/MarchingCubes.cpp
         corvane/mesh/MarchingCubesTables.cpp
+        corvane/mesh/OctreeDualContouring.cpp
+        corvane/mesh/QefSolver.cpp
+        corvane/mesh/TetrahedralVolume.cpp
         corvane/xport/AutoBounds.cpp
         corvane/xport/ChunkRunner.cpp
         corvane/xport/ChunkScheduler.cpp

@@ -94,8 +94,8 @@ private:
     void refineFaces();
     std::optional<float> bisectColumn(const Face &face, QVector3D point, float inner, float outer,
                                       eval::IFieldEvaluator &evaluator, qint64 &samples) const;
-    void sharpenFaces(const BoundingVolume &outerLimit);
-    void climb(int number, float outerLimit, eval::IFieldEvaluator &evaluator, qint64 &samples);
+    void sharpenFaces();
+    void climb(int number, eval::IFieldEvaluator &evaluator, qint64 &samples);
     bool climbOnce(const Face &face, float outerLimit, float step, FaceHit &best,
                    eval::IFieldEvaluator &evaluator, qint64 &samples) const;
     QList<TraceResult> trace(const QList<Ray> &rays);
@@ -347,8 +347,7 @@ bool Detection::climbOnce(const Face &face, float outerLimit, float step, FaceHi
     return improved;
 }
 
-void Detection::climb(int number, float outerLimit, eval::IFieldEvaluator &evaluator,
-                      qint64 &samples)
+void Detection::climb(int number, eval::IFieldEvaluator &evaluator, qint64 &samples)
 {
     const Face face = faceOf(number);
     const QVector3D extent = m_box.extent();
@@ -356,6 +355,10 @@ void Detection::climb(int number, float outerLimit, eval::IFieldEvaluator &evalu
     const float smallest = std::max(plane * smallestClimbShare, m_config.minStep);
     float step = plane / float(m_config.refineGrid);
     FaceHit &best = m_hits[size_t(number)];
+    // One in-plane extent beyond the face: a face may have settled while the box was still a
+    // sliver.
+    const float outerLimit = std::clamp(best.point[face.axis] + face.sign() * plane,
+                                        -m_config.maxSearchRadius, m_config.maxSearchRadius);
     for (int round = 0; round < maxClimbRounds; ++round) {
         if (climbOnce(face, outerLimit, step, best, evaluator, samples))
             continue;
@@ -365,13 +368,12 @@ void Detection::climb(int number, float outerLimit, eval::IFieldEvaluator &evalu
     }
 }
 
-void Detection::sharpenFaces(const BoundingVolume &outerLimit)
+void Detection::sharpenFaces()
 {
     const qint64 before = m_pool.samples();
     m_pool.run(faceCount, [&](int number, eval::IFieldEvaluator &evaluator, qint64 &samples) {
-        const Face face = faceOf(number);
         if (m_hits[size_t(number)].hit)
-            climb(number, outerLimit.face(face.axis, face.positive), evaluator, samples);
+            climb(number, evaluator, samples);
     });
     for (int number = 0; number < faceCount; ++number) {
         const Face face = faceOf(number);
@@ -406,9 +408,8 @@ BoundsDetectionResult Detection::run()
                " positive everywhere";
     } else {
         expandFaces();
-        const BoundingVolume expanded = m_box;
         refineFaces();
-        sharpenFaces(expanded);
+        sharpenFaces();
         finish(result);
     }
     result.totalSamples = m_pool.samples();

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
+#include <compare>
 
 namespace corvane::mesh {
 
@@ -14,7 +14,7 @@ constexpr float equalValues = 1e-10f;
 // Crossings this close to an end of their edge are moved there, which removes slivers.
 constexpr float snapLow = 0.3f;
 constexpr float snapHigh = 0.7f;
-constexpr float smallestVolume6 = 1e-12f;
+constexpr double smallestVolume6 = 1e-12;
 
 // The five tetrahedra of a cell, by the parity of i + j + k.
 constexpr int cellTetrahedra[2][5][4] = {
@@ -22,11 +22,26 @@ constexpr int cellTetrahedra[2][5][4] = {
     {{1, 2, 3, 6}, {0, 1, 3, 4}, {1, 4, 5, 6}, {3, 4, 6, 7}, {1, 3, 4, 6}},
 };
 
-/// A vertex with its place in the order of the whole grid: a node, or a crossing between two nodes.
+/// The place of a vertex in the order of the whole grid, by which quads are split.
+///
+/// Crossings come before nodes, and inside nodes before outside ones: where one end of a quad was
+/// moved to the outside node of an edge, and the other is a crossing of the edge beside it, the
+/// diagonal from the crossing is the one that leaves no triangle without area.
+struct Order
+{
+    enum Rank { Crossing, InsideNode, OutsideNode };
+
+    Rank rank = Crossing;
+    quint64 lowNode = 0;
+    quint64 highNode = 0; ///< of a crossing the other end of its edge
+
+    auto operator<=>(const Order &) const = default;
+};
+
 struct Vertex
 {
     QVector3D position;
-    std::pair<quint64, quint64> key; ///< lower node, higher node; a node is a pair of itself
+    Order order;
 };
 
 struct Corner
@@ -40,7 +55,7 @@ struct Corner
 Vertex crossing(const Corner &one, const Corner &other)
 {
     // Always from the lower node, so that all tetrahedra around the edge get the same bits.
-    const bool inOrder = one.vertex.key < other.vertex.key;
+    const bool inOrder = one.vertex.order.lowNode < other.vertex.order.lowNode;
     const Corner &a = inOrder ? one : other;
     const Corner &b = inOrder ? other : one;
     const float difference = b.value - a.value;
@@ -50,16 +65,16 @@ Vertex crossing(const Corner &one, const Corner &other)
     if (t > snapHigh)
         return b.vertex;
     return {a.vertex.position + (b.vertex.position - a.vertex.position) * t,
-            {a.vertex.key.first, b.vertex.key.first}};
+            {Order::Crossing, a.vertex.order.lowNode, b.vertex.order.lowNode}};
 }
 
 void emitTetrahedron(const Vertex &a, const Vertex &b, const Vertex &c, const Vertex &d,
                      QList<Tetrahedron> &out)
 {
-    const float volume = signedVolume6(a.position, b.position, c.position, d.position);
+    const double volume = signedVolume6(a.position, b.position, c.position, d.position);
     if (!(std::abs(volume) > smallestVolume6))
         return;
-    if (volume < 0.0f)
+    if (volume < 0.0)
         out.append(Tetrahedron{{a.position, b.position, d.position, c.position}});
     else
         out.append(Tetrahedron{{a.position, b.position, c.position, d.position}});
@@ -73,10 +88,10 @@ void emitPrism(const Vertex (&prism)[6], QList<Tetrahedron> &out)
                                   {3, 5, 4, 0, 2, 1}, {4, 3, 5, 1, 0, 2}, {5, 4, 3, 2, 1, 0}};
     const auto lowest =
         std::min_element(std::begin(prism), std::end(prism),
-                         [](const Vertex &a, const Vertex &b) { return a.key < b.key; });
+                         [](const Vertex &a, const Vertex &b) { return a.order < b.order; });
     const int(&order)[6] = turned[lowest - std::begin(prism)];
     const auto at = [&](int n) -> const Vertex & { return prism[order[n]]; };
-    if (std::min(at(1).key, at(5).key) < std::min(at(2).key, at(4).key)) {
+    if (std::min(at(1).order, at(5).order) < std::min(at(2).order, at(4).order)) {
         emitTetrahedron(at(0), at(1), at(2), at(5), out);
         emitTetrahedron(at(0), at(1), at(5), at(4), out);
     } else {
@@ -133,7 +148,9 @@ void fillCell(const ScalarField3D &field, int i, int j, int k, QList<Tetrahedron
         const int y = j + cellCorners[n].y;
         const int z = k + cellCorners[n].z;
         const quint64 node = field.index(x, y, z);
-        corners[n] = {{{field.x(x), field.y(y), field.z(z)}, {node, node}}, field.values[node]};
+        const float value = field.values[node];
+        const Order order{value <= 0.0f ? Order::InsideNode : Order::OutsideNode, node, node};
+        corners[n] = {{{field.x(x), field.y(y), field.z(z)}, order}, value};
         anyInside = anyInside || corners[n].isInside();
     }
     if (!anyInside)

@@ -1,0 +1,298 @@
+// Both dual contouring extractors and the tetrahedral generator, over fields that are given as
+// formulas.
+
+#include <corvane/mesh/DualContouring.h>
+#include <corvane/mesh/OctreeDualContouring.h>
+#include <corvane/mesh/TetrahedralVolume.h>
+#include <support/MeshChecks.h>
+
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace corvane::mesh;
+using Field = std::function<float(const QVector3D &)>;
+
+namespace {
+
+constexpr int nodes = 33; // a power of two plus one, as the octree wants it
+constexpr float cell = 0.1f;
+const QVector3D origin{-1.63f, -1.57f, -1.59f};
+
+Field ball(const QVector3D &centre, float radius)
+{
+    return [=](const QVector3D &p) { return (p - centre).length() - radius; };
+}
+
+Field box(const QVector3D &half)
+{
+    return [=](const QVector3D &p) {
+        const QVector3D q{std::abs(p.x()) - half.x(), std::abs(p.y()) - half.y(),
+                          std::abs(p.z()) - half.z()};
+        const QVector3D out{std::max(q.x(), 0.0f), std::max(q.y(), 0.0f), std::max(q.z(), 0.0f)};
+        return out.length() + std::min(std::max({q.x(), q.y(), q.z()}), 0.0f);
+    };
+}
+
+Field cut(Field base, Field part)
+{
+    return [=](const QVector3D &p) { return std::max(base(p), -part(p)); };
+}
+
+GradientFunction gradientOf(const Field &field)
+{
+    return [field](const QVector3D &p) {
+        constexpr float h = 0.001f;
+        QVector3D gradient;
+        for (int axis = 0; axis < 3; ++axis) {
+            QVector3D step;
+            step[axis] = h;
+            gradient[axis] = (field(p + step) - field(p - step)) / (2 * h);
+        }
+        return gradient;
+    };
+}
+
+std::vector<float> sampled(const Field &field)
+{
+    std::vector<float> values;
+    for (int k = 0; k < nodes; ++k)
+        for (int j = 0; j < nodes; ++j)
+            for (int i = 0; i < nodes; ++i)
+                values.push_back(
+                    field({nodeCoordinate(origin.x(), cell, i), nodeCoordinate(origin.y(), cell, j),
+                           nodeCoordinate(origin.z(), cell, k)}));
+    return values;
+}
+
+ScalarField3D gridOf(const std::vector<float> &values)
+{
+    return {.values = values.data(),
+            .nx = nodes,
+            .ny = nodes,
+            .nz = nodes,
+            .origin = origin,
+            .cellSize = cell};
+}
+
+QList<Triangle> uniform(const Field &field)
+{
+    const std::vector<float> values = sampled(field);
+    QList<Triangle> out;
+    DcState(gridOf(values), field, gradientOf(field)).extract(0, out);
+    return out;
+}
+
+QList<Triangle> octree(const Field &field)
+{
+    OtState state;
+    state.origin = origin;
+    state.cellSize = cell;
+    state.errorLimit = octreeErrorLimit(cell);
+    state.side = nodes;
+    state.samples = sampled(field);
+    state.field = field;
+    state.gradient = gradientOf(field);
+    return extractOctree(state) ? state.output : QList<Triangle>();
+}
+
+support::FloatMesh meshOf(const QList<Triangle> &triangles)
+{
+    support::FloatMesh mesh;
+    for (const Triangle &triangle : triangles) {
+        const int first = int(mesh.vertices.size());
+        for (const QVector3D &vertex : triangle.vertices)
+            mesh.vertices.append({vertex.x(), vertex.y(), vertex.z()});
+        mesh.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
+    }
+    return support::welded(mesh);
+}
+
+struct SolidCase
+{
+    Field field;
+    double volume = 0.0;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(SolidCase)
+
+class TstSharpSurfaces : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+    void solidsAreClosedAndTrue_data();
+    void solidsAreClosedAndTrue();
+    void edgesStaySharp();
+    void flatFacesTakeFewTriangles();
+    void chunksMeetWithoutASeam();
+    void theMinimumOfPlanesIsTheirCommonPoint();
+    void cornersInTwoSetsAreNotSimple_data();
+    void cornersInTwoSetsAreNotSimple();
+    void tetrahedraFillTheSolid_data();
+    void tetrahedraFillTheSolid();
+};
+
+void TstSharpSurfaces::solidsAreClosedAndTrue_data()
+{
+    QTest::addColumn<SolidCase>("solid");
+    const Field drill = [](const QVector3D &p) { return std::hypot(p.x(), p.z()) - 0.4f; };
+    QTest::newRow("ball") << SolidCase{ball({}, 1.2f), 4.0 / 3.0 * M_PI * 1.728};
+    QTest::newRow("box") << SolidCase{box({1.1f, 0.8f, 1.0f}), 8 * 1.1 * 0.8 * 1.0};
+    QTest::newRow("drilled box") << SolidCase{cut(box({1.1f, 0.8f, 1.0f}), drill),
+                                              7.04 - M_PI * 0.16 * 1.6};
+}
+
+void TstSharpSurfaces::solidsAreClosedAndTrue()
+{
+    QFETCH(SolidCase, solid);
+    for (const QList<Triangle> &triangles : {uniform(solid.field), octree(solid.field)}) {
+        const support::FloatMesh mesh = meshOf(triangles);
+        QVERIFY(support::isClosedManifold(mesh));
+        QVERIFY(std::abs(support::signedVolume(mesh) / solid.volume - 1) < 0.02);
+        for (const auto &vertex : mesh.vertices)
+            QVERIFY(std::abs(solid.field({vertex.x, vertex.y, vertex.z})) < 0.15f * cell);
+        for (const Triangle &triangle : triangles)
+            QVERIFY(std::abs(triangle.normal.length() - 1) < 1e-4f);
+    }
+}
+
+void TstSharpSurfaces::edgesStaySharp()
+{
+    const Field field = box({1.1f, 0.8f, 1.0f});
+    for (const QList<Triangle> &triangles : {uniform(field), octree(field)}) {
+        float nearest = 1e9f;
+        for (const Triangle &triangle : triangles)
+            for (const QVector3D &vertex : triangle.vertices)
+                nearest = std::min(nearest, (vertex - QVector3D(1.1f, 0.8f, 1.0f)).length());
+        QVERIFY(nearest < 0.02f * cell);
+    }
+}
+
+void TstSharpSurfaces::flatFacesTakeFewTriangles()
+{
+    const Field field = box({1.1f, 0.8f, 1.0f});
+    QVERIFY(octree(field).size() * 4 < uniform(field).size());
+}
+
+void TstSharpSurfaces::chunksMeetWithoutASeam()
+{
+    // The grid in two halves along x, the second padded by one cell on its low side.
+    const Field field = cut(box({1.1f, 0.8f, 1.0f}), ball({0.1f, 0.8f, 0.2f}, 0.7f));
+    const std::vector<float> whole = sampled(field);
+    QList<Triangle> halves;
+    for (const auto &[first, count] : {std::pair(0, 18), std::pair(16, 17)}) {
+        std::vector<float> part;
+        for (int row = 0; row < nodes * nodes; ++row)
+            part.insert(part.end(), whole.begin() + row * nodes + first,
+                        whole.begin() + row * nodes + first + count);
+        ScalarField3D grid = gridOf(part);
+        grid.nx = count;
+        grid.firstX = first;
+        DcState state(grid, field, gradientOf(field));
+        QList<Triangle> out;
+        state.extract(0, out);
+        for (const Triangle &triangle : std::as_const(out))
+            halves.append(triangle);
+    }
+    // The first column of the second part belongs to the first: what both made is there twice.
+    QSet<QByteArray> distinct;
+    for (const Triangle &triangle : std::as_const(halves))
+        distinct.insert(QByteArray(reinterpret_cast<const char *>(&triangle), sizeof triangle));
+    QSet<QByteArray> expected;
+    const QList<Triangle> atOnce = uniform(field);
+    for (const Triangle &triangle : atOnce)
+        expected.insert(QByteArray(reinterpret_cast<const char *>(&triangle), sizeof triangle));
+    QCOMPARE(distinct, expected);
+}
+
+void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()
+{
+    const QVector3D corner{50.3f, 20.6f, -70.4f};
+    QefSolver solver;
+    QefSolver other;
+    solver.add(corner + QVector3D(0, 0.4f, 0.1f), {1, 0, 0});
+    solver.add(corner + QVector3D(0.2f, 0, -0.3f), {0, 1, 0});
+    other.add(corner + QVector3D(-0.1f, 0.3f, 0), {0, 0, 1});
+    solver += other;
+    const QefResult inside = solver.solve(corner - QVector3D(1, 1, 1), corner + QVector3D(1, 1, 1));
+    QVERIFY((inside.position - corner).length() < 1e-4f);
+    QCOMPARE(inside.rank, 3);
+    QVERIFY(!inside.clamped && !inside.fellBack);
+    const QefResult clamped =
+        solver.solve(corner + QVector3D(0.5f, -1, -1), corner + QVector3D(1, 1, 1));
+    QVERIFY(clamped.clamped);
+    const QefResult none = QefSolver().solve({0, 0, 0}, {2, 2, 2});
+    QVERIFY(none.fellBack);
+    QCOMPARE(none.position, QVector3D(1, 1, 1));
+}
+
+void TstSharpSurfaces::cornersInTwoSetsAreNotSimple_data()
+{
+    QTest::addColumn<uint>("mask");
+    QTest::addColumn<bool>("simple");
+    QTest::newRow("none") << 0u << true;
+    QTest::newRow("all") << 255u << true;
+    QTest::newRow("one corner") << 1u << true;
+    QTest::newRow("an edge") << 3u << true;
+    QTest::newRow("two across a face") << (1u | 1u << 3) << false;
+    QTest::newRow("two across the cube") << (1u | 1u << 7) << false;
+    QTest::newRow("all but two across the cube") << (255u ^ 1u ^ 1u << 7) << false;
+}
+
+void TstSharpSurfaces::cornersInTwoSetsAreNotSimple()
+{
+    QFETCH(uint, mask);
+    QTEST(simpleConfig(mask), "simple");
+}
+
+void TstSharpSurfaces::tetrahedraFillTheSolid_data()
+{
+    solidsAreClosedAndTrue_data();
+}
+
+void TstSharpSurfaces::tetrahedraFillTheSolid()
+{
+    QFETCH(SolidCase, solid);
+    const std::vector<float> values = sampled(solid.field);
+    QList<Tetrahedron> out;
+    tetrahedralVolume(gridOf(values), out);
+    // Every face is shared by two tetrahedra or lies on the outside: the outer faces then close,
+    // and enclose what the tetrahedra add up to. A crack or an overlap breaks one or the other.
+    support::FloatMesh outside;
+    QHash<QByteArray, std::array<QVector3D, 3>> open;
+    double sum = 0;
+    for (const Tetrahedron &tetrahedron : std::as_const(out)) {
+        const auto &c = tetrahedron.corners;
+        const double six = signedVolume6(c[0], c[1], c[2], c[3]);
+        QVERIFY(six > 0);
+        sum += six / 6;
+        for (const auto &face : {std::array{c[0], c[2], c[1]}, std::array{c[0], c[1], c[3]},
+                                 std::array{c[1], c[2], c[3]}, std::array{c[0], c[3], c[2]}}) {
+            auto sorted = face;
+            std::sort(sorted.begin(), sorted.end(), [](const QVector3D &a, const QVector3D &b) {
+                return std::tuple(a.x(), a.y(), a.z()) < std::tuple(b.x(), b.y(), b.z());
+            });
+            const QByteArray key(reinterpret_cast<const char *>(sorted.data()), sizeof sorted);
+            if (!open.remove(key))
+                open.insert(key, face);
+        }
+    }
+    for (const auto &face : std::as_const(open)) {
+        const int first = int(outside.vertices.size());
+        for (const QVector3D &vertex : face)
+            outside.vertices.append({vertex.x(), vertex.y(), vertex.z()});
+        outside.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
+    }
+    const support::FloatMesh shell = support::welded(outside);
+    const auto halfedges = ::mesh::topology::HalfedgeMesh<float>::fromMesh(shell);
+    QVERIFY(halfedges.isClosed());
+    QVERIFY(std::abs(support::signedVolume(shell) / sum - 1) < 1e-4);
+    QVERIFY(std::abs(sum / solid.volume - 1) < 0.06);
+}
+
+QTEST_GUILESS_MAIN(TstSharpSurfaces)
+#include "tst_SharpSurfaces.moc"
