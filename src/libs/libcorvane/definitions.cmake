@@ -42,6 +42,12 @@ foreach(group primitives operators modifiers)
     endif()
 endforeach()
 
+# The scenes that the previewScene of an operator names.
+file(GLOB previews CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/previews/operators/*.corvane)
+corvane_resources(corvane_definitions operator_previews
+    PREFIX /corvane/operators/previews BASE ${CMAKE_SOURCE_DIR}/resources/previews/operators
+    FILES ${previews})
+
 if(CORVANE_SHADER_TEMPLATES)
     corvane_resources(corvane_definitions shader_templates
         PREFIX / BASE ${CMAKE_SOURCE_DIR}/resources FILES ${CORVANE_SHADER_TEMPLATES})

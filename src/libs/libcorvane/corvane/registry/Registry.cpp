@@ -21,6 +21,7 @@ static void initializeDefinitionResources()
     Q_INIT_RESOURCE(sdf_primitives);
     Q_INIT_RESOURCE(sdf_operators);
     Q_INIT_RESOURCE(sdf_modifiers);
+    Q_INIT_RESOURCE(operator_previews);
 }
 
 namespace corvane::registry {
