@@ -124,7 +124,7 @@ double lofted(Vec3 p, double d, double half, double top)
 /// The child, cut by a thin wire along an arc about +x in the xz plane.
 double swept(Vec3 p, double d, double radius, double degrees)
 {
-    const double half = std::min(degrees, 360.0) / 2 * pi / 180;
+    const double half = degrees / 2 * pi / 180;
     const double angle = std::clamp(std::atan2(p.z, p.x), -half, half);
     const Vec3 nearest{radius * std::cos(angle), 0, radius * std::sin(angle)};
     return std::max(d, length(p - nearest) - radius * 0.01);
@@ -320,7 +320,10 @@ QList<ModifierCase> modifierCases()
         {u"sweep"_s,
          u"all round"_s,
          {5, 360},
-         [](Vec3 p, double d) { return swept(p, d, 5, 360); }},
+         [](Vec3 p, double d) {
+             const double out = std::sqrt(p.x * p.x + p.z * p.z) - 5;
+             return d - length(p) + std::sqrt(out * out + p.y * p.y);
+         }},
     };
 }
 
