@@ -161,9 +161,12 @@ QSet<QString> SDFLayer::usedDefinitionIds(const QList<SDFNode> &nodes,
                                           const shader::SDFShaderGenerator &generator)
 {
     QSet<QString> ids;
+    QSet<quint64> seen;
     for (const SDFNode &node : nodes) {
-        if (node.nodeType >= shader::gpuNodeTypeCount)
+        const quint64 key = quint64(node.nodeType) << 32 | node.definitionIndex;
+        if (node.nodeType >= shader::gpuNodeTypeCount || seen.contains(key))
             continue;
+        seen.insert(key);
         const QString id = generator.indices().idAt(node.type(), node.definitionIndex);
         if (!id.isEmpty())
             ids.insert(id);
@@ -230,15 +233,17 @@ void SDFLayer::appendDomain(const SDFNodeBuilder &builder, const QUuid &domainId
     if (rootIndex < 0)
         return;
     const int offset = static_cast<int>(m_nodes.size());
-    for (SDFNode node : builder.nodes()) {
-        shiftLinks(node, offset);
-        m_nodes.append(node);
-    }
+    m_nodes.append(builder.nodes());
     m_itemIds.append(builder.itemIds());
-    const auto &indices = builder.nodeIndexById();
-    for (auto entry = indices.cbegin(); entry != indices.cend(); ++entry) {
-        if (!m_nodeIndexById.contains(entry.key()))
-            m_nodeIndexById.insert(entry.key(), entry.value() + offset);
+    if (offset == 0) {
+        m_nodeIndexById = builder.nodeIndexById();
+    } else {
+        std::for_each(m_nodes.begin() + offset, m_nodes.end(),
+                      [offset](SDFNode &node) { shiftLinks(node, offset); });
+        for (qsizetype i = m_itemIds.size() - 1; i >= offset; --i) {
+            if (m_nodeIndexById.value(m_itemIds.at(i), offset) >= offset)
+                m_nodeIndexById.insert(m_itemIds.at(i), static_cast<int>(i));
+        }
     }
     m_domains.append({.domainId = domainId,
                       .rootIndex = rootIndex + offset,

@@ -32,6 +32,7 @@ public:
         : m_builder(builder)
         , m_scene(scene)
         , m_settings(settings)
+        , m_items(scene.items())
         , m_transforms(scene)
     {}
 
@@ -59,8 +60,8 @@ private:
     {
         QUuid id;
         SDFNode node;
-        QList<int> children; ///< patterns
-        bool childrenKnown = false;
+        QStringList references; ///< of children that are not looked up yet
+        QList<int> children;    ///< patterns
         bool onPath = false;
     };
 
@@ -85,20 +86,26 @@ private:
 
     int makePattern(const QUuid &id)
     {
-        if (id.isNull())
+        const auto item = m_items.constFind(id);
+        if (item == m_items.cend() || item->itemType != model::ItemTypes::Sdf ||
+            (m_settings.dropProxied && isProxied(*item)))
             return noPattern;
-        const model::Instance instance = m_scene.instance(id);
-        if (instance.id.isNull() || instance.itemType != model::ItemTypes::Sdf ||
-            (m_settings.dropProxied && m_scene.isProxied(id)))
-            return noPattern;
-        Pattern pattern;
-        pattern.id = id;
+        const model::Instance instance(*item);
         const auto &facts = factsOf(instance.definitionId());
+        Pattern &pattern = m_patterns.emplace_back();
+        pattern.id = id;
         SDFNodePacker::pack(pattern.node, instance, m_scene, facts);
+        if (facts.type != shader::GpuNodeType::Primitive)
+            pattern.references = instance.childReferences();
         if (m_settings.groupTransforms && !instance.parentId.isNull())
             pattern.node.setTransform(m_transforms.below(instance.parentId));
-        m_patterns.push_back(pattern);
         return static_cast<int>(m_patterns.size()) - 1;
+    }
+
+    bool isProxied(const model::SceneItem &item) const
+    {
+        return item.hasTag(model::ItemTags::Proxied) ||
+               (!item.parentId.isNull() && m_scene.isProxied(item.parentId));
     }
 
     const SDFNodePacker::DefinitionFacts &factsOf(const QString &definitionId)
@@ -117,16 +124,23 @@ private:
     const QList<int> &childrenOf(int number)
     {
         Pattern &pattern = m_patterns[static_cast<std::size_t>(number)];
-        if (std::exchange(pattern.childrenKnown, true) ||
-            pattern.node.type() == shader::GpuNodeType::Primitive)
-            return pattern.children;
-        const QStringList references = m_scene.instance(pattern.id).childReferences();
+        const QStringList references = std::exchange(pattern.references, {});
         for (const QString &reference : references) {
-            const int child = patternOf(m_scene.resolveReference(reference));
+            const int child = patternOf(referredId(reference));
             if (child != noPattern)
                 pattern.children.append(child);
         }
         return pattern.children;
+    }
+
+    /// "@" and a name or an id, or a bare id. It may name nothing; the pattern's lookup will tell.
+    QUuid referredId(const QString &reference) const
+    {
+        if (!reference.startsWith(u'@'))
+            return QUuid::fromString(reference);
+        const QString name = reference.mid(1);
+        const QUuid named = m_scene.instanceIdByName(name);
+        return named.isNull() ? QUuid::fromString(name) : named;
     }
 
     /// Appends a node of the pattern. -1 past the limit.
@@ -139,8 +153,6 @@ private:
         m_builder.m_nodes.append(pattern.node);
         m_builder.m_nodes.last().parentIndex = parent;
         m_builder.m_itemIds.append(pattern.id);
-        if (!m_builder.m_nodeIndexById.contains(pattern.id))
-            m_builder.m_nodeIndexById.insert(pattern.id, node);
         pattern.onPath = true;
         m_path.append({.pattern = number, .node = node});
         return node;
@@ -195,6 +207,7 @@ private:
     SDFNodeBuilder &m_builder;
     const model::Corvane &m_scene;
     const Settings &m_settings;
+    const QMap<QUuid, model::SceneItem> m_items;
     GroupTransforms m_transforms;
     QHash<QUuid, int> m_patternById;
     std::deque<Pattern> m_patterns; ///< references stay good while it grows
@@ -296,6 +309,10 @@ int SDFNodeBuilder::build(const model::Corvane &scene, const QList<QUuid> &roots
             return -1;
         }
     }
+    m_nodeIndexById.reserve(m_nodes.size());
+    for (qsizetype i = m_nodes.size() - 1; i >= 0;
+         --i) // backwards: the first node of an item stays
+        m_nodeIndexById.insert(m_itemIds.at(i), static_cast<int>(i));
     return m_nodes.isEmpty() ? -1 : 0;
 }
 
