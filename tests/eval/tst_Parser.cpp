@@ -317,7 +317,7 @@ void TstParser::deepestAllowed()
 
 void TstParser::longSourcesAreFine()
 {
-    constexpr qsizetype count = 65'536;
+    constexpr qsizetype count = 16'384;
     const ParsedSource parsed =
         Parser(inBody(u"d = min(d, length(p - vec3(1.0, 2.0, 3.0)) - 0.5);\n"_s.repeated(count)))
             .parse();
