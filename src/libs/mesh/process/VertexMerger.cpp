@@ -6,14 +6,16 @@
 #include <limits>
 
 // A vertex is kept unless an earlier kept one lies within the tolerance. Two hash tables over the
-// kept vertices answer that: one by exact position, one by the cell (of twice the tolerance) that a
-// vertex lies in. A position equal to a kept one can be near no other kept one, since those are
-// farther than the tolerance from each other; so the first table alone settles all but the first
-// vertex of a place. Around the others only cells that the tolerance reaches are searched: two an
-// axis, not three.
+// kept vertices answer that: one by exact position, one by the cell of a grid that a vertex lies
+// in. A position equal to a kept one can be near no other kept one, since those are farther than
+// the tolerance from each other; so the first table alone settles all but the first vertex of a
+// place. For the others the cells are searched that the tolerance reaches. Cells of twice the
+// tolerance would always be eight; in wider ones most vertices lie far enough from the sides to be
+// content with one or two.
 //
-// Both tables hold nothing but numbers of vertices, so that the step needs little more memory than
-// the mesh: four bytes a vertex for the map and about thirty for each kept one.
+// Both tables hold nothing but numbers of vertices, and the kept positions become the vertices of
+// the result, so that the step needs little more memory than the mesh: four bytes a vertex for the
+// map and about thirty for each kept one.
 
 using namespace Qt::StringLiterals;
 
@@ -21,16 +23,18 @@ namespace mesh::process {
 
 namespace {
 
+quint64 combinedHash(quint64 x, quint64 y, quint64 z)
+{
+    return FlatIndex::mixed(x * 0x9E3779B97F4A7C15ull + y * 0xC2B2AE3D27D4EB4Full +
+                            z * 0x165667B19E3779F9ull);
+}
+
 struct CellKey
 {
     qint64 x = 0, y = 0, z = 0;
 
     bool operator==(const CellKey &) const = default;
-    quint64 hash() const
-    {
-        return FlatIndex::mixed(quint64(x) +
-                                FlatIndex::mixed(quint64(y) + FlatIndex::mixed(quint64(z))));
-    }
+    quint64 hash() const { return combinedHash(quint64(x), quint64(y), quint64(z)); }
 };
 
 // The cell of a coordinate, and the first and last that hold anything within the tolerance of it.
@@ -51,11 +55,13 @@ public:
     // False when cancelled.
     bool run(const io::Progress &progress);
 
-    QList<int> map;  // vertex to kept number
-    QList<int> kept; // kept number to vertex
+    QList<int> map;             // vertex to kept number
+    QList<int> kept;            // kept number to vertex
+    QList<Vector3<T>> position; // by kept number
 
 private:
-    const Vector3<T> &position(quint32 number) const { return m_vertices.at(kept.at(number)); }
+    static constexpr double cellWidth = 8; // in tolerances
+
     quint64 positionHash(const Vector3<T> &p) const;
     CellRange range(T coordinate) const;
     CellKey cellOf(const Vector3<T> &p) const
@@ -78,8 +84,8 @@ private:
 template<typename T>
 quint64 Welder<T>::positionHash(const Vector3<T> &p) const
 {
-    const auto bits = [](T value) { return quint64(std::bit_cast<quint64>(double(value) + 0.0)); };
-    return FlatIndex::mixed(bits(p.x) + FlatIndex::mixed(bits(p.y) + FlatIndex::mixed(bits(p.z))));
+    const auto bits = [](T value) { return std::bit_cast<quint64>(double(value) + 0.0); };
+    return combinedHash(bits(p.x), bits(p.y), bits(p.z));
 }
 
 template<typename T>
@@ -88,14 +94,15 @@ CellRange Welder<T>::range(T coordinate) const
     // So far out neighbouring numbers are farther apart than the tolerance: only equal coordinates
     // can meet, and the number itself serves as the cell, where a quotient would overflow.
     constexpr double exactBeyond = double(quint64(1) << (std::numeric_limits<T>::digits + 4));
-    constexpr double slack = 1e-6; // above the rounding of the quotient
-    const double scaled = double(coordinate) / (2 * m_tolerance);
+    constexpr double reach =
+        1 / cellWidth + 1e-6; // with what is above the rounding of the quotient
+    const double scaled = double(coordinate) / (cellWidth * m_tolerance);
     if (!(std::abs(scaled) < exactBeyond)) {
         const auto cell = std::bit_cast<qint64>(double(coordinate));
         return {cell, cell, cell};
     }
-    return {qint64(std::floor(scaled)), qint64(std::floor(scaled - 0.5 - slack)),
-            qint64(std::floor(scaled + 0.5 + slack))};
+    return {qint64(std::floor(scaled)), qint64(std::floor(scaled - reach)),
+            qint64(std::floor(scaled + reach))};
 }
 
 template<typename T>
@@ -111,14 +118,14 @@ template<typename T>
 quint32 Welder<T>::findCell(const CellKey &cell) const
 {
     return m_byCell.find(cell.hash(),
-                         [&](quint32 other) { return cellOf(position(other)) == cell; });
+                         [&](quint32 other) { return cellOf(position.at(other)) == cell; });
 }
 
 template<typename T>
 quint32 Welder<T>::findInCell(const CellKey &cell, const Vector3<T> &p, quint32 best) const
 {
     for (quint32 n = findCell(cell); n != FlatIndex::none; n = m_nextInCell.at(n))
-        if (n < best && isWithinTolerance(position(n), p))
+        if (n < best && isWithinTolerance(position.at(n), p))
             best = n;
     return best;
 }
@@ -127,7 +134,7 @@ template<typename T>
 quint32 Welder<T>::find(const Vector3<T> &p) const
 {
     const quint32 equal =
-        m_byPosition.find(positionHash(p), [&](quint32 other) { return position(other) == p; });
+        m_byPosition.find(positionHash(p), [&](quint32 other) { return position.at(other) == p; });
     if (equal != FlatIndex::none || m_tolerance == 0)
         return equal;
     quint32 best = FlatIndex::none;
@@ -143,18 +150,19 @@ template<typename T>
 quint32 Welder<T>::keep(int vertex)
 {
     const auto number = quint32(kept.size());
-    const Vector3<T> &p = m_vertices.at(vertex);
+    const Vector3<T> p = m_vertices.at(vertex);
     kept.append(vertex);
+    position.append(p);
     m_nextInCell.append(FlatIndex::none);
     if (!p.isFinite())
         return number; // near nothing, not even itself
-    m_byPosition.insert(number, [this](quint32 n) { return positionHash(position(n)); });
+    m_byPosition.insert(number, [this](quint32 n) { return positionHash(position.at(n)); });
     if (m_tolerance == 0)
         return number;
     if (const quint32 first = findCell(cellOf(p)); first != FlatIndex::none)
         m_nextInCell[number] = std::exchange(m_nextInCell[first], number);
     else
-        m_byCell.insert(number, [this](quint32 n) { return cellOf(position(n)).hash(); });
+        m_byCell.insert(number, [this](quint32 n) { return cellOf(position.at(n)).hash(); });
     return number;
 }
 
@@ -239,6 +247,7 @@ io::Result<void> VertexMerger<T>::process(Mesh<T> &mesh, const ProcessOptions &o
         options.parameters.value(u"tolerance"_s, defaultTolerance).toDouble(&isNumber);
     if (!isNumber || !std::isfinite(tolerance) || tolerance < 0)
         return io::Error{u"weld tolerance must be a number of at least 0"_s, io::MalformedData};
+    const qsizetype count = mesh.vertices.size();
     QList<int> map, kept;
     {
         Welder<T> welder(mesh.vertices, tolerance);
@@ -246,9 +255,9 @@ io::Result<void> VertexMerger<T>::process(Mesh<T> &mesh, const ProcessOptions &o
             return {};
         map = std::move(welder.map);
         kept = std::move(welder.kept);
+        mesh.vertices = std::move(welder.position);
     }
-    const qsizetype count = mesh.vertices.size();
-    compact(mesh.vertices, kept, count);
+    mesh.vertices.squeeze();
     compact(mesh.normals, kept, count);
     for (QList<T> &values : mesh.vertexAttributes)
         compact(values, kept, count);
