@@ -83,9 +83,10 @@ QString describe(const QVariant &value)
     }
 }
 
-ProgramPair::ProgramPair(const QString &source)
+ProgramPair::ProgramPair(const QString &source, bool reportRuntimeFaults)
 {
     CompileRequest request;
+    request.reportRuntimeFaults = reportRuntimeFaults;
     request.inputs = {binding(u"p"_s, eval::Type::Vec3, p), binding(u"k"_s, eval::Type::Float, k),
                       binding(u"n"_s, eval::Type::Int, n),
                       binding(u"flag"_s, eval::Type::Bool, flag)};

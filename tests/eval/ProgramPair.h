@@ -12,7 +12,7 @@
 class ProgramPair
 {
 public:
-    explicit ProgramPair(const QString &source);
+    explicit ProgramPair(const QString &source, bool reportRuntimeFaults = true);
 
     QStringList errors; ///< of the compile
     bool isLowered() const;

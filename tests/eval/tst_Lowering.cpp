@@ -127,7 +127,7 @@ void TstLowering::formsAgree_data()
                                " float t = a; a = b; b = t + 1.0; } return a * 10.0 + b; }"
                                " f(p.x, p.y)"_s);
     row("rounds run out", u"int f(float a) { int i = 0; for (int j = 0; a == a; j++) i++;"
-                          " return i; } k > 0.0 ? f(k) : 0"_s);
+                          " return i; } p.x > 5.0 ? f(k) : 0"_s);
     row("condition with an effect",
         u"float f(float a) { float s = a; int i = 0;"
         " while ((s += 1.0) < 6.0) i++; return s + float(i); } f(p.x)"_s);

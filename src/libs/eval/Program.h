@@ -45,7 +45,7 @@ public:
     void bindArray(Handle handle, std::span<const float> values);
 
     /// While `*cancelled` is true evaluations fail soon with the one diagnostic "evaluation
-    /// cancelled": the flag is read every few hundred loop rounds and calls. It must outlive the
+    /// cancelled": the flag is read in every round of a loop and every call. It must outlive the
     /// copy; null (the default) takes it away.
     void setCancelFlag(const std::atomic_bool *cancelled);
 

@@ -10,9 +10,6 @@ namespace eval::internal {
 
 namespace {
 
-// Often enough to stop within a fraction of a second, seldom enough not to cost anything.
-constexpr unsigned ticksPerCancelCheck = 256;
-
 bool sameParameters(const AstNode &a, const AstNode &b)
 {
     const auto sameType = [](const FunctionParam &x, const FunctionParam &y) {
@@ -64,8 +61,7 @@ bool Interpreter::isCancelled(const AstNode &node)
 {
     if (m_cancelled)
         return true;
-    if (++m_ticks % ticksPerCancelCheck != 0 || !m_cancelFlag ||
-        !m_cancelFlag->load(std::memory_order_relaxed))
+    if (!m_cancelFlag || !m_cancelFlag->load(std::memory_order_relaxed))
         return false;
     m_diagnostics = {{DiagnosticCategory::Runtime, u"evaluation cancelled"_s, node.span, {}}};
     m_cancelled = true;

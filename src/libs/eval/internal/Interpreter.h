@@ -52,7 +52,7 @@ public:
     {
         m_functions = makeFunctionTable(nodes);
     }
-    /// Looked at every few hundred rounds and calls; once it reads true the walk ends as soon as it
+    /// Looked at in every round and call; once it reads true the walk ends as soon as it
     /// can and the one diagnostic is "evaluation cancelled".
     void setCancelFlag(const std::atomic_bool *cancelled) { m_cancelFlag = cancelled; }
 
@@ -119,7 +119,7 @@ private:
     Flow execDiscard(const AstNode &node);
 
     void declare(const AstNode &node, const Value &value);
-    /// Counts one round or call; true once the caller has asked to stop.
+    /// Asked at every round and call; true once the caller wants to stop.
     bool isCancelled(const AstNode &node);
     bool enterLevel(const AstNode &node);
 
@@ -132,7 +132,6 @@ private:
     qsizetype m_liveVariables = 0;
     int m_callDepth = 0;
     int m_nesting = 0;
-    unsigned m_ticks = 0;
     bool m_reportRuntimeFaults;
     bool m_cancelled = false;
     bool m_nestingReported = false;

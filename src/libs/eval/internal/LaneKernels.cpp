@@ -35,25 +35,28 @@ template<Op op>
 constexpr bool hasNumber = op == Op::Mixed || op == Op::MixedChecked || op == Op::CheckIndex;
 
 template<Op op, unsigned varying>
-bool runOnLanes(const LaneInstruction &at, const LaneContext &context)
+[[gnu::always_inline]] inline bool laneLoop(const LaneInstruction &at, const LaneContext &context)
 {
     // Operands that the operation does not have read a word that is there in any case.
     const Source<(varying & 1) != 0> a(at.a, context);
     const Source<(varying & 2) != 0> b(operands<op> > 1 ? at.b : 0, context);
     const Source<(varying & 4) != 0> c(operands<op> > 2 ? at.c : 0, context);
     const quint32 number = at.c;
+    // Copies: through the reference a compiler has to expect every result to change the bounds.
+    const int first = context.first;
+    const int end = context.end;
     if constexpr (isChecked(op)) {
         quint32 anyFault = 0;
-        for (int i = context.first; i < context.end; ++i)
+        for (int i = first; i < end; ++i)
             anyFault |= faults(op, a[i], b[i], number) ? 1u : 0u;
         if (anyFault != 0) {
-            for (int i = context.first; i < context.end; ++i)
+            for (int i = first; i < end; ++i)
                 context.faulted[i] = faults(op, a[i], b[i], number) ? 1 : 0;
         }
         if constexpr (writesRegister(op)) {
             quint32 *const dst = context.lanes + at.dst;
 #pragma GCC ivdep
-            for (int i = context.first; i < context.end; ++i)
+            for (int i = first; i < end; ++i)
                 dst[i] = applyLane(op, a[i], b[i], number);
         }
         return anyFault == 0;
@@ -61,11 +64,42 @@ bool runOnLanes(const LaneInstruction &at, const LaneContext &context)
         quint32 *const dst = context.lanes + at.dst;
         // A result may take the place of an operand, point by point: no other overlap exists.
 #pragma GCC ivdep
-        for (int i = context.first; i < context.end; ++i)
+        for (int i = first; i < end; ++i)
             dst[i] = applyLane(op, a[i], b[i], hasNumber<op> ? number : c[i]);
         return true;
     }
 }
+
+template<Op op, unsigned varying>
+bool runOnLanes(const LaneInstruction &at, const LaneContext &context)
+{
+    return laneLoop<op, varying>(at, context);
+}
+
+// The same loops for processors with wider registers. No value differs: products and sums are not
+// contracted, and a fused operation is one that the language asks for.
+#if defined(__x86_64__)
+template<Op op, unsigned varying>
+[[gnu::target("avx2,fma")]] bool runOnWideLanes(const LaneInstruction &at,
+                                                const LaneContext &context)
+{
+    return laneLoop<op, varying>(at, context);
+}
+
+bool hasWideLanes()
+{
+    static const bool has = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    return has;
+}
+#else
+template<Op op, unsigned varying>
+constexpr LaneKernel runOnWideLanes = &runOnLanes<op, varying>;
+
+bool hasWideLanes()
+{
+    return false;
+}
+#endif
 
 template<Op op>
 bool runOnScalars(const LaneInstruction &at, const LaneContext &context)
@@ -85,18 +119,20 @@ bool runOnScalars(const LaneInstruction &at, const LaneContext &context)
     return true;
 }
 
+/// By which operands vary; plain first, then wide.
 template<Op op, unsigned... varying>
-constexpr auto kernelRow(std::integer_sequence<unsigned, varying...>)
+constexpr auto kernelTable(std::integer_sequence<unsigned, varying...>)
 {
-    return std::array<LaneKernel, sizeof...(varying)>{&runOnLanes<op, varying>...};
+    return std::array<LaneKernel, 2 * sizeof...(varying)>{&runOnLanes<op, varying>...,
+                                                          runOnWideLanes<op, varying>...};
 }
 
 template<Op op>
 LaneKernel pick(unsigned varying, bool toLanes)
 {
-    static constexpr auto row =
-        kernelRow<op>(std::make_integer_sequence<unsigned, 1u << operands<op>>());
-    return toLanes ? row[varying] : &runOnScalars<op>;
+    constexpr unsigned forms = 1u << operands<op>;
+    static constexpr auto table = kernelTable<op>(std::make_integer_sequence<unsigned, forms>());
+    return toLanes ? table[varying + (hasWideLanes() ? forms : 0)] : &runOnScalars<op>;
 }
 
 bool externalOnLanes(const LaneInstruction &at, const LaneContext &context)

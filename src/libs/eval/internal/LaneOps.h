@@ -134,7 +134,7 @@ inline quint32 mixed(quint32 left, quint32 right, quint32 word)
 
 /// The result of a pure operation; operands that it does not have are ignored, and with `op` a
 /// constant all but one case goes away. Mixed takes its MixedCode as c.
-inline quint32 applyLane(Op op, quint32 a, quint32 b, quint32 c)
+[[gnu::always_inline]] inline quint32 applyLane(Op op, quint32 a, quint32 b, quint32 c)
 {
     using namespace lane;
     switch (op) {
@@ -319,7 +319,7 @@ inline quint32 applyLane(Op op, quint32 a, quint32 b, quint32 c)
 }
 
 /// Whether a checked operation has a fault to report with these operands.
-inline bool faults(Op op, quint32 a, quint32 b, quint32 c)
+[[gnu::always_inline]] inline bool faults(Op op, quint32 a, quint32 b, quint32 c)
 {
     switch (op) {
     case Op::DivCheckedF:

@@ -9,7 +9,7 @@ namespace {
 // Calls are expanded, so that a chain of functions that each call the next one twice has no end
 // that anyone would live to see: a program beyond these bounds is left to the walk.
 constexpr qint64 nodeBudget = 8'000'000;
-constexpr size_t codeLimit = 4'000'000;
+constexpr size_t codeLimit = 2'000'000;
 constexpr int nestingLimit = 2'000;
 
 } // namespace

@@ -38,13 +38,16 @@ public:
 private:
     /// Copied where it could be moved: Qt 6.4 loses an array's own buffer when another is moved
     /// onto it.
-    class Lanes : public QVarLengthArray<Register, 4>
+    template<class T>
+    class ShortList : public QVarLengthArray<T, 4>
     {
     public:
-        using QVarLengthArray::QVarLengthArray;
-        Lanes(const Lanes &) = default;
-        Lanes &operator=(const Lanes &) = default;
+        using QVarLengthArray<T, 4>::QVarLengthArray;
+        ShortList(const ShortList &) = default;
+        ShortList &operator=(const ShortList &) = default;
     };
+    using Lanes = ShortList<Register>;
+    using LaneNumbers = ShortList<int>;
 
     struct Operand
     {
@@ -109,7 +112,7 @@ private:
     struct Place
     {
         Register condition = noRegister; ///< that this is the place; noRegister: it always is
-        QVarLengthArray<int, 4> lanes;   ///< of the variable
+        LaneNumbers lanes;               ///< of the variable
     };
     struct Target
     {

@@ -7,9 +7,10 @@ namespace eval::internal {
 namespace {
 
 /// The places of a part of a place: lane i of the part is lane `part[i]` of the whole.
-QVarLengthArray<int, 4> composed(const QVarLengthArray<int, 4> &whole, std::span<const int> part)
+template<class List>
+List composed(const List &whole, const List &part)
 {
-    QVarLengthArray<int, 4> lanes;
+    List lanes;
     for (const int lane : part) {
         if (lane < whole.size())
             lanes.append(whole[lane]);
@@ -365,7 +366,7 @@ Lowering::Target Lowering::target(const AstNode &node)
     Target whole = target(*node.left);
     if (!whole.valid)
         return whole;
-    QVarLengthArray<int, 4> part;
+    LaneNumbers part;
     if (node.kind == AstKind::StructField) {
         const StructLayout *layout =
             whole.type == Type::Struct ? layoutOf(whole.structName) : nullptr;
@@ -414,7 +415,7 @@ Lowering::Target Lowering::indexTarget(const AstNode &node)
         const auto bits = static_cast<quint32>(number);
         if (fixed && m_code.constantBits(*reg) != bits)
             continue;
-        QVarLengthArray<int, 4> lanes;
+        LaneNumbers lanes;
         for (int row = 0; row < rows; ++row)
             lanes.append(number * rows + row);
         const Register here =

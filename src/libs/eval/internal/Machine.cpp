@@ -7,18 +7,11 @@
 
 namespace eval::internal {
 
-namespace {
-
-constexpr unsigned roundsPerCancelCheck = 1024;
-
-} // namespace
-
 RunResult runCode(std::span<const Instruction> code, std::span<const ExternalCall> externals,
                   quint32 *registers, const std::atomic_bool *cancelled)
 {
     quint32 *const r = registers;
     const Instruction *at = code.data();
-    unsigned rounds = 0;
     for (;; ++at) {
         switch (at->op) {
 #define EVAL_UNARY(name)                                                                           \
@@ -73,8 +66,8 @@ RunResult runCode(std::span<const Instruction> code, std::span<const ExternalCal
                 at = code.data() + at->c - 1;
             continue;
         case Op::LoopGuard:
-            if (++rounds % roundsPerCancelCheck == 0 && cancelled &&
-                cancelled->load(std::memory_order_relaxed)) [[unlikely]]
+            // Every round: nobody knows how long one takes.
+            if (cancelled && cancelled->load(std::memory_order_relaxed)) [[unlikely]]
                 return RunResult::Cancelled;
             if (r[at->a] >= static_cast<quint32>(Interpreter::loopRoundLimit)) [[unlikely]]
                 at = code.data() + at->c - 1;

@@ -11,7 +11,6 @@ namespace eval::internal {
 
 namespace {
 
-constexpr unsigned roundsPerCancelCheck = 64;
 constexpr auto roundLimit = static_cast<quint32>(Interpreter::loopRoundLimit);
 
 float asFloat(quint32 word, Type type)
@@ -192,8 +191,7 @@ bool RowMachine::branch(const LaneInstruction &at, Group &group)
 
 bool RowMachine::guardLoop(const LaneInstruction &at, Group &group)
 {
-    if (++m_rounds % roundsPerCancelCheck == 0 && m_cancelFlag &&
-        m_cancelFlag->load(std::memory_order_relaxed)) {
+    if (m_cancelFlag && m_cancelFlag->load(std::memory_order_relaxed)) {
         m_cancelled = true;
         return false;
     }

@@ -66,7 +66,6 @@ private:
     std::vector<quint8> m_faulted;
     std::vector<Group> m_waiting;
     const std::atomic_bool *m_cancelFlag = nullptr;
-    unsigned m_rounds = 0;
     bool m_cancelled = false;
 };
 

@@ -11,6 +11,10 @@ namespace eval::internal {
 
 namespace {
 
+// Each loop around a value may take another pass over the code, and code may be large and loops
+// many.
+constexpr int passLimit = 32;
+
 /// Finds out which registers differ from point to point, and lays the code out by it.
 ///
 /// A register varies when something that it is computed from does. One that is written in several
@@ -127,12 +131,16 @@ bool RowPlanner::spreadThrough(quint32 index)
 
 void RowPlanner::findVarying()
 {
-    bool changed = true;
-    while (changed) {
-        changed = false;
+    for (int pass = 0; pass < passLimit; ++pass) {
+        bool changed = false;
         for (quint32 i = 0; i < m_code.code.size(); ++i)
             changed |= spreadThrough(i);
+        if (!changed)
+            return;
     }
+    // To take everything for varying is always right.
+    for (Register reg = 0; reg < m_code.registerCount(); ++reg)
+        m_varies[reg] = m_varies[reg] || m_code.isComputed(reg);
 }
 
 bool RowPlanner::canHoist(quint32 index, bool beforeAnyJump)
