@@ -95,6 +95,7 @@ void TstExprCompiler::expressionHasItsValue_data()
         << u"sin(0.0) + sin"_s << QVariant(8.0f);
     QTest::newRow("call over a blank") << u"max (width, 50.0)"_s << QVariant(50.0f);
     QTest::newRow("exponent is no name") << u"1e1 + 0x10 * 0"_s << QVariant(10.0f);
+    QTest::newRow("comment at the end") << u"width // wide"_s << QVariant(40.0f);
     QTest::newRow("time") << u"time + 1.0"_s << QVariant(1.0f);
 }
 

@@ -142,7 +142,11 @@ void TstFileScopedDefinitions::usedBuiltinsAreEmbedded()
     const auto again = Corvane::fromVariantMap(scene->toVariantMap());
     again->registerFileScopedDefinitions();
     QVERIFY(registry::Registry::instance().getDefinition(u"box"_s)->isFromResources());
-    QCOMPARE(again->toVariantMap(), scene->toVariantMap());
+    const auto embedded = again->customDefinitions();
+    QCOMPARE(embedded.size(), 1);
+    QCOMPARE(embedded.first()->contentHash(),
+             registry::Registry::instance().getDefinition(u"box"_s)->contentHash());
+    QCOMPARE(Corvane::fromVariantMap(again->toVariantMap())->toVariantMap(), again->toVariantMap());
 }
 
 QTEST_GUILESS_MAIN(TstFileScopedDefinitions)

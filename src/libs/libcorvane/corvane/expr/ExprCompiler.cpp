@@ -41,7 +41,8 @@ public:
     {
         m_text += QStringView(m_source).mid(m_copied);
         m_copied = m_source.size();
-        return m_text;
+        // On a line of its own, so that a comment at the end of the source does not hide it.
+        return m_text += "\n)"_L1;
     }
 
     int sourcePosition(const eval::SourceSpan &span) const
@@ -65,8 +66,8 @@ private:
     };
 
     const QString &m_source;
-    QString m_text;
-    QList<Place> m_places;
+    QString m_text = u"("_s;
+    QList<Place> m_places{{1, 0}};
     qsizetype m_copied = 0;
 };
 

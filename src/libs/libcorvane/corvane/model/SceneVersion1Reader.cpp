@@ -161,6 +161,8 @@ void SceneVersion1Reader::readItems()
     QList<ItemEntry> entries =
         itemEntries(instances.isEmpty() ? m_block.value(u"items"_s).toMap() : instances);
     assignIds(entries);
+    for (const ItemEntry &entry : std::as_const(entries))
+        m_itemIds.append(entry.id);
     // Where several items claim a name, the one that is keyed by it has it.
     std::stable_partition(entries.begin(), entries.end(),
                           [](const ItemEntry &entry) { return entry.isKeyedByName(); });
@@ -226,8 +228,8 @@ SceneItem SceneVersion1Reader::readItem(const ItemEntry &entry) const
 
 void SceneVersion1Reader::dropDanglingReferences()
 {
-    const auto items = m_scene->m_items.items();
-    for (SceneItem item : items) {
+    for (const QUuid &id : std::as_const(m_itemIds)) {
+        SceneItem item = m_scene->item(id);
         const bool parentDropped = dropDanglingParent(item);
         const bool childrenDropped = dropDanglingChildren(item);
         if (parentDropped || childrenDropped)
@@ -272,10 +274,9 @@ bool SceneVersion1Reader::dropDanglingChildren(SceneItem &item)
 void SceneVersion1Reader::cutParentCycles()
 {
     QSet<QUuid> sound; // known to lead to the top
-    const auto items = m_scene->m_items.items();
-    for (auto it = items.cbegin(); it != items.cend(); ++it) {
+    for (const QUuid &id : std::as_const(m_itemIds)) {
         QSet<QUuid> path;
-        QUuid at = it.key();
+        QUuid at = id;
         while (!at.isNull() && !sound.contains(at) && !path.contains(at)) {
             path.insert(at);
             at = m_scene->parentInstanceId(at);

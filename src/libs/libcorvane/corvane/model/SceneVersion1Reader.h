@@ -52,6 +52,7 @@ private:
 
     QVariantMap m_block;
     QSharedPointer<Corvane> m_scene; ///< while read() runs
+    QList<QUuid> m_itemIds;          ///< in the order of the file's keys, and so are the warnings
     QStringList m_warnings;
     qsizetype m_dropped = 0; ///< warnings in all, those left out of the list included
 };
