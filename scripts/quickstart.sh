@@ -5,9 +5,10 @@ cd "$(dirname "$0")/.."
 source scripts/packages.sh
 install_missing_packages
 
-cmake --preset release >build-release.log 2>&1 || { cat build-release.log >&2; exit 1; }
+# The settings of the tests, so that running those later builds nothing twice.
+cmake --preset ci >build-release.log 2>&1 || { cat build-release.log >&2; exit 1; }
 rm -f build-release.log
-cmake --build --preset release --target corvane
+cmake --build --preset ci --target corvane
 
 sample=resources/samples/bracket.corvane
 mesh=build/bracket.stl
