@@ -66,6 +66,7 @@ private slots:
     void faultyPointsAreOutside();
     void secondRunIsRefused();
     void cancelStopsAnEndlessField();
+    void moreThreadsThanWorkIsFine();
     void directExportConverts_data();
     void directExportConverts();
     void anotherRunMayFollow();
@@ -377,6 +378,17 @@ void TstExportPipeline::cancelStopsAnEndlessField()
     QVERIFY(!finished.isEmpty() || finished.wait(60000));
     const auto result = finished.first().first().value<ExportResult>();
     QCOMPARE(result.errorMessage, u"Export cancelled"_s);
+}
+
+void TstExportPipeline::moreThreadsThanWorkIsFine()
+{
+    // The first threads are done before the last ones start.
+    ExportRequest request = requestFor(sphere);
+    request.cellSize = 1.0f;
+    request.chunkSize = 2;
+    request.threadCount = 64;
+    for (int i = 0; i < 20; ++i)
+        QVERIFY(exported(request).success);
 }
 
 void TstExportPipeline::directExportConverts_data()

@@ -25,9 +25,11 @@ void ChunkRunner::run(int threads)
     QThreadPool pool;
     pool.setObjectName(u"Ondrel.corvane.mesh-export"_s);
     pool.setMaxThreadCount(threads);
-    m_working = static_cast<int>(std::min<qint64>(threads, m_total));
+    // All are counted before the first one starts: it may be done before the next one does.
+    const int count = static_cast<int>(std::min<qint64>(threads, m_total));
+    m_working = count;
     QList<QFuture<void>> workers;
-    for (int i = 0; i < m_working; ++i)
+    for (int i = 0; i < count; ++i)
         workers.append(QtConcurrent::run(&pool, [this] { work(); }));
     reportUntilDone();
     for (QFuture<void> &worker : workers)
