@@ -9,6 +9,23 @@ function(corvane_subdirectories)
     endforeach()
 endfunction()
 
+# Precompiles a header once for all targets of a sort; it is built by an empty target of that sort, because
+# a compiler takes a precompiled header only under the code generation options that it was made with.
+function(corvane_precompile target header)
+    set(provider ${header})
+    if(NOT TARGET ${provider})
+        get_target_property(type ${target} TYPE)
+        if(type STREQUAL "EXECUTABLE")
+            add_executable(${provider} ${CMAKE_SOURCE_DIR}/cmake/pch_main.cpp)
+        else()
+            add_library(${provider} OBJECT ${CMAKE_SOURCE_DIR}/cmake/pch_main.cpp)
+        endif()
+        target_link_libraries(${provider} PRIVATE ${ARGN})
+        target_precompile_headers(${provider} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/${header}.h)
+    endif()
+    target_precompile_headers(${target} REUSE_FROM ${provider})
+endfunction()
+
 # corvane_library(NAME SOURCES ... [LINKS ...] [PRIVATE_LINKS ...] [AREAS ...])
 #
 # A static library with an include root of its own, <build>/include/NAME, which holds one link NAME to the
@@ -30,7 +47,7 @@ function(corvane_library name)
     endif()
     target_include_directories(${name} PUBLIC ${root})
     target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
-    target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch_core.h)
+    corvane_precompile(${name} pch_core Qt6::Core)
 endfunction()
 
 # Embeds files under an explicit prefix: corvane_resources(TARGET NAME PREFIX /sdf BASE dir FILES ...)
@@ -50,8 +67,9 @@ function(corvane_test name)
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_compile_definitions(${name} PRIVATE CORVANE_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data"
         CORVANE_SAMPLES="${CMAKE_SOURCE_DIR}/resources/samples")
-    target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt6::Test)
-    target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch_test.h)
+    # Gui everywhere: Qt's test header reads differently with it, and all tests share one reading.
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt6::Gui Qt6::Test)
+    corvane_precompile(${name} pch_test Qt6::Gui Qt6::Test)
     add_test(NAME ${name} COMMAND ${name})
     # Tests write nowhere but to temporary folders: caches and settings go to one of the build tree.
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT

@@ -15,9 +15,11 @@ endif()
 
 find_program(CORVANE_CCACHE ccache)
 if(CORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # Precompiled headers defeat the cache unless their time stamps are ignored.
+    # Precompiled headers defeat the cache unless their time stamps are ignored; without the folder's name
+    # in the key, all build folders and checkouts share what was compiled.
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CORVANE_CCACHE})
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CORVANE_CCACHE})
 endif()
 
 add_compile_options(-Wall -Wextra -Wshadow -Woverloaded-virtual)
