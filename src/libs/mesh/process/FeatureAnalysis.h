@@ -51,6 +51,10 @@ struct FeatureAnalysis
 template<typename T>
 bool isTriangleMesh(const Mesh<T> &mesh);
 
+/// The nodes of all triangles, three for each element; -1 three times for what is no triangle.
+template<typename T>
+QList<int> triangleNodes(const Mesh<T> &mesh);
+
 /// The edges at which faces meet at more than an angle, and what follows from them. Linear time but
 /// for the edges of one vertex, which are sorted. A progress that answers false ends it early, with
 /// an analysis of no use.
@@ -66,6 +70,13 @@ template<typename T>
 bool confirmFeaturesAgainstField(const Mesh<T> &mesh, FeatureAnalysis<T> &features,
                                  const FieldSampler<T> &sampler, T probeDistance,
                                  double angleDegrees, const io::Progress &progress = {});
+
+/// A sample of the field that is to be used: finite, and not so large that it means "failed".
+template<typename T>
+bool isUsable(const SdfSample<T> &sample)
+{
+    return sample.gradient.isFinite() && std::abs(sample.distance) < T(1e9);
+}
 
 /// Makes features of the edges between faces of different materials.
 template<typename T>
