@@ -11,6 +11,7 @@
 #include <corvane/render/SDFLayer.h>
 #include <corvane/shader/SDFShaderGenerator.h>
 #include <corvane/shader/ShaderValidator.h>
+#include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/ExportPipeline.h>
 #include <corvane/xport/ExportRequest.h>
 #include <store/SafeFile.h>
@@ -218,13 +219,17 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     if (layer.generatedNodes().isEmpty())
         return finishWithoutGeometry(options, outputPath);
     ExportRequest request;
+    addSettings(scene, options, request);
+    // A grid that can't be is said at once, not after the shader's compilation.
+    const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
+    if (!gridError.isEmpty())
+        return report(ExportResult::failed(gridError), options);
     if (!addFieldShader(layer.generator(), request))
         return CorvaneMain::OperationFailed;
     const auto field = layer.nodesAsOneField();
     request.nodes = field.nodes;
     request.rootNodeIndex = field.rootIndex;
     request.outputPath = outputPath;
-    addSettings(scene, options, request);
     return report(runWithFallback(request), options);
 }
 

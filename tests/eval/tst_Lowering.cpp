@@ -215,6 +215,12 @@ void TstLowering::staysWithTheWalk_data()
                                       " f(k)"_s;
     QTest::newRow("two types in one name")
         << u"float f(float a) { float b = a; if (a > 0.5) { int b = 1; } return b / 2; } f(k)"_s;
+    // A chain of calls with deep expressions in each: no walk may follow it to its end.
+    QString chain = u"float f0(float a) { return a; }"_s;
+    for (int i = 1; i <= 200; ++i)
+        chain += u"float f%1(float a) { return %2f%3(a); }"_s.arg(
+            QString::number(i), u"- "_s.repeated(60), QString::number(i - 1));
+    QTest::newRow("too deep") << chain + u" f200(k)"_s;
     // Forty functions that each call the one before twice: nobody would live to see that expanded.
     QString doubling = u"float f0(float a) { return a + 1.0; }"_s;
     for (int i = 1; i <= 40; ++i)

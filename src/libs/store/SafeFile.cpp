@@ -23,6 +23,7 @@ namespace store {
 namespace {
 
 constexpr qsizetype bufferSize = 256 * 1024;
+constexpr qint64 writebackSize = 8 * 1024 * 1024;
 
 int openGuarded(const QByteArray &path, int flags, mode_t mode)
 {
@@ -230,6 +231,7 @@ private:
     bool fail(int failure);
     bool flush();
     bool writeOut(const char *data, qsizetype size);
+    void startWriteback(qsizetype size);
     bool closeDescriptor();
     bool isDirect() const { return m_target.kind == Target::Kind::Direct; }
 
@@ -237,6 +239,8 @@ private:
     TemporaryFile m_temporary;
     QByteArray m_buffer;
     int m_fd = -1;
+    qint64 m_synced = 0;   // up to here the disk was told to write
+    qint64 m_unsynced = 0; // bytes written behind that
     int m_failure = 0; // the first errno
 };
 
@@ -271,10 +275,26 @@ bool SafeFile::Sink::writeOut(const char *data, qsizetype size)
 {
     if (size == 0)
         return true;
-    if (!isDirect())
-        return writeAll(m_fd, data, size) || fail(errno);
+    if (!isDirect()) {
+        if (!writeAll(m_fd, data, size))
+            return fail(errno);
+        startWriteback(size);
+        return true;
+    }
     const NoSigPipe guard;
     return writeAll(m_fd, data, size) || fail(errno);
+}
+
+// The disk works while the rest is made, which leaves the sync at the end little to wait for. Only a
+// hint: what it can't do, the sync does.
+void SafeFile::Sink::startWriteback(qsizetype size)
+{
+    m_unsynced += size;
+    if (m_unsynced < writebackSize)
+        return;
+    ::sync_file_range(m_fd, m_synced, m_unsynced, SYNC_FILE_RANGE_WRITE);
+    m_synced += m_unsynced;
+    m_unsynced = 0;
 }
 
 bool SafeFile::Sink::flush()

@@ -5,6 +5,9 @@
 
 #include <QIODevice>
 
+#include <algorithm>
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace mesh::io {
@@ -37,15 +40,11 @@ struct Facet
     Vector3<T> normal, corners[3];
 };
 
+// Very small and very large triangles have a direction too, but their squares leave the range of a
+// float.
 template<typename T>
-Vector3<T> normalOf(const Vector3<T> (&corners)[3])
+Vector3<T> normalOfExtreme(const Vector3<T> (&corners)[3])
 {
-    const Vector3<T> cross = (corners[1] - corners[0]).cross(corners[2] - corners[0]);
-    const T size = cross.lengthSquared();
-    if (size > T(1e-30) && size < T(1e30))
-        return cross.normalized();
-    // Very small and very large triangles have a direction too, but their squares leave the range
-    // of a float.
     const auto edge = [&](int i) {
         return Vector3<double>{double(corners[i].x) - corners[0].x,
                                double(corners[i].y) - corners[0].y,
@@ -56,11 +55,22 @@ Vector3<T> normalOf(const Vector3<T> (&corners)[3])
 }
 
 template<typename T>
-Facet<T> facetOf(const Mesh<T> &mesh, const ElementData<T> &element)
+inline Vector3<T> normalOf(const Vector3<T> (&corners)[3])
 {
+    const Vector3<T> cross = (corners[1] - corners[0]).cross(corners[2] - corners[0]);
+    const T size = cross.lengthSquared();
+    if (size > T(1e-30) && size < T(1e30)) [[likely]]
+        return cross / std::sqrt(size);
+    return normalOfExtreme(corners);
+}
+
+template<typename T>
+inline Facet<T> facetOf(const Mesh<T> &mesh, const ElementData<T> &element)
+{
+    const int *const nodes = element.nodes.data();
     Facet<T> facet;
     for (int i = 0; i < 3; ++i)
-        facet.corners[i] = mesh.vertices.at(element.nodes[i]);
+        facet.corners[i] = mesh.vertices.at(nodes[i]);
     facet.normal = normalOf(facet.corners);
     return facet;
 }
