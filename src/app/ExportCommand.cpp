@@ -209,6 +209,12 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
 
 int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath)
 {
+    ExportRequest request;
+    addSettings(scene, options, request);
+    // A grid that can't be is said at once, not after the definitions and the shader are compiled.
+    const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
+    if (!gridError.isEmpty() && !request.autoBounds && !scene.items().isEmpty())
+        return report(ExportResult::failed(gridError), options);
     corvane::registry::Registry::instance().loadBuiltinPrimitives();
     corvane::render::SDFLayer layer;
     layer.setScene(&scene);
@@ -218,12 +224,6 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     }
     if (layer.generatedNodes().isEmpty())
         return finishWithoutGeometry(options, outputPath);
-    ExportRequest request;
-    addSettings(scene, options, request);
-    // A grid that can't be is said at once, not after the shader's compilation.
-    const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
-    if (!gridError.isEmpty())
-        return report(ExportResult::failed(gridError), options);
     if (!addFieldShader(layer.generator(), request))
         return CorvaneMain::OperationFailed;
     const auto field = layer.nodesAsOneField();
