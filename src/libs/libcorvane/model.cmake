@@ -1,10 +1,14 @@
-# The scene document, its version 1 files, variables and expressions.
+# The scene document, the user's tree, their files, variables and expressions.
 corvane_library(corvane_model
-    AREAS model expr
+    AREAS model component expr
     SOURCES
+        corvane/component/ComponentDefinition.cpp
+        corvane/component/ComponentLibrary.cpp
+        corvane/component/ComponentRegistry.cpp
         corvane/model/CatalogMaterial.cpp
         corvane/model/Corvane.cpp
         corvane/model/CorvaneDSLParser.cpp
+        corvane/model/CorvaneDSLSerializer.cpp
         corvane/model/CorvaneDefinitions.cpp
         corvane/model/CorvaneFiles.cpp
         corvane/model/CorvaneHierarchy.cpp
@@ -13,19 +17,33 @@ corvane_library(corvane_model
         corvane/model/CorvaneSelection.cpp
         corvane/model/CorvaneSettings.cpp
         corvane/model/CorvaneVariables.cpp
+        corvane/model/DocumentBlock.cpp
         corvane/model/Instance.cpp
         corvane/model/ItemTable.cpp
+        corvane/model/LogicalInstance.cpp
+        corvane/model/LogicalScene.cpp
+        corvane/model/LogicalSceneNodes.cpp
+        corvane/model/LogicalSceneState.cpp
+        corvane/model/LogicalTree.cpp
         corvane/model/Material.cpp
+        corvane/model/NameCounter.cpp
         corvane/model/NestedValue.cpp
+        corvane/model/NodeKeys.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
+        corvane/model/SDFNodeProvenance.cpp
         corvane/model/SceneItem.cpp
         corvane/model/SceneItemView.cpp
+        corvane/model/SceneKeys.cpp
         corvane/model/SceneMigrator.cpp
         corvane/model/SceneVersion1Reader.cpp
         corvane/model/SceneVersion1Writer.cpp
+        corvane/model/SceneVersion2Reader.cpp
+        corvane/model/SceneVersion2Writer.cpp
         corvane/model/Varset.cpp
         corvane/model/VarsetTable.cpp
+        corvane/model/Version1Parts.cpp
+        corvane/model/WrapperAbsorption.cpp
         corvane/expr/BuiltinVariables.cpp
         corvane/expr/CompileContext.cpp
         corvane/expr/ExprCompiler.cpp

@@ -1,5 +1,6 @@
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/model/SceneKeys.h>
 #include <corvane/model/SceneVersion1Reader.h>
 #include <corvane/model/SceneVersion1Writer.h>
 
@@ -445,7 +446,7 @@ void TstSceneVersion1::unsafeNamesAreKeyedById_data()
 void TstSceneVersion1::unsafeNamesAreKeyedById()
 {
     QFETCH(const QString, name);
-    QTEST(SceneVersion1Writer::isSafeKey(name), "isSafe");
+    QTEST(SceneKeys::isSafe(name), "isSafe");
 }
 
 void TstSceneVersion1::unknownKeysAreKept()

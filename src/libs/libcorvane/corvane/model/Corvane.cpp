@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPointer>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -18,6 +19,12 @@ Corvane::Corvane(QObject *parent)
 {}
 
 Corvane::~Corvane() = default;
+
+QSharedPointer<Corvane> Corvane::create(QObject *parent)
+{
+    const QPointer<Corvane> document = new Corvane(parent);
+    return {document.data(), [document](Corvane *) { delete document.data(); }};
+}
 
 void Corvane::reset()
 {

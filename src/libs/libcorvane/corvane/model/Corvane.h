@@ -20,6 +20,7 @@ class Definition;
 
 namespace corvane::model {
 
+class DocumentBlock;
 class SceneVersion1Reader;
 class SceneVersion1Writer;
 
@@ -40,6 +41,9 @@ class Corvane : public QObject
 public:
     explicit Corvane(QObject *parent = nullptr);
     ~Corvane() override;
+
+    /// A new document that its parent and its last holder may both delete, whichever comes first.
+    static QSharedPointer<Corvane> create(QObject *parent = nullptr);
 
     // Files
 
@@ -244,7 +248,8 @@ signals:
     void animationPlayingChanged(bool playing);
 
 private:
-    friend class SceneVersion1Reader; // they carry every member across, and nothing else should
+    friend class DocumentBlock; // they carry every member across, and nothing else should
+    friend class SceneVersion1Reader;
     friend class SceneVersion1Writer;
 
     bool setTag(const QUuid &id, const QString &tag, bool on);

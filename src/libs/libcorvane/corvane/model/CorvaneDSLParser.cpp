@@ -1,7 +1,9 @@
 #include <corvane/model/CorvaneDSLParser.h>
 
+#include <corvane/model/DocumentBlock.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/model/SceneVersion1Reader.h>
+#include <corvane/model/SceneVersion2Reader.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -19,13 +21,14 @@ constexpr qint64 maxStreamSize = qint64(64) << 20;
 constexpr qint64 readBlock = qint64(1) << 20;
 constexpr int yamlIndent = 2;
 
-CorvaneDSLParser::LogicalSceneLoader &logicalSceneLoader()
+CorvaneDSLParser::LogicalSceneCompile &logicalSceneCompile()
 {
-    static CorvaneDSLParser::LogicalSceneLoader loader;
-    return loader;
+    static CorvaneDSLParser::LogicalSceneCompile compile;
+    return compile;
 }
 
-void addError(ParseResult &result, const QString &message)
+template<class Result>
+void addError(Result &result, const QString &message)
 {
     result.errors.append({.line = 0, .column = 0, .message = message});
 }
@@ -70,11 +73,30 @@ QString decode(const QByteArray &bytes, ParseResult &result)
     return text;
 }
 
+/// The part of a file that holds the scene.
+QVariantMap blockOf(const QVariantMap &file)
+{
+    const QVariantMap block = file.value(u"corvane"_s).toMap();
+    return block.isEmpty() ? file : block;
+}
+
+/// Whether a version 1 file holds nothing but nodes of the field, which is all that a logical scene
+/// has.
+bool isFieldOnly(const QVariantMap &block)
+{
+    const QVariantMap instances = block.value(u"instances"_s).toMap();
+    if (instances.isEmpty() && !block.value(u"items"_s).toMap().isEmpty())
+        return false;
+    return std::all_of(instances.cbegin(), instances.cend(), [](const QVariant &stored) {
+        return stored.toMap().value(u"itemType"_s, ItemTypes::Sdf).toString() == ItemTypes::Sdf;
+    });
+}
+
 } // namespace
 
-void CorvaneDSLParser::setLogicalSceneLoader(const LogicalSceneLoader &loader)
+void CorvaneDSLParser::setLogicalSceneCompile(const LogicalSceneCompile &compile)
 {
-    logicalSceneLoader() = loader;
+    logicalSceneCompile() = compile;
 }
 
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
@@ -95,14 +117,8 @@ ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
     result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
     if (!result.errors.isEmpty())
         return result;
-    const int version = SceneMigrator::detectVersion(result.rawMap);
-    if (version >= 2) {
-        if (logicalSceneLoader())
-            return logicalSceneLoader()(text, parent);
-        addError(
-            result,
-            u"Scene file version %1 is not supported: this build reads version 1 scenes only"_s.arg(
-                version));
+    if (SceneMigrator::detectVersion(result.rawMap) >= 2) {
+        compileLogical(result, parent);
         return result;
     }
     SceneVersion1Reader reader(result.rawMap);
@@ -110,6 +126,57 @@ ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
     result.warnings += reader.warnings();
     if (!result.scene)
         addError(result, u"Failed to create scene from parsed data"_s);
+    return result;
+}
+
+/// Of the file's block, the document gets the definitions alone: without them there would be no
+/// geometry.
+void CorvaneDSLParser::compileLogical(ParseResult &result, QObject *parent)
+{
+    const LogicalParseResult logical = parseLogical(result.rawMap);
+    result.warnings += logical.warnings;
+    result.errors += logical.errors;
+    result.logicalScene = logical.logicalScene;
+    if (!logical.errors.isEmpty() || !logical.logicalScene)
+        return;
+    if (!logicalSceneCompile()) {
+        addError(result, u"Scene files of version 2 cannot be compiled by this program"_s);
+        return;
+    }
+    result.scene = Corvane::create(parent);
+    DocumentBlock::applyDefinitions(logical.documentBlock, *result.scene, &result.warnings);
+    logicalSceneCompile()(*logical.logicalScene, *result.scene);
+}
+
+LogicalParseResult CorvaneDSLParser::parseLogical(const QString &text)
+{
+    QList<yaml::YamlParser::ParseError> errors;
+    const QVariantMap file = yaml::YamlParser(yamlIndent).parseToVariantMap(text, errors);
+    if (errors.isEmpty())
+        return parseLogical(file);
+    LogicalParseResult result;
+    result.errors = errors;
+    return result;
+}
+
+LogicalParseResult CorvaneDSLParser::parseLogical(const QVariantMap &file)
+{
+    LogicalParseResult result;
+    QVariantMap current = file;
+    if (SceneMigrator::detectVersion(file) < 2) {
+        if (!isFieldOnly(blockOf(file)))
+            return result;
+        QString error;
+        current = SceneMigrator::migrateV1toV2(file, result.warnings, &error);
+        if (!error.isEmpty()) {
+            addError(result, error);
+            return result;
+        }
+    }
+    result.documentBlock = blockOf(current);
+    SceneVersion2Reader reader(result.documentBlock);
+    result.logicalScene = reader.read();
+    result.warnings += reader.warnings();
     return result;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
 #include <corvane/yaml/YamlParser.h>
 
 #include <QList>
@@ -18,27 +19,48 @@ struct ParseResult
     QSharedPointer<Corvane> scene; ///< null when there are errors
     QStringList warnings;
     QList<yaml::YamlParser::ParseError> errors;
-    QVariantMap rawMap; ///< the whole file
+    QVariantMap rawMap;                        ///< the whole file
+    QSharedPointer<LogicalScene> logicalScene; ///< of a version 2 file: what `scene` is compiled of
 
     bool ok() const { return scene && errors.isEmpty(); }
 };
 
-/// Reads scene files of both generations into documents.
+/// What came of a scene file that is to be edited: the user's tree.
+struct LogicalParseResult
+{
+    /// Null when there are errors, and for a version 1 file that holds other items than those of
+    /// the field: such a file is loaded as a document.
+    QSharedPointer<LogicalScene> logicalScene;
+    QVariantMap documentBlock; ///< for DocumentBlock::apply
+    QStringList warnings;
+    QList<yaml::YamlParser::ParseError> errors;
+};
+
+/// Reads scene files of both generations, into documents and into logical scenes.
 class CorvaneDSLParser
 {
 public:
     /// The longest text that is read. A longer file, an endless device among them, is an error.
     static constexpr qint64 maxFileSize = qint64(1) << 30;
 
-    /// Compiles the text of a version 2 file into a new document.
-    using LogicalSceneLoader = std::function<ParseResult(const QString &text, QObject *parent)>;
-    /// Registered once, at start, by the program that has the logical scene. Without it a version 2
-    /// file is an error that says so.
-    static void setLogicalSceneLoader(const LogicalSceneLoader &loader);
+    /// Compiles a logical scene into an empty document.
+    using LogicalSceneCompile = std::function<void(LogicalScene &source, Corvane &target)>;
+    /// Without it a version 2 file is an error that says so.
+    static void setLogicalSceneCompile(const LogicalSceneCompile &compile);
 
-    /// Does not touch the registry: definitions of the file are in the document, not in force.
+    /// Does not register definitions of the file: they are in the document, not in force. Of a
+    /// version 2 file the document has the geometry and the definitions; its name, variables,
+    /// settings and materials are for those who edit it, through parseLogical() and
+    /// DocumentBlock::apply().
     static ParseResult parseFile(const QString &path, QObject *parent = nullptr);
     static ParseResult parseText(const QString &text, QObject *parent = nullptr);
+
+    /// Reads the text of a version 2 file, or migrates that of version 1.
+    static LogicalParseResult parseLogical(const QString &text);
+    static LogicalParseResult parseLogical(const QVariantMap &file);
+
+private:
+    static void compileLogical(ParseResult &result, QObject *parent);
 };
 
 } // namespace corvane::model

@@ -2,30 +2,13 @@
 #include <corvane/model/Corvane.h>
 
 #include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/Logging.h>
 #include <corvane/model/SceneVersion1Reader.h>
 #include <corvane/model/SceneVersion1Writer.h>
-#include <corvane/yaml/YamlSerializer.h>
 #include <store/SafeFile.h>
 
-using namespace Qt::StringLiterals;
-
 namespace corvane::model {
-
-namespace {
-
-yaml::YamlSerializer::Options fileStyle()
-{
-    yaml::YamlSerializer::Options options;
-    options.indentSize = 2;
-    options.sortKeys = false;
-    options.compactLists = true;
-    options.maxCompactListSize = 4;
-    options.lossless = true;
-    return options;
-}
-
-} // namespace
 
 QSharedPointer<Corvane> Corvane::loadFromFile(const QString &path, QObject *parent)
 {
@@ -42,7 +25,7 @@ QSharedPointer<Corvane> Corvane::loadFromFile(const QString &path, QObject *pare
 
 bool Corvane::saveToFile(const QString &path) const
 {
-    const QString text = yaml::YamlSerializer(fileStyle()).serializeMap(toVariantMap());
+    const QString text = CorvaneDSLSerializer::serializeVariantMap(toVariantMap());
     QString error;
     if (store::writeFile(path, text.toUtf8(), &error))
         return true;

@@ -143,17 +143,19 @@ void Instance::setShellThickness(float value)
     setModifier(u"shellThickness"_s, value, defaultShellThickness);
 }
 
-QVariantMap Instance::provenance() const
+SDFNodeProvenance Instance::provenance() const
 {
-    return typeData.value(u"__provenance"_s).toMap();
+    return SDFNodeProvenance::fromVariantMap(typeData.value(u"__provenance"_s).toMap());
 }
 
-void Instance::setProvenance(const QVariantMap &provenance)
+bool Instance::hasProvenance() const
 {
-    if (provenance.isEmpty())
-        typeData.remove(u"__provenance"_s);
-    else
-        typeData.insert(u"__provenance"_s, provenance);
+    return typeData.contains(u"__provenance"_s);
+}
+
+void Instance::setProvenance(const SDFNodeProvenance &provenance)
+{
+    typeData.insert(u"__provenance"_s, provenance.toVariantMap());
 }
 
 float Instance::modifier(const QString &key, float defaultValue) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvane/model/ParameterValue.h>
+#include <corvane/model/SDFNodeProvenance.h>
 #include <corvane/model/SceneItem.h>
 
 #include <QStringList>
@@ -54,8 +55,10 @@ public:
     void setDensityScale(float value);
     float shellThickness() const;
     void setShellThickness(float value);
-    QVariantMap provenance() const;
-    void setProvenance(const QVariantMap &provenance);
+    /// Where a compiled item comes from; a record of the role Unknown when it is not said.
+    SDFNodeProvenance provenance() const;
+    bool hasProvenance() const;
+    void setProvenance(const SDFNodeProvenance &provenance);
 
 private:
     float modifier(const QString &key, float defaultValue) const;

@@ -1,5 +1,7 @@
 #include <corvane/model/ParameterValue.h>
 
+#include <corvane/model/PlainValue.h>
+
 using namespace Qt::StringLiterals;
 
 namespace corvane::model {
@@ -53,6 +55,17 @@ QVariant plainParamValue(const QVariant &stored)
 {
     const ParameterValue parameter = ParameterValue::fromVariant(stored);
     return parameter.isExpression() ? QVariant() : parameter.literal;
+}
+
+QVariant parameterForFile(const QVariant &stored)
+{
+    const ParameterValue parameter = ParameterValue::fromVariant(stored);
+    if (parameter.isExpression())
+        return plainForFile(parameter.toVariantMap());
+    const QVariant literal = plainForFile(parameter.literal);
+    // Text such as "=a", and maps with certain keys, would be read back as something else.
+    const bool readsBack = ParameterValue::fromVariant(literal).literal == literal;
+    return readsBack ? literal : QVariant(ParameterValue::fromLiteral(literal).toVariantMap());
 }
 
 } // namespace corvane::model

@@ -39,6 +39,11 @@ struct ParameterValue
 /// The literal value of a stored parameter; invalid for an expression.
 QVariant plainParamValue(const QVariant &stored);
 
+/// A stored parameter as files hold it, whatever form it is stored in: a literal as its bare plain
+/// value where that reads back as itself, else {value: v}; an expression as {expr: text, fallback:
+/// v}. Applying it again changes nothing.
+QVariant parameterForFile(const QVariant &stored);
+
 } // namespace corvane::model
 
 Q_DECLARE_METATYPE(corvane::model::ParameterValue)

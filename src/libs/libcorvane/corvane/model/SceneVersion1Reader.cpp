@@ -1,9 +1,8 @@
 #include <corvane/model/SceneVersion1Reader.h>
 
 #include <corvane/model/Corvane.h>
-#include <corvane/registry/Definition.h>
-
-#include <QPointer>
+#include <corvane/model/DocumentBlock.h>
+#include <corvane/model/SceneKeys.h>
 
 #include <algorithm>
 #include <utility>
@@ -14,59 +13,9 @@ namespace corvane::model {
 
 namespace {
 
-/// A file of nothing but dangling references must not bury its reader in warnings.
-constexpr qsizetype maxWarnings = 100;
-
-/// The ids of items without one are made of their keys within this name space.
-const QUuid keyNamespace(0x6d1f7c52, 0x9a3e, 0x4b0d, 0x8f, 0x21, 0x3c, 0x5e, 0x77, 0x90, 0xab,
-                         0x14);
-
-/// The block's keys that the document has members for.
-const QSet<QString> &blockKeys()
-{
-    static const QSet<QString> keys{
-        u"version"_s,  u"name"_s,        u"units"_s,     u"embed_builtins"_s,
-        u"varset"_s,   u"varsetOrder"_s, u"varsets"_s,   u"varsetEntryOrder"_s,
-        u"settings"_s, u"definitions"_s, u"materials"_s, u"instances"_s,
-        u"items"_s,    u"roots"_s,       u"metadata"_s,  u"formatVersion"_s,
-        u"corvane"_s,
-    };
-    return keys;
-}
-
-VarsetEntries readEntries(const QVariantMap &map)
-{
-    VarsetEntries entries;
-    for (auto it = map.cbegin(); it != map.cend(); ++it)
-        entries.insert(entries.cend(), it.key(), VarsetEntry::fromVariant(*it));
-    return entries;
-}
-
-/// The name of an entry of `instances`, `items` or `materials`: its own, else the key, where that
-/// is no uuid.
-QVariantMap withName(const QString &key, QVariantMap map)
-{
-    if (!map.contains(u"name"_s) && !key.contains(u'-'))
-        map.insert(u"name"_s, key);
-    return map;
-}
-
-/// A document that its parent and its last holder may both delete, whichever comes first.
-QSharedPointer<Corvane> newDocument(QObject *parent)
-{
-    const QPointer<Corvane> document = new Corvane(parent);
-    return {document.data(), [document](Corvane *) { delete document.data(); }};
-}
-
 QString label(const SceneItem &item)
 {
     return item.name.isEmpty() ? item.id.toString(QUuid::WithoutBraces) : item.name;
-}
-
-QUuid explicitId(const QString &key, const QVariantMap &map)
-{
-    const QUuid id = QUuid::fromString(map.value(u"id"_s).toString());
-    return id.isNull() ? QUuid::fromString(key) : id;
 }
 
 } // namespace
@@ -89,67 +38,28 @@ SceneVersion1Reader::SceneVersion1Reader(const QVariantMap &file)
 
 QSharedPointer<Corvane> SceneVersion1Reader::read(QObject *parent)
 {
-    m_scene = newDocument(parent);
+    m_scene = Corvane::create(parent);
     m_scene->m_name = m_block.value(u"name"_s).toString();
     m_scene->m_units = m_block.value(u"units"_s, m_scene->m_units).toString();
     m_scene->m_embedBuiltins = m_block.value(u"embed_builtins"_s).toBool();
     m_scene->m_settings = m_block.value(u"settings"_s).toMap();
     m_scene->m_metadata = m_block.value(u"metadata"_s).toMap();
-    readVariables();
-    readDefinitions();
+    m_scene->m_variables = DocumentBlock::readVariables(m_block);
+    m_scene->m_varset = m_scene->m_variables.flattened();
+    m_scene->m_customDefinitions = DocumentBlock::readDefinitions(m_block, m_warnings);
+    m_scene->m_otherKeys = DocumentBlock::otherKeys(m_block);
     readMaterials();
     readItems();
     dropDanglingReferences();
     readRoots();
     adoptCatalogueMaterials();
-    keepOtherKeys();
-    if (m_dropped > maxWarnings)
-        m_warnings.append(u"and %1 more"_s.arg(m_dropped - maxWarnings));
     return std::exchange(m_scene, {});
-}
-
-void SceneVersion1Reader::warn(const QString &text)
-{
-    if (++m_dropped <= maxWarnings)
-        m_warnings.append(text);
-}
-
-void SceneVersion1Reader::readVariables()
-{
-    VarsetTable &variables = m_scene->m_variables;
-    variables.setEntries(readEntries(m_block.value(u"varset"_s).toMap()),
-                         m_block.value(u"varsetOrder"_s).toStringList());
-    const QVariantMap varsets = m_block.value(u"varsets"_s).toMap();
-    const QVariantMap orders = m_block.value(u"varsetEntryOrder"_s).toMap();
-    for (auto it = varsets.cbegin(); it != varsets.cend(); ++it) {
-        variables.setNamed(it.key(), readEntries(it->toMap()),
-                           orders.value(it.key()).toStringList());
-    }
-    m_scene->m_varset = variables.flattened();
-}
-
-void SceneVersion1Reader::readDefinitions()
-{
-    const QVariantList definitions = m_block.value(u"definitions"_s).toList();
-    for (const QVariant &entry : definitions) {
-        const auto definition = registry::Definition::fromVariantMap(entry.toMap());
-        if (!definition || definition->id.isEmpty())
-            warn(u"A definition without an id was dropped"_s);
-        else if (m_scene->hasCustomDefinition(definition->id))
-            warn(u"Definition '%1' occurs twice; the later one was dropped"_s.arg(definition->id));
-        else
-            m_scene->m_customDefinitions.append(definition);
-    }
 }
 
 void SceneVersion1Reader::readMaterials()
 {
-    const QVariantMap materials = m_block.value(u"materials"_s).toMap();
-    for (auto it = materials.cbegin(); it != materials.cend(); ++it) {
-        CatalogMaterial material = CatalogMaterial::fromVariantMap(withName(it.key(), it->toMap()));
-        material.id = explicitId(it.key(), it->toMap());
-        if (material.id.isNull() || m_scene->m_materials.contains(material.id))
-            material.id = QUuid::createUuidV5(keyNamespace, u"material "_s + it.key());
+    const QList<CatalogMaterial> materials = DocumentBlock::readMaterials(m_block);
+    for (const CatalogMaterial &material : materials) {
         m_scene->m_materials.insert(material.id, material);
         m_scene->m_materialNameIndex.insert(material.name, material.id);
     }
@@ -176,9 +86,9 @@ QList<SceneVersion1Reader::ItemEntry> SceneVersion1Reader::itemEntries(const QVa
     entries.reserve(items.size());
     for (auto it = items.cbegin(); it != items.cend(); ++it) {
         if (it->typeId() == QMetaType::QVariantMap)
-            entries.append({it.key(), withName(it.key(), it->toMap()), {}});
+            entries.append({it.key(), SceneKeys::withName(it.key(), it->toMap()), {}});
         else
-            warn(u"Item '%1' is no map and was dropped"_s.arg(it.key()));
+            m_warnings.add(u"Item '%1' is no map and was dropped"_s.arg(it.key()));
     }
     return entries;
 }
@@ -188,11 +98,12 @@ void SceneVersion1Reader::assignIds(QList<ItemEntry> &entries)
     QSet<QUuid> taken;
     // The ids of the file first: one that is made of a key must not push one of these aside.
     for (ItemEntry &entry : entries) {
-        const QUuid id = explicitId(entry.key, entry.map);
+        const QUuid id = SceneKeys::statedId(entry.key, entry.map);
         if (id.isNull())
             continue;
         if (taken.contains(id)) {
-            warn(u"Item '%1' has the id of another item and got a new one"_s.arg(entry.key));
+            m_warnings.add(
+                u"Item '%1' has the id of another item and got a new one"_s.arg(entry.key));
             continue;
         }
         taken.insert(id);
@@ -201,7 +112,7 @@ void SceneVersion1Reader::assignIds(QList<ItemEntry> &entries)
     for (ItemEntry &entry : entries) {
         for (int attempt = 0; entry.id.isNull(); ++attempt) {
             const QString seed = u"%1 %2"_s.arg(QString::number(attempt), entry.key);
-            const QUuid id = QUuid::createUuidV5(keyNamespace, seed);
+            const QUuid id = SceneKeys::idOf(seed);
             if (taken.contains(id))
                 continue;
             taken.insert(id);
@@ -242,7 +153,7 @@ bool SceneVersion1Reader::dropDanglingParent(SceneItem &item)
 {
     if (item.parentId.isNull() || m_scene->m_items.contains(item.parentId))
         return false;
-    warn(u"Item '%1': its parent %2 does not exist and was dropped"_s.arg(
+    m_warnings.add(u"Item '%1': its parent %2 does not exist and was dropped"_s.arg(
         label(item), item.parentId.toString(QUuid::WithoutBraces)));
     item.parentId = {};
     return true;
@@ -259,8 +170,8 @@ bool SceneVersion1Reader::dropDanglingChildren(SceneItem &item)
     const QStringList references = instance.childReferences();
     for (const QString &reference : references) {
         if (m_scene->m_items.resolve(reference).isNull())
-            warn(u"Item '%1': child '%2' names no item and was dropped"_s.arg(label(item),
-                                                                              reference));
+            m_warnings.add(u"Item '%1': child '%2' names no item and was dropped"_s.arg(label(item),
+                                                                                        reference));
         else
             kept.append(reference);
     }
@@ -283,7 +194,8 @@ void SceneVersion1Reader::cutParentCycles()
         }
         if (path.contains(at)) {
             SceneItem cut = m_scene->item(at);
-            warn(u"Item '%1' stands under itself; its parent was dropped"_s.arg(label(cut)));
+            m_warnings.add(
+                u"Item '%1' stands under itself; its parent was dropped"_s.arg(label(cut)));
             cut.parentId = {};
             m_scene->m_items.put(cut);
         }
@@ -303,7 +215,7 @@ void SceneVersion1Reader::readRoots()
         if (id.isNull())
             id = m_scene->m_items.resolve(reference);
         if (id.isNull())
-            warn(u"Root '%1' names no item and was dropped"_s.arg(reference));
+            m_warnings.add(u"Root '%1' names no item and was dropped"_s.arg(reference));
         else
             m_scene->m_roots.append(id);
     }
@@ -319,13 +231,6 @@ void SceneVersion1Reader::adoptCatalogueMaterials()
         item.material = material->material;
         m_scene->m_items.put(item);
     }
-}
-
-void SceneVersion1Reader::keepOtherKeys()
-{
-    m_scene->m_otherKeys = m_block;
-    m_scene->m_otherKeys.removeIf(
-        [](QVariantMap::iterator it) { return blockKeys().contains(it.key()); });
 }
 
 } // namespace corvane::model

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvane/model/WarningList.h>
+
 #include <QHash>
 #include <QList>
 #include <QSharedPointer>
@@ -29,13 +31,11 @@ public:
     QSharedPointer<Corvane> read(QObject *parent = nullptr);
     /// What was dropped, and ids that occurred twice: at most a hundred lines, and one that counts
     /// the rest.
-    QStringList warnings() const { return m_warnings; }
+    QStringList warnings() const { return m_warnings.lines(); }
 
 private:
     struct ItemEntry;
 
-    void readVariables();
-    void readDefinitions();
     void readMaterials();
     void readItems();
     QList<ItemEntry> itemEntries(const QVariantMap &items);
@@ -47,14 +47,11 @@ private:
     void cutParentCycles();
     void readRoots();
     void adoptCatalogueMaterials();
-    void keepOtherKeys();
-    void warn(const QString &text);
 
     QVariantMap m_block;
     QSharedPointer<Corvane> m_scene; ///< while read() runs
     QList<QUuid> m_itemIds;          ///< in the order of the file's keys, and so are the warnings
-    QStringList m_warnings;
-    qsizetype m_dropped = 0; ///< warnings in all, those left out of the list included
+    WarningList m_warnings;
 };
 
 } // namespace corvane::model

@@ -24,17 +24,10 @@ public:
     /// {corvane: block}
     QVariantMap write() const;
 
-    /// Whether a name reads back as itself when it is a map's key: not empty, no colon, "#", quote,
-    /// hyphen or line end, and no blanks at its ends.
-    static bool isSafeKey(const QString &name);
-
 private:
     QVariantMap block() const;
-    void writeVariables(QVariantMap &block) const;
     void writeItems(QVariantMap &block) const;
     QVariantMap itemMap(const SceneItem &item) const;
-    QVariantMap materialsMap() const;
-    QVariantList definitionsList() const;
     QVariantList rootsList() const;
     QString itemKey(const SceneItem &item) const;
     QString unambiguousReference(const QString &reference) const;

@@ -1,0 +1,94 @@
+#include <corvane/model/CorvaneDSLSerializer.h>
+
+#include <corvane/model/Corvane.h>
+#include <corvane/model/Logging.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/model/SceneVersion2Writer.h>
+#include <corvane/yaml/YamlSerializer.h>
+#include <store/SafeFile.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::model {
+
+namespace {
+
+yaml::YamlSerializer::Options fileStyle()
+{
+    yaml::YamlSerializer::Options options;
+    options.indentSize = 2;
+    options.sortKeys = false;
+    options.compactLists = true;
+    options.maxCompactListSize = 4;
+    options.lossless = true;
+    return options;
+}
+
+QVariantMap blockOf(const QString &name, const QString &units)
+{
+    QVariantMap block{{u"units"_s, units.isEmpty() ? u"mm"_s : units}};
+    if (!name.isEmpty())
+        block.insert(u"name"_s, name);
+    return block;
+}
+
+QString textOf(const SceneVersion2Writer &writer, const Corvane &document)
+{
+    return CorvaneDSLSerializer::serializeVariantMap(
+        writer.write(DocumentBlock::write(document, writer.used())));
+}
+
+bool save(const QString &path, const QString &text)
+{
+    QString error;
+    if (store::writeFile(path, text.toUtf8(), &error))
+        return true;
+    qCWarning(lcModel).noquote() << "CorvaneDSLSerializer: cannot write" << path << "-" << error;
+    return false;
+}
+
+} // namespace
+
+QString CorvaneDSLSerializer::serializeVariantMap(const QVariantMap &map)
+{
+    return yaml::YamlSerializer(fileStyle()).serializeMap(map);
+}
+
+bool CorvaneDSLSerializer::serializeLogicalToFile(const LogicalScene &scene, const QString &path,
+                                                  const QString &name, const QString &units)
+{
+    return save(path, serializeLogical(scene, name, units));
+}
+
+bool CorvaneDSLSerializer::serializeLogicalToFile(const LogicalScene &scene, const QString &path,
+                                                  const Corvane &document)
+{
+    return save(path, serializeLogical(scene, document));
+}
+
+QString CorvaneDSLSerializer::serializeLogicalFiltered(const LogicalScene &scene,
+                                                       const QString &name, const QString &units,
+                                                       const QSet<QUuid> &filter)
+{
+    return serializeVariantMap(SceneVersion2Writer(scene, filter).write(blockOf(name, units)));
+}
+
+QString CorvaneDSLSerializer::serializeLogicalFiltered(const LogicalScene &scene,
+                                                       const Corvane &document,
+                                                       const QSet<QUuid> &filter)
+{
+    return textOf(SceneVersion2Writer(scene, filter), document);
+}
+
+QString CorvaneDSLSerializer::serializeLogical(const LogicalScene &scene, const Corvane &document)
+{
+    return textOf(SceneVersion2Writer(scene), document);
+}
+
+QString CorvaneDSLSerializer::serializeLogical(const LogicalScene &scene, const QString &name,
+                                               const QString &units)
+{
+    return serializeVariantMap(SceneVersion2Writer(scene).write(blockOf(name, units)));
+}
+
+} // namespace corvane::model
