@@ -16,12 +16,16 @@ corvane_library(corvane_field
         corvane/eval/IFieldEvaluator.cpp
         corvane/eval/SdfSceneGraphBuilder.cpp
         corvane/eval/TransformProbe.cpp
+        corvane/mesh/CellCycles.cpp
+        corvane/mesh/CellVertices.cpp
         corvane/mesh/DualContouring.cpp
         corvane/mesh/HermiteSample.cpp
         corvane/mesh/MarchingCubes.cpp
         corvane/mesh/MarchingCubesTables.cpp
         corvane/mesh/OctreeDualContouring.cpp
         corvane/mesh/QefSolver.cpp
+        corvane/mesh/QuadTriangles.cpp
+        corvane/mesh/SignPyramid.cpp
         corvane/mesh/TetrahedralVolume.cpp
         corvane/xport/AutoBounds.cpp
         corvane/xport/ChunkRunner.cpp
@@ -29,8 +33,13 @@ corvane_library(corvane_field
         corvane/xport/CpuChunkProcessor.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
+        corvane/xport/GridSeal.cpp
         corvane/xport/GridSurface.cpp
+        corvane/xport/MemoryBudget.cpp
         corvane/xport/MeshBuilder.cpp
+        corvane/xport/OctreeExport.cpp
+        corvane/xport/PostProcess.cpp
         corvane/xport/PostProcessStep.cpp
+        corvane/xport/VolumeExport.cpp
     LINKS corvane_model mesh eval Qt6::Core Qt6::Gui
     PRIVATE_LINKS Qt6::Concurrent)

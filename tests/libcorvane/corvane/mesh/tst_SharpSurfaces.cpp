@@ -1,112 +1,29 @@
 // Both dual contouring extractors and the tetrahedral generator, over fields that are given as
 // formulas.
 
-#include <corvane/mesh/DualContouring.h>
-#include <corvane/mesh/OctreeDualContouring.h>
 #include <corvane/mesh/TetrahedralVolume.h>
-#include <support/MeshChecks.h>
+#include <support/FormulaFields.h>
 
 #include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::mesh;
-using Field = std::function<float(const QVector3D &)>;
+using support::ball;
+using support::box;
+using support::cut;
+using support::Field;
+using support::gradientOf;
+using support::gridOf;
+using support::meshOf;
+using support::octree;
+using support::sampled;
+using support::uniform;
 
 namespace {
 
-constexpr int nodes = 33; // a power of two plus one, as the octree wants it
-constexpr float cell = 0.1f;
-const QVector3D origin{-1.63f, -1.57f, -1.59f};
-
-Field ball(const QVector3D &centre, float radius)
-{
-    return [=](const QVector3D &p) { return (p - centre).length() - radius; };
-}
-
-Field box(const QVector3D &half)
-{
-    return [=](const QVector3D &p) {
-        const QVector3D q{std::abs(p.x()) - half.x(), std::abs(p.y()) - half.y(),
-                          std::abs(p.z()) - half.z()};
-        const QVector3D out{std::max(q.x(), 0.0f), std::max(q.y(), 0.0f), std::max(q.z(), 0.0f)};
-        return out.length() + std::min(std::max({q.x(), q.y(), q.z()}), 0.0f);
-    };
-}
-
-Field cut(Field base, Field part)
-{
-    return [=](const QVector3D &p) { return std::max(base(p), -part(p)); };
-}
-
-GradientFunction gradientOf(const Field &field)
-{
-    return [field](const QVector3D &p) {
-        constexpr float h = 0.001f;
-        QVector3D gradient;
-        for (int axis = 0; axis < 3; ++axis) {
-            QVector3D step;
-            step[axis] = h;
-            gradient[axis] = (field(p + step) - field(p - step)) / (2 * h);
-        }
-        return gradient;
-    };
-}
-
-std::vector<float> sampled(const Field &field)
-{
-    std::vector<float> values;
-    for (int k = 0; k < nodes; ++k)
-        for (int j = 0; j < nodes; ++j)
-            for (int i = 0; i < nodes; ++i)
-                values.push_back(
-                    field({nodeCoordinate(origin.x(), cell, i), nodeCoordinate(origin.y(), cell, j),
-                           nodeCoordinate(origin.z(), cell, k)}));
-    return values;
-}
-
-ScalarField3D gridOf(const std::vector<float> &values)
-{
-    return {.values = values.data(),
-            .nx = nodes,
-            .ny = nodes,
-            .nz = nodes,
-            .origin = origin,
-            .cellSize = cell};
-}
-
-QList<Triangle> uniform(const Field &field)
-{
-    const std::vector<float> values = sampled(field);
-    QList<Triangle> out;
-    DcState(gridOf(values), field, gradientOf(field)).extract(0, out);
-    return out;
-}
-
-QList<Triangle> octree(const Field &field)
-{
-    OtState state;
-    state.origin = origin;
-    state.cellSize = cell;
-    state.errorLimit = octreeErrorLimit(cell);
-    state.side = nodes;
-    state.samples = sampled(field);
-    state.field = field;
-    state.gradient = gradientOf(field);
-    return extractOctree(state) ? state.output : QList<Triangle>();
-}
-
-support::FloatMesh meshOf(const QList<Triangle> &triangles)
-{
-    support::FloatMesh mesh;
-    for (const Triangle &triangle : triangles) {
-        const int first = int(mesh.vertices.size());
-        for (const QVector3D &vertex : triangle.vertices)
-            mesh.vertices.append({vertex.x(), vertex.y(), vertex.z()});
-        mesh.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
-    }
-    return support::welded(mesh);
-}
+constexpr int nodes = support::gridNodes;
+constexpr float cell = support::gridCell;
 
 struct SolidCase
 {

@@ -76,4 +76,10 @@ void CPUFieldEvaluator::evaluateRow(std::span<const float> xs, float y, float z,
         std::fill(out.begin(), out.end(), farDistance);
 }
 
+void CPUFieldEvaluator::setCancelFlag(const std::atomic_bool *cancelled)
+{
+    if (m_field)
+        m_field->setCancelFlag(cancelled);
+}
+
 } // namespace corvane::eval

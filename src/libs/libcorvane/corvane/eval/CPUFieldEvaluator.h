@@ -28,6 +28,9 @@ public:
     QString backendName() const override;
     void evaluateRow(std::span<const float> xs, float y, float z, std::span<float> out) override;
 
+    /// As EvalFieldEvaluator::setCancelFlag().
+    void setCancelFlag(const std::atomic_bool *cancelled);
+
     const AnalyticGradient &analyticGradient() const { return m_gradient; }
 
 private:

@@ -1,22 +1,13 @@
 #include "DualContouring.h"
 
-#include "QefSolver.h"
+#include "QuadTriangles.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace corvane::mesh {
 
 namespace {
-
-constexpr float degenerateCross = 1e-20f;
-
-void emitTriangle(QList<Triangle> &out, const QVector3D &a, const QVector3D &b, const QVector3D &c)
-{
-    const QVector3D cross = QVector3D::crossProduct(b - a, c - a);
-    const float length = cross.length();
-    if (length >= degenerateCross)
-        out.append({{a, b, c}, cross / length});
-}
 
 quint64 edgeKey(int axis, int i, int j, int k)
 {
@@ -24,18 +15,6 @@ quint64 edgeKey(int axis, int i, int j, int k)
 }
 
 } // namespace
-
-void emitQuad(QList<Triangle> &out, const QVector3D &a, const QVector3D &b, const QVector3D &c,
-              const QVector3D &d, bool flip)
-{
-    if (flip) {
-        emitTriangle(out, a, c, b);
-        emitTriangle(out, a, d, c);
-    } else {
-        emitTriangle(out, a, b, c);
-        emitTriangle(out, a, c, d);
-    }
-}
 
 DcState::DcState(const ScalarField3D &field, FieldFunction distance, GradientFunction gradient,
                  float iso)
@@ -74,8 +53,20 @@ const HermiteSample &DcState::sampleOf(int axis, int i, int j, int k, float d0, 
                                                 d1, m_iso, m_distance, m_gradient));
 }
 
+bool DcState::isInside(int i, int j, int k) const
+{
+    if (i >= 0 && j >= 0 && k >= 0 && i < m_field.nx && j < m_field.ny && k < m_field.nz)
+        return m_field.values[m_field.index(i, j, k)] - m_iso < 0.0f;
+    return m_distance && m_distance(nodePosition(i, j, k)) - m_iso < 0.0f;
+}
+
+const CellCycles &DcState::cyclesOf(int i, int j, int k) const
+{
+    return cyclesInGrid(i, j, k, [this](int x, int y, int z) { return isInside(x, y, z); });
+}
+
 // The four edges of a cell along one axis.
-void DcState::addCellEdges(int axis, int i, int j, int k, QefSolver &solver)
+void DcState::addCellEdges(int axis, int i, int j, int k, CellVertices &vertices)
 {
     for (int corner = 0; corner < 4; ++corner) {
         int node[3] = {i, j, k};
@@ -84,7 +75,7 @@ void DcState::addCellEdges(int axis, int i, int j, int k, QefSolver &solver)
         float d0 = 0.0f;
         float d1 = 0.0f;
         if (edgeCrosses(axis, node[0], node[1], node[2], d0, d1))
-            addSample(sampleOf(axis, node[0], node[1], node[2], d0, d1), solver);
+            vertices.add(cellEdge(axis, corner), sampleOf(axis, node[0], node[1], node[2], d0, d1));
     }
 }
 
@@ -94,12 +85,14 @@ int DcState::vertexForCell(int i, int j, int k)
                                                size_t(m_field.nx - 1)];
     if (vertex >= 0)
         return vertex;
-    QefSolver solver;
+    const CellCycles &cycles = cyclesOf(i, j, k);
+    CellVertices vertices(cycles, nodePosition(i, j, k), nodePosition(i + 1, j + 1, k + 1),
+                          m_field.crossingMargin * m_field.cellSize);
     for (int axis = 0; axis < 3; ++axis)
-        addCellEdges(axis, i, j, k, solver);
-    m_vertices.append(
-        solver.solve(nodePosition(i, j, k), nodePosition(i + 1, j + 1, k + 1)).position);
-    vertex = int(m_vertices.size()) - 1;
+        addCellEdges(axis, i, j, k, vertices);
+    vertex = int(m_vertices.size());
+    for (int cycle = 0; cycle < std::max(cycles.count, 1); ++cycle)
+        m_vertices.append(vertices.position(cycle));
     return vertex;
 }
 
@@ -116,27 +109,38 @@ void DcState::emitEdge(int axis, const int (&node)[3], bool startsInside, QList<
             if (cell[a] < 0 || cell[a] >= counts[a] - 1)
                 return;
         }
-        vertices[n] = vertexForCell(cell[0], cell[1], cell[2]);
+        const int edge = cellEdge(axis, (around[n][0] < 0 ? 1 : 0) | (around[n][1] < 0 ? 2 : 0));
+        vertices[n] = vertexForCell(cell[0], cell[1], cell[2]) +
+                      cyclesOf(cell[0], cell[1], cell[2]).cycleOfEdge[size_t(edge)];
     }
     // Seen from the far end of the edge the four cells run counter-clockwise.
     emitQuad(out, m_vertices.at(vertices[0]), m_vertices.at(vertices[1]),
              m_vertices.at(vertices[2]), m_vertices.at(vertices[3]), !startsInside);
 }
 
-void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel)
+void DcState::extractRow(int firstNode, int j, int k, QList<Triangle> &out)
+{
+    const size_t steps[3] = {1, size_t(m_field.nx), size_t(m_field.nx) * size_t(m_field.ny)};
+    const float *value = m_field.values + m_field.index(firstNode, j, k);
+    for (int i = firstNode; i < m_field.nx - 1; ++i, ++value) {
+        const bool inside = *value - m_iso < 0.0f;
+        for (int axis = 0; axis < 3; ++axis) {
+            if ((value[steps[axis]] - m_iso < 0.0f) != inside)
+                emitEdge(axis, {i, j, k}, inside, out);
+        }
+    }
+}
+
+void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel,
+                      QList<int> *rowEnds)
 {
     for (int k = firstNode; k < m_field.nz - 1; ++k) {
         if (cancel && cancel->load(std::memory_order_relaxed))
             return;
         for (int j = firstNode; j < m_field.ny - 1; ++j) {
-            for (int i = firstNode; i < m_field.nx - 1; ++i) {
-                for (int axis = 0; axis < 3; ++axis) {
-                    float d0 = 0.0f;
-                    float d1 = 0.0f;
-                    if (edgeCrosses(axis, i, j, k, d0, d1))
-                        emitEdge(axis, {i, j, k}, d0 < 0.0f, out);
-                }
-            }
+            extractRow(firstNode, j, k, out);
+            if (rowEnds)
+                rowEnds->append(int(out.size()));
         }
     }
 }

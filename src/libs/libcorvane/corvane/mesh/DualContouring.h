@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/mesh/CellVertices.h>
 #include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/ScalarField3D.h>
 #include <corvane/mesh/Triangle.h>
@@ -12,13 +13,10 @@
 
 namespace corvane::mesh {
 
-/// Appends a quad as the triangles (a, b, c) and (a, c, d), the other way round with `flip`. What
-/// has a cross product shorter than 1e-20 is left out.
-void emitQuad(QList<Triangle> &out, const QVector3D &a, const QVector3D &b, const QVector3D &c,
-              const QVector3D &d, bool flip);
-
 /// Dual contouring of a uniform grid (Ju et al. 2002): one vertex for each cell that the surface
-/// crosses, placed by the tangent planes of its crossings, so that edges and corners stay sharp.
+/// crosses, placed by the tangent planes of its crossings, so that edges and corners stay sharp. A
+/// cell that several sheets cross has a vertex for each (see CellCycles), so that the surface is
+/// manifold. Vertices keep the field's crossing margin from the faces of their cells.
 ///
 /// Crossings and vertices are computed from global grid coordinates: two chunks that both hold a
 /// cell get the same bits. One instance serves one call of extract() on one thread; the field's
@@ -26,16 +24,23 @@ void emitQuad(QList<Triangle> &out, const QVector3D &a, const QVector3D &b, cons
 class DcState
 {
 public:
+    /// @param distance  places crossings exactly, and is asked about nodes beyond the array where
+    /// two
+    ///                  sheets meet at its end; must have the signs that the array has. May be
+    ///                  empty.
     DcState(const ScalarField3D &field, FieldFunction distance, GradientFunction gradient,
             float iso = 0.0f);
 
     /// Appends one quad for each crossing edge that begins at a node from `firstNode` up to the
     /// last but one on every axis. A chunk with a padding of one cell on its low sides passes 1:
     /// then each grid edge belongs to exactly one chunk.
-    /// @param cancel  read once a slice; when it turns true the rest is left out
-    void extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel = nullptr);
+    /// @param cancel   read once a slice; when it turns true the rest is left out
+    /// @param rowEnds  if given, gets the length of `out` after each row of nodes
+    void extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel = nullptr,
+                 QList<int> *rowEnds = nullptr);
 
-    /// The number of the cell's vertex, which is made when first asked for.
+    /// The number of the cell's vertex, which is made when first asked for. A cell of several
+    /// cycles has as many vertices, one after the other.
     int vertexForCell(int i, int j, int k);
     /// Whether the edge from a node to the next along `axis` changes sign; d0 and d1 are then its
     /// values.
@@ -43,8 +48,11 @@ public:
 
 private:
     const HermiteSample &sampleOf(int axis, int i, int j, int k, float d0, float d1);
-    void addCellEdges(int axis, int i, int j, int k, QefSolver &solver);
+    void addCellEdges(int axis, int i, int j, int k, CellVertices &vertices);
+    void extractRow(int firstNode, int j, int k, QList<Triangle> &out);
     void emitEdge(int axis, const int (&node)[3], bool startsInside, QList<Triangle> &out);
+    bool isInside(int i, int j, int k) const;
+    const CellCycles &cyclesOf(int i, int j, int k) const;
     QVector3D nodePosition(int i, int j, int k) const;
 
     ScalarField3D m_field;
@@ -53,7 +61,7 @@ private:
     float m_iso;
     QHash<quint64, HermiteSample>
         m_samples; ///< by edge: the axis in the top four bits, then i, j, k in 16 each
-    std::vector<int> m_cellVertex; ///< -1 where there is none yet
+    std::vector<int> m_cellVertex; ///< the first one of each cell; -1 where there is none yet
     QList<QVector3D> m_vertices;
 };
 

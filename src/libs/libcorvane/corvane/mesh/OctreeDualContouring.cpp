@@ -1,10 +1,19 @@
-// The tree is built bottom up from a pyramid that says which cubes change sign, so that the empty
-// part of the grid is never visited. Contouring walks pairs and quadruples of neighbouring nodes
-// down to the minimal edges: the edges of the smallest of the four nodes around them.
+// The tree is built bottom up over the cubes that change sign. Contouring walks pairs and
+// quadruples of neighbouring nodes down to the minimal edges: the edges of the smallest of the four
+// nodes around them.
+//
+// A merged cell has one vertex, so its surface must be one sheet, inside it and on each of its
+// faces and edges; the tests of Ju et al. for that, on corners and on the points midway between
+// them, hold for the signs of the whole grid because they held for the children before.
 
 #include "OctreeDualContouring.h"
 
-#include "DualContouring.h"
+#include "CellVertices.h"
+#include "QuadTriangles.h"
+#include "SignPyramid.h"
+
+#include <algorithm>
+#include <bit>
 
 namespace corvane::mesh {
 
@@ -13,65 +22,6 @@ namespace {
 bool isCancelled(const OtState &state)
 {
     return state.cancel && state.cancel->load(std::memory_order_relaxed);
-}
-
-// ------------------------------------------------------------------ which cubes change sign
-
-int levelSide(const OtState &state, int level)
-{
-    return (state.side - 1) >> level;
-}
-
-bool cellIsMixed(const OtState &state, int i, int j, int k)
-{
-    const bool first = state.isInside(i, j, k);
-    for (int corner = 1; corner < 8; ++corner) {
-        if (state.isInside(i + (corner & 1), j + (corner >> 1 & 1), k + (corner >> 2)) != first)
-            return true;
-    }
-    return false;
-}
-
-void fillCellLevel(OtState &state)
-{
-    const int n = levelSide(state, 0);
-    std::vector<std::uint8_t> &level = state.mixed.emplace_back(size_t(n) * size_t(n) * size_t(n));
-    size_t at = 0;
-    for (int k = 0; k < n && !isCancelled(state); ++k) {
-        for (int j = 0; j < n; ++j) {
-            for (int i = 0; i < n; ++i)
-                level[at++] = cellIsMixed(state, i, j, k);
-        }
-    }
-}
-
-// Two neighbouring cubes share nodes, so a cube changes sign exactly when one of its eighths does.
-void fillNextLevel(OtState &state)
-{
-    const int level = int(state.mixed.size());
-    const int n = levelSide(state, level);
-    const int below = n * 2;
-    std::vector<std::uint8_t> next(size_t(n) * size_t(n) * size_t(n));
-    const std::vector<std::uint8_t> &cells = state.mixed.back();
-    size_t at = 0;
-    for (int k = 0; k < below; ++k) {
-        for (int j = 0; j < below; ++j) {
-            for (int i = 0; i < below; ++i) {
-                if (cells[at++])
-                    next[size_t(i / 2) + (size_t(j / 2) + size_t(k / 2) * size_t(n)) * size_t(n)] =
-                        1;
-            }
-        }
-    }
-    state.mixed.push_back(std::move(next));
-}
-
-void buildPyramid(OtState &state)
-{
-    state.mixed.clear();
-    fillCellLevel(state);
-    while (levelSide(state, int(state.mixed.size()) - 1) > 1 && !isCancelled(state))
-        fillNextLevel(state);
 }
 
 // ------------------------------------------------------------------ the tree
@@ -88,48 +38,94 @@ unsigned insideMask(const OtState &state, const OtNode &node)
     return mask;
 }
 
-void placeVertex(OtState &state, OtNode &node, const QefResult &result)
+const CellCycles &cyclesOf(const OtState &state, const OtNode &leaf)
 {
-    node.vertex = int(state.vertices.size());
-    state.vertices.push_back(result.position);
+    return cyclesInGrid(leaf.x, leaf.y, leaf.z, [&state](int i, int j, int k) {
+        return state.isInGrid(i, j, k) && state.isInside(i, j, k);
+    });
 }
 
 QefResult solveInBox(const OtState &state, const OtNode &node)
 {
+    const QVector3D margin(state.vertexMargin, state.vertexMargin, state.vertexMargin);
     return node.qef.solve(
-        state.position(node.x, node.y, node.z),
-        state.position(node.x + node.size, node.y + node.size, node.z + node.size));
+        state.position(node.x, node.y, node.z) + margin,
+        state.position(node.x + node.size, node.y + node.size, node.z + node.size) - margin);
 }
 
-const HermiteSample &crossing(OtState &state, int axis, const int (&at)[3], float d0, float d1)
+const HermiteSample &crossing(OtState &state, int axis, const int (&at)[3], bool startsInside)
 {
-    const quint64 key = quint64(state.nodeIndex(at[0], at[1], at[2])) * 3 + quint64(axis);
+    const quint64 side = quint64(state.side);
+    const quint64 key =
+        (quint64(at[0]) + (quint64(at[1]) + quint64(at[2]) * side) * side) * 3 + quint64(axis);
     const auto known = state.crossings.constFind(key);
     if (known != state.crossings.constEnd())
         return *known;
+    const float d0 = startsInside ? -1.0f : 1.0f;
     return *state.crossings.insert(key, hermiteSample(state.position(at[0], at[1], at[2]), axis,
-                                                      state.cellSize, d0, d1, state.iso,
+                                                      state.cellSize, d0, -d0, state.iso,
                                                       state.field, state.gradient));
 }
 
 void fillLeaf(OtState &state, OtNode &leaf)
 {
+    const CellCycles &cycles = cyclesOf(state, leaf);
+    CellVertices vertices(cycles, state.position(leaf.x, leaf.y, leaf.z),
+                          state.position(leaf.x + 1, leaf.y + 1, leaf.z + 1), state.vertexMargin);
     for (int axis = 0; axis < 3; ++axis) {
-        for (int corner = 0; corner < 4; ++corner) {
+        for (int offsets = 0; offsets < 4; ++offsets) {
             int start[3] = {leaf.x, leaf.y, leaf.z};
-            start[(axis + 1) % 3] += corner & 1;
-            start[(axis + 2) % 3] += corner >> 1;
-            int end[3] = {start[0], start[1], start[2]};
-            ++end[axis];
-            const float d0 =
-                state.samples[state.nodeIndex(start[0], start[1], start[2])] - state.iso;
-            const float d1 = state.samples[state.nodeIndex(end[0], end[1], end[2])] - state.iso;
-            if ((d0 < 0.0f) != (d1 < 0.0f))
-                addSample(crossing(state, axis, start, d0, d1), leaf.qef);
+            start[(axis + 1) % 3] += offsets & 1;
+            start[(axis + 2) % 3] += offsets >> 1;
+            const int edge = cellEdge(axis, offsets);
+            if (cycles.cycleOfEdge[size_t(edge)] >= 0)
+                vertices.add(edge, crossing(state, axis, start,
+                                            state.isInside(start[0], start[1], start[2])));
         }
     }
     leaf.kind = OtNode::Leaf;
-    placeVertex(state, leaf, solveInBox(state, leaf));
+    leaf.qef = vertices.planes();
+    leaf.vertex = int(state.vertices.size());
+    for (int cycle = 0; cycle < cycles.count; ++cycle)
+        state.vertices.push_back(vertices.position(cycle));
+}
+
+// Whether a line, a face or the whole of a node, given by the corners that it spans, has in its
+// middle a sign that one of these corners has too. Where not, a piece of surface hides between the
+// corners.
+bool middleAgrees(const OtState &state, const OtNode &node, const int (&low)[3],
+                  const int (&high)[3])
+{
+    const int half = node.size / 2;
+    const auto insideAt = [&](int i, int j, int k) {
+        return state.isInside(node.x + i * half, node.y + j * half, node.z + k * half);
+    };
+    const bool middle =
+        insideAt((low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2);
+    for (int corner = 0; corner < 8; ++corner) {
+        if (insideAt(corner & 1 ? high[0] : low[0], corner & 2 ? high[1] : low[1],
+                     corner & 4 ? high[2] : low[2]) == middle)
+            return true;
+    }
+    return false;
+}
+
+// For the twelve edges, the six faces and the cube, in half sizes: 0 and 2 are the corners, and a
+// span of 0 to 2 lies along an axis.
+bool hidesNothing(const OtState &state, const OtNode &node)
+{
+    for (int place = 0; place < 27; ++place) {
+        const int digits[3] = {place % 3, place / 3 % 3, place / 9};
+        int low[3];
+        int high[3];
+        for (int axis = 0; axis < 3; ++axis) {
+            low[axis] = digits[axis] == 2 ? 2 : 0;
+            high[axis] = digits[axis] == 0 ? 0 : 2;
+        }
+        if (!middleAgrees(state, node, low, high))
+            return false;
+    }
+    return true;
 }
 
 // Merges the children into one cell where one vertex stands for all of them within the error limit.
@@ -146,29 +142,27 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
         node.qef += part.qef;
     }
     const QefResult result = solveInBox(state, node);
-    if (node.qef.count() == 0 || result.error > state.errorLimit)
+    if (node.qef.count() == 0 || result.error > state.errorLimit || !hidesNothing(state, node))
         return false;
+    // The children are the last ones that were made, with one vertex each.
+    const auto gone = 8 - std::count(node.children.begin(), node.children.end(), -1);
+    state.nodes.resize(state.nodes.size() - size_t(gone));
+    state.vertices.resize(state.vertices.size() - size_t(gone));
     node.kind = OtNode::Collapsed;
     node.children.fill(-1);
-    placeVertex(state, node, result);
+    node.vertex = int(state.vertices.size());
+    state.vertices.push_back(result.position);
     return true;
 }
 
 int levelOf(int size)
 {
-    int level = 0;
-    while ((1 << level) < size)
-        ++level;
-    return level;
+    return std::countr_zero(unsigned(size));
 }
 
 int buildNode(OtState &state, int x, int y, int z, int size)
 {
-    const int level = levelOf(size);
-    const int n = levelSide(state, level);
-    if (isCancelled(state) ||
-        !state.mixed[size_t(level)][size_t(x / size) +
-                                    (size_t(y / size) + size_t(z / size) * size_t(n)) * size_t(n)])
+    if (isCancelled(state) || !state.mixed[size_t(levelOf(size))].at(x / size, y / size, z / size))
         return -1;
     OtNode node;
     node.x = x;
@@ -214,6 +208,22 @@ int childOrSelf(const OtState &state, int node, int child)
     return isInternal(state, node) ? state.nodes[size_t(node)].children[size_t(child)] : node;
 }
 
+// The number of the vertex that a node has for one of its own edges, or for a part of it.
+int vertexAround(const OtState &state, const OtNode &node, int axis, int offsets)
+{
+    if (node.simple)
+        return node.vertex;
+    return node.vertex + cyclesOf(state, node).cycleOfEdge[size_t(cellEdge(axis, offsets))];
+}
+
+void emitQuadIndexed(OtState &state, const std::array<int, 4> &ring, bool flip)
+{
+    if (flip)
+        state.quads.push_back({ring[0], ring[3], ring[2], ring[1]});
+    else
+        state.quads.push_back(ring);
+}
+
 void emitMinimalEdge(OtState &state, int axis, const int (&nodes)[4])
 {
     const int u = (axis + 1) % 3;
@@ -232,10 +242,11 @@ void emitMinimalEdge(OtState &state, int axis, const int (&nodes)[4])
     const bool startsInside = state.isInside(start[0], start[1], start[2]);
     if (startsInside == state.isInside(end[0], end[1], end[2]))
         return;
-    const auto vertex = [&](int n) {
-        return state.vertices[size_t(state.nodes[size_t(nodes[n])].vertex)];
-    };
-    emitQuad(state.output, vertex(0), vertex(1), vertex(2), vertex(3), !startsInside);
+    std::array<int, 4> ring;
+    for (size_t n = 0; n < 4; ++n)
+        ring[n] = vertexAround(state, state.nodes[size_t(nodes[n])], axis,
+                               (1 - around[n][0]) | (1 - around[n][1]) << 1);
+    emitQuadIndexed(state, ring, !startsInside);
 }
 
 void edgeProc(OtState &state, int axis, const int (&nodes)[4])
@@ -320,12 +331,43 @@ void cellProc(OtState &state, int index)
 
 } // namespace
 
-int octreeSide(qint64 cells)
+void OtState::setSide(int nodeCount)
 {
-    int side = 1;
-    while (side < cells && side < (1 << 30))
+    side = nodeCount;
+    inside = BitCube(nodeCount);
+}
+
+void OtState::setRow(int j, int k, std::span<const float> values)
+{
+    const std::span<BitCube::Word> row = inside.row(j, k);
+    std::fill(row.begin(), row.end(), 0);
+    for (size_t i = 0; i < values.size(); ++i)
+        row[i / 64] |= BitCube::Word(values[i] - iso < 0.0f) << i % 64;
+}
+
+qint64 octreeSide(qint64 cells)
+{
+    qint64 side = 1;
+    while (side < cells)
         side *= 2;
     return side;
+}
+
+double octreeSignBytes(double cells)
+{
+    // The nodes, the cells, and an eighth of these again for all levels above.
+    return BitCube::bytesFor(cells + 1) + BitCube::bytesFor(cells) * 8.0 / 7.0;
+}
+
+double octreeTreeBytes(double crossedCells)
+{
+    constexpr double nodesPerCell = 1.5; // the levels above are a geometric row
+    constexpr double crossingsPerCell = 1.2;
+    constexpr double hashEntry = 2.0 * (sizeof(quint64) + sizeof(HermiteSample));
+    constexpr double quadsPerCell = crossingsPerCell;
+    return crossedCells *
+           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + sizeof(QVector3D) +
+            quadsPerCell * (4 * sizeof(int) + 2 * sizeof(Triangle)));
 }
 
 bool simpleConfig(unsigned mask)
@@ -346,14 +388,23 @@ bool simpleConfig(unsigned mask)
     return connected(mask & 0xff) && connected(~mask & 0xff);
 }
 
+qint64 prepareOctree(OtState &state)
+{
+    state.mixed = buildSignPyramid(state.inside, state.cancel);
+    return state.mixed.empty() ? -1 : countSet(state.mixed.front());
+}
+
 bool extractOctree(OtState &state)
 {
-    buildPyramid(state);
-    if (isCancelled(state))
+    if (state.mixed.empty())
         return false;
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
+    state.crossings.clear();
     cellProc(state, root);
-    return !isCancelled(state);
+    if (isCancelled(state))
+        return false;
+    emitTriangles(state.quads, state.vertices, state.output);
+    return true;
 }
 
 } // namespace corvane::mesh

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/mesh/BitCube.h>
 #include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/QefSolver.h>
 #include <corvane/mesh/Triangle.h>
@@ -11,6 +12,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace corvane::mesh {
@@ -26,37 +28,45 @@ struct OtNode
     std::array<int, 8> children{-1, -1, -1, -1, -1, -1, -1, -1};
     QefSolver qef;
     bool simple = true; ///< at most one connected set of inside corners and one of outside corners
-    int vertex = -1;
+    int vertex = -1;    ///< a leaf that is not simple has one for each cycle (see CellCycles)
 };
 
 /// Dual contouring of an adaptive octree (Ju et al. 2002): flat regions merge to fewer, larger
 /// cells.
 ///
-/// Fill `samples`, then call extractOctree(). One instance serves one thread.
+/// Of the samples only the signs are kept, since the crossings are placed by the field itself. Call
+/// setSide(), setRow() for all rows, prepareOctree() and extractOctree(). One instance serves one
+/// thread.
 struct OtState
 {
     QVector3D origin{}; ///< of node (0, 0, 0), scene units
     float cellSize = 0.1f;
-    float errorLimit = 0.0f;    ///< largest error of a merged cell, scene units squared
-    int side = 0;               ///< nodes along one side: a power of two plus one
-    std::vector<float> samples; ///< side ^ 3 values, X fastest
-    FieldFunction field;
+    float errorLimit = 0.0f;   ///< largest error of a merged cell, scene units squared
+    float vertexMargin = 0.0f; ///< how far vertices keep from the faces of their cells, scene units
+    int side = 0;              ///< nodes along one side: a power of two plus one
+    BitCube inside;            ///< by node
+    FieldFunction field;       ///< must have the signs that the rows had
     GradientFunction gradient;
     float iso = 0.0f;
 
     std::vector<OtNode> nodes;
     std::vector<QVector3D> vertices;
     QHash<quint64, HermiteSample> crossings; ///< by edge, since four cells read each
-    std::vector<std::vector<std::uint8_t>>
-        mixed; ///< by level: whether a cube of 2^level cells changes sign
+    std::vector<BitCube> mixed; ///< by level: whether a cube of 2^level cells changes sign
+    std::vector<std::array<int, 4>>
+        quads; ///< vertices in a ring, normals out; a triangle names one twice
     QList<Triangle> output;
     const std::atomic_bool *cancel = nullptr;
 
-    size_t nodeIndex(int i, int j, int k) const
+    void setSide(int nodeCount);
+    /// The values of the nodes (0, j, k) to (side - 1, j, k).
+    void setRow(int j, int k, std::span<const float> values);
+
+    bool isInside(int i, int j, int k) const { return inside.at(i, j, k); }
+    bool isInGrid(int i, int j, int k) const
     {
-        return size_t(i) + (size_t(j) + size_t(k) * size_t(side)) * size_t(side);
+        return i >= 0 && j >= 0 && k >= 0 && i < side && j < side && k < side;
     }
-    bool isInside(int i, int j, int k) const { return samples[nodeIndex(i, j, k)] - iso < 0.0f; }
     QVector3D position(int i, int j, int k) const
     {
         return {origin.x() + cellSize * float(i), origin.y() + cellSize * float(j),
@@ -65,13 +75,20 @@ struct OtState
 };
 
 /// The smallest power of two not below a number of cells.
-int octreeSide(qint64 cells);
+qint64 octreeSide(qint64 cells);
 /// The error limit of a merged cell.
 inline float octreeErrorLimit(float cellSize)
 {
     return 0.01f * cellSize * cellSize;
 }
 
+/// Bytes that the signs of a padded grid of so many cells a side take.
+double octreeSignBytes(double cells);
+/// Bytes that the tree over so many crossed cells takes at most, its triangles included.
+double octreeTreeBytes(double crossedCells);
+
+/// Finds the cells that the surface crosses. Returns how many they are, -1 when it was cancelled.
+qint64 prepareOctree(OtState &state);
 /// Builds the tree and leaves the triangles in `state.output`. False when it was cancelled.
 bool extractOctree(OtState &state);
 

@@ -1,5 +1,6 @@
 #include <corvane/xport/CpuChunkProcessor.h>
 
+#include <corvane/mesh/DualContouring.h>
 #include <corvane/mesh/MarchingCubes.h>
 
 #include <QLoggingCategory>
@@ -52,6 +53,8 @@ CpuChunkProcessor::~CpuChunkProcessor() = default;
 bool CpuChunkProcessor::initialize(const ExportRequest &request)
 {
     m_origin = request.boundsMin;
+    m_dual = request.extractor == static_cast<int>(SurfaceExtractor::DualContouring);
+    m_seal = GridSeal(request);
     m_crossingMargin = crossingMarginFor(request);
     auto scene =
         eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, m_definitions);
@@ -78,28 +81,71 @@ bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool
     bool done = false;
     if (!lane->evaluator.isValid()) {
         outError = lane->evaluator.lastError();
-    } else if (sample(job, *lane, cancelFlag)) {
-        applyChunkSeal(lane->samples, job.nx, job.ny, job.nz, job.sealFaces, job.cellSize);
-        const mesh::ScalarField3D field{.values = lane->samples.data(),
-                                        .nx = job.nx,
-                                        .ny = job.ny,
-                                        .nz = job.nz,
-                                        .origin = m_origin,
-                                        .cellSize = job.cellSize,
-                                        .firstX = job.firstX,
-                                        .firstY = job.firstY,
-                                        .firstZ = job.firstZ,
-                                        .crossingMargin = m_crossingMargin};
-        outTriangles.rowsPerSlice = job.ny - 1;
-        mesh::marchingCubes(field, outTriangles.triangles, 0.0f, &cancelFlag,
-                            &outTriangles.rowEnds);
-        done = !cancelFlag.load(std::memory_order_relaxed);
+    } else {
+        done = m_dual ? contour(job, *lane, cancelFlag, outTriangles)
+                      : march(job, *lane, cancelFlag, outTriangles);
+        done = done && !cancelFlag.load(std::memory_order_relaxed);
         if (done)
             keepFault(lane->evaluator.lastError());
     }
     lane->evaluator.setCancelFlag(nullptr);
     returnLane(std::move(lane));
     return done;
+}
+
+mesh::ScalarField3D CpuChunkProcessor::fieldOf(const ChunkJob &job, const Lane &lane) const
+{
+    return {.values = lane.samples.data(),
+            .nx = job.nx,
+            .ny = job.ny,
+            .nz = job.nz,
+            .origin = m_origin,
+            .cellSize = job.cellSize,
+            .firstX = job.firstX,
+            .firstY = job.firstY,
+            .firstZ = job.firstZ,
+            .crossingMargin = m_crossingMargin};
+}
+
+bool CpuChunkProcessor::march(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag,
+                              ChunkSurface &out) const
+{
+    if (!sample(job, lane, cancelFlag))
+        return false;
+    applyChunkSeal(lane.samples, job.nx, job.ny, job.nz, job.sealFaces, job.cellSize);
+    out.rowsPerSlice = job.ny - 1;
+    mesh::marchingCubes(fieldOf(job, lane), out.triangles, 0.0f, &cancelFlag, &out.rowEnds);
+    return true;
+}
+
+/// One more cell on the low sides: it holds the vertices before the chunk's first plane of nodes.
+/// Each grid edge that begins in the chunk is its own, and no other chunk's.
+bool CpuChunkProcessor::contour(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag,
+                                ChunkSurface &out) const
+{
+    ChunkJob padded = job;
+    for (qint64 *first : {&padded.firstX, &padded.firstY, &padded.firstZ})
+        --*first;
+    for (int *count : {&padded.nx, &padded.ny, &padded.nz})
+        ++*count;
+    if (!sample(padded, lane, cancelFlag))
+        return false;
+    std::span<float> rest(lane.samples);
+    for (int k = 0; k < padded.nz; ++k) {
+        for (int j = 0; j < padded.ny; ++j) {
+            const auto nx = static_cast<std::size_t>(padded.nx);
+            m_seal.raiseRow(rest.first(nx), padded.firstX, padded.firstY + j, padded.firstZ + k);
+            rest = rest.subspan(nx);
+        }
+    }
+    eval::IFieldEvaluator &field = lane.evaluator;
+    mesh::DcState state(
+        fieldOf(padded, lane),
+        [this, &field](const QVector3D &p) { return m_seal.distance(field, p); },
+        [this, &field](const QVector3D &p) { return m_seal.gradient(field, p); });
+    out.rowsPerSlice = job.ny - 1;
+    state.extract(1, out.triangles, &cancelFlag, &out.rowEnds);
+    return true;
 }
 
 /// Global positions, not chunk-relative: neighbours must compute bit-identical samples or the seam

@@ -2,6 +2,8 @@
 
 #include <corvane/eval/DefinitionTable.h>
 #include <corvane/eval/FieldCompiler.h>
+#include <corvane/mesh/ScalarField3D.h>
+#include <corvane/xport/GridSeal.h>
 #include <corvane/xport/IChunkProcessor.h>
 
 #include <QMutex>
@@ -12,7 +14,8 @@
 
 namespace corvane::xport {
 
-/// Samples on the processor, interpreted or natively compiled, and meshes by marching cubes.
+/// Samples on the processor, interpreted or natively compiled, and meshes by marching cubes
+/// or dual contouring.
 ///
 /// processChunk() may run on many threads at once: they share the program, and each borrows an
 /// evaluator and buffers of its own. A point at which the field faults, or is no number, is far
@@ -37,12 +40,19 @@ private:
     void returnLane(std::unique_ptr<Lane> lane);
     void keepFault(const QString &fault);
     bool sample(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag) const;
+    bool march(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag,
+               ChunkSurface &out) const;
+    bool contour(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag,
+                 ChunkSurface &out) const;
+    mesh::ScalarField3D fieldOf(const ChunkJob &job, const Lane &lane) const;
 
     eval::DefinitionTable m_definitions;
     eval::CompiledField m_field;
     QVector3D m_origin;
     float m_crossingMargin = 0.0f;
-    QMutex m_mutex; ///< of the members below
+    bool m_dual = false; ///< dual contouring
+    GridSeal m_seal;     ///< of dual contouring
+    QMutex m_mutex;      ///< of the members below
     std::vector<std::unique_ptr<Lane>> m_lanes;
     QString m_firstFault;
 };

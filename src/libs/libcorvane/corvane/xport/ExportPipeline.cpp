@@ -8,6 +8,8 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
 #include <corvane/xport/MeshBuilder.h>
+#include <corvane/xport/OctreeExport.h>
+#include <corvane/xport/VolumeExport.h>
 
 #include <mesh/io/IORegistry.h>
 
@@ -84,13 +86,11 @@ ExportResult ExportPipeline::execute(ExportRequest request,
     if (!gridError.isEmpty())
         return ExportResult::failed(gridError);
     if (request.algorithm == static_cast<int>(ExportAlgorithm::Volume))
-        return ExportResult::failed(u"Volume export is not available"_s);
+        return exportVolume(request, definitions);
     if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))
-        return ExportResult::failed(u"Octree dual contouring is not available"_s);
+        return exportOctree(request, definitions);
     if (request.backend == static_cast<int>(ExportBackend::Gpu))
         return ExportResult::failed(u"GPU backend initialization failed"_s);
-    if (request.extractor == static_cast<int>(SurfaceExtractor::DualContouring))
-        return ExportResult::failed(u"Dual contouring is not available"_s);
     return exportChunks(request, definitions);
 }
 
@@ -111,7 +111,30 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
         return ExportResult::failed(u"Evaluation error: %1"_s.arg(runner.error()));
-    return MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled);
+    return MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled, definitions);
+}
+
+ExportResult ExportPipeline::exportOctree(const ExportRequest &request,
+                                          const eval::DefinitionTable &definitions)
+{
+    emit progressChanged(0, 1);
+    GridSurface surface;
+    QString error;
+    const bool done = OctreeExport(request, definitions, m_cancelled).run(surface, error);
+    if (m_cancelled)
+        return ExportResult::failed(u"Export cancelled"_s);
+    if (!done)
+        return ExportResult::failed(error);
+    emit progressChanged(1, 1);
+    return MeshBuilder::buildAndSaveMesh(std::move(surface), request, m_cancelled, definitions);
+}
+
+ExportResult ExportPipeline::exportVolume(const ExportRequest &request,
+                                          const eval::DefinitionTable &definitions)
+{
+    return VolumeExport(request, definitions, m_cancelled,
+                        [this](qint64 done, qint64 total) { reportProgress(done, total); })
+        .run();
 }
 
 ExportResult ExportPipeline::exportDirect(const ExportRequest &request)

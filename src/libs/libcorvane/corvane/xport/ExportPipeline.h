@@ -36,8 +36,9 @@ public:
     bool isActive() const { return m_active.load(); }
 
 signals:
-    /// `current` of `total` chunks are done. The first is (0, total), the last (total, total), and
-    /// the numbers rise; past ten thousand chunks not every one is reported.
+    /// `current` of `total` chunks are done; of a volume, slices, and an octree is one chunk. The
+    /// first is (0, total), the last (total, total), and the numbers rise; past ten thousand chunks
+    /// not every one is reported.
     void progressChanged(qint64 current, qint64 total);
     void finished(const corvane::xport::ExportResult &result);
     /// Only for a run() that was refused.
@@ -48,6 +49,10 @@ signals:
 private:
     ExportResult execute(ExportRequest request, const eval::DefinitionTable &definitions);
     ExportResult exportChunks(const ExportRequest &request,
+                              const eval::DefinitionTable &definitions);
+    ExportResult exportOctree(const ExportRequest &request,
+                              const eval::DefinitionTable &definitions);
+    ExportResult exportVolume(const ExportRequest &request,
                               const eval::DefinitionTable &definitions);
     ExportResult exportDirect(const ExportRequest &request);
     void reportProgress(qint64 done, qint64 total);

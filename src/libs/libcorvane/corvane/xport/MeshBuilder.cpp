@@ -1,9 +1,8 @@
 #include <corvane/xport/MeshBuilder.h>
 
-#include <corvane/xport/PostProcessStep.h>
+#include <corvane/xport/PostProcess.h>
 
 #include <mesh/io/IORegistry.h>
-#include <mesh/process/VertexMerger.h>
 
 #include <QLoggingCategory>
 
@@ -44,38 +43,6 @@ bool addTriangle(SurfaceMesh &out, const mesh::Triangle &triangle)
     return true;
 }
 
-using StepFunction = ::mesh::io::Result<void> (*)(SurfaceMesh &, const PostProcessStep &,
-                                                  const ::mesh::io::Progress &);
-
-::mesh::io::Result<void> weld(SurfaceMesh &mesh, const PostProcessStep &step,
-                              const ::mesh::io::Progress &progress)
-{
-    using Merger = ::mesh::process::VertexMerger<float>;
-    const double tolerance = step.hasParameter ? step.parameter : Merger::defaultTolerance;
-    return Merger().process(mesh,
-                            {.parameters = {{u"tolerance"_s, tolerance}}, .progress = progress});
-}
-
-struct StepEntry
-{
-    QLatin1String name;
-    StepFunction run;
-};
-
-/// The steps that this build can run; parsePostProcess knows the names of all.
-constexpr StepEntry stepTable[] = {
-    {"weld"_L1, weld},
-};
-
-const StepEntry *findStep(const QString &name)
-{
-    for (const StepEntry &entry : stepTable) {
-        if (name == entry.name)
-            return &entry;
-    }
-    return nullptr;
-}
-
 } // namespace
 
 SurfaceMesh MeshBuilder::assemble(GridSurface &&surface)
@@ -95,10 +62,11 @@ SurfaceMesh MeshBuilder::assemble(GridSurface &&surface)
 }
 
 ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRequest &request,
-                                           const std::atomic_bool &cancelFlag)
+                                           const std::atomic_bool &cancelFlag,
+                                           const eval::DefinitionTable &definitions)
 {
     SurfaceMesh mesh = assemble(std::move(surface));
-    const QString error = postProcess(mesh, request, cancelFlag);
+    const QString error = postProcess(mesh, request, definitions, cancelFlag);
     if (cancelFlag.load())
         return ExportResult::failed(u"Export cancelled"_s);
     if (!error.isEmpty())
@@ -119,27 +87,6 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
     result.triangleCount = mesh.elements.size();
     result.vertexCount = mesh.vertices.size();
     return result;
-}
-
-/// @return what went wrong
-QString MeshBuilder::postProcess(SurfaceMesh &mesh, const ExportRequest &request,
-                                 const std::atomic_bool &cancelFlag)
-{
-    const PostProcessPlan plan = parsePostProcess(request.postprocess);
-    if (!plan.error.isEmpty())
-        return plan.error;
-    const auto progress = [&cancelFlag](qint64, qint64) { return !cancelFlag.load(); };
-    for (const PostProcessStep &step : plan.steps) {
-        const StepEntry *entry = findStep(step.name);
-        if (!entry)
-            return u"post-process failed: %1 is not available"_s.arg(step.name);
-        const auto done = entry->run(mesh, step, progress);
-        if (cancelFlag.load())
-            return {};
-        if (!done)
-            return u"post-process failed: %1"_s.arg(done.error().message);
-    }
-    return {};
 }
 
 } // namespace corvane::xport

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/eval/DefinitionTable.h>
 #include <corvane/xport/ExportRequest.h>
 #include <corvane/xport/GridSurface.h>
 
@@ -20,12 +21,10 @@ public:
 
     /// Assembles, runs the request's post-processing steps and saves by the extension of the output
     /// path.
+    /// @param definitions  of the nodes in the request, for the steps that need its field
     static ExportResult buildAndSaveMesh(GridSurface &&surface, const ExportRequest &request,
-                                         const std::atomic_bool &cancelFlag);
-
-private:
-    static QString postProcess(::mesh::Mesh<float> &mesh, const ExportRequest &request,
-                               const std::atomic_bool &cancelFlag);
+                                         const std::atomic_bool &cancelFlag,
+                                         const eval::DefinitionTable &definitions = {});
 };
 
 } // namespace corvane::xport

@@ -1,0 +1,75 @@
+#include <corvane/xport/GridSeal.h>
+
+#include <corvane/mesh/ScalarField3D.h>
+#include <corvane/xport/ChunkScheduler.h>
+
+#include <cmath>
+
+namespace corvane::xport {
+
+GridSeal::GridSeal(const ExportRequest &request)
+    : m_closed(request.sealed)
+    , m_outside(request.cellSize)
+{
+    int nodes[3] = {};
+    ChunkScheduler::estimateGridDimensions(request, nodes[0], nodes[1], nodes[2]);
+    for (int axis = 0; axis < 3; ++axis) {
+        const qint64 last = nodes[axis] - 1;
+        m_last[static_cast<std::size_t>(axis)] = last;
+        const float low = request.boundsMin[axis];
+        const float high = mesh::nodeCoordinate(low, request.cellSize, last);
+        m_centre[axis] = (low + high) * 0.5f;
+        m_half[axis] = (high - low) * 0.5f - request.cellSize * 0.5f;
+    }
+}
+
+bool GridSeal::isEnd(int axis, qint64 index) const
+{
+    return index <= 0 || index >= m_last[static_cast<std::size_t>(axis)];
+}
+
+void GridSeal::raiseRow(std::span<float> row, qint64 firstX, qint64 y, qint64 z) const
+{
+    if (!m_closed)
+        return;
+    const bool whole = isEnd(1, y) || isEnd(2, z);
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        if (whole || isEnd(0, firstX + static_cast<qint64>(i)))
+            row[i] = std::max(row[i], m_outside);
+    }
+}
+
+// By the largest coordinate, not by length: its faces are all that matters, and its gradient jumps
+// at their edges, which makes them sharp.
+float GridSeal::boxDistance(const QVector3D &point, int &axis) const
+{
+    float largest = -eval::farDistance;
+    for (int a = 0; a < 3; ++a) {
+        const float d = std::fabs(point[a] - m_centre[a]) - m_half[a];
+        if (d > largest) {
+            largest = d;
+            axis = a;
+        }
+    }
+    return largest;
+}
+
+float GridSeal::distance(eval::IFieldEvaluator &field, const QVector3D &point) const
+{
+    const float own = field.evaluate(point.x(), point.y(), point.z());
+    int axis = 0;
+    return m_closed ? std::max(own, boxDistance(point, axis)) : own;
+}
+
+QVector3D GridSeal::gradient(eval::IFieldEvaluator &field, const QVector3D &point) const
+{
+    const eval::DistanceGradient own = field.evaluateWithGradient(point.x(), point.y(), point.z());
+    int axis = 0;
+    if (!m_closed || boxDistance(point, axis) < own.distance)
+        return {own.gradientX, own.gradientY, own.gradientZ};
+    QVector3D normal;
+    normal[axis] = point[axis] < m_centre[axis] ? -1.0f : 1.0f;
+    return normal;
+}
+
+} // namespace corvane::xport

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <corvane/eval/DefinitionTable.h>
+#include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/GridSurface.h>
+
+#include <atomic>
+
+namespace corvane::xport {
+
+/// Meshes the whole grid of a request by octree dual contouring, on the calling thread.
+class OctreeExport
+{
+public:
+    /// @param definitions  of the nodes in the request
+    OctreeExport(const ExportRequest &request, const eval::DefinitionTable &definitions,
+                 const std::atomic_bool &cancelFlag);
+
+    /// False with a text when the field cannot be made or the tree cannot fit in memory, which is
+    /// found before any sampling; false without one after a cancel.
+    bool run(GridSurface &surface, QString &error);
+
+private:
+    QString sizeError() const;
+
+    const ExportRequest &m_request;
+    const eval::DefinitionTable &m_definitions;
+    const std::atomic_bool &m_cancelFlag;
+    qint64 m_cells = 0; ///< a side of the padded grid
+};
+
+} // namespace corvane::xport
