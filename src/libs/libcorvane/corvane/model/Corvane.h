@@ -144,6 +144,8 @@ public:
     void addToSelection(const QUuid &id);
     void removeFromSelection(const QUuid &id);
     void clearSelection();
+    /// Both for many at once, with one selectionChanged() if any changed.
+    void changeSelection(const QList<QUuid> &removed, const QList<QUuid> &added);
 
     // Proxies: the "proxied" tag marks a subtree that is drawn as a mesh
 
@@ -172,6 +174,8 @@ public:
     void removeVariable(const QString &name);
     /// False for an unknown name, or a new one that is taken or of another varset.
     bool renameVariable(const QString &oldName, const QString &newName);
+    /// Replaces all variables, the named varsets and the orders.
+    void setVariables(const VarsetTable &variables);
     void setNamedVarset(const QString &name, const VarsetEntries &entries);
     void removeNamedVarset(const QString &name);
     bool moveEntryToVarset(const QString &entry, const QString &from, const QString &to);

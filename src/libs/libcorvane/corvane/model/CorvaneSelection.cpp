@@ -44,6 +44,23 @@ void Corvane::clearSelection()
         emit selectionChanged();
 }
 
+void Corvane::changeSelection(const QList<QUuid> &removed, const QList<QUuid> &added)
+{
+    QList<QUuid> changed;
+    for (const QUuid &id : removed) {
+        if (setTag(id, ItemTags::Selected, false))
+            changed.append(id);
+    }
+    for (const QUuid &id : added) {
+        if (setTag(id, ItemTags::Selected, true))
+            changed.append(id);
+    }
+    for (const QUuid &id : std::as_const(changed))
+        emit instanceUpdated(id);
+    if (!changed.isEmpty())
+        emit selectionChanged();
+}
+
 bool Corvane::clearSelectedTags()
 {
     const QList<QUuid> selected = selectedInstances();

@@ -48,6 +48,12 @@ bool Corvane::renameVariable(const QString &oldName, const QString &newName)
     return true;
 }
 
+void Corvane::setVariables(const VarsetTable &variables)
+{
+    m_variables = variables;
+    varsetTouched();
+}
+
 void Corvane::setNamedVarset(const QString &name, const VarsetEntries &entries)
 {
     m_variables.setNamed(name, entries);
