@@ -6,6 +6,7 @@
 #include <mesh/process/QuadricSimplification.h>
 #include <mesh/process/SdfProjection.h>
 #include <support/MeshChecks.h>
+#include <support/VoxelSurface.h>
 
 #include <benchmark/benchmark.h>
 
@@ -60,8 +61,37 @@ void sdfProject(benchmark::State &state)
     run(state, step, sphereOf(state.range(0)), {});
 }
 
+// A plate two cells thick with holes of three by three cells.
+void coplanarMergePlate(benchmark::State &state)
+{
+    const int side = int(state.range(0));
+    const FloatMesh plate = support::makeVoxelSurface({side, side, 2}, [side](int x, int y, int) {
+        const bool isInside = x < side - 3 && y < side - 3;
+        return !isInside || x % 12 < 9 || y % 12 < 9;
+    });
+    run(state, mesh::process::CoplanarMerge<float>(), plate, {});
+}
+
+void coplanarMergeSphere(benchmark::State &state)
+{
+    run(state, mesh::process::CoplanarMerge<float>(), sphereOf(state.range(0)), {});
+}
+
+void remesh(benchmark::State &state)
+{
+    run(state, mesh::process::IsotropicRemesh<float>({.sampler = sphereField}),
+        sphereOf(state.range(0)), {});
+}
+
 } // namespace
 
+BENCHMARK(coplanarMergePlate)->Arg(75)->Arg(150)->Arg(300)->Arg(600)->Unit(benchmark::kMillisecond);
+BENCHMARK(coplanarMergeSphere)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(remesh)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(sdfProject)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(qemDecimate)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
 

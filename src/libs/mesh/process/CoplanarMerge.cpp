@@ -398,7 +398,7 @@ io::Result<void> CoplanarMerge<T>::process(Mesh<T> &mesh, const ProcessOptions &
     if (mesh.elements.isEmpty() || !acceptsTriangles(mesh, "CoplanarMerge"))
         return {};
     StepProgress watch(options.progress, mesh.elements.size() * 6);
-    const auto before = TopologySnapshot::of(mesh);
+    const auto before = TopologySnapshot::of(mesh, options.progress);
     if (!watch.advance(mesh.elements.size()))
         return {};
     const auto features = analyzeFeatures(mesh, featureAngleDegrees, options.progress);
@@ -411,8 +411,10 @@ io::Result<void> CoplanarMerge<T>::process(Mesh<T> &mesh, const ProcessOptions &
     if (!merger.run(watch))
         return {};
     Mesh<T> result = merger.result();
-    if (TopologySnapshot::of(result).isWorseThan(before)) {
-        qCWarning(lcProcess, "CoplanarMerge: topology predicate regressed — restoring input mesh");
+    if (TopologySnapshot::of(result, options.progress).isWorseThan(before)) {
+        if (goesOn(options.progress))
+            qCWarning(lcProcess,
+                      "CoplanarMerge: topology predicate regressed — restoring input mesh");
         return {};
     }
     mesh = std::move(result);

@@ -56,7 +56,7 @@ template<typename T>
 bool Remesher<T>::analyze(const Mesh<T> &mesh)
 {
     m_features = analyzeFeatures(mesh, m_settings.featureAngle, m_progress);
-    if (m_progress && !m_progress(0, 0))
+    if (!goesOn(m_progress))
         return false;
     const T mean = meanEdgeLength(mesh, m_features.edges);
     if (m_settings.sampler &&
@@ -276,12 +276,11 @@ io::Result<void> IsotropicRemesh<T>::process(Mesh<T> &mesh, const ProcessOptions
         return io::Error{u"remesh edge length must be a number"_s, io::MalformedData};
     if (mesh.elements.isEmpty() || !acceptsTriangles(mesh, "IsotropicRemesh"))
         return {};
-    const auto goesOn = [&] { return !options.progress || options.progress(0, 0); };
-    const auto before = TopologySnapshot::of(mesh);
+    const auto before = TopologySnapshot::of(mesh, options.progress);
     const EdgeTable edges(triangleNodes(mesh), mesh.vertices.size());
     if (length <= 0)
         length = double(meanEdgeLength(mesh, edges));
-    if (!(length > 0) || !std::isfinite(length) || !goesOn())
+    if (!(length > 0) || !std::isfinite(length) || !goesOn(options.progress))
         return {};
     if (const double faces = expectedFaces(mesh, edges, length); faces > double(maxFaces))
         return io::Error{
@@ -296,7 +295,10 @@ io::Result<void> IsotropicRemesh<T>::process(Mesh<T> &mesh, const ProcessOptions
         isRunning = remesher.runRound(remeshed);
         if (!isRunning)
             break;
-        if (TopologySnapshot::of(remeshed).isWorseThan(before)) {
+        const auto after = TopologySnapshot::of(remeshed, options.progress);
+        if (!goesOn(options.progress))
+            break;
+        if (after.isWorseThan(before)) {
             qCWarning(lcProcess,
                       "IsotropicRemesh: topology predicate regressed — restoring input mesh");
             return {};

@@ -9,6 +9,12 @@ namespace mesh::process {
 
 Q_DECLARE_LOGGING_CATEGORY(lcProcess)
 
+/// Asks a progress function between two passes; false when the step is cancelled.
+inline bool goesOn(const io::Progress &progress)
+{
+    return !progress || progress(0, 0);
+}
+
 /// Whether a step for triangles can take a mesh; if not, that is logged under the step's name.
 template<typename T>
 bool acceptsTriangles(const Mesh<T> &mesh, const char *step)

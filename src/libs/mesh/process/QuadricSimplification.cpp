@@ -245,7 +245,7 @@ io::Result<void> QuadricSimplification<T>::process(Mesh<T> &mesh,
     if (!acceptsTriangles(mesh, "QuadricSimplification") || *target >= mesh.elements.size())
         return {};
     StepProgress watch(options.progress, mesh.elements.size() * 8);
-    const auto before = TopologySnapshot::of(mesh);
+    const auto before = TopologySnapshot::of(mesh, options.progress);
     if (!watch.advance(mesh.elements.size()))
         return {};
     auto features = analyzeFeatures(mesh, m_settings.featureAngle, options.progress);
@@ -258,7 +258,9 @@ io::Result<void> QuadricSimplification<T>::process(Mesh<T> &mesh,
     if (!simplifier.run(*target, watch))
         return {};
     Mesh<T> result = simplifier.surface().toMesh(mesh);
-    const auto after = TopologySnapshot::of(result);
+    const auto after = TopologySnapshot::of(result, options.progress);
+    if (!goesOn(options.progress))
+        return {};
     if (after.isWorseThan(before)) {
         qCWarning(lcProcess) << "QuadricSimplification: topology predicate regressed"
                              << "(closed" << after.closed << ", manifold" << after.manifold
