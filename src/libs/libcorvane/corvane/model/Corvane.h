@@ -190,6 +190,8 @@ public:
     QVariantMap sceneSettings() const { return m_settings; }
     QVariant sceneSetting(const QString &path) const;
     void setSceneSetting(const QString &path, const QVariant &value);
+    /// Replaces all settings.
+    void setSceneSettings(const QVariantMap &settings);
     double animationFps() const; ///< 30 when missing or not above 0
     void setAnimationFps(double fps);
     int animationCurrentFrame() const;
@@ -219,6 +221,8 @@ public:
     /// One of the same id is replaced.
     void addCustomDefinition(const DefinitionPtr &definition);
     void removeCustomDefinition(const QString &id);
+    /// Replaces the list, and brings the registry's file-scoped definitions in line with it.
+    void setCustomDefinitions(const QList<DefinitionPtr> &definitions);
     bool hasCustomDefinition(const QString &id) const;
     bool embedBuiltins() const { return m_embedBuiltins; }
     void setEmbedBuiltins(bool on) { m_embedBuiltins = on; }

@@ -30,6 +30,14 @@ void Corvane::removeCustomDefinition(const QString &id)
         emit sceneChanged();
 }
 
+void Corvane::setCustomDefinitions(const QList<DefinitionPtr> &definitions)
+{
+    unregisterFileScopedDefinitions();
+    m_customDefinitions = definitions;
+    registerFileScopedDefinitions();
+    emit sceneChanged();
+}
+
 bool Corvane::hasCustomDefinition(const QString &id) const
 {
     return std::any_of(m_customDefinitions.cbegin(), m_customDefinitions.cend(),

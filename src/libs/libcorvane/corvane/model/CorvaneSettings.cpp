@@ -25,6 +25,13 @@ void Corvane::setSceneSetting(const QString &path, const QVariant &value)
     emit sceneChanged();
 }
 
+void Corvane::setSceneSettings(const QVariantMap &settings)
+{
+    m_settings = settings;
+    emit sceneSettingsChanged();
+    emit sceneChanged();
+}
+
 double Corvane::animationFps() const
 {
     const double fps = sceneSetting(u"animation.fps"_s).toDouble();
