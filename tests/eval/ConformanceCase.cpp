@@ -80,6 +80,8 @@ void readRemark(ConformanceCase &into, QStringView remark, int line)
         readExpectation(into, after("expect"_L1));
     else if (remark.startsWith("type:"_L1))
         into.type = after("type:"_L1).toString();
+    else if (remark.startsWith("lacks:"_L1))
+        into.lacking = words(after("lacks:"_L1));
     else if (remark.startsWith("error "_L1))
         readPlaced(into, into.errors, after("error "_L1), line);
     else if (remark.startsWith("fault "_L1))

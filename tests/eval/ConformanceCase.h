@@ -23,6 +23,8 @@
 ///     about
 ///     // fault 2:7 message              one diagnostic of the evaluation
 ///
+///     // lacks: native               back-ends that cannot express the case and say so
+///
 /// "// expect[gpu]: 2" states a deliberate difference of one back-end.
 struct ConformanceCase
 {
@@ -39,6 +41,7 @@ struct ConformanceCase
     QList<Input> inputs;
     QString type;                           ///< empty: not asked
     QHash<QString, QList<double>> expected; ///< components by back-end, "" for all others
+    QStringList lacking;                    ///< back-ends without a form of the case
     QStringList errors;                     ///< "line:column message"
     QStringList faults;
     QStringList mistakes; ///< of the file itself: remarks that cannot be read

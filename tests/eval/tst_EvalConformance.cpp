@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QMatrix4x4>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QVector2D>
 #include <QVector3D>
 #include <QVector4D>
@@ -33,7 +34,8 @@ const QString gpuName = u"gpu"_s;
 QStringList backendsAtHand()
 {
     QStringList names{walkName, loweredName};
-    if (codeGenerator(Backend::Native))
+    if (!QStandardPaths::findExecutable(u"g++"_s).isEmpty() ||
+        !QStandardPaths::findExecutable(u"clang++"_s).isEmpty())
         names.append(nativeName);
     if (const auto gpu = codeGenerator(Backend::Gpu); gpu && gpu->isAvailable())
         names.append(gpuName);
@@ -166,6 +168,12 @@ void TstEvalConformance::holds()
     QCOMPARE(test.mistakes, QStringList());
 
     const CompiledResult compiled = compileCase(test, backend);
+    if (test.lacking.contains(backend)) {
+        QVERIFY(!compiled);
+        QVERIFY2(compiled.firstError().message.contains(u"does not support"_s),
+                 qPrintable(compiled.firstError().message));
+        return;
+    }
     QCOMPARE(asttext::texts(compiled.diagnostics()), test.errors);
     QCOMPARE(bool(compiled), test.errors.isEmpty());
     if (!compiled)
@@ -184,6 +192,12 @@ void TstEvalConformance::holds()
         }
     }
     const auto evaluated = program.evaluate();
+    if (backend == nativeName) {
+        // Compiled code goes on by the rules of floating point where the others report a fault.
+        QVERIFY(evaluated);
+        if (!test.faults.isEmpty())
+            return;
+    }
     QCOMPARE(asttext::texts(evaluated.diagnostics()), test.faults);
 
     const auto result = static_cast<Handle>(test.inputs.size() + 1);

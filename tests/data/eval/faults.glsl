@@ -73,6 +73,7 @@ f(1.0)
 // input: float k = 2
 float f(float a) { return a * k; } // fault 2:31 unbound name 'k' at run-time
 f(3.0)
+// lacks: native
 
 // case: declared on the other way only
 float f(float a) { if (a > 0.0) { float b = 4.0; } return b; } // fault 1:59 unbound name 'b' at run-time
@@ -81,4 +82,5 @@ f(1.0) * 10.0 + f(-1.0) // expect: 40
 // case: nothing that can be assigned
 float f(float a) { (a + 1.0) = 2.0; return a; } // fault 1:23 left side cannot be assigned
 f(3.0) // expect: 3
+// lacks: native
 

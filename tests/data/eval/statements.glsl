@@ -108,17 +108,21 @@ g() // expect: 935
 // case: recursion
 float f(float n) { return n < 1.0 ? 0.0 : n + f(n - 1.0); }
 f(10.0) // expect: 55
+// lacks: native
 
 // case: 256 calls deep is deep enough
 float f(int n) { return n <= 1 ? 1.0 : 1.0 + f(n - 1); }
 f(256) // expect: 256
+// lacks: native
 
 // case: one deeper is a fault
 float f(int n) { return n <= 1 ? 1.0 : 1.0 + f(n - 1); } // fault 1:46 recursion depth limit (256) exceeded calling 'f'
 f(257)
+// lacks: native
 
 // case: conversions go by lane
 ivec3(vec3(1.9, -1.9, 2.5)) + 1 // expect: 2 0 3
+// lacks: native
 
 // case: a scalar fills a vector and the diagonal of a matrix
 mat3(2.0) * vec3(1.0) + vec3(1.0) // expect: 3 3 3

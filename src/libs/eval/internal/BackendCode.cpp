@@ -1,5 +1,8 @@
 #include <eval/internal/BackendCode.h>
 
+#include <eval/internal/CompiledProgram.h>
+#include <eval/internal/NativeBackend.h>
+
 #include <QMap>
 #include <QMutex>
 #include <QMutexLocker>
@@ -11,7 +14,8 @@ namespace {
 struct Generators
 {
     QMutex mutex;
-    QMap<Backend, QSharedPointer<const CodeGenerator>> byBackend;
+    QMap<Backend, QSharedPointer<const CodeGenerator>> byBackend = {
+        {Backend::Native, QSharedPointer<NativeBackend>::create()}};
 };
 
 Generators &generators()
@@ -23,6 +27,16 @@ Generators &generators()
 } // namespace
 
 BackendCode::~BackendCode() = default;
+
+bool BackendCode::runRow(std::span<const float>, float, float, std::span<float>) const
+{
+    return false;
+}
+
+OutputForm BackendCode::outputForm(const CompiledProgram &program, qsizetype output) const
+{
+    return {program.outputs[output].type, false};
+}
 
 CodeGenerator::~CodeGenerator() = default;
 

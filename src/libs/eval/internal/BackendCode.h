@@ -22,6 +22,13 @@ struct BackendBuffers
     qsizetype count = 1;
 };
 
+/// How the flat floats of an output are to be read.
+struct OutputForm
+{
+    Type type = Type::Float; ///< of the lanes that they hold
+    bool isBits = false;     ///< one float whose 32 bits are the value
+};
+
 /// Code that a back-end made of one program. Shared by every program of equal key; run() is called
 /// by several threads at the same time.
 class BackendCode
@@ -30,10 +37,14 @@ public:
     virtual ~BackendCode();
     /// An empty text on success; otherwise what failed, with the output unspecified.
     virtual QString run(const BackendBuffers &buffers) const = 0;
+    /// Evaluates a program from one vec3 to one float at the points (xs[i], y, z). False, with
+    /// nothing done, when there is no such form; the values are those of run().
+    virtual bool runRow(std::span<const float> xs, float y, float z, std::span<float> out) const;
+    virtual OutputForm outputForm(const CompiledProgram &program, qsizetype output) const;
 };
 
-/// A back-end beside the interpreter. The library itself has none: what brings one registers it at
-/// start.
+/// A back-end beside the interpreter. The library itself has Native; what brings another registers
+/// it at start.
 class CodeGenerator
 {
 public:

@@ -72,10 +72,23 @@ EvaluationState::EvaluationState(QSharedPointer<const CompiledProgram> program)
             m_slots.push_back(std::move(slot));
         }
     }
+    if (m_program->backendCode)
+        prepareBackend();
+}
+
+void EvaluationState::prepareBackend()
+{
+    m_flatInput.resize(static_cast<size_t>(std::max(1, m_program->inputFloatCount)));
+    m_flatOutput.resize(static_cast<size_t>(std::max(1, m_program->outputFloatCount)));
+    m_flatArrays.resize(static_cast<size_t>(m_program->arrayCount));
+    for (Slot &slot : m_slots)
+        slot.flatOffset = slot.binding->floatOffset;
 }
 
 void EvaluationState::storeInput(Slot &slot, const Value &value)
 {
+    if (slot.flatOffset >= 0)
+        packValue(value, slotFloats(std::span<float>(m_flatInput), *slot.binding));
     if (slot.firstCell == noRegister) {
         slot.value = value;
         return;
@@ -107,6 +120,10 @@ void EvaluationState::setFloats(Handle handle, std::span<const float> components
         std::memcpy(m_registers.data() + slot.firstCell, components.data(), count * sizeof(float));
         return;
     }
+    if (slot.flatOffset >= 0) {
+        std::memcpy(m_flatInput.data() + slot.flatOffset, components.data(), count * sizeof(float));
+        return;
+    }
     for (size_t i = 0; i < count; ++i)
         slot.value.cells[i] = std::bit_cast<quint32>(components[i]);
 }
@@ -121,6 +138,8 @@ void EvaluationState::bindArray(Handle handle, std::span<const float> values)
     slot.value.elements = values.data();
     slot.value.elementStride = width;
     slot.value.elementCount = static_cast<qint64>(values.size()) / width;
+    if (!m_flatArrays.empty())
+        m_flatArrays[static_cast<size_t>(slot.binding->arrayIndex)] = values;
 }
 
 Value EvaluationState::outputFromRegisters(int slot) const
@@ -140,6 +159,11 @@ Value EvaluationState::outputFromRegisters(int slot) const
 Value EvaluationState::currentValue(int index) const
 {
     const Slot &slot = m_slots[static_cast<size_t>(index)];
+    if (slot.flatOffset >= 0 && (isOutput(index) || slot.floatLanes > 0))
+        return isOutput(index)
+                   ? outputFromBackend(index)
+                   : unpackValue(slot.binding->type,
+                                 slotFloats(std::span<const float>(m_flatInput), *slot.binding));
     if (isOutput(index))
         return m_outputsInRegisters ? outputFromRegisters(index) : slot.value;
     if (slot.firstCell == noRegister)
@@ -147,6 +171,18 @@ Value EvaluationState::currentValue(int index) const
     Value value = Value::zero(slot.binding->type);
     for (int i = 0; i < laneCount(value.type); ++i)
         value.cells[static_cast<size_t>(i)] = m_registers[slot.firstCell + static_cast<quint32>(i)];
+    return value;
+}
+
+Value EvaluationState::outputFromBackend(int index) const
+{
+    const SlotBinding &binding = *m_slots[static_cast<size_t>(index)].binding;
+    const auto floats = slotFloats(std::span<const float>(m_flatOutput), binding);
+    const OutputForm form = m_program->backendCode->outputForm(*m_program, index - m_inputCount);
+    if (!form.isBits)
+        return unpackValue(form.type, floats);
+    Value value = Value::zero(form.type);
+    value.setIntegerLane(0, std::bit_cast<quint32>(floats[0]));
     return value;
 }
 
@@ -161,6 +197,9 @@ float EvaluationState::getFloat(Handle handle) const
     const int index = slotOf(handle);
     if (index == noSlot)
         return 0.0f;
+    const Slot &slot = m_slots[static_cast<size_t>(index)];
+    if (slot.flatOffset >= 0 && isOutput(index) && slot.binding->type == Type::Float)
+        return m_flatOutput[static_cast<size_t>(slot.flatOffset)];
     if (isOutput(index) && m_outputsInRegisters) {
         const RegisterValue &output = m_lowered->outputs[static_cast<size_t>(index - m_inputCount)];
         if (output.type == Type::Float)
@@ -172,6 +211,11 @@ float EvaluationState::getFloat(Handle handle) const
 QList<Diagnostic> EvaluationState::cancelledFault() const
 {
     return {{DiagnosticCategory::Runtime, u"evaluation cancelled"_s, {}, {}}};
+}
+
+bool EvaluationState::isCancelled() const
+{
+    return m_cancelFlag && m_cancelFlag->load(std::memory_order_relaxed);
 }
 
 bool EvaluationState::failWith(QList<Diagnostic> faults)
@@ -234,27 +278,8 @@ bool EvaluationState::runWalk()
 
 bool EvaluationState::runBackend()
 {
-    std::vector<float> input(static_cast<size_t>(std::max(1, m_program->inputFloatCount)));
-    std::vector<float> output(static_cast<size_t>(std::max(1, m_program->outputFloatCount)));
-    std::vector<std::span<const float>> arrays(static_cast<size_t>(m_program->arrayCount));
-    for (int i = 0; i < m_inputCount; ++i) {
-        const Slot &slot = m_slots[static_cast<size_t>(i)];
-        if (slot.binding->arrayIndex >= 0)
-            arrays[static_cast<size_t>(slot.binding->arrayIndex)] = {
-                slot.value.elements,
-                static_cast<size_t>(slot.value.elementCount * slot.value.elementStride)};
-        else
-            packValue(currentValue(i), slotFloats(std::span<float>(input), *slot.binding));
-    }
-    const QString error = m_program->backendCode->run({input, output, arrays, 1});
-    if (!error.isEmpty())
-        return failWith({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
-    m_outputsInRegisters = false;
-    for (size_t i = static_cast<size_t>(m_inputCount); i < m_slots.size(); ++i)
-        m_slots[i].value =
-            unpackValue(m_slots[i].binding->type,
-                        slotFloats(std::span<const float>(output), *m_slots[i].binding));
-    return true;
+    const QString error = m_program->backendCode->run({m_flatInput, m_flatOutput, m_flatArrays, 1});
+    return error.isEmpty() || failWith({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
 }
 
 bool EvaluationState::evaluateRow(Handle input, std::span<const float> xs, float y, float z,
@@ -270,6 +295,13 @@ bool EvaluationState::evaluateRow(Handle input, std::span<const float> xs, float
     const bool known = inputSlot != noSlot && outputSlot != noSlot && isOutput(outputSlot);
     const RowPlan *plan =
         known && m_lowered && !m_program->backendCode ? m_lowered->rowPlan(inputSlot) : nullptr;
+    if (known && m_program->backendCode && !isCancelled() &&
+        m_slots[static_cast<size_t>(inputSlot)].binding->type == Type::Vec3 &&
+        m_program->backendCode->runRow(xs, y, z, out)) {
+        const float last[] = {xs.back(), y, z};
+        setFloats(input, last);
+        return true;
+    }
     if (!plan)
         return rowPointByPoint(input, xs, y, z, output, out, failed);
 
@@ -300,7 +332,7 @@ bool EvaluationState::rowPointByPoint(Handle input, std::span<const float> xs, f
         out[i] = ok ? getFloat(output) : failed;
         if (!ok && firstFaults.isEmpty())
             firstFaults = m_faults;
-        if (m_cancelFlag && m_cancelFlag->load(std::memory_order_relaxed)) {
+        if (isCancelled()) {
             std::fill(out.begin(), out.end(), failed);
             return failWith(cancelledFault());
         }
@@ -323,6 +355,29 @@ void EvaluationState::writeElement(std::span<float> element) const
         packValue(currentValue(static_cast<int>(i)), slotFloats(element, *m_slots[i].binding));
 }
 
+/// Straight from the caller's buffers, in parts between which a cancel is seen.
+Result<void> EvaluationState::runBackendBatch(std::span<const float> input, std::span<float> output,
+                                              qsizetype count, qsizetype stride)
+{
+    constexpr qsizetype part = 65536;
+    const qsizetype inputWidth = m_program->inputFloatCount;
+    const qsizetype outputWidth = m_program->outputFloatCount;
+    const qsizetype step = stride == inputWidth ? part : 1;
+    for (qsizetype i = 0; i < count; i += step) {
+        if (i % part == 0 && isCancelled())
+            return Result<void>::failure(cancelledFault());
+        const qsizetype n = std::min(step, count - i);
+        const QString error = m_program->backendCode->run(
+            {input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(n * inputWidth)),
+             output.subspan(static_cast<size_t>(i * outputWidth),
+                            static_cast<size_t>(n * outputWidth)),
+             m_flatArrays, n});
+        if (!error.isEmpty())
+            return Result<void>::failure({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
+    }
+    return {};
+}
+
 Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::span<float> output,
                                             qsizetype count, qsizetype stride)
 {
@@ -342,6 +397,8 @@ Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::s
               u"batch of %1 elements does not fit its buffers"_s.arg(count),
               {},
               {}}});
+    if (m_program->backendCode)
+        return runBackendBatch(input, output, count, stride);
     QList<Diagnostic> faults;
     for (qsizetype i = 0; i < count; ++i) {
         readElement(
@@ -349,7 +406,7 @@ Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::s
         if (!evaluate()) {
             if (faults.size() < batchDiagnosticLimit)
                 faults.append(m_faults);
-            if (m_cancelFlag && m_cancelFlag->load(std::memory_order_relaxed))
+            if (isCancelled())
                 return Result<void>::failure(cancelledFault());
         }
         writeElement(

@@ -54,6 +54,7 @@ private:
         Value value;                     ///< current, unless it lives in registers
         Register firstCell = noRegister; ///< of an input that lives in registers
         int floatLanes = 0;              ///< what setFloats may fill; 0 when it may not
+        int flatOffset = -1;             ///< in the back-end's buffer of this slot's side
     };
 
     int slotOf(Handle handle) const
@@ -67,7 +68,12 @@ private:
 
     bool runWalk();
     Environment makeEnvironment() const;
+    void prepareBackend();
     bool runBackend();
+    Value outputFromBackend(int slot) const;
+    Result<void> runBackendBatch(std::span<const float> input, std::span<float> output,
+                                 qsizetype count, qsizetype stride);
+    bool isCancelled() const;
     bool rowPointByPoint(Handle input, std::span<const float> xs, float y, float z, Handle output,
                          std::span<float> out, float failed);
     bool failWith(QList<Diagnostic> faults);
@@ -84,6 +90,11 @@ private:
     RowMachine m_rowMachine;
     std::vector<FunctionTable> m_functions; ///< by output; made when first walked
     bool m_outputsInRegisters = false;      ///< where the last evaluation left them
+    // What a back-end reads and writes. Inputs are packed when they are set, outputs unpacked when
+    // they are asked for, so that an evaluation is little more than the call.
+    std::vector<float> m_flatInput;
+    std::vector<float> m_flatOutput;
+    std::vector<std::span<const float>> m_flatArrays;
     const std::atomic_bool *m_cancelFlag = nullptr;
     QList<Diagnostic> m_faults;
 };

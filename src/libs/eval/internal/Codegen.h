@@ -1,0 +1,58 @@
+#pragma once
+
+#include <eval/internal/CompiledProgram.h>
+
+#include <QByteArray>
+#include <QList>
+
+namespace eval::internal {
+
+/// How an output crosses the flat buffer.
+struct NativeOutput
+{
+    Type type = Type::Float; ///< of the value itself, where the checker's type is another
+    bool isBits = false;     ///< 32 packed bits that travel as the float of the same bits
+};
+
+/// What Codegen makes of a program.
+struct NativeUnit
+{
+    bool isSupported = true; ///< false: something in it has no C++ form
+    QString refusal;         ///< set when the text would take too long to compile
+    QByteArray text;
+    QList<NativeOutput> outputs;
+    bool hasRow = false; ///< whether `eval_row` is there
+};
+
+/// Translates a checked program into one C++ translation unit.
+///
+/// The unit exports
+///
+///     extern "C" void eval_main(const float *eval_in_, float *eval_out_,
+///                               const float *const *eval_arrays_, const int *eval_arrayLens_)
+///
+/// over the flat buffers of the program's bindings, and, for a program from one vec3 to one float,
+///
+///     extern "C" void eval_row(const float *xs, float y, float z, float *out, long count)
+///
+/// for points that differ in x. The text is made of the checked tree alone: every name is this
+/// class's own and every number is printed by value, so that nothing of a source reaches the
+/// compiler as it stands. Values are the interpreter's within float tolerance; where that reports a
+/// fault, IEEE arithmetic goes on here.
+class Codegen
+{
+public:
+    explicit Codegen(const CompiledProgram &program);
+
+    NativeUnit emitUnit();
+
+    /// The gate before a compile: true when some value or construct has no C++ form.
+    static bool isUnsupported(const CompiledProgram &program);
+    /// The part of every unit that is the same: types, operators and functions.
+    static QByteArray fixedText();
+
+private:
+    const CompiledProgram &m_program;
+};
+
+} // namespace eval::internal

@@ -1,0 +1,213 @@
+#include <eval/internal/CodegenBody.h>
+
+#include <eval/internal/Interpreter.h>
+
+namespace eval::internal {
+
+CodegenBody::CodegenBody(CodegenUnit &unit, CodegenFunction *function)
+    : m_unit(unit)
+    , m_function(function)
+{}
+
+void CodegenBody::bindVariable(const QString &name, const Operand &variable)
+{
+    m_variables.insert(name, variable);
+}
+
+void CodegenBody::emitLine(const QByteArray &line)
+{
+    if (!m_unit.countStatement())
+        return;
+    m_lines += m_indent + line + '\n';
+    if (m_function)
+        ++m_function->statements;
+}
+
+void CodegenBody::emitStatement(const AstNode &node)
+{
+    if (m_unit.isTooLarge() || !m_unit.isSupported())
+        return;
+    switch (node.kind) {
+    case AstKind::Block:
+        emitBlock(node);
+        return;
+    case AstKind::ExpressionStatement:
+        emitExpression(*node.left);
+        return;
+    case AstKind::VariableDeclaration:
+        emitDeclaration(node);
+        return;
+    case AstKind::If:
+        emitIf(node);
+        return;
+    case AstKind::For:
+    case AstKind::While:
+    case AstKind::DoWhile:
+        emitLoop(node);
+        return;
+    case AstKind::Switch:
+        emitSwitch(node);
+        return;
+    case AstKind::Return:
+        emitReturn(node);
+        return;
+    case AstKind::Discard:
+        emitLeave();
+        return;
+    case AstKind::Break:
+        // Outside of everything it ends the function, as in the interpreter.
+        if (m_breakDepth > 0)
+            emitLine("break;");
+        else
+            emitLeave();
+        return;
+    case AstKind::Continue:
+        if (m_continueLabels.isEmpty()) {
+            emitLeave();
+            return;
+        }
+        m_continueUsed.last() = true;
+        emitLine("goto " + m_continueLabels.last() + ';');
+        return;
+    default:
+        emitExpression(node);
+    }
+}
+
+void CodegenBody::emitBlock(const AstNode &node)
+{
+    for (const AstPtr &statement : node.statements)
+        emitStatement(*statement);
+}
+
+/// A declaration that is met again, in a loop or by the same name, sets the one variable anew.
+void CodegenBody::emitDeclaration(const AstNode &node)
+{
+    if (node.type != Type::Struct && !isNativeVariableType(node.type)) {
+        m_unit.setUnsupported();
+        return;
+    }
+    const QByteArray type = m_unit.typeText(node.type, node.structName);
+    const QByteArray value =
+        node.left ? retag(emitExpression(*node.left), node.type, node.structName).text
+                  : type + "{}";
+    const auto known = m_variables.constFind(node.name);
+    if (known != m_variables.constEnd()) {
+        // Which of two types a name has would depend on the way taken.
+        if (known->type != node.type || known->structName != node.structName)
+            m_unit.setUnsupported();
+        emitLine(known->text + " = " + value + ';');
+        return;
+    }
+    const StructDef *const definition =
+        node.type == Type::Struct ? m_unit.structs().lookup(node.structName) : nullptr;
+    m_variableValues += definition ? definition->valueCount * 4 : 1;
+    if (m_variableValues > CodegenUnit::variableLimit)
+        m_unit.setTooLarge();
+    const Operand variable{newName('v'), node.type, node.structName, Type::Float, true};
+    m_declarations += "    " + type + ' ' + variable.text + "{};\n";
+    emitLine(variable.text + " = " + value + ';');
+    m_variables.insert(node.name, variable);
+}
+
+void CodegenBody::emitIf(const AstNode &node)
+{
+    const QByteArray chosen = condition(*node.condition);
+    emitLine("if (" + chosen + ") {");
+    m_lines += nested([&] {
+        if (node.left)
+            emitStatement(*node.left);
+    });
+    if (node.right) {
+        m_lines += m_indent + "} else {\n";
+        m_lines += nested([&] { emitStatement(*node.right); });
+    }
+    m_lines += m_indent + "}\n";
+}
+
+/// The condition has statements of its own, so every loop is one that a break leaves. `continue`
+/// jumps behind the body, where the step of a `for` stands.
+void CodegenBody::emitLoop(const AstNode &node)
+{
+    if (node.kind == AstKind::For && node.left)
+        emitStatement(*node.left);
+    const QByteArray round = newName('r');
+    const auto leaveUnless = [&] { emitLine("if (!" + condition(*node.condition) + ") break;"); };
+    emitLine("for (int " + round + " = 0; " + round + " < " +
+             QByteArray::number(Interpreter::loopRoundLimit) + "; ++" + round + ") {");
+    const QByteArray body = nested([&] {
+        if (node.kind != AstKind::DoWhile)
+            leaveUnless();
+        m_continueLabels.append(newName('c'));
+        m_continueUsed.append(false);
+        ++m_breakDepth;
+        const QByteArray inner = nested([&] {
+            if (node.body)
+                emitStatement(*node.body);
+        });
+        --m_breakDepth;
+        m_lines += m_indent + "{\n" + inner + m_indent + "}\n";
+        const QByteArray label = m_continueLabels.takeLast();
+        if (m_continueUsed.takeLast())
+            m_lines += m_indent + label + ":;\n";
+        if (node.kind == AstKind::DoWhile)
+            leaveUnless();
+        else if (node.kind == AstKind::For && node.right)
+            emitExpression(*node.right);
+    });
+    m_lines += body + m_indent + "}\n";
+}
+
+/// A switch that is entered at its top: the blocks decide for themselves, from the first that
+/// matches on, and a break leaves it.
+void CodegenBody::emitSwitch(const AstNode &node)
+{
+    const Operand value = emitExpression(*node.condition);
+    if (!isNativeLaneType(value.type)) {
+        m_unit.setUnsupported();
+        return;
+    }
+    const QByteArray chosen =
+        keep(nativeCast(nativeLane(value, 0), scalarOf(value.type), Type::Int), Type::Int).text;
+    const QByteArray matched = newName('k');
+    emitLine("switch (0) {");
+    emitLine("default: {");
+    const QByteArray cases = nested([&] {
+        emitLine("bool " + matched + " = false;");
+        ++m_breakDepth;
+        for (const AstPtr &block : node.statements) {
+            const auto number = caseNumber(*block);
+            const QByteArray own = isDefaultCase(*block) ? "true"
+                                   : number              ? chosen + " == " + nativeInteger(*number)
+                                                         : "false";
+            emitLine(matched + " = " + matched + " || " + own + ';');
+            emitLine("if (" + matched + ") {");
+            m_lines += nested([&] { emitBlock(*block); }) + m_indent + "}\n";
+        }
+        --m_breakDepth;
+    });
+    m_lines += cases + m_indent + "}\n" + m_indent + "}\n";
+}
+
+/// Without a value: the caller gets the default.
+void CodegenBody::emitLeave()
+{
+    emitLine(m_function->definition->type == Type::Void ? "return;" : "return {};");
+}
+
+void CodegenBody::emitReturn(const AstNode &node)
+{
+    const AstNode &function = *m_function->definition;
+    if (!node.left) {
+        emitLeave();
+        return;
+    }
+    const Operand value = emitExpression(*node.left);
+    if (function.type == Type::Void) {
+        emitLine("return;");
+        return;
+    }
+    emitLine("return " + retag(value, function.type, function.structName).text + ';');
+}
+
+} // namespace eval::internal

@@ -1,0 +1,109 @@
+#include <eval/internal/NativeBackend.h>
+
+#include <eval/internal/Codegen.h>
+#include <eval/internal/CompiledProgram.h>
+#include <eval/internal/NativeCompiler.h>
+
+#include <QVarLengthArray>
+
+#include <algorithm>
+#include <limits>
+
+namespace eval::internal {
+
+namespace {
+
+class NativeCode : public BackendCode
+{
+public:
+    NativeCode(const CompiledProgram &program, const JitResult &jit, QList<NativeOutput> outputs)
+        : m_entry(jit.entry)
+        , m_row(jit.row)
+        , m_outputs(std::move(outputs))
+        , m_inputWidth(static_cast<size_t>(program.inputFloatCount))
+        , m_outputWidth(static_cast<size_t>(program.outputFloatCount))
+    {
+        for (const SlotBinding &input : program.inputs) {
+            if (input.arrayIndex >= 0)
+                m_elementWidths.append(slotFloatWidth(input.elementType));
+        }
+    }
+
+    QString run(const BackendBuffers &buffers) const override
+    {
+        if (!m_elementWidths.isEmpty())
+            return runWithArrays(buffers);
+        for (size_t i = 0; i < static_cast<size_t>(buffers.count); ++i)
+            m_entry(buffers.input.data() + i * m_inputWidth,
+                    buffers.output.data() + i * m_outputWidth, nullptr, nullptr);
+        return {};
+    }
+
+    bool runRow(std::span<const float> xs, float y, float z, std::span<float> out) const override
+    {
+        if (!m_row)
+            return false;
+        m_row(xs.data(), y, z, out.data(), static_cast<long>(std::min(xs.size(), out.size())));
+        return true;
+    }
+
+    OutputForm outputForm(const CompiledProgram &, qsizetype output) const override
+    {
+        return {m_outputs[output].type, m_outputs[output].isBits};
+    }
+
+private:
+    QString runWithArrays(const BackendBuffers &buffers) const
+    {
+        // An array that nobody bound reads as one zero beyond its end.
+        static constexpr float none[16] = {};
+        QVarLengthArray<const float *, 8> arrays;
+        QVarLengthArray<int, 8> lengths;
+        for (qsizetype i = 0; i < m_elementWidths.size(); ++i) {
+            const std::span<const float> array = buffers.arrays[static_cast<size_t>(i)];
+            const size_t length = array.size() / static_cast<size_t>(m_elementWidths[i]);
+            arrays.append(length == 0 ? none : array.data());
+            lengths.append(
+                static_cast<int>(std::min<size_t>(length, std::numeric_limits<int>::max())));
+        }
+        for (size_t i = 0; i < static_cast<size_t>(buffers.count); ++i)
+            m_entry(buffers.input.data() + i * m_inputWidth,
+                    buffers.output.data() + i * m_outputWidth, arrays.data(), lengths.data());
+        return {};
+    }
+
+    NativeEntry m_entry;
+    NativeRowEntry m_row;
+    QList<NativeOutput> m_outputs;
+    QList<int> m_elementWidths; ///< of the array inputs, in floats
+    size_t m_inputWidth;
+    size_t m_outputWidth;
+};
+
+using Generated = Result<QSharedPointer<const BackendCode>>;
+
+Generated failed(const QString &cause)
+{
+    return Generated::failure({{DiagnosticCategory::Internal, cause, {}, {}}});
+}
+
+} // namespace
+
+bool NativeBackend::supports(const CompiledProgram &program) const
+{
+    return !Codegen::isUnsupported(program);
+}
+
+Generated NativeBackend::generate(const CompiledProgram &program) const
+{
+    const NativeUnit unit = Codegen(program).emitUnit();
+    if (!unit.refusal.isEmpty())
+        return failed(unit.refusal);
+    const JitResult jit = jitCompileAndLoad(unit.text);
+    if (!jit.error.isEmpty())
+        return failed(jit.error);
+    return Generated(QSharedPointer<const BackendCode>(
+        QSharedPointer<NativeCode>::create(program, jit, unit.outputs)));
+}
+
+} // namespace eval::internal

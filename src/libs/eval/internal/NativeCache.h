@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace eval::internal {
+
+/// The folder of compiled objects, one file an object: "<key>.so", the object with a footer that
+/// tells what it must hold.
+///
+/// The folder belongs to the user alone. An object counts only when it is a plain file of this
+/// user, writable by nobody else, and as long and of the content that its footer says: a loader may
+/// crash on anything else. Objects appear whole or not at all, whatever happens to the process that
+/// writes them, and any number of processes may write one at a time. Nothing is ever removed.
+class NativeCache
+{
+public:
+    /// The folder need not exist.
+    explicit NativeCache(QString folder);
+    /// CacheLocation + "/native".
+    static QString defaultFolder();
+    /// The key of a unit: tool, flags and text.
+    static QByteArray keyOf(const QByteArray &source);
+
+    QString pathOf(const QByteArray &key) const;
+    /// Whether there is an object that may be loaded.
+    bool holds(const QByteArray &key) const;
+    /// Puts a copy of an object in place. An empty text on success.
+    [[nodiscard]] QString store(const QByteArray &key, const QByteArray &object) const;
+
+private:
+    /// Makes the folder and its mode right; an empty text when it may be used.
+    QString prepareFolder() const;
+    bool isFolderSafe() const;
+
+    QString m_folder;
+};
+
+} // namespace eval::internal
