@@ -1,0 +1,48 @@
+#include "BatchWorkerBase.h"
+
+namespace lab {
+
+BatchWorkerBase::BatchWorkerBase(QObject *parent)
+    : QObject(parent)
+{}
+
+BatchWorkerBase::~BatchWorkerBase()
+{
+    waitForCoordinator();
+}
+
+bool BatchWorkerBase::startCoordinator(const QString &name, std::function<void()> function)
+{
+    if (m_busy.exchange(true))
+        return false;
+    waitForCoordinator(); // the slot is free a moment before the thread has ended
+    m_coordinator.reset(QThread::create([this, work = std::move(function)] {
+        work();
+        m_busy = false;
+    }));
+    m_coordinator->setObjectName(name);
+    m_coordinator->start();
+    return true;
+}
+
+void BatchWorkerBase::waitForCoordinator()
+{
+    if (m_coordinator)
+        m_coordinator->wait();
+}
+
+void BatchWorkerBase::postProgress(batch::BatchQueue *queue, quint64 id, qint32 current,
+                                   qint32 total)
+{
+    QMetaObject::invokeMethod(
+        queue, [=] { queue->setProgress(id, current, total); }, Qt::QueuedConnection);
+}
+
+void BatchWorkerBase::postLog(batch::BatchQueue *queue, quint64 id, batch::BatchLogLevel level,
+                              const QString &message)
+{
+    QMetaObject::invokeMethod(
+        queue, [=] { queue->appendLog(id, level, message); }, Qt::QueuedConnection);
+}
+
+} // namespace lab
