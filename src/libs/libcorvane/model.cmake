@@ -5,7 +5,10 @@ corvane_library(corvane_model
         corvane/component/ComponentDefinition.cpp
         corvane/component/ComponentLibrary.cpp
         corvane/component/ComponentRegistry.cpp
+        corvane/model/BuiltinMaterials.cpp
         corvane/model/CatalogMaterial.cpp
+        corvane/model/CompiledItems.cpp
+        corvane/model/ComponentExpansion.cpp
         corvane/model/Corvane.cpp
         corvane/model/CorvaneDSLParser.cpp
         corvane/model/CorvaneDSLSerializer.cpp
@@ -20,17 +23,24 @@ corvane_library(corvane_model
         corvane/model/DocumentBlock.cpp
         corvane/model/Instance.cpp
         corvane/model/ItemTable.cpp
+        corvane/model/LogicalExpressions.cpp
         corvane/model/LogicalInstance.cpp
         corvane/model/LogicalScene.cpp
+        corvane/model/LogicalSceneCompiler.cpp
+        corvane/model/LogicalSceneCompilerEdits.cpp
         corvane/model/LogicalSceneNodes.cpp
         corvane/model/LogicalSceneState.cpp
         corvane/model/LogicalTree.cpp
         corvane/model/Material.cpp
+        corvane/model/MaterialLibrary.cpp
+        corvane/model/MaterialListModel.cpp
         corvane/model/NameCounter.cpp
         corvane/model/NestedValue.cpp
+        corvane/model/NodeCompilation.cpp
         corvane/model/NodeKeys.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
+        corvane/model/PromotionExpressions.cpp
         corvane/model/SDFNodeProvenance.cpp
         corvane/model/SceneItem.cpp
         corvane/model/SceneItemView.cpp

@@ -7,6 +7,27 @@ using namespace Qt::StringLiterals;
 
 namespace corvane::expr {
 
+namespace {
+
+void bindVariables(CompileContext &context, const model::Corvane &scene)
+{
+    const auto varsets = scene.namedVarsets();
+    for (auto varset = varsets.cbegin(); varset != varsets.cend(); ++varset) {
+        context.varsetNames.insert(varset.key());
+        for (auto it = varset->cbegin(); it != varset->cend(); ++it)
+            context.variables.insert(varset.key() + u'.' + it.key(), typeOfVariable(*it));
+    }
+    // The unnamed varset last: its names win, also those that have dots.
+    const model::VarsetEntries entries = scene.varsetEntries();
+    for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
+        const ExprType type = typeOfVariable(*it);
+        context.variables.insert(it.key(), type);
+        context.variables.insert(u"default."_s + it.key(), type);
+    }
+}
+
+} // namespace
+
 bool CompileContext::isKnown(const QString &name) const
 {
     return variables.contains(name) || builtinNames.contains(name) ||
@@ -58,30 +79,25 @@ void bindInstanceNames(CompileContext &context, const model::SceneItem &item)
     }
 }
 
-CompileContext buildCompileContext(const model::Corvane &scene)
+CompileContext buildVariableContext(const model::Corvane &scene)
 {
     CompileContext context;
     for (const BuiltinVariable &builtin : builtinVariables())
         context.builtinNames.append(builtin.name);
     const QStringList constants = mathConstants().keys();
     context.mathConstantNames = QSet<QString>(constants.cbegin(), constants.cend());
+    bindVariables(context, scene);
+    return context;
+}
 
+CompileContext buildCompileContext(const model::Corvane &scene)
+{
+    CompileContext context = buildVariableContext(scene);
     const auto items = scene.items();
     for (const model::SceneItem &item : items)
         bindInstanceNames(context, item);
-    const auto varsets = scene.namedVarsets();
-    for (auto varset = varsets.cbegin(); varset != varsets.cend(); ++varset) {
-        context.varsetNames.insert(varset.key());
-        for (auto it = varset->cbegin(); it != varset->cend(); ++it)
-            context.variables.insert(varset.key() + u'.' + it.key(), typeOfVariable(*it));
-    }
-    // The unnamed varset last: its names win, also those that have dots.
-    const model::VarsetEntries entries = scene.varsetEntries();
-    for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
-        const ExprType type = typeOfVariable(*it);
-        context.variables.insert(it.key(), type);
-        context.variables.insert(u"default."_s + it.key(), type);
-    }
+    // Variables win over parameters of the same name.
+    bindVariables(context, scene);
     return context;
 }
 

@@ -37,6 +37,8 @@ struct CompileContext
 
 /// The built-ins and the constants, and all variables and parameters of a scene.
 CompileContext buildCompileContext(const model::Corvane &scene);
+/// The same without the parameters.
+CompileContext buildVariableContext(const model::Corvane &scene);
 
 /// Adds "InstanceName.param" for each parameter of a named item of type "sdf", or corrects the
 /// types.

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <corvane/model/Instance.h>
+#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/model/NodeCompilation.h>
+
+#include <QHash>
+#include <QSet>
+
+#include <vector>
+
+namespace corvane::model {
+
+/// The items of one full compile, until they go into the document all at once.
+///
+/// That way each item is stored once, complete, however late it is known what it refers to.
+class CompiledItems
+{
+public:
+    /// @param replaced  the items of the last compile, which the new ones take the place of
+    CompiledItems(Corvane &document, const QSet<QUuid> &replaced);
+
+    /// Makes the core of a node and the wrappers around it.
+    CompiledInstanceMapping addNode(const LogicalInstance &node);
+    /// Makes the wrappers of a component instance around its structure's root.
+    CompiledInstanceMapping addComponentInstance(const LogicalInstance &node,
+                                                 const CompiledInstanceMapping &root);
+    /// Gives a core its children, by their outer items.
+    void setChildren(const QUuid &coreId, const QList<QUuid> &outerIds);
+
+    QSet<QUuid> ids() const;
+    /// Stores all in the document, and takes out of it what is not replaced.
+    void store();
+
+private:
+    struct Pending
+    {
+        Instance item;
+        SDFNodeProvenance provenance;
+        QVariantList children;
+    };
+
+    void addWrappers(const LogicalInstance &node, CompiledInstanceMapping &mapping);
+    QUuid add(const LogicalInstance &node, const QString &definitionId, const QString &suffix,
+              const QUuid &id);
+    Pending &pending(const QUuid &id) { return m_items[m_indices.value(id)]; }
+    /// The parameters that an item had after the last compile.
+    QVariantMap before(const QUuid &id) const;
+    QString nameFor(const QUuid &nodeId, const QString &suffix);
+
+    Corvane &m_document;
+    const QSet<QUuid> m_replaced;
+    NodeCompilation m_compilation;
+    std::vector<Pending> m_items;
+    QHash<QUuid, std::size_t> m_indices;
+    QSet<QString> m_names;
+    QHash<QString, QUuid> m_shortNames; ///< who has the digits that names begin with
+};
+
+} // namespace corvane::model

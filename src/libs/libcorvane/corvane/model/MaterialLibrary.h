@@ -1,0 +1,86 @@
+#pragma once
+
+#include <corvane/model/CatalogMaterial.h>
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QUuid>
+
+namespace corvane::model {
+
+/// The catalogue of named materials, for all scenes: those that come with the program, and the
+/// user's. Names are unique. Main thread.
+///
+/// The user's materials are in "materials.json"; of built-ins that were retuned the values are in
+/// "builtin_material_overrides.json", by name. Built-in ids are made anew on each run, on purpose:
+/// a saved scene carries a copy of each material that it uses, under the id that its nodes name.
+class MaterialLibrary : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// A library in a folder of its own, for tests and tools; the program uses instance().
+    explicit MaterialLibrary(const QString &folder, QObject *parent = nullptr);
+
+    /// The process-wide one, in the application's data folder, read at the first call.
+    static MaterialLibrary &instance();
+
+    /// None for an unknown id. Valid until the library changes.
+    const CatalogMaterial *material(const QUuid &id) const;
+    const QHash<QUuid, CatalogMaterial> &materials() const { return m_materials; }
+    /// By category, then name.
+    QList<CatalogMaterial> allMaterials() const;
+    /// Null when there is none of that name.
+    QUuid idByName(const QString &name) const;
+
+    /// Of new nodes.
+    QUuid defaultMaterialId() const { return m_defaultMaterialId; }
+    /// False for an unknown id. Kept, by name, for the next run.
+    bool setDefaultMaterialId(const QUuid &id);
+    /// The one that is being edited.
+    QUuid activeMaterialId() const { return m_activeMaterialId; }
+    bool setActiveMaterialId(const QUuid &id);
+
+    /// Adds a material of the user, under its id unless that is null or taken. A name in use gets
+    /// " (copy)", " (copy 2)", and so on. Returns the id.
+    QUuid addMaterial(const CatalogMaterial &material);
+    /// False for an unknown id and for a built-in. A name that another one has is made unique.
+    bool updateMaterial(const CatalogMaterial &material);
+    /// Retunes a built-in, whose name and category stay; false for any other.
+    bool updateBuiltInMaterial(const CatalogMaterial &material);
+    /// False for an unknown id, a built-in and the default material. In place of the active one the
+    /// default becomes active.
+    bool removeMaterial(const QUuid &id);
+
+    /// The name a copy of a material of that name gets, before it is made unique: "Wood" gives
+    /// "Wood (copy)", that gives "Wood (copy 2)".
+    static QString copyName(const QString &name);
+
+signals:
+    void materialAdded(const QUuid &id);
+    void materialUpdated(const QUuid &id);
+    void materialRemoved(const QUuid &id);
+    void activeMaterialChanged(const QUuid &id);
+
+private:
+    QString filePath(const QString &name) const;
+    void loadBuiltins();
+    void loadUserMaterials();
+    void insert(const CatalogMaterial &material);
+    void save();
+    void saveOverrides();
+    /// Moves a file that could not be read out of the way of the one that is about to be written.
+    void keepUnreadable(const QString &name);
+    QString uniqueName(const QString &name) const;
+
+    QString m_folder; ///< empty: that of the application
+    QHash<QUuid, CatalogMaterial> m_materials;
+    QHash<QString, QUuid> m_ids; ///< by name
+    QUuid m_defaultMaterialId;
+    QUuid m_activeMaterialId;
+    QSet<QString> m_unreadable; ///< files that must not be lost when they are written anew
+};
+
+} // namespace corvane::model

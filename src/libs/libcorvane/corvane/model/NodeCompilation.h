@@ -1,0 +1,57 @@
+#pragma once
+
+#include <corvane/model/Instance.h>
+#include <corvane/model/LogicalInstance.h>
+
+#include <QHash>
+#include <QString>
+#include <QVariantMap>
+
+#include <optional>
+
+namespace corvane::model {
+
+class Corvane;
+
+/// How the fields of a logical node show in its compiled items: the same for a full compile and for
+/// an edit.
+///
+/// One lives as long as a compile, or an edit; it keeps what it looked up.
+class NodeCompilation
+{
+public:
+    explicit NodeCompilation(const Corvane &document)
+        : m_document(document)
+    {}
+
+    /// Everything of a core but its children: parameters, surface, tags.
+    /// @param before  the parameters that the item had: an expression that stays the same keeps the
+    ///                value that it was found to have, since nobody would evaluate it again
+    void fillCore(Instance &core, const LogicalInstance &node, const QVariantMap &before = {});
+    /// The parameters of a wrapper but its children: the definition's defaults, the node's values
+    /// over them.
+    void fillWrapper(Instance &wrapper, const WrapperValues &values,
+                     const QVariantMap &before = {});
+    /// Material and modifiers. A catalogue material that the node names replaces its own: the
+    /// document's, else the library's.
+    void fillSurface(Instance &core, const LogicalInstance &node);
+
+    /// "translate", "rotate" and "scale" apply the node's own transform, whatever their values say;
+    /// the last takes one factor, that of x, and 1 in place of 0.
+    static void applyConnectedTransform(Instance &wrapper, const QString &wrapperId,
+                                        const LogicalInstance &node);
+    /// The parameter that does that; empty for any other wrapper.
+    static QString connectedParameter(const QString &wrapperId);
+    /// The node's tags but the selection, which is the outer item's, and "compiled".
+    static QSet<QString> coreTags(const LogicalInstance &node);
+
+private:
+    const QVariantMap &defaultsOf(const QString &wrapperId);
+    Material materialOf(const LogicalInstance &node);
+
+    const Corvane &m_document;
+    QHash<QString, QVariantMap> m_defaults; ///< as stored parameters
+    QHash<QUuid, std::optional<Material>> m_materials;
+};
+
+} // namespace corvane::model
