@@ -399,10 +399,10 @@ io::Result<void> CoplanarMerge<T>::process(Mesh<T> &mesh, const ProcessOptions &
         return {};
     StepProgress watch(options.progress, mesh.elements.size() * 6);
     const auto before = TopologySnapshot::of(mesh, options.progress);
-    if (!watch.advance(mesh.elements.size()))
+    if (!goesOn(options.progress))
         return {};
     const auto features = analyzeFeatures(mesh, featureAngleDegrees, options.progress);
-    if (!watch.advance(mesh.elements.size()))
+    if (!goesOn(options.progress))
         return {};
     const CoplanarRegions<T> regions(mesh, features, tolerance, watch);
     if (watch.isCancelled())

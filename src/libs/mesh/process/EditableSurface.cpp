@@ -281,18 +281,27 @@ int EditableSurface<T>::addVertexBetween(int a, int b)
 }
 
 template<typename T>
+std::vector<int> EditableSurface<T>::allEdgeCorners(int a, int b) const
+{
+    std::vector<int> corners;
+    forEachCorner(degree(a) < degree(b) ? a : b, [&](int c) {
+        for (const int start : {c, prev(c)}) {
+            const int from = vertex(start), to = vertex(next(start));
+            if ((from == a && to == b) || (from == b && to == a))
+                corners.push_back(start);
+        }
+    });
+    return corners;
+}
+
+template<typename T>
 int EditableSurface<T>::split(int corner)
 {
     const int a = vertex(corner), b = vertex(next(corner));
+    const std::vector<int> corners = allEdgeCorners(a, b);
     const int middle = addVertexBetween(a, b);
     if (middle < 0)
         return -1;
-    std::vector<int> corners;
-    forEachCorner(degree(a) < degree(b) ? a : b, [&](int c) {
-        for (const int start : {c, prev(c)})
-            if (std::minmax(vertex(start), vertex(next(start))) == std::minmax(a, b))
-                corners.push_back(start);
-    });
     for (const int start : corners) {
         const int end = next(start), side = prev(start);
         const int added = addFace(middle, vertex(end), vertex(side), m_origin[size_t(start / 3)]);

@@ -109,6 +109,7 @@ private:
         unlink(corner);
         link(corner, v);
     }
+    std::vector<int> allEdgeCorners(int a, int b) const;
     int addVertexBetween(int a, int b);
     int addFace(int a, int b, int c, int origin);
     void removeFace(int face);

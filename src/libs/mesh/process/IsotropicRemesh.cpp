@@ -6,12 +6,26 @@
 #include "SurfaceMover.h"
 
 #include <numbers>
+#include <queue>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
 namespace mesh::process {
 
 namespace {
+
+// The queue gives the longest first; the numbers make it the same one on every run.
+struct LongEdge
+{
+    double squaredLength = 0;
+    int a = -1, b = -1;
+
+    bool operator<(const LongEdge &o) const
+    {
+        return std::tie(squaredLength, a, b) < std::tie(o.squaredLength, o.a, o.b);
+    }
+};
 
 // The rounds of one mesh. Lengths are compared squared.
 template<typename T>
@@ -20,12 +34,13 @@ class Remesher
 public:
     using Position = typename EditableSurface<T>::Position;
 
-    Remesher(const IsotropicRemeshSettings<T> &settings, double targetLength,
+    Remesher(const IsotropicRemeshSettings<T> &settings, double targetLength, qsizetype maxFaces,
              const io::Progress &progress)
         : m_settings(settings)
         , m_target(targetLength)
         , m_longest(square(4.0 / 3.0 * targetLength))
         , m_shortest(square(4.0 / 5.0 * targetLength))
+        , m_maxFaces(maxFaces)
         , m_progress(progress)
     {}
 
@@ -48,6 +63,7 @@ private:
 
     const IsotropicRemeshSettings<T> &m_settings;
     double m_target, m_longest, m_shortest;
+    qsizetype m_maxFaces; // past these no edge is split
     const io::Progress &m_progress;
     FeatureAnalysis<T> m_features;
 };
@@ -75,20 +91,35 @@ double Remesher<T>::squaredLength(const EditableSurface<T> &surface, int corner)
         .lengthSquared();
 }
 
-// New faces are appended and so are looked at in their turn.
+// The longest first: face by face, a long edge of one face not yet looked at could go on and on
+// making its neighbours thinner.
 template<typename T>
 bool Remesher<T>::splitLong(EditableSurface<T> &surface, StepProgress &watch) const
 {
-    for (int face = 0; face < surface.faceSlots(); ++face) {
-        for (bool isSplit = true; isSplit && surface.faceCount() < IsotropicRemesh<T>::maxFaces;) {
-            int longest = face * 3;
-            for (int corner = longest + 1; corner < face * 3 + 3; ++corner)
-                if (squaredLength(surface, corner) > squaredLength(surface, longest))
-                    longest = corner;
-            isSplit = squaredLength(surface, longest) > m_longest && surface.split(longest) >= 0;
-            if (!watch.advance())
-                return false;
-        }
+    std::priority_queue<LongEdge> queue;
+    const auto push = [&](int corner) {
+        const int a = surface.vertex(corner), b = surface.vertex(surface.next(corner));
+        const double squared = squaredLength(surface, corner);
+        if (squared > m_longest)
+            queue.push({squared, std::min(a, b), std::max(a, b)});
+    };
+    for (int corner = 0; corner < surface.faceSlots() * 3; ++corner) {
+        push(corner);
+        if (!watch.advance())
+            return false;
+    }
+    while (!queue.empty() && surface.faceCount() < m_maxFaces) {
+        const LongEdge edge = queue.top();
+        queue.pop();
+        const auto corners = surface.edgeCorners(edge.a, edge.b);
+        const int middle = corners.count > 0 ? surface.split(corners.corner[0]) : -1;
+        if (middle >= 0)
+            surface.forEachCorner(middle, [&](int c) {
+                push(c);
+                push(surface.prev(c));
+            });
+        if (!watch.advance())
+            return false;
     }
     return true;
 }
@@ -282,14 +313,18 @@ io::Result<void> IsotropicRemesh<T>::process(Mesh<T> &mesh, const ProcessOptions
         length = double(meanEdgeLength(mesh, edges));
     if (!(length > 0) || !std::isfinite(length) || !goesOn(options.progress))
         return {};
-    if (const double faces = expectedFaces(mesh, edges, length); faces > double(maxFaces))
+    const double faces = expectedFaces(mesh, edges, length);
+    if (faces > double(maxFaces))
         return io::Error{
             u"remesh to an edge length of %1 needs about %2 triangles, more than %3"_s.arg(length)
                 .arg(faces, 0, 'g', 3)
                 .arg(maxFaces),
             io::LimitExceeded};
     Mesh<T> remeshed = mesh, finished = mesh;
-    Remesher<T> remesher(m_settings, length, options.progress);
+    // An edge that cannot be split, too short for its numbers, would let its neighbours be split
+    // for ever.
+    const auto ample = qsizetype(4 * (std::isfinite(faces) ? faces : 0)) + 2 * mesh.elements.size();
+    Remesher<T> remesher(m_settings, length, ample, options.progress);
     bool isRunning = remesher.analyze(mesh);
     for (int round = 0; isRunning && round < std::max(m_settings.iterations, 1); ++round) {
         isRunning = remesher.runRound(remeshed);

@@ -18,15 +18,19 @@ namespace {
 struct Candidate
 {
     double cost = 0;
+    float length = 0; // squared
     int a = -1, b = -1;
     quint32 versions = 0;
 
-    // Turned round, since the queue gives the largest first; by number where costs are equal, so
-    // that every run takes the same.
+    // Turned round, since the queue gives the largest first. In a plane all costs are nothing:
+    // there short edges go first, or one vertex would eat up all others and be slow with so many
+    // neighbours. By number in the end, so that every run takes the same.
     bool operator<(const Candidate &o) const
     {
         if (cost != o.cost)
             return cost > o.cost;
+        if (length != o.length)
+            return length > o.length;
         return a != o.a ? a > o.a : b > o.b;
     }
 };
@@ -136,8 +140,11 @@ void Simplifier<T>::push(int a, int b)
     Quadric<double> sum = m_quadrics[size_t(a)];
     sum += m_quadrics[size_t(b)];
     const double cost = sum.evaluate(target(plan));
+    const double squared = (m_surface.position(a) - m_surface.position(b)).lengthSquared();
+    // What is less is rounding, and would make an order of its own.
+    const double noise = 1e-10 * sum.area * squared;
     if (std::isfinite(cost))
-        m_queue.push({std::max(cost, 0.0), a, b, versions(a, b)});
+        m_queue.push({cost > noise ? cost : 0, float(squared), a, b, versions(a, b)});
 }
 
 template<typename T>
@@ -246,10 +253,10 @@ io::Result<void> QuadricSimplification<T>::process(Mesh<T> &mesh,
         return {};
     StepProgress watch(options.progress, mesh.elements.size() * 8);
     const auto before = TopologySnapshot::of(mesh, options.progress);
-    if (!watch.advance(mesh.elements.size()))
+    if (!goesOn(options.progress))
         return {};
     auto features = analyzeFeatures(mesh, m_settings.featureAngle, options.progress);
-    if (!watch.advance(mesh.elements.size()))
+    if (!goesOn(options.progress))
         return {};
     addMaterialBorders(mesh, features);
     if (!m_settings.preserveBoundary)
