@@ -21,9 +21,11 @@ class ZirnTaskContext : public QObject
     Q_OBJECT
 
 public:
-    /// @param timeLimit  counted from here; absent or zero for none
-    explicit ZirnTaskContext(QString planId, ZirnUIDriver *uiDriver = nullptr,
-                             std::optional<std::chrono::seconds> timeLimit = {});
+    explicit ZirnTaskContext(QString planId, ZirnUIDriver *uiDriver = nullptr);
+
+    /// Lets isCancelled() become true after that time; zero or less for no limit. On the context's
+    /// thread, before the task is called.
+    void setTimeLimit(std::chrono::seconds limit);
 
     QString planId() const { return m_planId; }
     /// The runtime's channel to the interface; null without one.

@@ -12,6 +12,7 @@
 namespace corvane::zirn {
 
 class PlanRun;
+struct PlanServices;
 class RuntimeChannel;
 class ZirnAuthContext;
 class ZirnHistoryDatabase;
@@ -83,12 +84,11 @@ signals:
     void planCompleted(const corvane::zirn::TaskPlanResult &result);
 
 private:
-    struct Services;
-
     bool reject(const TaskPlan &plan, const QString &message);
-    void start(std::shared_ptr<PlanRun> run);
+    bool start(const std::shared_ptr<PlanRun> &run);
+    QStringList resourcesOf(const TaskPlan &plan) const;
 
-    std::unique_ptr<Services> m_services;
+    std::unique_ptr<PlanServices> m_services;
     std::shared_ptr<RuntimeChannel> m_channel; ///< shared with the plan threads
 };
 

@@ -1,0 +1,192 @@
+#include <corvane/zirn/PermissionStore.h>
+
+#include <corvane/zirn/MethodGate.h>
+#include <corvane/zirn/SetAside.h>
+#include <store/SafeFile.h>
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLoggingCategory>
+#include <QMutexLocker>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::zirn {
+
+Q_LOGGING_CATEGORY(lcPermissions, "ondrel.zirn.permissions")
+
+namespace {
+
+constexpr qint64 maxFileSize = 4 << 20;
+
+constexpr auto grantsKey = "grants"_L1;
+constexpr auto scopeKey = "scope"_L1;
+constexpr auto allowedKey = "allowed"_L1;
+constexpr auto expiresAtKey = "expiresAt"_L1;
+constexpr auto grantedAtKey = "grantedAt"_L1;
+
+bool outlivesSession(const PermissionGrant &grant)
+{
+    return grant.lifetime != GrantLifetime::Session;
+}
+
+/// Whether both are the same answer to the same question, for as long.
+bool sayTheSame(const PermissionGrant &a, const PermissionGrant &b)
+{
+    return a.scope == b.scope && a.lifetime == b.lifetime && a.allowed == b.allowed;
+}
+
+QJsonObject toJson(const PermissionGrant &grant)
+{
+    QJsonObject object{{scopeKey, grant.scope}, {allowedKey, grant.allowed}};
+    if (grant.lifetime == GrantLifetime::Timed)
+        object.insert(expiresAtKey, grant.expiresAt.toUTC().toString(Qt::ISODateWithMs));
+    if (grant.grantedAt.isValid())
+        object.insert(grantedAtKey, grant.grantedAt.toUTC().toString(Qt::ISODateWithMs));
+    return object;
+}
+
+std::optional<PermissionGrant> grantFromJson(const QJsonObject &object)
+{
+    PermissionGrant grant{.scope = object.value(scopeKey).toString(),
+                          .lifetime = object.contains(expiresAtKey) ? GrantLifetime::Timed
+                                                                    : GrantLifetime::Persistent,
+                          .allowed = object.value(allowedKey).toBool(),
+                          .expiresAt = {},
+                          .grantedAt = {}};
+    grant.expiresAt =
+        QDateTime::fromString(object.value(expiresAtKey).toString(), Qt::ISODateWithMs);
+    grant.grantedAt =
+        QDateTime::fromString(object.value(grantedAtKey).toString(), Qt::ISODateWithMs);
+    const bool isWhole = !grant.scope.isEmpty() && object.value(allowedKey).isBool() &&
+                         (outlivesSession(grant) &&
+                          (grant.lifetime != GrantLifetime::Timed || grant.expiresAt.isValid()));
+    return isWhole ? std::optional(grant) : std::nullopt;
+}
+
+/// One entry that makes no sense spoils the file: a denial could stand where it was.
+std::optional<QList<PermissionGrant>> grantsFromJson(const QByteArray &json)
+{
+    const QJsonValue list = QJsonDocument::fromJson(json).object().value(grantsKey);
+    if (!list.isArray())
+        return std::nullopt;
+    QList<PermissionGrant> grants;
+    const QJsonArray array = list.toArray();
+    for (const QJsonValue &entry : array) {
+        const auto grant = grantFromJson(entry.toObject());
+        if (!grant)
+            return std::nullopt;
+        grants.append(*grant);
+    }
+    return grants;
+}
+
+} // namespace
+
+QSharedPointer<PermissionStore> PermissionStore::create()
+{
+    return {new PermissionStore, &QObject::deleteLater};
+}
+
+PermissionAnswer PermissionStore::check(const QString &scope, const QDateTime &now) const
+{
+    const MethodGate gate(this);
+    const QMutexLocker lock(&m_mutex);
+    auto answer = PermissionAnswer::Ask;
+    for (const PermissionGrant &grant : m_grants) {
+        if (!grant.isValid(now) || !grant.matches(scope))
+            continue;
+        if (!grant.allowed)
+            return PermissionAnswer::Denied;
+        answer = PermissionAnswer::Allowed;
+    }
+    return answer;
+}
+
+QList<PermissionGrant> PermissionStore::grants() const
+{
+    const MethodGate gate(this);
+    const QMutexLocker lock(&m_mutex);
+    return m_grants;
+}
+
+void PermissionStore::addGrant(const PermissionGrant &grant)
+{
+    const MethodGate gate(this);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_grants.removeIf([&grant](const PermissionGrant &old) { return sayTheSame(old, grant); });
+        m_grants.append(grant);
+    }
+    emit grantsChanged();
+}
+
+bool PermissionStore::removeGrants(const QString &scope)
+{
+    const MethodGate gate(this);
+    return removeIf([&scope](const PermissionGrant &grant) { return grant.scope == scope; });
+}
+
+bool PermissionStore::removeGrants(GrantLifetime lifetime)
+{
+    const MethodGate gate(this);
+    return removeIf(
+        [lifetime](const PermissionGrant &grant) { return grant.lifetime == lifetime; });
+}
+
+template<typename Predicate>
+bool PermissionStore::removeIf(Predicate isUnwanted)
+{
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (m_grants.removeIf(isUnwanted) == 0)
+            return false;
+    }
+    emit grantsChanged();
+    return true;
+}
+
+bool PermissionStore::load(const QString &path)
+{
+    const MethodGate gate(this);
+    std::optional<QList<PermissionGrant>> loaded = QList<PermissionGrant>();
+    QFile file(path);
+    if (file.exists()) {
+        if (!file.open(QIODevice::ReadOnly)) {
+            qCWarning(lcPermissions).noquote()
+                << "PermissionStore: cannot read" << path << "-" << file.errorString();
+            return false;
+        }
+        loaded = grantsFromJson(file.read(maxFileSize));
+        file.close();
+    }
+    if (!loaded)
+        qCWarning(lcPermissions).noquote()
+            << "PermissionStore: damaged file set aside as" << setAside(path);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_grants.removeIf(outlivesSession);
+        m_grants += loaded.value_or(QList<PermissionGrant>());
+    }
+    emit grantsChanged();
+    return loaded.has_value();
+}
+
+bool PermissionStore::save(const QString &path, QString *error) const
+{
+    const MethodGate gate(this);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QJsonArray array;
+    const QList<PermissionGrant> all = grants();
+    for (const PermissionGrant &grant : all) {
+        if (outlivesSession(grant) && grant.isValid(now))
+            array.append(toJson(grant));
+    }
+    return store::writeFile(path, QJsonDocument(QJsonObject{{grantsKey, array}}).toJson(), error);
+}
+
+} // namespace corvane::zirn
