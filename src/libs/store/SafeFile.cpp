@@ -136,7 +136,7 @@ public:
     ~TemporaryFile() { remove(); }
 
     // Answers the descriptor, -1 with errno set.
-    int create(const Target &target)
+    int create(const Target &target, bool ownerOnly)
     {
         constexpr int mostAttempts = 100;
         for (int i = 0; i < mostAttempts; ++i) {
@@ -145,7 +145,7 @@ public:
             m_slot = PendingFiles::add(m_path.constData());
             // Nobody reads along before the permissions of the old file are set.
             const int fd = openGuarded(m_path, O_WRONLY | O_CREAT | O_EXCL | O_TRUNC,
-                                       target.exists ? 0600 : 0666);
+                                       target.exists || ownerOnly ? 0600 : 0666);
             m_made = fd >= 0;
             if (m_made)
                 return fd;
@@ -187,9 +187,9 @@ private:
     bool m_made = false;
 };
 
-bool takeOverPermissions(int fd, const Target &target)
+bool takeOverPermissions(int fd, const Target &target, bool ownerOnly)
 {
-    mode_t mode = target.mode;
+    mode_t mode = ownerOnly ? S_IRUSR | S_IWUSR : target.mode;
     // Only root may give a file away; whoever gets a file of another owner must not get its set-id
     // bits.
     if (::fchown(fd, target.owner, target.group) != 0)
@@ -219,6 +219,7 @@ public:
     void cancel();
 
     const QString path;
+    bool isPrivate = false;
 
 protected:
     qint64 readData(char *, qint64) override { return -1; }
@@ -241,7 +242,7 @@ private:
     int m_fd = -1;
     qint64 m_synced = 0;   // up to here the disk was told to write
     qint64 m_unsynced = 0; // bytes written behind that
-    int m_failure = 0; // the first errno
+    int m_failure = 0;     // the first errno
 };
 
 bool SafeFile::Sink::fail(int failure)
@@ -259,10 +260,11 @@ bool SafeFile::Sink::openTarget()
         return false;
     if (const int failure = Target::resolve(path, m_target))
         return fail(failure);
-    m_fd = isDirect() ? openGuarded(m_target.path, O_WRONLY, 0) : m_temporary.create(m_target);
+    m_fd = isDirect() ? openGuarded(m_target.path, O_WRONLY, 0)
+                      : m_temporary.create(m_target, isPrivate);
     if (m_fd < 0)
         return fail(errno);
-    if (!isDirect() && m_target.exists && !takeOverPermissions(m_fd, m_target)) {
+    if (!isDirect() && m_target.exists && !takeOverPermissions(m_fd, m_target, isPrivate)) {
         fail(errno);
         cancel();
         return false;
@@ -285,8 +287,8 @@ bool SafeFile::Sink::writeOut(const char *data, qsizetype size)
     return writeAll(m_fd, data, size) || fail(errno);
 }
 
-// The disk works while the rest is made, which leaves the sync at the end little to wait for. Only a
-// hint: what it can't do, the sync does.
+// The disk works while the rest is made, which leaves the sync at the end little to wait for. Only
+// a hint: what it can't do, the sync does.
 void SafeFile::Sink::startWriteback(qsizetype size)
 {
     m_unsynced += size;
@@ -364,6 +366,11 @@ SafeFile::SafeFile(const QString &path)
 
 SafeFile::~SafeFile() = default;
 
+void SafeFile::setPrivate()
+{
+    m_sink->isPrivate = true;
+}
+
 bool SafeFile::open()
 {
     return m_sink->openTarget();
@@ -429,7 +436,7 @@ bool probeWritable(const QString &path, QString *error)
     int failure = Target::resolve(path, target);
     if (failure == 0 && target.kind == Target::Kind::Replaceable) {
         TemporaryFile trial; // only making a file tells what mounts, quotas and access lists allow
-        const int fd = trial.create(target);
+        const int fd = trial.create(target, true);
         failure = fd < 0 ? errno : 0;
         if (fd >= 0)
             ::close(fd);

@@ -39,6 +39,9 @@ public:
     SafeFile(const SafeFile &) = delete;
     SafeFile &operator=(const SafeFile &) = delete;
 
+    /// Before open(): the file will be for its owner alone (0600), whatever the old one allowed.
+    void setPrivate();
+
     /// Finds the target and opens the temporary file. False with errorString() when that is not
     /// possible.
     [[nodiscard]] bool open();

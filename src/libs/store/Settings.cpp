@@ -1,0 +1,275 @@
+#include "Settings.h"
+
+#include "IniText.h"
+#include "PrivateFile.h"
+#include "SafeFile.h"
+#include "ShutdownLifecycle.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QRegularExpression>
+#include <QSettings>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+Q_LOGGING_CATEGORY(lcSettings, "ondrel.store.settings")
+
+namespace store {
+
+namespace {
+
+using Values = QMap<QString, QVariant>;
+
+constexpr QLatin1StringView keyPrefix{"custom/"};
+constexpr qint64 mostBytes = 16 * 1024 * 1024;
+
+struct Reading
+{
+    Values values;
+    QString damage;      ///< why the content cannot be used
+    QString unreachable; ///< why it cannot be read
+};
+
+// Values in Qt's binary form could claim any type and any size.
+bool holdsBinaryValues(const QByteArray &bytes)
+{
+    static const QRegularExpression binary(u"[=,]\\s*\"?@(Variant|DateTime)\\("_s);
+    return binary.match(QString::fromLatin1(bytes)).hasMatch();
+}
+
+Reading readFile(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        return {};
+    if (!info.isFile())
+        return {.values = {}, .damage = {}, .unreachable = u"not a regular file"_s};
+    if (info.size() > mostBytes)
+        return {.values = {}, .damage = u"it is larger than 16 MiB"_s, .unreachable = {}};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {.values = {}, .damage = {}, .unreachable = file.errorString()};
+    if (holdsBinaryValues(file.readAll()))
+        return {.values = {}, .damage = u"it holds values of unknown types"_s, .unreachable = {}};
+    const QSettings ini(path, QSettings::IniFormat);
+    if (ini.status() == QSettings::FormatError)
+        return {.values = {}, .damage = u"it is no INI file"_s, .unreachable = {}};
+    Values values;
+    const QStringList keys = ini.allKeys();
+    for (const QString &key : keys)
+        values.insert(key, ini.value(key));
+    return {.values = values, .damage = {}, .unreachable = {}};
+}
+
+QString iniPath(const Settings::Names &names)
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, names.organisation,
+                     names.application)
+        .fileName();
+}
+
+} // namespace
+
+Settings::Settings(const Names &names, QObject *parent)
+    : Settings(names, &QDateTime::currentMSecsSinceEpoch, parent)
+{}
+
+Settings::Settings(const Names &names, Clock clock, QObject *parent)
+    : QObject(parent)
+    , m_names(names)
+    , m_clock(std::move(clock))
+    , m_path(iniPath(names))
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &Settings::delayedSync);
+    load();
+    m_probe = ShutdownLifecycle::instance().registerProbe([this] { shutdownProbe(); });
+}
+
+Settings::~Settings()
+{
+    ShutdownLifecycle::instance().removeProbe(m_probe);
+    flush();
+}
+
+void Settings::load()
+{
+    const Reading reading = readFile(m_path);
+    m_values = reading.values;
+    if (!reading.damage.isEmpty())
+        setAsideFile(m_path, u"it is damaged (%1), and defaults are used"_s.arg(reading.damage));
+    if (!reading.unreachable.isEmpty())
+        qCWarning(lcSettings).noquote()
+            << u"ERROR: Could not create Settings for %1, %2, %3, %4: '%5': %6"_s.arg(
+                   m_names.group, m_names.organisation, m_names.domain, m_names.application, m_path,
+                   reading.unreachable);
+}
+
+QString Settings::pathOf(const QString &key) const
+{
+    const QString trimmed = key.trimmed();
+    if (trimmed.isEmpty()) {
+        qCWarning(lcSettings) << "ERROR: Key was empty";
+        return {};
+    }
+    return m_names.group + u'/' + keyPrefix + trimmed;
+}
+
+// ------------------------------------------------------------------ values
+
+QVariant Settings::getCustomSetting(const QString &key, const QVariant &defaultValue) const
+{
+    const QString path = pathOf(key);
+    return path.isEmpty() ? defaultValue : m_values.value(path, defaultValue);
+}
+
+int Settings::getCustomSettingInt(const QString &key, int defaultValue) const
+{
+    bool ok = false;
+    const int value = getCustomSetting(key).toInt(&ok);
+    return ok ? value : defaultValue;
+}
+
+double Settings::getCustomSettingDouble(const QString &key, double defaultValue) const
+{
+    bool ok = false;
+    const double value = getCustomSetting(key).toDouble(&ok);
+    return ok ? value : defaultValue;
+}
+
+bool Settings::getCustomSettingBool(const QString &key, bool defaultValue) const
+{
+    const QString word = getCustomSetting(key).toString().toLower();
+    if (word == "true"_L1 || word == "1"_L1)
+        return true;
+    if (word == "false"_L1 || word == "0"_L1)
+        return false;
+    return defaultValue;
+}
+
+QRect Settings::getCustomSettingRect(const QString &key, const QRect &defaultValue) const
+{
+    const QVariant value = getCustomSetting(key);
+    return value.typeId() == QMetaType::QRect ? value.toRect() : defaultValue;
+}
+
+QByteArray Settings::getCustomSettingByteArray(const QString &key,
+                                               const QByteArray &defaultValue) const
+{
+    const QVariant value = getCustomSetting(key);
+    return value.typeId() == QMetaType::QByteArray ? value.toByteArray() : defaultValue;
+}
+
+void Settings::setCustomSetting(const QString &key, const QVariant &value)
+{
+    writeThrottled(key, value);
+}
+
+void Settings::setCustomSettingInt(const QString &key, int value)
+{
+    writeThrottled(key, value);
+}
+
+void Settings::setCustomSettingDouble(const QString &key, double value)
+{
+    writeThrottled(key, value);
+}
+
+void Settings::setCustomSettingBool(const QString &key, bool value)
+{
+    writeThrottled(key, value);
+}
+
+void Settings::setCustomSettingRect(const QString &key, const QRect &value)
+{
+    writeThrottled(key, value);
+}
+
+void Settings::setCustomSettingByteArray(const QString &key, const QByteArray &value)
+{
+    writeThrottled(key, value);
+}
+
+void Settings::writeThrottled(const QString &key, const QVariant &value)
+{
+    const QString path = pathOf(key);
+    if (path.isEmpty())
+        return;
+    if (!hasIniForm(value)) {
+        qCWarning(lcSettings).noquote()
+            << u"ERROR: The value of '%1' has a type that settings cannot hold: %2"_s.arg(
+                   key, QString::fromUtf8(value.typeName()));
+        return;
+    }
+    m_values.insert(path, value);
+    m_changed.insert(path);
+    m_dirty = true;
+    sync();
+    emit customSettingChanged(key.trimmed());
+}
+
+// ------------------------------------------------------------------ the disk
+
+void Settings::sync()
+{
+    const qint64 passed = m_clock() - m_lastSyncMs;
+    if (passed > syncIntervalMs || passed < 0) { // the system's clock may have been set back
+        delayedSync();
+        return;
+    }
+    if (!m_timer.isActive())
+        m_timer.start(int(syncIntervalMs - passed));
+}
+
+void Settings::delayedSync()
+{
+    m_timer.stop();
+    if (!m_dirty)
+        return;
+    m_lastSyncMs = m_clock();
+    if (write())
+        m_dirty = false;
+}
+
+bool Settings::write()
+{
+    Reading disk = readFile(m_path);
+    QString error = disk.unreachable;
+    if (!disk.damage.isEmpty() &&
+        setAsideFile(m_path, u"it is damaged (%1)"_s.arg(disk.damage)).isEmpty())
+        error = disk.damage;
+    // What others have written since stays, unless it was changed here too.
+    Values merged = disk.damage.isEmpty() ? disk.values : m_values;
+    for (const QString &path : std::as_const(m_changed))
+        merged.insert(path, m_values.value(path));
+    if (error.isEmpty())
+        QDir().mkpath(QFileInfo(m_path).path());
+    if (!error.isEmpty() || !writeFile(m_path, iniText(merged), &error)) {
+        qCWarning(lcSettings).noquote()
+            << u"ERROR: Could not write settings to '%1': %2"_s.arg(m_path, error);
+        return false;
+    }
+    m_values = merged;
+    m_changed.clear();
+    return true;
+}
+
+void Settings::shutdownProbe()
+{
+    if (!m_dirty)
+        return;
+    const ShutdownHold hold(
+        ShutdownTask{.title = u"Settings"_s,
+                     .description = u"Flushing"_s,
+                     .detail = m_path,
+                     .name = u"settings.flush."_s + QFileInfo(m_path).fileName()});
+    flush();
+}
+
+} // namespace store
