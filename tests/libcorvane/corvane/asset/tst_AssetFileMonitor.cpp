@@ -1,0 +1,98 @@
+#include <corvane/asset/AssetFileMonitor.h>
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using corvane::asset::AssetFileMonitor;
+
+namespace {
+
+bool write(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+} // namespace
+
+class TstAssetFileMonitor : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+
+    void aChangeIsReported_data()
+    {
+        QTest::addColumn<QString>("way");
+        QTest::newRow("written") << u"write"_s;
+        QTest::newRow("replaced by rename") << u"rename"_s;
+        QTest::newRow("removed and made again") << u"remove"_s;
+    }
+
+    void aChangeIsReported()
+    {
+        QFETCH(const QString, way);
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(u"part.stl"_s), next = dir.filePath(u"next"_s);
+        QVERIFY(write(path, "one"));
+        AssetFileMonitor monitor;
+        QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
+        const QUuid a = QUuid::createUuid(), b = QUuid::createUuid();
+        monitor.watchPath(path, a);
+        monitor.watchPath(path, b);
+        // Twice: what replaced the file has to be watched as well.
+        for (int round = 1; round <= 2; ++round) {
+            changes.clear();
+            if (way == u"write"_s) {
+                QVERIFY(write(path, QByteArray(round * 10, 'x')));
+            } else if (way == u"rename"_s) {
+                QVERIFY(write(next, QByteArray(round * 10, 'x')));
+                QVERIFY(std::rename(qPrintable(next), qPrintable(path)) == 0);
+            } else {
+                QVERIFY(QFile::remove(path));
+                QCoreApplication::processEvents();
+                QVERIFY(write(path, QByteArray(round * 10, 'x')));
+            }
+            QTRY_VERIFY(!changes.isEmpty());
+            QCOMPARE(changes.first().at(0).toString(), path);
+            auto ids = changes.first().at(1).value<QList<QUuid>>();
+            QCOMPARE(QSet<QUuid>(ids.cbegin(), ids.cend()), (QSet<QUuid>{a, b}));
+            QTest::qWait(0);
+        }
+    }
+
+    void whatIsNotThereIsNotWatched()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(u"none.obj"_s);
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            qPrintable(u"AssetFileMonitor: Cannot watch non-existent file: "_s + path));
+        AssetFileMonitor monitor;
+        monitor.watchPath(path, QUuid::createUuid());
+    }
+
+    void afterClearNothingIsReported()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(u"part.stl"_s), other = dir.filePath(u"other.stl"_s);
+        QVERIFY(write(path, "one") && write(other, "one"));
+        AssetFileMonitor monitor;
+        QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
+        monitor.watchPath(path, QUuid::createUuid());
+        monitor.clear();
+        monitor.watchPath(other, QUuid::createUuid());
+        QVERIFY(write(path, "two") && write(other, "two"));
+        QTRY_VERIFY(!changes.isEmpty());
+        for (const auto &change : std::as_const(changes))
+            QCOMPARE(change.at(0).toString(), other);
+    }
+};
+
+QTEST_GUILESS_MAIN(TstAssetFileMonitor)
+#include "tst_AssetFileMonitor.moc"
