@@ -81,6 +81,7 @@ int ErrorManager::reportError(ErrorSeverity severity, const QString &source, con
         const QMutexLocker lock(&m_mutex);
         entry.id = m_nextId++;
         m_entries.append(entry);
+        ++countOf(m_counts, severity);
         if (!instanceId.isNull())
             m_idsByInstance[instanceId].append(entry.id);
         if (!source.isEmpty())
@@ -130,19 +131,19 @@ QList<ErrorEntry> ErrorManager::errorsForSource(const QString &source) const
 int ErrorManager::errorCount() const
 {
     const QMutexLocker lock(&m_mutex);
-    return countsLocked().errors;
+    return m_counts.errors;
 }
 
 int ErrorManager::warningCount() const
 {
     const QMutexLocker lock(&m_mutex);
-    return countsLocked().warnings;
+    return m_counts.warnings;
 }
 
 int ErrorManager::infoCount() const
 {
     const QMutexLocker lock(&m_mutex);
-    return countsLocked().infos;
+    return m_counts.infos;
 }
 
 void ErrorManager::clearForSource(const QString &source)
@@ -173,6 +174,7 @@ void ErrorManager::clearAll()
     {
         const QMutexLocker lock(&m_mutex);
         m_entries.clear();
+        m_counts = {};
         m_idsByInstance.clear();
         m_idsBySource.clear();
     }
@@ -180,24 +182,18 @@ void ErrorManager::clearAll()
     emitCounts();
 }
 
-ErrorManager::Counts ErrorManager::countsLocked() const
+int &ErrorManager::countOf(Counts &counts, ErrorSeverity severity)
 {
-    Counts counts;
-    for (const ErrorEntry &entry : m_entries) {
-        switch (entry.severity) {
-        case ErrorSeverity::Info:
-            ++counts.infos;
-            break;
-        case ErrorSeverity::Warning:
-            ++counts.warnings;
-            break;
-        case ErrorSeverity::Error:
-        case ErrorSeverity::Critical:
-            ++counts.errors;
-            break;
-        }
+    switch (severity) {
+    case ErrorSeverity::Info:
+        return counts.infos;
+    case ErrorSeverity::Warning:
+        return counts.warnings;
+    case ErrorSeverity::Error:
+    case ErrorSeverity::Critical:
+        break;
     }
-    return counts;
+    return counts.errors;
 }
 
 QList<ErrorEntry> ErrorManager::entriesLocked(const QList<int> &ids) const
@@ -218,6 +214,7 @@ QList<int> ErrorManager::removeLocked(const QList<int> &ids)
     m_entries.removeIf([&](const ErrorEntry &entry) {
         if (!removed.contains(entry.id))
             return false;
+        --countOf(m_counts, entry.severity);
         instances.insert(entry.instanceId);
         sources.insert(entry.source);
         return true;
@@ -240,7 +237,7 @@ void ErrorManager::emitCounts()
     Counts counts;
     {
         const QMutexLocker lock(&m_mutex);
-        counts = countsLocked();
+        counts = m_counts;
     }
     emit countsChanged(counts.errors, counts.warnings, counts.infos);
 }

@@ -79,7 +79,7 @@ private:
     {
         int errors = 0, warnings = 0, infos = 0;
     };
-    Counts countsLocked() const;
+    static int &countOf(Counts &counts, ErrorSeverity severity);
     QList<ErrorEntry> entriesLocked(const QList<int> &ids) const;
     QList<int> removeLocked(const QList<int> &ids);
     void announceRemoval(const QList<int> &ids);
@@ -87,6 +87,7 @@ private:
 
     mutable QMutex m_mutex;
     QList<ErrorEntry> m_entries; ///< ascending ids, so an id is found by bisection
+    Counts m_counts;             ///< kept along: counting at each report would be quadratic
     int m_nextId = 1;
     QHash<QUuid, QList<int>> m_idsByInstance;
     QHash<QString, QList<int>> m_idsBySource;
