@@ -5,6 +5,7 @@
 #include <corvane/model/LogicalScene.h>
 #include <support/LogicalSceneMaker.h>
 
+#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -117,6 +118,9 @@ private slots:
     void hugeScenesLoad_data();
     void hugeScenesLoad();
     void failedSaveLeavesTheOldFile();
+    void samplesAreThereInBothVersions();
+    void samplesAreStable_data();
+    void samplesAreStable();
 };
 
 void TstSceneVersion2::readsNodes()
@@ -717,6 +721,52 @@ void TstSceneVersion2::failedSaveLeavesTheOldFile()
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(u"^CorvaneDSLSerializer: cannot write "_s));
     QVERIFY(!CorvaneDSLSerializer::serializeLogicalToFile(scene, folder.path() + u"/no/where"_s));
+}
+
+void TstSceneVersion2::samplesAreThereInBothVersions()
+{
+    const QDir samples(QStringLiteral(CORVANE_SAMPLES));
+    const QStringList names{u"*.corvane"_s};
+    QCOMPARE(QDir(samples.filePath(u"v2"_s)).entryList(names), samples.entryList(names));
+    QVERIFY(samples.entryList(names).size() >= 10);
+}
+
+void TstSceneVersion2::samplesAreStable_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("hasNestedComponents");
+    const QDir samples(QStringLiteral(CORVANE_SAMPLES "/v2"));
+    const QStringList nested{u"bracket"_s, u"heat_sink"_s};
+    const auto files = samples.entryInfoList({u"*.corvane"_s});
+    for (const auto &file : files)
+        QTest::newRow(qPrintable(file.baseName()))
+            << file.filePath() << nested.contains(file.baseName());
+}
+
+void TstSceneVersion2::samplesAreStable()
+{
+    QFETCH(const QString, path);
+    QFETCH(const bool, hasNestedComponents);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString comment = QString::fromUtf8(file.readLine());
+    QVERIFY(comment.startsWith(u'#'));
+    const QString text = QString::fromUtf8(file.readAll());
+    const auto result = parse(text);
+    QCOMPARE(result.warnings, QStringList());
+    const LogicalScene &scene = *result.logicalScene;
+    const auto &nodes = scene.instances();
+    QVERIFY(std::any_of(nodes.cbegin(), nodes.cend(),
+                        [](const LogicalInstance &node) { return node.isContainer(); }));
+    bool isNested = false;
+    for (const auto &component : scene.componentRegistry()->definitions()) {
+        QVERIFY(!component.promotions.isEmpty());
+        isNested = isNested || !component.referencedComponentIds().isEmpty();
+    }
+    QCOMPARE(isNested, hasNestedComponents);
+    Corvane document;
+    DocumentBlock::apply(result.documentBlock, document);
+    QCOMPARE(CorvaneDSLSerializer::serializeLogical(scene, document), text);
 }
 
 QTEST_GUILESS_MAIN(TstSceneVersion2)

@@ -81,9 +81,10 @@ public:
 
     /// Adds a node of a definition, or of a component when the scene has one of that id, behind the
     /// parent's other children, or behind the roots when the parent is null or unknown. It gets a
-    /// unique name, the default material and the wrappers of its definition. Returns its id.
+    /// unique name, the default material and the wrappers of its definition. Returns its id; null,
+    /// and logged, when the parent is a component instance.
     QUuid addInstance(const QString &definitionId, const QUuid &parentId = {});
-    /// Null for an unknown component. An index out of range is the end.
+    /// The same for a component; null for an unknown one. An index out of range is the end.
     QUuid addComponentInstance(const QString &componentId, const QUuid &parentId = {},
                                qsizetype index = -1);
     /// Adds a group: a node without definition.
