@@ -41,6 +41,24 @@ double numberSetting(const Corvane &scene, const QString &key, double fallback)
     return ok ? value : fallback;
 }
 
+// What no int can hold is cut off, not undefined; the pipeline has limits of its own.
+int countSetting(const Corvane &scene, const QString &key, int fallback)
+{
+    constexpr double most = 1e9;
+    const double value = numberSetting(scene, key, fallback);
+    return qIsNaN(value) ? fallback : int(qBound(-most, value, most));
+}
+
+// A list of texts; one text alone is a list of one.
+QStringList textsSetting(const Corvane &scene, const QString &key)
+{
+    const QVariant value = scene.sceneSetting(u"export."_s + key);
+    QStringList texts = value.toStringList();
+    if (texts == QStringList(QString()))
+        texts.clear();
+    return texts;
+}
+
 QString extensionOf(const Corvane &scene)
 {
     switch (scene.sceneSetting(u"export.format"_s).toInt()) {
@@ -138,7 +156,13 @@ void addSettings(const Corvane &scene, const ExportOptions &options, ExportReque
     request.boundsMin = corner(u"min"_s, -5.0);
     request.boundsMax = corner(u"max"_s, 5.0);
     request.cellSize = options.cellSize.value_or(float(numberSetting(scene, u"cellSize"_s, 0.1)));
-    request.threadCount = int(numberSetting(scene, u"threadCount"_s, 0));
+    request.threadCount = countSetting(scene, u"threadCount"_s, request.threadCount);
+    request.chunkSize = countSetting(scene, u"chunkSize"_s, request.chunkSize);
+    request.extractor = int(corvane::xport::surfaceExtractorNamed(
+        scene.sceneSetting(u"export.extractor"_s).toString()));
+    request.sealed = scene.sceneSetting(u"export.sealed"_s).toBool();
+    request.autoBounds = scene.sceneSetting(u"export.autoBounds"_s).toBool();
+    request.postprocess = textsSetting(scene, u"postprocess"_s);
     request.backend = options.backend.value_or(int(numberSetting(scene, u"backend"_s, 0)));
 }
 

@@ -9,6 +9,7 @@
 #include <corvane/xport/CpuChunkProcessor.h>
 #include <corvane/xport/MeshBuilder.h>
 #include <corvane/xport/OctreeExport.h>
+#include <corvane/xport/PostProcessStep.h>
 #include <corvane/xport/VolumeExport.h>
 
 #include <mesh/io/IORegistry.h>
@@ -77,6 +78,12 @@ ExportResult ExportPipeline::execute(ExportRequest request,
 {
     if (request.algorithm == static_cast<int>(ExportAlgorithm::Direct))
         return exportDirect(request);
+    // A step that nobody knows is said before the meshing, not after it.
+    const QString stepError = request.algorithm == static_cast<int>(ExportAlgorithm::Volume)
+                                  ? QString()
+                                  : parsePostProcess(request.postprocess).error;
+    if (!stepError.isEmpty())
+        return ExportResult::failed(stepError);
     if (request.autoBounds)
         applyAutoBounds(request, definitions,
                         ChunkScheduler::resolveThreadCount(request.threadCount), m_cancelled);

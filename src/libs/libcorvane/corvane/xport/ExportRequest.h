@@ -15,6 +15,10 @@ enum class ExportBackend { Cpu = 0, Gpu = 1, Native = 2 };
 enum class ExportAlgorithm { Surface = 0, Volume = 1, Direct = 2 };
 enum class SurfaceExtractor { MarchingCubes = 0, DualContouring = 1, OctreeDualContouring = 2 };
 
+/// "DC" or "DualContouring", "DC-octree" or "DualContouringOctree", as settings and job records
+/// have it; any other word is marching cubes.
+SurfaceExtractor surfaceExtractorNamed(const QString &word);
+
 /// Everything that an export needs to know, by value: the compiled scene, the grid, the file.
 ///
 /// The integers `backend`, `algorithm` and `extractor` hold values of the enumerations above, as

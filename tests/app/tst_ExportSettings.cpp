@@ -1,0 +1,105 @@
+#include "app/Program.h"
+
+#include <mesh/io/MeshLoader.h>
+#include <support/MeshChecks.h>
+
+using namespace Qt::StringLiterals;
+
+/// What a scene's "export." settings ask for is what `corvane export` does.
+class TstExportSettings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void settingsShapeTheMesh_data();
+    void settingsShapeTheMesh();
+    void badStepIsTold();
+
+private:
+    ProgramRun exportWith(const QByteArray &settings) const;
+    QString output() const { return m_folder.filePath(u"out.stl"_s); }
+
+    QTemporaryDir m_folder;
+};
+
+// A post that pokes through the box at its ends.
+ProgramRun TstExportSettings::exportWith(const QByteArray &settings) const
+{
+    const QByteArray scene = "formatVersion: 1\n"
+                             "corvane:\n"
+                             "  version: 1\n"
+                             "  name: \"Post\"\n"
+                             "  settings:\n"
+                             "    export:\n"
+                             "      bounds:\n"
+                             "        minX: -1\n        minY: -1\n        minZ: -1\n"
+                             "        maxX: 1\n        maxY: 1\n        maxZ: 1\n"
+                             "      cellSize: 0.1\n" +
+                             settings +
+                             "  instances:\n"
+                             "    post:\n"
+                             "      type: box\n"
+                             "      params:\n"
+                             "        width: 0.47\n        height: 1.53\n        depth: 0.36\n"
+                             "  roots:\n"
+                             "    - post\n";
+    return runProgram(
+        {u"export"_s, writeFile(m_folder, u"post.corvane"_s, scene), u"-o"_s, output()});
+}
+
+void TstExportSettings::settingsShapeTheMesh_data()
+{
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<bool>("closed");
+    QTest::addColumn<double>("volume"); // 0 for one that does not matter
+    QTest::addColumn<int>("mostTriangles");
+    const double across = 4 * 0.47 * 0.36;
+    QTest::newRow("defaults") << QByteArray() << false << 0.0 << 3000;
+    QTest::newRow("sealed") << QByteArray("      sealed: true\n") << true << 0.0 << 3000;
+    // Half a cell within the ends, and sharp.
+    QTest::newRow("sharp") << QByteArray("      extractor: \"DC\"\n      sealed: true\n") << true
+                           << across * 1.9 << 3000;
+    QTest::newRow("octree") << QByteArray("      extractor: \"DC-octree\"\n      sealed: true\n")
+                            << true << across * 1.9 << 600;
+    QTest::newRow("found bounds")
+        << QByteArray("      extractor: \"DC\"\n      autoBounds: true\n      threadCount: 2\n"
+                      "      chunkSize: 8\n")
+        << true << across * 3.06 << 5000;
+    QTest::newRow("steps") << QByteArray("      extractor: \"DC\"\n      sealed: true\n"
+                                         "      postprocess:\n        - weld\n"
+                                         "        - coplanarMerge(1)\n")
+                           << true << across * 1.9 << 12;
+    QTest::newRow("steps in a line") << QByteArray("      extractor: \"DC\"\n      sealed: true\n"
+                                                   "      postprocess: [\"coplanarMerge\"]\n")
+                                     << true << across * 1.9 << 12;
+}
+
+void TstExportSettings::settingsShapeTheMesh()
+{
+    QFETCH(QByteArray, settings);
+    QFETCH(bool, closed);
+    QFETCH(double, volume);
+    QFETCH(int, mostTriangles);
+    const ProgramRun run = exportWith(settings);
+    QVERIFY2(run.status == 0, qPrintable(run.standardError));
+    QString error;
+    const auto loaded = mesh::io::MeshLoader::loadFromFile(output(), &error);
+    QVERIFY2(loaded, qPrintable(error));
+    const auto solid = support::welded(*loaded);
+    QCOMPARE(support::isClosedManifold(solid), closed);
+    QVERIFY2(solid.elements.size() <= mostTriangles,
+             qPrintable(QString::number(solid.elements.size())));
+    if (volume > 0.0)
+        QVERIFY2(std::fabs(support::signedVolume(solid) / volume - 1) < 0.005,
+                 qPrintable(QString::number(support::signedVolume(solid))));
+}
+
+void TstExportSettings::badStepIsTold()
+{
+    const ProgramRun run = exportWith("      postprocess: [\"polish\"]\n");
+    QCOMPARE(run.status, 3);
+    QVERIFY(run.lastErrorLine().contains(u"unknown postprocess step 'polish'"_s));
+}
+
+QTEST_GUILESS_MAIN(TstExportSettings)
+#include "tst_ExportSettings.moc"
