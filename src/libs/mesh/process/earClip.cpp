@@ -202,8 +202,9 @@ void EarClipper::push(int tip)
 int EarClipper::blocker(int tip) const
 {
     const PolygonPoint &a = point(prev(tip)), &b = point(tip), &c = point(next(tip));
+    // Near by as well: a cut that passes a corner closely leaves a needle that cannot be cut off.
     const double slack =
-        1e-9 * std::max({squaredDistance(a, b), squaredDistance(b, c), squaredDistance(c, a)});
+        1e-5 * std::max({squaredDistance(a, b), squaredDistance(b, c), squaredDistance(c, a)});
     int found = -1;
     m_grid.visit(a, b, c, [&](int i) {
         const PolygonPoint &p = point(i);
