@@ -1,0 +1,52 @@
+#include <corvane/ops/CorvaneUndoCommand.h>
+
+#include <corvane/ops/CorvaneOpExecutor.h>
+
+namespace corvane::ops {
+
+CorvaneUndoCommand::CorvaneUndoCommand(CorvaneOpExecutor *executor, const OpEntry &entry,
+                                       const QVariantMap &args, const OpChange &change,
+                                       const QString &text)
+    : QUndoCommand(text)
+    , m_executor(executor)
+    , m_entry(entry)
+    , m_args(args)
+    , m_category(change.category)
+    , m_itemId(change.itemId)
+    , m_before(change.before)
+    , m_after(change.after)
+{}
+
+void CorvaneUndoCommand::undo()
+{
+    switch (m_category) {
+    case OpCategory::ItemAdded:
+        m_executor->undoItemAdd(m_after);
+        break;
+    case OpCategory::ItemRemoved:
+        m_executor->undoItemRemove(m_before);
+        break;
+    case OpCategory::Modified:
+        m_executor->restoreModifyState(m_entry, m_itemId, m_before);
+        break;
+    }
+}
+
+void CorvaneUndoCommand::redo()
+{
+    if (std::exchange(m_skipFirstRedo, false))
+        return;
+    switch (m_category) {
+    case OpCategory::ItemAdded:
+        m_executor->redoItemAdd(m_after);
+        break;
+    case OpCategory::ItemRemoved:
+        m_executor->redoItemRemove(m_before);
+        break;
+    case OpCategory::Modified:
+        m_executor->restoreModifyState(m_entry, m_itemId, m_after);
+        break;
+    }
+}
+
+} // namespace corvane::ops

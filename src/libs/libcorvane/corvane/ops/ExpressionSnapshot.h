@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QVariantMap>
+
+namespace corvane::ops {
+
+struct OpContext;
+
+// Expressions follow a rename. Renaming back does not always give the old text (a name that was in
+// quotes without need loses them), so an op that renames records the texts that it touched.
+
+/// Every place of the scene that holds an expression: variables, items, nodes, components.
+QVariantMap captureExpressions(const OpContext &context);
+/// Leaves in both maps only what differs between them.
+void keepDifferences(QVariantMap &before, QVariantMap &after);
+/// Brings back what a map recorded; places that are gone are passed over.
+void restoreExpressions(OpContext &context, const QVariantMap &expressions);
+
+/// Rewrites a variable's name wherever the scene's expressions read it.
+void renameVariableInExpressions(OpContext &context, const QString &oldName,
+                                 const QString &newName);
+
+} // namespace corvane::ops

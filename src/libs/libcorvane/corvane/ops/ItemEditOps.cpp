@@ -1,0 +1,378 @@
+// Changes of what any node or item has: name, transform, material, tags, type data, proxy.
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/ops/ExpressionSnapshot.h>
+#include <corvane/ops/ItemOps.h>
+#include <corvane/ops/Logging.h>
+#include <corvane/ops/OpCall.h>
+#include <corvane/ops/OpContext.h>
+#include <corvane/ops/SceneSnapshot.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::ops {
+
+namespace {
+
+struct Transform
+{
+    QVector3D translate{};
+    QVector3D rotate{};
+    QVector3D scale{1.0f, 1.0f, 1.0f};
+};
+
+/// The parts of a transform: their argument, the letter of their state keys, and the field.
+struct TransformPart
+{
+    QLatin1StringView key;
+    char16_t letter;
+    QVector3D Transform::*field;
+};
+
+constexpr std::array<TransformPart, 3> transformParts{{
+    {"translate"_L1, u't', &Transform::translate},
+    {"rotate"_L1, u'r', &Transform::rotate},
+    {"scale"_L1, u's', &Transform::scale},
+}};
+
+QString axisKey(const TransformPart &part, int axis)
+{
+    return QString(QChar(part.letter)) + QChar(u"xyz"[axis]);
+}
+
+Transform transformOf(const OpContext &context, const QUuid &id)
+{
+    if (const model::LogicalInstance *node = context.node(id))
+        return {node->translate, node->rotate, node->scale};
+    const model::SceneItem item = context.document.item(id);
+    return {item.translate, item.rotate, item.scale};
+}
+
+void setTransform(OpContext &context, const QUuid &id, const Transform &transform)
+{
+    if (context.node(id)) {
+        context.tree->setInstanceTransform(id, transform.translate, transform.rotate,
+                                           transform.scale);
+        return;
+    }
+    model::SceneItem item = context.document.item(id);
+    item.translate = transform.translate;
+    item.rotate = transform.rotate;
+    item.scale = transform.scale;
+    context.document.updateItem(item);
+}
+
+QVariantMap transformState(const Transform &transform)
+{
+    QVariantMap state;
+    for (const TransformPart &part : transformParts) {
+        for (int axis = 0; axis < 3; ++axis)
+            state.insert(axisKey(part, axis), (transform.*part.field)[axis]);
+    }
+    return state;
+}
+
+/// The axes that the call gives, over those that are; the number of given ones, -1 when one can't
+/// be read.
+int readTransform(const OpCall &call, Transform &transform)
+{
+    int given = 0;
+    for (const TransformPart &part : transformParts) {
+        const auto triple = readAxes(call.value(part.key));
+        if (!triple)
+            return -1;
+        for (int axis = 0; axis < 3; ++axis) {
+            const auto single = readAxes(call.args().value(axisKey(part, axis)));
+            if (!single)
+                return -1;
+            const auto value = single->at(0) ? single->at(0) : triple->at(std::size_t(axis));
+            if (!value)
+                continue;
+            (transform.*part.field)[axis] = *value;
+            ++given;
+        }
+    }
+    return given;
+}
+
+QVariantMap materialState(const OpContext &context, const QUuid &id)
+{
+    const model::LogicalInstance *node = context.node(id);
+    const model::SceneItem item = node ? model::SceneItem(QUuid()) : context.document.item(id);
+    return {{u"material"_s, (node ? node->material : item.material).toVariantMap()},
+            {u"materialId"_s, idText(node ? node->materialId : item.materialId)}};
+}
+
+/// The values of a surface that stand among the arguments themselves.
+QVariantMap looseMaterial(const OpCall &call)
+{
+    QVariantMap material = call.map("material"_L1);
+    for (const auto key : {"albedo"_L1, "metallic"_L1, "roughness"_L1, "emission"_L1}) {
+        if (call.has(key))
+            material.insert(key, call.value(key));
+    }
+    return material;
+}
+
+QSet<QString> tagsOf(const OpContext &context, const QUuid &id)
+{
+    const model::LogicalInstance *node = context.node(id);
+    return node ? node->tags : context.document.item(id).tags;
+}
+
+void setTags(OpContext &context, const QUuid &id, const QSet<QString> &tags)
+{
+    if (context.node(id)) {
+        context.tree->setInstanceTags(id, tags);
+    } else if (context.document.item(id).tags != tags) {
+        model::SceneItem item = context.document.item(id);
+        item.tags = tags;
+        context.document.updateItem(item);
+    }
+}
+
+QVariantMap tagsState(const QSet<QString> &tags, const QStringList &touched)
+{
+    QVariantMap state;
+    for (const QString &tag : touched)
+        state.insert(tag, tags.contains(tag));
+    return {{u"tags"_s, state}};
+}
+
+/// The item and what stands below it, parents first.
+QList<QUuid> proxyScope(const OpContext &context, const QUuid &id)
+{
+    if (context.node(id))
+        return context.tree->subtree(id);
+    QList<QUuid> items{id};
+    QSet<QUuid> seen{id};
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        const QList<QUuid> below = context.document.hierarchyChildIds(items.at(i));
+        for (const QUuid &item : below) {
+            if (!seen.contains(item))
+                items.append(item);
+            seen.insert(item);
+        }
+    }
+    return items;
+}
+
+QVariantMap proxyState(const OpContext &context, const QUuid &id)
+{
+    QList<QUuid> proxies = proxyScope(context, id);
+    proxies.removeIf([&context](const QUuid &item) {
+        return !tagsOf(context, item).contains(model::ItemTags::Proxied);
+    });
+    return {{u"proxied"_s, idList(proxies)}};
+}
+
+void setProxied(OpContext &context, const QUuid &id, bool on)
+{
+    if (context.node(id))
+        context.tree->setInstanceTag(id, model::ItemTags::Proxied, on);
+    else
+        context.document.setProxied(id, on);
+}
+
+QString typeDataKey(const QString &key)
+{
+    return key == "parameters"_L1 ? u"params"_s : key;
+}
+
+} // namespace
+
+OpOutcome applyItemRename(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    if (!context.contains(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    const QString name = context.uniqueName(call.text("newName"_L1), id);
+    OpChange change{.itemId = id,
+                    .before = {{u"name"_s, context.nameOf(id)}},
+                    .after = {{u"name"_s, name}},
+                    .textArgs = {name}};
+    QVariantMap expressionsBefore = captureExpressions(context);
+    restoreName(context, id, change.after);
+    QVariantMap expressionsAfter = captureExpressions(context);
+    keepDifferences(expressionsBefore, expressionsAfter);
+    if (expressionsBefore != expressionsAfter) {
+        change.before.insert(u"expressions"_s, expressionsBefore);
+        change.after.insert(u"expressions"_s, expressionsAfter);
+    }
+    return change;
+}
+
+void restoreName(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    const QString name = state.value(u"name"_s).toString();
+    if (context.node(itemId)) {
+        context.tree->setInstanceName(itemId, name);
+    } else {
+        model::SceneItem item = context.document.item(itemId);
+        item.name = name;
+        context.document.updateItem(item);
+    }
+    restoreExpressions(context, state.value(u"expressions"_s).toMap());
+}
+
+OpOutcome applyItemSetTransform(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    if (!context.contains(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    const Transform before = transformOf(context, id);
+    Transform after = before;
+    const int given = readTransform(call, after);
+    if (given < 0)
+        return call.refuse(u"translate, rotate and scale are three finite numbers each"_s);
+    if (given == 0)
+        return call.refuse(u"missing translate, rotate or scale"_s);
+    setTransform(context, id, after);
+    return OpChange{.itemId = id,
+                    .before = transformState(before),
+                    .after = transformState(after),
+                    .scope = idText(id) + u"/transform"_s};
+}
+
+void restoreTransform(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    Transform transform;
+    for (const TransformPart &part : transformParts) {
+        for (int axis = 0; axis < 3; ++axis)
+            (transform.*part.field)[axis] = state.value(axisKey(part, axis)).toFloat();
+    }
+    setTransform(context, itemId, transform);
+}
+
+OpOutcome applyItemSetMaterial(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    const QVariantMap inlineMaterial = looseMaterial(call);
+    const bool hasId = call.args().contains(u"materialId"_s);
+    if (inlineMaterial.isEmpty() && !hasId)
+        return call.refuse(u"missing material or materialId"_s);
+    if (!context.contains(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    OpChange change{
+        .itemId = id, .before = materialState(context, id), .scope = idText(id) + u"/material"_s};
+    QVariantMap material = change.before.value(u"material"_s).toMap();
+    material.insert(inlineMaterial);
+    // A catalogue's material would win over the values that were asked for.
+    restoreMaterial(context, id,
+                    {{u"material"_s, material},
+                     {u"materialId"_s, hasId ? idText(call.id("materialId"_L1)) : QString()}});
+    change.after = materialState(context, id);
+    return change;
+}
+
+void restoreMaterial(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    const auto material = model::Material::fromVariantMap(state.value(u"material"_s).toMap());
+    const QUuid materialId = OpCall::toId(state.value(u"materialId"_s));
+    if (context.node(itemId)) {
+        context.tree->setInstanceMaterial(itemId, material, materialId);
+        return;
+    }
+    model::SceneItem item = context.document.item(itemId);
+    item.material = material;
+    item.materialId = materialId;
+    context.document.updateItem(item);
+}
+
+OpOutcome applyItemSetTags(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    const QStringList add = call.words("add"_L1);
+    const QStringList remove = call.words("remove"_L1);
+    if (add.isEmpty() && remove.isEmpty())
+        return call.refuse(u"missing add or remove"_s);
+    if (add.contains(QString()))
+        return call.refuse(u"a tag is empty"_s);
+    if (!context.contains(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    const QSet<QString> before = tagsOf(context, id);
+    QSet<QString> after = before - QSet<QString>(remove.cbegin(), remove.cend());
+    after.unite(QSet<QString>(add.cbegin(), add.cend()));
+    setTags(context, id, after);
+    return OpChange{.itemId = id,
+                    .before = tagsState(before, add + remove),
+                    .after = tagsState(after, add + remove)};
+}
+
+void restoreTags(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    QSet<QString> tags = tagsOf(context, itemId);
+    const QVariantMap touched = state.value(u"tags"_s).toMap();
+    for (auto it = touched.cbegin(); it != touched.cend(); ++it) {
+        if (it->toBool())
+            tags.insert(it.key());
+        else
+            tags.remove(it.key());
+    }
+    setTags(context, itemId, tags);
+}
+
+OpOutcome applyItemSetTypeData(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    const QString key = typeDataKey(call.text("key"_L1));
+    if (!context.document.hasItem(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    if (model::kCommonKeys().contains(key))
+        return call.refuse(u"no key of the type data:"_s, key);
+    const auto state = [&context, &id, &key] {
+        const QVariantMap typeData = context.document.item(id).typeData;
+        QVariantMap map{{u"key"_s, key}};
+        if (typeData.contains(key))
+            map.insert(u"value"_s, typeData.value(key));
+        return map;
+    };
+    OpChange change{
+        .itemId = id, .before = state(), .textArgs = {key}, .scope = idText(id) + u'/' + key};
+    QVariantMap wanted{{u"key"_s, key}};
+    if (call.has("value"_L1))
+        wanted.insert(u"value"_s, call.value("value"_L1));
+    restoreTypeData(context, id, wanted);
+    change.after = state();
+    return change;
+}
+
+void restoreTypeData(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    model::SceneItem item = context.document.item(itemId);
+    const QString key = state.value(u"key"_s).toString();
+    if (state.contains(u"value"_s))
+        item.typeData.insert(key, state.value(u"value"_s));
+    else
+        item.typeData.remove(key);
+    context.document.updateItem(item);
+}
+
+OpOutcome applyItemSetProxy(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    if (!context.contains(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    OpChange change{.itemId = id, .before = proxyState(context, id)};
+    const bool on = call.flag("proxied"_L1);
+    setProxied(context, id, on);
+    if (on && context.node(id)) {
+        const QList<QUuid> nodes = context.tree->subtree(id).mid(1);
+        for (const QUuid &node : nodes)
+            setProxied(context, node, false);
+    }
+    change.after = proxyState(context, id);
+    return change;
+}
+
+void restoreProxy(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    const QList<QUuid> listed = idsOf(state.value(u"proxied"_s));
+    const QSet<QUuid> proxies(listed.cbegin(), listed.cend());
+    // Parents first: setting one in the document clears those below, which a file may have nested.
+    const QList<QUuid> scope = proxyScope(context, itemId);
+    for (const QUuid &id : scope)
+        setProxied(context, id, proxies.contains(id));
+}
+
+} // namespace corvane::ops

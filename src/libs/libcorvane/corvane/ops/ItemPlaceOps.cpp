@@ -1,0 +1,105 @@
+// Moving nodes in the tree, and items in the display tree.
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/ops/ItemOps.h>
+#include <corvane/ops/OpCall.h>
+#include <corvane/ops/OpContext.h>
+#include <corvane/ops/SceneSnapshot.h>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::ops {
+
+namespace {
+
+QVariantMap nodePlace(const OpContext &context, const QUuid &id)
+{
+    const Placement place = placementOf(*context.tree, id);
+    return {{u"csgParentId"_s, idText(place.parentId)},
+            {u"csgIndex"_s, place.index},
+            {StateKeys::itemType, model::ItemTypes::Sdf}};
+}
+
+OpOutcome moveNode(OpContext &context, const OpCall &call, const QUuid &id)
+{
+    const QUuid parentId = call.id("newParentId"_L1);
+    OpChange change{.itemId = id, .before = nodePlace(context, id)};
+    const model::LogicalScene::Batch batch(*context.tree);
+    if (!context.tree->moveInstance(id, parentId, call.number("insertIndex"_L1, -1)))
+        return call.refuse(u"refused:"_s, id);
+    change.after = nodePlace(context, id);
+    return change;
+}
+
+/// Moving an item numbers its new siblings anew, so that their numbers are part of the state.
+QVariantMap itemPlace(const OpContext &context, const QUuid &id, const QList<QUuid> &siblings)
+{
+    QVariantMap order;
+    for (const QUuid &sibling : siblings)
+        order.insert(idText(sibling), context.document.item(sibling).sortOrder);
+    const model::SceneItem item = context.document.item(id);
+    return {{u"parentId"_s, idText(item.parentId)},
+            {u"sortOrder"_s, item.sortOrder},
+            {u"order"_s, order},
+            {StateKeys::itemType, item.itemType}};
+}
+
+OpOutcome moveItem(OpContext &context, const OpCall &call, const QUuid &id)
+{
+    const QUuid parentId = call.id("newParentId"_L1);
+    if (!parentId.isNull() && !context.document.hasItem(parentId))
+        return call.refuse(u"parent not found:"_s, parentId);
+    const QList<QUuid> siblings = context.document.hierarchyChildIds(parentId);
+    OpChange change{.itemId = id, .before = itemPlace(context, id, siblings)};
+    if (!context.document.moveHierarchyItem(id, parentId, call.number("insertIndex"_L1, -1)))
+        return call.refuse(u"refused:"_s, id);
+    change.after = itemPlace(context, id, siblings);
+    return change;
+}
+
+void restoreNodePlace(OpContext &context, const QUuid &id, const QVariantMap &state)
+{
+    const QUuid parentId = OpCall::toId(state.value(u"csgParentId"_s));
+    qsizetype index = state.value(u"csgIndex"_s).toLongLong();
+    const Placement now = placementOf(*context.tree, id);
+    // moveInstance() counts by the list as it is before the move.
+    if (now.parentId == parentId && now.index >= 0 && now.index < index)
+        ++index;
+    context.tree->moveInstance(id, parentId, index);
+}
+
+void restoreSortOrder(OpContext &context, const QUuid &id, qint32 sortOrder)
+{
+    if (!context.document.hasItem(id))
+        return;
+    model::SceneItem item = context.document.item(id);
+    if (std::exchange(item.sortOrder, sortOrder) != sortOrder)
+        context.document.updateItem(item);
+}
+
+} // namespace
+
+OpOutcome applyItemSetParent(OpContext &context, const OpCall &call)
+{
+    const QUuid id = call.id("itemId"_L1);
+    if (!context.contains(id))
+        return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
+    return context.node(id) ? moveNode(context, call, id) : moveItem(context, call, id);
+}
+
+void restorePlace(OpContext &context, const QUuid &itemId, const QVariantMap &state)
+{
+    if (context.node(itemId) && state.contains(u"csgIndex"_s)) {
+        restoreNodePlace(context, itemId, state);
+        return;
+    }
+    model::SceneItem item = context.document.item(itemId);
+    item.parentId = OpCall::toId(state.value(u"parentId"_s));
+    item.sortOrder = state.value(u"sortOrder"_s).toInt();
+    context.document.updateItem(item);
+    const QVariantMap order = state.value(u"order"_s).toMap();
+    for (auto it = order.cbegin(); it != order.cend(); ++it)
+        restoreSortOrder(context, QUuid::fromString(it.key()), it->toInt());
+}
+
+} // namespace corvane::ops

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QLatin1StringView>
+#include <QStringList>
+#include <QUuid>
+#include <QVariantMap>
+#include <QVector3D>
+
+#include <array>
+#include <optional>
+
+namespace corvane::ops {
+
+/// The arguments of one op, read by type, and the road of its refusal.
+class OpCall
+{
+public:
+    OpCall(QLatin1StringView kind, const QVariantMap &args)
+        : m_kind(kind)
+        , m_args(args)
+    {}
+
+    const QVariantMap &args() const { return m_args; }
+    bool has(QLatin1StringView key) const { return value(key).isValid(); }
+    QVariant value(QLatin1StringView key) const { return m_args.value(QString(key)); }
+    QString text(QLatin1StringView key) const { return value(key).toString(); }
+    bool flag(QLatin1StringView key) const { return value(key).toBool(); }
+    QVariantMap map(QLatin1StringView key) const { return value(key).toMap(); }
+    QStringList words(QLatin1StringView key) const { return value(key).toStringList(); }
+    int number(QLatin1StringView key, int fallback) const;
+    /// Null when it is missing, empty, or no uuid.
+    QUuid id(QLatin1StringView key) const { return toId(value(key)); }
+    QList<QUuid> ids(QLatin1StringView key) const;
+    /// Whether a place is named at all: an empty id is the top.
+    bool namesId(QLatin1StringView key) const { return !text(key).isEmpty() && !id(key).isNull(); }
+
+    /// Logs "<kind>: <reason> <detail>". For `return call.refuse(...)`.
+    std::nullopt_t refuse(const QString &reason, const QString &detail = {}) const;
+    std::nullopt_t refuse(const QString &reason, const QUuid &id) const;
+
+    static QUuid toId(const QVariant &value);
+
+private:
+    QLatin1StringView m_kind;
+    const QVariantMap &m_args;
+};
+
+/// The three axes of a transform's part, each where it is given: a list of up to three numbers, a
+/// vector, a map of "x", "y", "z", or for all axes one number. None when it can't be read.
+std::optional<std::array<std::optional<float>, 3>> readAxes(const QVariant &value);
+
+} // namespace corvane::ops

@@ -1,0 +1,32 @@
+# Edits of a scene with undo, and the models that show its tree.
+
+set(CORVANE_ITEM_SOURCES)
+include(${CMAKE_CURRENT_LIST_DIR}/item_sources.cmake OPTIONAL)
+
+corvane_library(corvane_ops
+    AREAS ops item
+    SOURCES
+        corvane/ops/ComponentEditOps.cpp
+        corvane/ops/ComponentMaterializer.cpp
+        corvane/ops/ComponentOps.cpp
+        corvane/ops/ComponentState.cpp
+        corvane/ops/CorvaneOpDescriber.cpp
+        corvane/ops/CorvaneOpExecutor.cpp
+        corvane/ops/CorvaneServiceLocator.cpp
+        corvane/ops/CorvaneUndoCommand.cpp
+        corvane/ops/DefinitionOps.cpp
+        corvane/ops/ExpressionSnapshot.cpp
+        corvane/ops/ItemEditOps.cpp
+        corvane/ops/ItemOps.cpp
+        corvane/ops/ItemPlaceOps.cpp
+        corvane/ops/MaterialOps.cpp
+        corvane/ops/OpCall.cpp
+        corvane/ops/OpCatalogue.cpp
+        corvane/ops/OpContext.cpp
+        corvane/ops/SceneSnapshot.cpp
+        corvane/ops/SdfOps.cpp
+        corvane/ops/SettingsOps.cpp
+        corvane/ops/VarsetOps.cpp
+        corvane/ops/WrapperMerge.cpp
+        ${CORVANE_ITEM_SOURCES}
+    LINKS corvane_model Qt6::Core Qt6::Gui)
