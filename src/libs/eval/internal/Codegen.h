@@ -18,9 +18,9 @@ struct NativeOutput
 struct NativeUnit
 {
     bool isSupported = true; ///< false: something in it has no C++ form
-    QString refusal;         ///< set when the text would take too long to compile
-    QByteArray text;
-    QList<NativeOutput> outputs;
+    QString refusal{};       ///< set when the text would take too long to compile
+    QByteArray text{};
+    QList<NativeOutput> outputs{};
     bool hasRow = false; ///< whether `eval_row` is there
 };
 
