@@ -9,29 +9,59 @@ namespace corvane::model {
 namespace {
 
 const QString coreSuffix = QStringLiteral("core");
+const QString namePrefix = QStringLiteral("__c_");
+constexpr qsizetype nameDigits = 8;
+constexpr qsizetype usualItemsPerNode = 4;
 
-/// "core" is no definition, but nothing keeps a file from having one of that id.
-QUuid wrapperItemId(const QUuid &nodeId, const QString &wrapperId)
+/// An id of its own for each pair, as random as either. A hash of the pair would serve as well, but
+/// not as fast.
+QUuid combined(const QUuid &id, const QUuid &mask)
 {
-    return QUuid::createUuidV5(nodeId, u"wrapper "_s + wrapperId);
+    QUuid made(id);
+    made.data1 ^= mask.data1;
+    made.data2 ^= mask.data2;
+    made.data3 = ushort((made.data3 ^ mask.data3) & 0x0fff) | 0x8000; // version 8: by own rules
+    for (std::size_t i = 0; i < std::size(made.data4); ++i)
+        made.data4[i] ^= mask.data4[i];
+    made.data4[0] = uchar((made.data4[0] & 0x3f) | 0x80);
+    return made;
 }
 
 } // namespace
 
-CompiledItems::CompiledItems(Corvane &document, const QSet<QUuid> &replaced)
+CompiledItems::CompiledItems(Corvane &document, const QSet<QUuid> &replaced, qsizetype nodeCount)
     : m_document(document)
     , m_replaced(replaced)
     , m_compilation(document)
-{}
+{
+    m_items.reserve(std::size_t(nodeCount * usualItemsPerNode));
+    m_indices.reserve(nodeCount * usualItemsPerNode);
+    m_shortNames.reserve(nodeCount);
+    findForeignNames();
+}
+
+void CompiledItems::findForeignNames()
+{
+    const QMap<QString, QUuid> names = m_document.nameIndex();
+    for (auto it = names.lowerBound(namePrefix);
+         it != names.cend() && it.key().startsWith(namePrefix); ++it) {
+        if (!m_replaced.contains(*it))
+            m_takenNames.insert(it.key());
+    }
+}
 
 CompiledInstanceMapping CompiledItems::addNode(const LogicalInstance &node)
 {
-    CompiledInstanceMapping mapping{
-        .logicalId = node.id, .coreId = {}, .wrapperIds = {}, .outerId = {}};
-    mapping.coreId =
-        add(node, node.definitionId, coreSuffix, QUuid::createUuidV5(node.id, coreSuffix));
+    CompiledInstanceMapping mapping;
+    mapping.logicalId = node.id;
+    mapping.coreId = wrapperItemId(node.id, {});
     mapping.outerId = mapping.coreId;
-    m_compilation.fillCore(pending(mapping.coreId).item, node, before(mapping.coreId));
+    Pending &core = add(node, node.definitionId, mapping.coreId);
+    core.item.name = nameFor(node.id, coreSuffix);
+    core.provenance.role = SDFNodeProvenance::Role::Core;
+    core.item.tags = NodeCompilation::coreTags(node);
+    core.params = NodeCompilation::coreParameters(node, before(mapping.coreId));
+    m_compilation.fillSurface(core.item, node);
     addWrappers(node, mapping);
     return mapping;
 }
@@ -39,44 +69,46 @@ CompiledInstanceMapping CompiledItems::addNode(const LogicalInstance &node)
 CompiledInstanceMapping CompiledItems::addComponentInstance(const LogicalInstance &node,
                                                             const CompiledInstanceMapping &root)
 {
-    CompiledInstanceMapping mapping{
-        .logicalId = node.id, .coreId = root.coreId, .wrapperIds = {}, .outerId = root.outerId};
+    CompiledInstanceMapping mapping;
+    mapping.logicalId = node.id;
+    mapping.coreId = root.coreId;
+    mapping.outerId = root.outerId;
     addWrappers(node, mapping);
     return mapping;
 }
 
 void CompiledItems::addWrappers(const LogicalInstance &node, CompiledInstanceMapping &mapping)
 {
+    static const QSet<QString> tags{ItemTags::Compiled};
     for (auto wrapper = node.wrappers.crbegin(); wrapper != node.wrappers.crend(); ++wrapper) {
         const QString &wrapperId = wrapper->definitionId;
         if (wrapperId.isEmpty() || mapping.wrapperIds.contains(wrapperId))
             continue;
-        const QUuid id = add(node, wrapperId, wrapperId, wrapperItemId(node.id, wrapperId));
-        Instance &item = pending(id).item;
-        item.tags = {ItemTags::Compiled};
-        m_compilation.fillWrapper(item, *wrapper, before(id));
-        NodeCompilation::applyConnectedTransform(item, wrapperId, node);
+        const QUuid id = wrapperItemId(node.id, wrapperId);
+        Pending &made = add(node, wrapperId, id);
+        made.item.name = nameFor(node.id, wrapperId);
+        made.item.tags = tags;
+        made.provenance.role = classifyRoleForSuffix(wrapperId);
+        made.provenance.roleDetail = wrapperId;
+        made.params = m_compilation.wrapperParameters(*wrapper, before(id));
+        NodeCompilation::applyConnectedTransform(made.params, wrapperId, node);
         setChildren(id, {mapping.outerId});
         mapping.wrapperIds.insert(wrapperId, id);
         mapping.outerId = id;
     }
 }
 
-QUuid CompiledItems::add(const LogicalInstance &node, const QString &definitionId,
-                         const QString &suffix, const QUuid &id)
+CompiledItems::Pending &CompiledItems::add(const LogicalInstance &node, const QString &definitionId,
+                                           const QUuid &id)
 {
-    Pending made{Instance(SceneItem(id)), {}, {}};
+    m_indices.insert(id, m_items.size());
+    m_items.push_back({Instance(SceneItem(id)), {}, {}, {}});
+    Pending &made = m_items.back();
     made.item.setDefinitionId(definitionId);
-    made.item.name = nameFor(node.id, suffix);
     made.provenance.compiledId = id;
     made.provenance.sourceItemId = node.id;
     made.provenance.sourceItemName = node.name;
-    made.provenance.role = classifyRoleForSuffix(suffix);
-    if (suffix != coreSuffix)
-        made.provenance.roleDetail = suffix;
-    m_indices.insert(id, m_items.size());
-    m_items.push_back(std::move(made));
-    return id;
+    return made;
 }
 
 QVariantMap CompiledItems::before(const QUuid &id) const
@@ -86,62 +118,61 @@ QVariantMap CompiledItems::before(const QUuid &id) const
 
 void CompiledItems::setChildren(const QUuid &coreId, const QList<QUuid> &outerIds)
 {
-    QVariantList children;
-    children.reserve(outerIds.size());
-    const QString parentName = pending(coreId).item.name;
+    Pending &parent = pending(coreId);
+    parent.children.reserve(outerIds.size());
     for (const QUuid &outerId : outerIds) {
         Pending &child = pending(outerId);
-        child.provenance.parentCompiledId = parentName;
-        children.append(QString(u'@' + child.item.name));
+        child.provenance.parentCompiledId = parent.item.name;
+        parent.children.append(QString(u'@' + child.item.name));
     }
-    pending(coreId).children = children;
-}
-
-QSet<QUuid> CompiledItems::ids() const
-{
-    QSet<QUuid> ids;
-    ids.reserve(qsizetype(m_items.size()));
-    for (const Pending &made : m_items)
-        ids.insert(made.item.id);
-    return ids;
 }
 
 void CompiledItems::store()
 {
-    // Before the items go: the list of roots is searched for each that is removed.
-    m_document.setRoots({});
-    for (const QUuid &id : m_replaced) {
-        if (!m_indices.contains(id))
-            m_document.removeItem(id);
-    }
+    QList<SceneItem> items;
+    items.reserve(qsizetype(m_items.size()));
     for (Pending &made : m_items) {
         if (!made.children.isEmpty())
-            made.item.setLiteral(u"children"_s, made.children);
+            made.params.insert(u"children"_s,
+                               QVariant::fromValue(ParameterValue::fromLiteral(made.children)));
+        made.item.setRawParams(made.params);
         made.item.setProvenance(made.provenance);
-        m_document.addItem(made.item);
+        items.append(made.item);
     }
+    QSet<QUuid> gone;
+    for (const QUuid &id : m_replaced) {
+        if (!m_indices.contains(id))
+            gone.insert(id);
+    }
+    m_document.exchangeItems(gone, items);
 }
 
 QString CompiledItems::nameFor(const QUuid &nodeId, const QString &suffix)
 {
-    const QString digits = nodeId.toString(QUuid::WithoutBraces).first(8);
-    const auto holder = m_shortNames.constFind(digits);
-    if (holder == m_shortNames.cend())
-        m_shortNames.insert(digits, nodeId);
-    const bool isShared = holder != m_shortNames.cend() && *holder != nodeId;
-    const auto isFree = [this](const QString &name) {
-        const QUuid other = m_document.instanceIdByName(name);
-        return !m_names.contains(name) && (other.isNull() || m_replaced.contains(other));
-    };
-    QString name = LogicalSceneCompiler::instanceName(nodeId, suffix);
-    if (isShared || !isFree(name)) {
-        const QString whole = u"__c_%1_%2"_s.arg(nodeId.toString(QUuid::WithoutBraces), suffix);
-        name = whole;
-        for (int count = 2; !isFree(name); ++count)
-            name = whole + u'_' + QString::number(count);
-    }
-    m_names.insert(name);
+    const QString whole = nodeId.toString(QUuid::WithoutBraces);
+    QUuid &holder = m_shortNames[whole.first(nameDigits)];
+    if (holder.isNull())
+        holder = nodeId;
+    QString name = namePrefix + whole.first(nameDigits) + u'_' + suffix;
+    if (holder == nodeId && !m_takenNames.contains(name))
+        return name;
+    const QString longName = namePrefix + whole + u'_' + suffix;
+    name = longName;
+    for (int count = 2; m_takenNames.contains(name); ++count)
+        name = longName + u'_' + QString::number(count);
+    m_takenNames.insert(name);
     return name;
+}
+
+/// Of the core for an empty wrapper.
+QUuid CompiledItems::wrapperItemId(const QUuid &nodeId, const QString &wrapperId)
+{
+    auto mask = m_masks.constFind(wrapperId);
+    if (mask == m_masks.cend()) {
+        static const QUuid space(u"{0d3b1b1e-6a53-4f0c-9c4e-5a7d1f0b2c86}"_s);
+        mask = m_masks.insert(wrapperId, QUuid::createUuidV5(space, wrapperId));
+    }
+    return combined(nodeId, *mask);
 }
 
 } // namespace corvane::model

@@ -13,12 +13,13 @@ namespace corvane::model {
 
 /// The items of one full compile, until they go into the document all at once.
 ///
-/// That way each item is stored once, complete, however late it is known what it refers to.
+/// That way each item is made once, complete, however late it is known what it refers to.
 class CompiledItems
 {
 public:
-    /// @param replaced  the items of the last compile, which the new ones take the place of
-    CompiledItems(Corvane &document, const QSet<QUuid> &replaced);
+    /// @param replaced   the items of the last compile, which the new ones take the place of
+    /// @param nodeCount  about how many nodes are to come
+    CompiledItems(Corvane &document, const QSet<QUuid> &replaced, qsizetype nodeCount);
 
     /// Makes the core of a node and the wrappers around it.
     CompiledInstanceMapping addNode(const LogicalInstance &node);
@@ -28,33 +29,35 @@ public:
     /// Gives a core its children, by their outer items.
     void setChildren(const QUuid &coreId, const QList<QUuid> &outerIds);
 
-    QSet<QUuid> ids() const;
-    /// Stores all in the document, and takes out of it what is not replaced.
+    /// Stores all in the document, takes out of it what is not replaced, and its roots.
     void store();
 
 private:
     struct Pending
     {
         Instance item;
+        QVariantMap params;
         SDFNodeProvenance provenance;
         QVariantList children;
     };
 
     void addWrappers(const LogicalInstance &node, CompiledInstanceMapping &mapping);
-    QUuid add(const LogicalInstance &node, const QString &definitionId, const QString &suffix,
-              const QUuid &id);
+    Pending &add(const LogicalInstance &node, const QString &definitionId, const QUuid &id);
     Pending &pending(const QUuid &id) { return m_items[m_indices.value(id)]; }
     /// The parameters that an item had after the last compile.
     QVariantMap before(const QUuid &id) const;
     QString nameFor(const QUuid &nodeId, const QString &suffix);
+    QUuid wrapperItemId(const QUuid &nodeId, const QString &wrapperId);
+    void findForeignNames();
 
     Corvane &m_document;
     const QSet<QUuid> m_replaced;
     NodeCompilation m_compilation;
     std::vector<Pending> m_items;
     QHash<QUuid, std::size_t> m_indices;
-    QSet<QString> m_names;
+    QSet<QString> m_takenNames;         ///< by items of other sorts, and long ones
     QHash<QString, QUuid> m_shortNames; ///< who has the digits that names begin with
+    QHash<QString, QUuid> m_masks;      ///< what tells the items of a node apart, by wrapper
 };
 
 } // namespace corvane::model

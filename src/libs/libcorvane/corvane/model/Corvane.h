@@ -99,6 +99,9 @@ public:
     void updateItem(const Instance &item) { updateItem(static_cast<const SceneItem &>(item)); }
     /// Unknown ids are ignored. What refers to the item stays as it is and resolves to nothing.
     void removeItem(const QUuid &id);
+    /// Takes items and all roots out, and puts items in or in place of those of the same id. Told
+    /// by sceneChanged() alone.
+    void exchangeItems(const QSet<QUuid> &removed, const QList<SceneItem> &added);
 
     // Hierarchy (display tree)
 

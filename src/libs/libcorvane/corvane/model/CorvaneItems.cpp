@@ -118,6 +118,15 @@ void Corvane::removeItem(const QUuid &id)
     emit sceneChanged();
 }
 
+void Corvane::exchangeItems(const QSet<QUuid> &removed, const QList<SceneItem> &added)
+{
+    for (const QUuid &id : removed)
+        m_items.remove(id);
+    m_items.putAll(added);
+    m_roots.clear();
+    emit sceneChanged();
+}
+
 void Corvane::setRoots(const QList<QUuid> &roots)
 {
     m_roots = roots;

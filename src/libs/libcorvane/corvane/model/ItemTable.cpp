@@ -1,6 +1,7 @@
 #include <corvane/model/ItemTable.h>
 
 #include <algorithm>
+#include <vector>
 
 namespace corvane::model {
 
@@ -20,13 +21,41 @@ void ItemTable::put(const SceneItem &item)
         indexParent(item);
         return;
     }
-    const bool renamed = existing->name != item.name;
-    const bool moved = existing->parentId != item.parentId;
+    replace(*existing, item);
+}
+
+void ItemTable::putAll(const QList<SceneItem> &items)
+{
+    ++m_revision;
+    std::vector<const SceneItem *> sorted;
+    sorted.reserve(std::size_t(items.size()));
+    for (const SceneItem &item : items)
+        sorted.push_back(&item);
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const SceneItem *a, const SceneItem *b) { return a->id < b->id; });
+    auto at = m_items.begin();
+    for (const SceneItem *item : sorted) {
+        while (at != m_items.end() && at.key() < item->id)
+            ++at;
+        if (at != m_items.end() && at.key() == item->id) {
+            replace(*at, *item);
+            continue;
+        }
+        at = m_items.insert(at, item->id, *item);
+        indexName(*item);
+        indexParent(*item);
+    }
+}
+
+void ItemTable::replace(SceneItem &existing, const SceneItem &item)
+{
+    const bool renamed = existing.name != item.name;
+    const bool moved = existing.parentId != item.parentId;
     if (renamed)
-        unindexName(*existing);
+        unindexName(existing);
     if (moved)
-        unindexParent(*existing);
-    *existing = item;
+        unindexParent(existing);
+    existing = item;
     if (renamed)
         indexName(item);
     if (moved)

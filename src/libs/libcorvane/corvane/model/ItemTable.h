@@ -31,6 +31,8 @@ public:
 
     /// Adds the item or replaces the one of its id.
     void put(const SceneItem &item);
+    /// The same for many at once: one walk over the table.
+    void putAll(const QList<SceneItem> &items);
     void remove(const QUuid &id);
     void clear();
 
@@ -45,6 +47,7 @@ public:
     QUuid resolve(const QString &reference) const;
 
 private:
+    void replace(SceneItem &existing, const SceneItem &item);
     void indexName(const SceneItem &item);
     void unindexName(const SceneItem &item);
     void indexParent(const SceneItem &item);

@@ -8,6 +8,8 @@
 #include <QLoggingCategory>
 #include <QSignalBlocker>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace corvane::model {
@@ -103,13 +105,16 @@ void LogicalSceneCompiler::fullCompile()
         const QList<QUuid> before = m_compiledToSource.keys();
         forgetResults();
         expandComponents();
-        CompiledItems items(*m_target, QSet<QUuid>(before.cbegin(), before.cend()));
+        const QSet<QUuid> replaced(before.cbegin(), before.cend());
+        const qsizetype nodeCount = m_source->instances().size() + m_expansion.nodes.size();
+        CompiledItems items(*m_target, replaced, nodeCount);
         compileNodes(items);
         mapComponentInstances(items);
         linkChildren(items);
-        giveComponentPartsToOwners();
         items.store();
         linkRoots();
+        indexSources();
+        m_lookups = {};
     }
     onLogicalSelectionChanged();
     emit compiled();
@@ -144,13 +149,23 @@ void LogicalSceneCompiler::compileNodes(CompiledItems &items)
     Surroundings surroundings([this](const QUuid &id) { return parentOf(id); },
                               [this](const QUuid &id) { return nodeFor(id); }, m_soloRootId);
     bool usesMaterials = false;
+    const auto isHidden = [](const LogicalInstance &node) {
+        return node.hasTag(InstanceTags::Hidden);
+    };
+    const auto &nodes = m_source->instances();
+    const bool allAreCompiled =
+        m_soloRootId.isNull() && std::none_of(nodes.cbegin(), nodes.cend(), isHidden) &&
+        std::none_of(m_expansion.nodes.cbegin(), m_expansion.nodes.cend(), isHidden);
     const auto compile = [&](const LogicalInstance &node) {
-        if (node.isContainer() || node.isComponentInstance() || !surroundings.isCompiled(node.id))
+        m_lookups.nodes.insert(node.id, &node);
+        if (node.isContainer() || node.isComponentInstance() ||
+            !(allAreCompiled || surroundings.isCompiled(node.id)))
             return;
         enter(items.addNode(node));
         usesMaterials |= !node.materialId.isNull();
     };
-    for (const LogicalInstance &node : m_source->instances())
+    m_lookups.nodes.reserve(nodes.size() + m_expansion.nodes.size());
+    for (const LogicalInstance &node : nodes)
         compile(node);
     for (const QUuid &id : std::as_const(m_expansion.order))
         compile(*m_expansion.nodes.constFind(id));
@@ -170,17 +185,19 @@ void LogicalSceneCompiler::mapComponentInstances(CompiledItems &items)
             continue;
         const CompiledInstanceMapping inner = *root;
         for (const QUuid &wrapper : inner.wrapperIds)
-            m_compiledToSource.insert(wrapper, *id);
+            m_lookups.sources.insert(wrapper, *id);
         enter(items.addComponentInstance(*nodeFor(*id), inner));
     }
 }
 
 void LogicalSceneCompiler::enter(const CompiledInstanceMapping &mapping)
 {
-    m_mappings.insert(mapping.logicalId, mapping);
-    m_compiledToSource.insert(mapping.coreId, mapping.logicalId);
+    // The nodes come in the order of their ids.
+    m_mappings.insert(m_mappings.cend(), mapping.logicalId, mapping);
+    m_lookups.outerIds.insert(mapping.logicalId, mapping.outerId);
+    m_lookups.sources.insert(mapping.coreId, mapping.logicalId);
     for (const QUuid &wrapper : mapping.wrapperIds)
-        m_compiledToSource.insert(wrapper, mapping.logicalId);
+        m_lookups.sources.insert(wrapper, mapping.logicalId);
 }
 
 void LogicalSceneCompiler::linkChildren(CompiledItems &items)
@@ -196,12 +213,15 @@ void LogicalSceneCompiler::linkChildren(CompiledItems &items)
 }
 
 /// Picking a part inside a component selects the component.
-void LogicalSceneCompiler::giveComponentPartsToOwners()
+void LogicalSceneCompiler::indexSources()
 {
-    if (m_expansion.owners.isEmpty())
-        return;
-    for (QUuid &source : m_compiledToSource)
-        source = m_expansion.owners.value(source, source);
+    QList<QUuid> compiledIds = m_lookups.sources.keys();
+    std::sort(compiledIds.begin(), compiledIds.end());
+    for (const QUuid &compiledId : std::as_const(compiledIds)) {
+        const QUuid source = m_lookups.sources.value(compiledId);
+        const QUuid owner = m_expansion.owners.value(source, source);
+        m_compiledToSource.insert(m_compiledToSource.cend(), compiledId, owner);
+    }
 }
 
 void LogicalSceneCompiler::linkRoots()
@@ -214,15 +234,17 @@ QList<QUuid> LogicalSceneCompiler::outerIdsOf(const QList<QUuid> &nodes) const
 {
     QList<QUuid> outerIds;
     for (const QUuid &id : nodes) {
-        const auto mapping = m_mappings.constFind(id);
-        if (mapping != m_mappings.cend())
-            outerIds.append(mapping->outerId);
+        const auto outerId = m_lookups.outerIds.constFind(id);
+        if (outerId != m_lookups.outerIds.cend())
+            outerIds.append(*outerId);
     }
     return outerIds;
 }
 
 const LogicalInstance *LogicalSceneCompiler::nodeFor(const QUuid &id) const
 {
+    if (const auto known = m_lookups.nodes.constFind(id); known != m_lookups.nodes.cend())
+        return *known;
     const LogicalScene *source = m_source;
     if (const LogicalInstance *node = source ? source->instance(id) : nullptr)
         return node;

@@ -114,7 +114,7 @@ private:
     void linkChildren(CompiledItems &items);
     void linkRoots();
     void enter(const CompiledInstanceMapping &mapping);
-    void giveComponentPartsToOwners();
+    void indexSources();
     QList<QUuid> outerIdsOf(const QList<QUuid> &nodes) const;
     QUuid parentOf(const QUuid &id) const;
     void trace() const;
@@ -137,6 +137,14 @@ private:
     QMap<QUuid, QUuid> m_compiledToSource;
     QUuid m_soloRootId;
     ComponentExpansion m_expansion;
+    /// While a compile runs: what is looked up many times, in constant time.
+    struct Lookups
+    {
+        QHash<QUuid, const LogicalInstance *> nodes{};
+        QHash<QUuid, QUuid> outerIds{}; ///< of a node
+        QHash<QUuid, QUuid> sources{};  ///< of a compiled item
+    };
+    Lookups m_lookups;
     bool m_isRenaming = false; ///< the changes that come in are of our own making
 };
 

@@ -15,10 +15,10 @@ namespace {
 
 const QString childrenParam = QStringLiteral("children");
 
-void putBack(Instance &item, const QString &param, const QVariantMap &before)
+void putBack(QVariantMap &params, const QString &param, const QVariantMap &before)
 {
     if (const auto old = before.constFind(param); old != before.cend())
-        item.setParameter(param, *old);
+        params.insert(param, *old);
 }
 
 bool hasExpressionPromotion(const component::ComponentRegistry &components)
@@ -117,8 +117,10 @@ void LogicalSceneCompiler::updateCore(const LogicalInstance &node, const QUuid &
 {
     change(coreId, [this, &node](Instance &core) {
         const QVariantMap before = core.rawParams();
-        NodeCompilation(*m_target).fillCore(core, node, before);
-        putBack(core, childrenParam, before);
+        QVariantMap params = NodeCompilation::coreParameters(node, before);
+        putBack(params, childrenParam, before);
+        core.setRawParams(params);
+        NodeCompilation(*m_target).fillSurface(core, node);
     });
 }
 
@@ -130,7 +132,9 @@ void LogicalSceneCompiler::onInstanceTransformChanged(const QUuid &id)
         if (NodeCompilation::connectedParameter(it.key()).isEmpty())
             continue;
         change(*it, [&](Instance &wrapper) {
-            NodeCompilation::applyConnectedTransform(wrapper, it.key(), *node);
+            QVariantMap params = wrapper.rawParams();
+            NodeCompilation::applyConnectedTransform(params, it.key(), *node);
+            wrapper.setRawParams(params);
         });
     }
 }
@@ -177,11 +181,12 @@ void LogicalSceneCompiler::onWrapperParameterChanged(const QUuid &id, const QStr
         return;
     change(m_mappings.value(id).wrapperIds.value(wrapperId), [&](Instance &wrapper) {
         const QVariantMap before = wrapper.rawParams();
-        NodeCompilation(*m_target).fillWrapper(wrapper, *values, before);
-        putBack(wrapper, childrenParam, before);
+        QVariantMap params = NodeCompilation(*m_target).wrapperParameters(*values, before);
+        putBack(params, childrenParam, before);
         const QString connected = NodeCompilation::connectedParameter(wrapperId);
         if (!connected.isEmpty() && !values->values.contains(connected))
-            putBack(wrapper, connected, before);
+            putBack(params, connected, before);
+        wrapper.setRawParams(params);
     });
 }
 

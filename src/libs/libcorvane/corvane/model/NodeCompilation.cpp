@@ -31,24 +31,21 @@ QVariantMap storedParameters(const QVariantMap &params, const QVariantMap &befor
 
 } // namespace
 
-void NodeCompilation::fillCore(Instance &core, const LogicalInstance &node,
-                               const QVariantMap &before)
+QVariantMap NodeCompilation::coreParameters(const LogicalInstance &node, const QVariantMap &before)
 {
-    core.setRawParams(storedParameters(node.params, before));
-    fillSurface(core, node);
-    const bool isSelected = core.hasTag(ItemTags::Selected);
-    core.tags = coreTags(node);
-    if (isSelected)
-        core.tags.insert(ItemTags::Selected);
+    return storedParameters(node.params, before);
 }
 
-void NodeCompilation::fillWrapper(Instance &wrapper, const WrapperValues &values,
-                                  const QVariantMap &before)
+QVariantMap NodeCompilation::wrapperParameters(const WrapperValues &values,
+                                               const QVariantMap &before)
 {
     QVariantMap params = defaultsOf(values.definitionId);
-    for (auto it = values.values.cbegin(); it != values.values.cend(); ++it)
+    if (values.values.isEmpty())
+        return params;
+    const QVariantMap own = storedParameters(values.values, before);
+    for (auto it = own.cbegin(); it != own.cend(); ++it)
         params.insert(it.key(), *it);
-    wrapper.setRawParams(storedParameters(params, before));
+    return params;
 }
 
 void NodeCompilation::fillSurface(Instance &core, const LogicalInstance &node)
@@ -61,7 +58,7 @@ void NodeCompilation::fillSurface(Instance &core, const LogicalInstance &node)
     core.setShellThickness(node.shellThickness);
 }
 
-void NodeCompilation::applyConnectedTransform(Instance &wrapper, const QString &wrapperId,
+void NodeCompilation::applyConnectedTransform(QVariantMap &params, const QString &wrapperId,
                                               const LogicalInstance &node)
 {
     const QString param = connectedParameter(wrapperId);
@@ -74,7 +71,7 @@ void NodeCompilation::applyConnectedTransform(Instance &wrapper, const QString &
         value = node.rotate;
     else
         value = qFuzzyIsNull(node.scale.x()) ? 1.0f : node.scale.x();
-    wrapper.setLiteral(param, value);
+    params.insert(param, QVariant::fromValue(ParameterValue::fromLiteral(value)));
 }
 
 QString NodeCompilation::connectedParameter(const QString &wrapperId)
@@ -106,7 +103,8 @@ const QVariantMap &NodeCompilation::defaultsOf(const QString &wrapperId)
         return *known;
     const auto definition = registry::Registry::instance().getDefinition(wrapperId);
     return *m_defaults.insert(wrapperId,
-                              definition ? definition->getDefaultParameters() : QVariantMap());
+                              definition ? storedParameters(definition->getDefaultParameters(), {})
+                                         : QVariantMap());
 }
 
 Material NodeCompilation::materialOf(const LogicalInstance &node)

@@ -24,21 +24,20 @@ public:
         : m_document(document)
     {}
 
-    /// Everything of a core but its children: parameters, surface, tags.
+    /// The parameters of a core, as they are stored, but its children.
     /// @param before  the parameters that the item had: an expression that stays the same keeps the
     ///                value that it was found to have, since nobody would evaluate it again
-    void fillCore(Instance &core, const LogicalInstance &node, const QVariantMap &before = {});
+    static QVariantMap coreParameters(const LogicalInstance &node, const QVariantMap &before = {});
     /// The parameters of a wrapper but its children: the definition's defaults, the node's values
-    /// over them.
-    void fillWrapper(Instance &wrapper, const WrapperValues &values,
-                     const QVariantMap &before = {});
+    /// over them. The transform that is connected is not applied yet.
+    QVariantMap wrapperParameters(const WrapperValues &values, const QVariantMap &before = {});
     /// Material and modifiers. A catalogue material that the node names replaces its own: the
     /// document's, else the library's.
     void fillSurface(Instance &core, const LogicalInstance &node);
 
     /// "translate", "rotate" and "scale" apply the node's own transform, whatever their values say;
     /// the last takes one factor, that of x, and 1 in place of 0.
-    static void applyConnectedTransform(Instance &wrapper, const QString &wrapperId,
+    static void applyConnectedTransform(QVariantMap &params, const QString &wrapperId,
                                         const LogicalInstance &node);
     /// The parameter that does that; empty for any other wrapper.
     static QString connectedParameter(const QString &wrapperId);
