@@ -1,5 +1,8 @@
 #include "BatchDispatcher.h"
 
+#include <optional>
+#include <vector>
+
 namespace batch {
 
 namespace {
@@ -16,6 +19,37 @@ bool fits(const IBatchWorker &worker, const BatchJob &job)
 }
 
 } // namespace
+
+/// What the registry says of each type, asked once a tick unless it changes meanwhile. One for each
+/// tick, since a worker may run an event loop in which the next one comes.
+class BatchDispatcher::Candidates
+{
+public:
+    explicit Candidates(const BatchWorkerRegistry &registry)
+        : m_registry(registry)
+        , m_revision(registry.revision())
+    {}
+
+    /// Valid until the next call.
+    const QList<IBatchWorker *> &of(const JobType &type)
+    {
+        if (m_revision != m_registry.revision()) {
+            m_byType.clear();
+            m_revision = m_registry.revision();
+        }
+        if (m_byType.size() <= type.number)
+            m_byType.resize(type.number + 1);
+        auto &known = m_byType[type.number];
+        if (!known)
+            known = m_registry.candidatesFor(type.name);
+        return *known;
+    }
+
+private:
+    const BatchWorkerRegistry &m_registry;
+    quint64 m_revision = 0;
+    std::vector<std::optional<QList<IBatchWorker *>>> m_byType;
+};
 
 BatchDispatcher::BatchDispatcher(BatchQueue *queue, BatchWorkerRegistry *registry, QObject *parent)
     : QObject(parent)
@@ -38,52 +72,31 @@ void BatchDispatcher::stop()
 
 void BatchDispatcher::onTimer()
 {
-    const std::vector<BatchQueue::SharedJob> ready = m_queue->readyJobs();
-    for (const BatchQueue::SharedJob &job : ready)
-        dispatch(*job);
+    Candidates candidates(*m_registry);
+    m_queue->readyJobs().forEach([&](const ReadyJob &ready) { dispatch(ready, candidates); });
 }
 
-void BatchDispatcher::dispatch(const BatchJob &job)
+void BatchDispatcher::dispatch(const ReadyJob &ready, Candidates &candidates)
 {
-    if (job.id == 0 || job.type.isEmpty()) {
-        qWarning("BatchDispatcher: skipping malformed job (id=%llu, type='%s')", job.id,
-                 qUtf8Printable(job.type));
+    if (ready.id == 0 || ready.type->name.isEmpty()) {
+        qWarning("BatchDispatcher: skipping malformed job (id=%llu, type='%s')", ready.id,
+                 qUtf8Printable(ready.type->name));
         return;
     }
-    IBatchWorker *const worker = workerFor(job);
-    if (!worker) {
-        emit noWorkerAvailable(job.id, job.type);
+    const QList<IBatchWorker *> &workers = candidates.of(*ready.type);
+    const auto worker = std::find_if(workers.begin(), workers.end(), [&](IBatchWorker *candidate) {
+        return candidate->canAcceptJob(*ready.job) && fits(*candidate, *ready.job);
+    });
+    if (worker == workers.end()) {
+        emit noWorkerAvailable(ready.id, ready.type->name);
         return;
     }
-    const QString workerId = worker->workerId();
-    if (!m_queue->claim(job.id, workerId))
+    IBatchWorker *const chosen = *worker;
+    const QString workerId = chosen->workerId();
+    if (!m_queue->claim(ready.id, workerId))
         return;
-    worker->execute(m_queue, job.id);
-    emit dispatched(job.id, workerId);
-}
-
-IBatchWorker *BatchDispatcher::workerFor(const BatchJob &job)
-{
-    // A copy that shares: a worker's answer may change the registry.
-    const QList<IBatchWorker *> candidates = candidatesFor(job.type);
-    for (IBatchWorker *const worker : candidates)
-        if (worker->canAcceptJob(job) && fits(*worker, job))
-            return worker;
-    return nullptr;
-}
-
-const QList<IBatchWorker *> &BatchDispatcher::candidatesFor(const QString &type)
-{
-    // Types are few, but nothing stops a producer from inventing one for each job.
-    constexpr qsizetype mostTypes = 1000;
-    if (m_revision != m_registry->revision() || m_candidates.size() > mostTypes) {
-        m_candidates.clear();
-        m_revision = m_registry->revision();
-    }
-    const auto known = m_candidates.constFind(type);
-    return known != m_candidates.constEnd()
-               ? *known
-               : *m_candidates.insert(type, m_registry->candidatesFor(type));
+    chosen->execute(m_queue, ready.id);
+    emit dispatched(ready.id, workerId);
 }
 
 } // namespace batch

@@ -3,7 +3,6 @@
 #include <batch/BatchQueue.h>
 #include <batch/BatchWorkerRegistry.h>
 
-#include <QHash>
 #include <QObject>
 #include <QTimer>
 
@@ -42,15 +41,12 @@ signals:
     void noWorkerAvailable(quint64 id, const QString &type);
 
 private:
-    void dispatch(const BatchJob &job);
-    IBatchWorker *workerFor(const BatchJob &job);
-    const QList<IBatchWorker *> &candidatesFor(const QString &type);
+    class Candidates;
+    void dispatch(const ReadyJob &ready, Candidates &candidates);
 
     BatchQueue *const m_queue;
     BatchWorkerRegistry *const m_registry;
-    QTimer m_timer;
-    QHash<QString, QList<IBatchWorker *>> m_candidates; ///< what the registry said at m_revision
-    quint64 m_revision = 0;
+    QTimer m_timer{this};
 };
 
 } // namespace batch

@@ -338,7 +338,7 @@ qsizetype BatchQueue::count(BatchStatus status) const
     return qsizetype(m_table->idsIn(status).size());
 }
 
-std::vector<BatchQueue::SharedJob> BatchQueue::readyJobs() const
+ReadySnapshot BatchQueue::readyJobs() const
 {
     const QMutexLocker lock(&m_mutex);
     return m_table->ready();
@@ -346,10 +346,12 @@ std::vector<BatchQueue::SharedJob> BatchQueue::readyJobs() const
 
 QList<BatchJob> BatchQueue::pendingJobs(const QString &type) const
 {
-    std::vector<SharedJob> ready = readyJobs();
-    if (!type.isEmpty())
-        std::erase_if(ready, [&](const SharedJob &job) { return job->type != type; });
-    return copied(ready);
+    QList<BatchJob> jobs;
+    readyJobs().forEach([&](const ReadyJob &ready) {
+        if (type.isEmpty() || ready.type->name == type)
+            jobs.append(*ready.job);
+    });
+    return jobs;
 }
 
 // ------------------------------------------------------------------ removal

@@ -3,6 +3,7 @@
 #include <batch/BatchJob.h>
 #include <batch/BatchJobFilter.h>
 #include <batch/Clock.h>
+#include <batch/ReadyList.h>
 
 #include <QMutex>
 #include <QObject>
@@ -88,8 +89,8 @@ public:
     /// priority first, then the earlier createdAt. An empty type means all types.
     QList<BatchJob> pendingJobs(const QString &type = {}) const;
 
-    /// The same without a copy of each job, for the dispatcher.
-    std::vector<SharedJob> readyJobs() const;
+    /// The same as a snapshot, for the dispatcher: no job is copied, or even touched.
+    ReadySnapshot readyJobs() const;
 
     /// Removes the Done jobs: jobRemoved for each. What depends on a removed job waits for ever.
     void clearDone();

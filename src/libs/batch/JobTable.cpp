@@ -1,18 +1,28 @@
 #include "JobTable.h"
 
-#include <tuple>
+#include <algorithm>
 
 namespace batch {
 
-bool JobTable::ReadyKey::operator<(const ReadyKey &other) const
+namespace {
+
+ReadyJob readyFormOf(const JobTable::Entry &entry)
 {
-    return std::tuple(-qint64(priority), createdAt, id) <
-           std::tuple(-qint64(other.priority), other.createdAt, other.id);
+    return {.priority = entry.job->priority,
+            .createdAt = entry.job->createdAt.toMSecsSinceEpoch(),
+            .id = entry.job->id,
+            .type = entry.type,
+            .job = entry.job};
 }
 
-JobTable::ReadyKey JobTable::readyKeyOf(const BatchJob &job)
+} // namespace
+
+const JobType *JobTable::typeNamed(const QString &name)
 {
-    return {.priority = job.priority, .createdAt = job.createdAt.toMSecsSinceEpoch(), .id = job.id};
+    const auto known = m_types.find(name);
+    if (known != m_types.end())
+        return &known->second;
+    return &m_types.emplace(name, JobType{.name = name, .number = m_types.size()}).first->second;
 }
 
 quint64 JobTable::insert(BatchJob &&job)
@@ -20,13 +30,14 @@ quint64 JobTable::insert(BatchJob &&job)
     const quint64 id = m_nextJobId++;
     job.id = id;
     const auto record = std::make_shared<const BatchJob>(std::move(job));
-    m_entries.emplace_hint(m_entries.end(), id, Entry{.job = record});
+    const auto place = m_entries.emplace_hint(
+        m_entries.end(), id, Entry{.job = record, .type = typeNamed(record->type)});
     m_idsByStatus[int(record->status)].insert(id);
     m_graph.add(id, record->dependsOn, [this](quint64 dependency) {
         const SharedJob other = this->job(dependency);
         return other ? DependencyGraph::State(other->status) : std::nullopt;
     });
-    refreshReady(record);
+    refreshReady(place->second);
     refreshDependents(id, std::nullopt, record->status);
     return id;
 }
@@ -35,14 +46,14 @@ void JobTable::replace(BatchJob &&job)
 {
     const auto record = std::make_shared<const BatchJob>(std::move(job));
     const quint64 id = record->id;
-    SharedJob &place = m_entries.find(id)->second.job;
-    const BatchStatus before = place->status;
-    place = record;
+    Entry &entry = m_entries.find(id)->second;
+    const BatchStatus before = entry.job->status;
+    entry.job = record;
     if (before != record->status) {
         m_idsByStatus[int(before)].erase(id);
         m_idsByStatus[int(record->status)].insert(id);
     }
-    refreshReady(record);
+    refreshReady(entry);
     refreshDependents(id, before, record->status);
 }
 
@@ -52,9 +63,9 @@ void JobTable::remove(quint64 id)
     if (entry == m_entries.end())
         return;
     const SharedJob record = entry->second.job;
+    m_ready.remove(readyFormOf(entry->second));
     m_entries.erase(entry);
     m_idsByStatus[int(record->status)].erase(id);
-    m_ready.erase(readyKeyOf(*record));
     m_graph.remove(id, record->dependsOn);
     refreshDependents(id, record->status, std::nullopt);
 }
@@ -110,27 +121,19 @@ std::vector<JobTable::SharedJob> JobTable::matching(const BatchJobFilter &filter
     return found;
 }
 
-std::vector<JobTable::SharedJob> JobTable::ready() const
-{
-    std::vector<SharedJob> jobs;
-    jobs.reserve(m_ready.size());
-    for (const auto &[key, job] : m_ready)
-        jobs.push_back(job);
-    return jobs;
-}
-
 bool JobTable::isDoomed(quint64 id) const
 {
     const SharedJob record = job(id);
     return record && record->status == BatchStatus::Pending && m_graph.needs(id).doomed();
 }
 
-void JobTable::refreshReady(const SharedJob &job)
+void JobTable::refreshReady(const Entry &entry)
 {
-    if (job->status == BatchStatus::Pending && m_graph.needs(job->id).allDone())
-        m_ready.insert_or_assign(readyKeyOf(*job), job);
+    const BatchJob &job = *entry.job;
+    if (job.status == BatchStatus::Pending && m_graph.needs(job.id).allDone())
+        m_ready.put(readyFormOf(entry));
     else
-        m_ready.erase(readyKeyOf(*job));
+        m_ready.remove(readyFormOf(entry));
 }
 
 void JobTable::refreshDependents(quint64 id, DependencyGraph::State before,
@@ -139,8 +142,8 @@ void JobTable::refreshDependents(quint64 id, DependencyGraph::State before,
     if (!m_graph.follow(id, before, after))
         return;
     for (const quint64 dependent : m_graph.dependentsOf(id))
-        if (const SharedJob record = job(dependent))
-            refreshReady(record);
+        if (const Entry *const entry = find(dependent))
+            refreshReady(*entry);
 }
 
 } // namespace batch

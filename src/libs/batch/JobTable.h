@@ -3,6 +3,7 @@
 #include <batch/BatchJob.h>
 #include <batch/BatchJobFilter.h>
 #include <batch/DependencyGraph.h>
+#include <batch/ReadyList.h>
 
 #include <array>
 #include <map>
@@ -27,7 +28,8 @@ public:
     /// What is kept of a job beside its record.
     struct Entry
     {
-        SharedJob job;
+        SharedJob job{};
+        const JobType *type = nullptr;
         std::pair<qint32, qint32> progress{0, 0};
         QList<BatchJobLog> logs{};
     };
@@ -52,7 +54,7 @@ public:
     std::vector<SharedJob> matching(const BatchJobFilter &filter) const;
 
     /// Pending with all dependencies Done: by priority, then age.
-    std::vector<SharedJob> ready() const;
+    ReadySnapshot ready() { return m_ready.snapshot(); }
 
     std::vector<quint64> dependentsOf(quint64 id) const { return m_graph.dependentsOf(id); }
 
@@ -61,21 +63,14 @@ public:
     bool isDoomed(quint64 id) const;
 
 private:
-    struct ReadyKey
-    {
-        qint32 priority = 0;
-        qint64 createdAt = 0; ///< milliseconds since the epoch
-        quint64 id = 0;       ///< only makes the key unique, and equal ages keep their order
-        bool operator<(const ReadyKey &other) const;
-    };
-
-    static ReadyKey readyKeyOf(const BatchJob &job);
-    void refreshReady(const SharedJob &job);
+    const JobType *typeNamed(const QString &name);
+    void refreshReady(const Entry &entry);
     void refreshDependents(quint64 id, DependencyGraph::State before, DependencyGraph::State after);
 
     std::map<quint64, Entry> m_entries;
     std::array<std::set<quint64>, batchStatusCount> m_idsByStatus;
-    std::map<ReadyKey, SharedJob> m_ready;
+    ReadyList m_ready;
+    std::map<QString, JobType> m_types; ///< never removed: snapshots point to them
     DependencyGraph m_graph;
     quint64 m_nextJobId = 1;
 };

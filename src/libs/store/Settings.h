@@ -33,10 +33,10 @@ public:
     /// Where the settings belong.
     struct Names
     {
-        QString group;        ///< section of the file; that of the application's name
-        QString organisation; ///< folder of the file
-        QString domain;       ///< reverse-domain systems name the file after it; not used here
-        QString application;  ///< name of the file
+        QString group{};        ///< section of the file; that of the application's name
+        QString organisation{}; ///< folder of the file
+        QString domain{};       ///< reverse-domain systems name the file after it; not used here
+        QString application{};  ///< name of the file
     };
     /// Milliseconds since the epoch.
     using Clock = std::function<qint64()>;

@@ -21,9 +21,9 @@ public:
     /// How the object is read and changed. Called on the store's thread.
     struct Access
     {
-        std::function<QVariantMap()> toMap;
-        std::function<bool(const QVariantMap &)> fromMap;
-        std::function<bool()> fromDefault;
+        std::function<QVariantMap()> toMap{};
+        std::function<bool(const QVariantMap &)> fromMap{};
+        std::function<bool()> fromDefault{};
     };
 
     explicit SimpleDataStoreFrontend(Access access);

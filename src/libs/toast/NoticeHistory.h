@@ -30,8 +30,8 @@ SavedHistory saveHistory(const QList<ToastRecord> &records, const QString &deskt
 /// What the toolbar shows of the standing problems.
 struct ProblemSummary
 {
-    QString text;    ///< "No problems detected", or such as "2 error(s), 1 warning(s)"
-    QString toolTip; ///< a line "• source: message" for each error and warning
+    QString text{};    ///< "No problems detected", or such as "2 error(s), 1 warning(s)"
+    QString toolTip{}; ///< a line "• source: message" for each error and warning
 };
 ProblemSummary summarize(const QList<ErrorEntry> &entries);
 
