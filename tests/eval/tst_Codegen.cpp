@@ -1,0 +1,387 @@
+#include <eval/Graph.h>
+#include <eval/internal/BuiltinTable.h>
+#include <eval/internal/Codegen.h>
+#include <eval/internal/CodegenBuiltins.h>
+#include <eval/internal/CompiledProgram.h>
+#include <eval/internal/GraphCompiler.h>
+
+#include "RandomProgram.h"
+
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTest>
+#include <QVector3D>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+using namespace eval::internal;
+using eval::Backend;
+using eval::Handle;
+using eval::Type;
+
+namespace {
+
+struct Input
+{
+    QString name;
+    Type type;
+};
+
+const QList<Input> inputs = {
+    {u"p"_s, Type::Vec3}, {u"k"_s, Type::Float}, {u"n"_s, Type::Int}, {u"flag"_s, Type::Bool}};
+
+CompiledResult compile(const QStringList &sources)
+{
+    CompileRequest request;
+    Handle handle = 0;
+    for (const Input &input : inputs) {
+        SlotBinding slot;
+        slot.name = input.name;
+        slot.type = input.type;
+        slot.handle = ++handle;
+        request.inputs.append(slot);
+    }
+    for (const QString &source : sources) {
+        SlotBinding slot;
+        slot.name = u"output%1"_s.arg(handle);
+        slot.handle = ++handle;
+        request.outputs.append(slot);
+        request.sources.append(source);
+    }
+    return GraphCompiler(request).compile();
+}
+
+NativeUnit unitOf(const QString &source)
+{
+    const CompiledResult compiled = compile({source});
+    return compiled ? Codegen(*compiled.value()).emitUnit() : NativeUnit{.isSupported = false};
+}
+
+QSet<QString> wordsOf(const QString &text)
+{
+    static const QRegularExpression word(u"[A-Za-z_][A-Za-z_0-9]*"_s);
+    QSet<QString> words;
+    for (auto it = word.globalMatch(text); it.hasNext();)
+        words.insert(it.next().captured());
+    return words;
+}
+
+/// The tokens of a unit that the generator can't have made itself; empty when all is well.
+QString strangerIn(const NativeUnit &unit)
+{
+    static const QSet<QString> known =
+        wordsOf(QString::fromUtf8(Codegen::fixedText())) +
+        wordsOf(u"extern C void const float int unsigned long double bool static struct alignas "
+                "if else for switch default break return goto true false static_cast "
+                "eval_main eval_row evalPoint eval_in_ eval_out_ eval_arrays_ eval_arrayLens_ "
+                "xs y z out count point nullptr i __restrict__ __builtin_inff __builtin_inf"_s);
+    static const QRegularExpression own(
+        u"^(?:[tvrckam]\\d+|(?:in|out)\\d+(?:_length)?|a\\d+_length|S\\d+|"
+        "fn\\d+(?:_(?:void|float|double|int|uint|bool|int64_t|uint64_t|vec[234]|mat[234](?:x[234])?)s?)*)$"_s);
+    static const QRegularExpression token(
+        u"\\s+|(?<word>[A-Za-z_][A-Za-z_0-9]*)|"
+        "(?:\\d+\\.\\d+|\\d+)(?:e[+-]?\\d+)?(?:f|u|ll|ull)?|\"C\"|"
+        "[-+*/%&|^~<>=!?:;,.(){}\\[\\]]"_s);
+    const QString text =
+        QString::fromUtf8(unit.text).sliced(QString::fromUtf8(Codegen::fixedText()).size());
+    qsizetype at = 0;
+    while (at < text.size()) {
+        const auto match = token.match(text, at, QRegularExpression::NormalMatch,
+                                       QRegularExpression::AnchorAtOffsetMatchOption |
+                                           QRegularExpression::DontCheckSubjectStringMatchOption);
+        if (!match.hasMatch())
+            return text.sliced(at).left(20);
+        const QString word = match.captured(u"word"_s);
+        if (!word.isEmpty() && !known.contains(word) && !own.match(word).hasMatch())
+            return word;
+        at = match.capturedEnd();
+    }
+    // Comments are made of allowed tokens.
+    return text.contains(u"//"_s) || text.contains(u"/*"_s) ? u"a comment"_s : QString();
+}
+
+QList<double> lanesOf(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QVariantList) {
+        QList<double> lanes;
+        for (const QVariant &item : value.toList())
+            lanes += lanesOf(item);
+        return lanes;
+    }
+    if (value.typeId() == QMetaType::QVector2D || value.typeId() == QMetaType::QVector3D ||
+        value.typeId() == QMetaType::QVector4D) {
+        const auto v = value.value<QVector4D>();
+        return {v.x(), v.y(), v.z(), v.w()};
+    }
+    return {value.toDouble()};
+}
+
+bool areClose(const QVariant &found, const QVariant &wanted)
+{
+    const QList<double> a = lanesOf(found);
+    const QList<double> b = lanesOf(wanted);
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](double x, double y) {
+        return x == y || (std::isnan(x) && std::isnan(y)) ||
+               std::abs(x - y) <= 1e-4 * std::max(1.0, std::abs(y));
+    });
+}
+
+bool hasCompiler()
+{
+    return !QStandardPaths::findExecutable(u"g++"_s).isEmpty() ||
+           !QStandardPaths::findExecutable(u"clang++"_s).isEmpty();
+}
+
+} // namespace
+
+/// The C++ that programs become: what stands in it, what is refused, and what it computes.
+class TstCodegen : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+    void nothingOfASourceIsLeft_data();
+    void nothingOfASourceIsLeft();
+    void randomProgramsLeaveNothing();
+    void builtinsAreAllThere();
+    void refusals_data();
+    void refusals();
+    void recursionIsRefused();
+    void largeProgramsAreRefusedByASentence();
+    void randomProgramsComputeTheSame();
+    void batchesAndRowsAgreeWithPoints();
+    void packedBitsCrossTheBuffer();
+};
+
+void TstCodegen::nothingOfASourceIsLeft_data()
+{
+    QTest::addColumn<QString>("source");
+    QTest::newRow("names of the host")
+        << u"float system(float asm_) { float register_ = asm_; return register_; } system(k)"_s;
+    QTest::newRow("keywords of C++") << u"float delete(float new, float class) { float template = "
+                                        u"new; return template + class; } "
+                                        "delete(k, p.x)"_s;
+    QTest::newRow("the entry")
+        << u"float eval_main(float eval_in_) { return eval_in_; } eval_main(k)"_s;
+    QTest::newRow("letters beyond ASCII") << u"float größe(float ß) { return ß * 2.0; } größe(k)"_s;
+    QTest::newRow("a struct") << u"struct FILE { float errno; vec3 stdin; }; FILE exit(float t) { "
+                                 u"FILE main = FILE(t, p0(t)); "
+                                 "return main; } exit(k).errno"_s.replace(u"p0(t)"_s, u"vec3(t)"_s);
+    QTest::newRow("comments") << u"k /* #include \"x\" */ + 1.0 // \\"_s;
+    QTest::newRow("huge numbers") << u"k + 1e999 - 1e-999 + 123456789012345678901234567890.0"_s;
+    QTest::newRow("whole numbers") << u"k + float(0xFFFFFFFF) + float(4294967295u)"_s;
+    QTest::newRow("loops and cases")
+        << u"float f(int evil) { float asm = 0.0; for (int break_ = 0; break_ < evil; break_++) { "
+           "if (break_ == 1) continue; switch (break_) { case 0x10: asm += 1.0; break; default: "
+           "asm -= 2.0; } } while (asm < 0.0) asm++; return asm; } f(n)"_s;
+}
+
+void TstCodegen::nothingOfASourceIsLeft()
+{
+    QFETCH(const QString, source);
+    const NativeUnit unit = unitOf(source);
+    QVERIFY(unit.isSupported);
+    QCOMPARE(strangerIn(unit), QString());
+}
+
+void TstCodegen::randomProgramsLeaveNothing()
+{
+    int checked = 0;
+    for (quint32 seed = 0; seed < 150; ++seed) {
+        const NativeUnit unit = unitOf(RandomProgram(seed).text());
+        if (!unit.isSupported || !unit.refusal.isEmpty())
+            continue;
+        ++checked;
+        QVERIFY2(strangerIn(unit).isEmpty(),
+                 qPrintable(u"seed %1: %2"_s.arg(QString::number(seed), strangerIn(unit))));
+    }
+    QVERIFY2(checked > 50, qPrintable(QString::number(checked)));
+}
+
+void TstCodegen::builtinsAreAllThere()
+{
+    for (const BuiltinEntry &entry : builtinTable()) {
+        const bool found = std::ranges::any_of(builtinEmitters(), [&](const BuiltinEmitter &row) {
+            return row.name == entry.name && row.arity == entry.arity;
+        });
+        QVERIFY2(found, entry.name.data());
+        const QString name = entry.name;
+        const bool isMatrix =
+            name == u"determinant"_s || name == u"transpose"_s || name == u"inverse"_s;
+        const bool isBool = name == u"any"_s || name == u"all"_s;
+        const bool isInteger = name.startsWith(u"bit"_s) || name.startsWith(u"find"_s);
+        const QString argument = isMatrix    ? u"mat3(k)"_s
+                                 : isBool    ? u"lessThan(p, p)"_s
+                                 : isInteger ? u"n"_s
+                                             : u"p"_s;
+        QString call = name + u'(' + QStringList(entry.arity, argument).join(u", "_s) + u')';
+        // What gives an integer or bool vector has no slot.
+        if (name == u"not"_s)
+            call = u"any(not(lessThan(p, p)))"_s;
+        else if (name.contains(u"Bits"_s) || name.startsWith(u"unpack"_s))
+            call = name + u"(k)"_s;
+        else if (name == u"isnan"_s || name == u"isinf"_s || name.startsWith(u"less"_s) ||
+                 name.startsWith(u"greater"_s) || name.endsWith(u"qual"_s))
+            call = u"any("_s + call + u')';
+        const NativeUnit unit = unitOf(call);
+        QVERIFY2(unit.isSupported, qPrintable(call));
+        QCOMPARE(strangerIn(unit), QString());
+    }
+}
+
+void TstCodegen::refusals_data()
+{
+    QTest::addColumn<QString>("source");
+    QTest::newRow("double vector") << u"float f(dvec3 v) { return 1.0; } f(dvec3(1.0))"_s;
+    QTest::newRow("integer vector") << u"float f(ivec2 v) { return 1.0; } f(ivec2(1))"_s;
+    QTest::newRow("double matrix") << u"dmat2(1.0)"_s;
+    QTest::newRow("bool vector variable")
+        << u"float f(vec3 v) { bvec3 b = lessThan(v, v); return 1.0; } f(p)"_s;
+    QTest::newRow("name of two types")
+        << u"float f(float a) { float b = a; if (a > 0.0) { int b = 1; } return b; } f(k)"_s;
+    QTest::newRow("slot in a function") << u"float f(float a) { return a + k; } f(1.0)"_s;
+    QTest::newRow("struct output") << u"struct S { float a; }; S(k)"_s;
+}
+
+void TstCodegen::refusals()
+{
+    QFETCH(const QString, source);
+    eval::Graph graph;
+    for (const Input &input : inputs)
+        graph.declareInput(input.name, input.type);
+    graph.declareOutput(u"d"_s, source);
+    const auto program = graph.compile(Backend::Native);
+    QVERIFY(!program);
+    QCOMPARE(program.firstError().message,
+             u"Backend::Native: codegen does not support this expression yet "
+             "(scalar/vector/matrix subset)."_s);
+}
+
+void TstCodegen::recursionIsRefused()
+{
+    QVERIFY(!unitOf(u"float f(float x) { return x < 0.0 ? x : f(x - 1.0); } f(k)"_s).isSupported);
+    // Overloads are functions of their own.
+    const QString overloads = u"float f(vec3 v) { return v.x; } float f(float x) { return "
+                              "f(vec3(x)); } f(k)"_s;
+    QVERIFY(unitOf(overloads).isSupported);
+}
+
+void TstCodegen::largeProgramsAreRefusedByASentence()
+{
+    QStringList functions;
+    for (int i = 0; i < 100; ++i) {
+        QString body = u"float a = x;"_s;
+        for (int j = 0; j < 100; ++j)
+            body += u" a = a + sin(a);"_s;
+        functions.append(u"float f%1(float x) { %2 return a; }"_s.arg(QString::number(i), body));
+    }
+    eval::Graph graph;
+    graph.declareInput(u"k"_s, Type::Float);
+    graph.declareOutput(u"d"_s, functions.join(u'\n') + u"\nf0(k)"_s);
+    const auto program = graph.compile(Backend::Native);
+    QVERIFY(!program);
+    QVERIFY2(program.firstError().message.contains(u"too large to compile"_s),
+             qPrintable(program.firstError().message));
+}
+
+void TstCodegen::randomProgramsComputeTheSame()
+{
+    if (!hasCompiler())
+        QSKIP("no compiler on this machine");
+    constexpr int wanted = 24;
+    QStringList sources;
+    for (quint32 seed = 1000; sources.size() < wanted; ++seed) {
+        const QString source = RandomProgram(seed).text();
+        const NativeUnit unit = unitOf(source);
+        if (unit.isSupported && unit.refusal.isEmpty() && unit.text.size() < 32'000)
+            sources.append(source);
+    }
+    // One unit for all: the compiler's time is in its start.
+    eval::Graph graph;
+    QList<Handle> in;
+    QList<Handle> out;
+    for (const Input &input : inputs)
+        in.append(graph.declareInput(input.name, input.type));
+    for (qsizetype i = 0; i < sources.size(); ++i)
+        out.append(graph.declareOutput(u"output%1"_s.arg(i), sources[i]));
+    auto native = graph.compile(Backend::Native);
+    QVERIFY2(native, qPrintable(native.firstError().message));
+    int compared = 0;
+    for (qsizetype i = 0; i < sources.size(); ++i) {
+        eval::Graph single;
+        QList<Handle> own;
+        for (const Input &input : inputs)
+            own.append(single.declareInput(input.name, input.type));
+        const Handle result = single.declareOutput(u"d"_s, sources[i]);
+        auto walked = single.compile(Backend::Interpreted);
+        QVERIFY(walked);
+        for (const float x : {-1.5f, 0.25f, 2.0f}) {
+            const QVariantList values = {QVector3D(x, 0.5f, -x), x + 1.0f, int(x) + 2, x > 0};
+            for (qsizetype j = 0; j < in.size(); ++j) {
+                native.value().set(in[j], values[j]);
+                walked.value().set(own[j], values[j]);
+            }
+            QVERIFY(native.value().evaluate());
+            if (!walked.value().evaluate())
+                continue; // faults have values of their own
+            ++compared;
+            const QVariant found = native.value().get(out[i]);
+            const QVariant expected = walked.value().get(result);
+            QVERIFY2(areClose(found, expected),
+                     qPrintable(u"%1\nfound %2, not %3"_s.arg(sources[i], QDebug::toString(found),
+                                                              QDebug::toString(expected))));
+        }
+    }
+    QVERIFY2(compared > wanted, qPrintable(QString::number(compared)));
+}
+
+void TstCodegen::batchesAndRowsAgreeWithPoints()
+{
+    if (!hasCompiler())
+        QSKIP("no compiler on this machine");
+    eval::Graph graph;
+    const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
+    const Handle d = graph.declareOutput(
+        u"d"_s, u"float f(vec3 q) { return length(q) - 1.0 + 0.1 * sin(q.x); } f(p)"_s);
+    auto compiled = graph.compile(Backend::Native);
+    QVERIFY2(compiled, qPrintable(compiled.firstError().message));
+    eval::Program &program = compiled.value();
+    eval::ThreadCopy copy = program.threadCopy();
+    const std::vector<float> xs = {-2.0f, -0.5f, 0.0f, 0.25f, 7.0f};
+    std::vector<float> row(xs.size());
+    QVERIFY(copy.evaluateRow(p, xs, 0.5f, -1.0f, d, row, 1e10f));
+    std::vector<float> points;
+    for (const float x : xs)
+        points.insert(points.end(), {x, 0.5f, -1.0f, 99.0f});
+    std::vector<float> batch(xs.size());
+    QVERIFY(program.evaluateBatch(points, batch, static_cast<qsizetype>(xs.size()), 4));
+    for (size_t i = 0; i < xs.size(); ++i) {
+        copy.setFloats(p, std::array{xs[i], 0.5f, -1.0f});
+        QVERIFY(copy.evaluateQuick());
+        QCOMPARE(copy.getFloat(d), row[i]);
+        QCOMPARE(batch[i], row[i]);
+    }
+}
+
+void TstCodegen::packedBitsCrossTheBuffer()
+{
+    if (!hasCompiler())
+        QSKIP("no compiler on this machine");
+    eval::Graph graph;
+    const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
+    const Handle packed = graph.declareOutput(u"a"_s, u"packUnorm4x8(vec4(p, 1.0))"_s);
+    const Handle isLarge = graph.declareOutput(u"b"_s, u"p.x > 0.5"_s);
+    auto compiled = graph.compile(Backend::Native);
+    QVERIFY2(compiled, qPrintable(compiled.firstError().message));
+    eval::Program &program = compiled.value();
+    program.set(p, QVector3D(1.0f, 0.0f, 1.0f));
+    QVERIFY(program.evaluate());
+    QCOMPARE(program.get(packed).toUInt(), 0xffff00ffu);
+    QCOMPARE(program.getFloat(isLarge), 1.0f);
+}
+
+QTEST_APPLESS_MAIN(TstCodegen)
+#include "tst_Codegen.moc"
