@@ -207,8 +207,8 @@ public:
     // Materials saved with the scene
 
     using MaterialSource = std::function<std::optional<CatalogMaterial>(const QUuid &)>;
-    /// Where a save finds the materials that items name and the scene lacks: the process-wide
-    /// catalogue.
+    /// Where a save finds the materials that items name and the scene lacks, in place of the
+    /// process-wide MaterialLibrary.
     static void setMaterialSource(const MaterialSource &source);
     QMap<QUuid, CatalogMaterial> materials() const { return m_materials; }
     std::optional<CatalogMaterial> material(const QUuid &id) const;

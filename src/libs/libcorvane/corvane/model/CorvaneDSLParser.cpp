@@ -1,6 +1,7 @@
 #include <corvane/model/CorvaneDSLParser.h>
 
 #include <corvane/model/DocumentBlock.h>
+#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/model/SceneVersion1Reader.h>
 #include <corvane/model/SceneVersion2Reader.h>
@@ -20,12 +21,6 @@ namespace {
 constexpr qint64 maxStreamSize = qint64(64) << 20;
 constexpr qint64 readBlock = qint64(1) << 20;
 constexpr int yamlIndent = 2;
-
-CorvaneDSLParser::LogicalSceneCompile &logicalSceneCompile()
-{
-    static CorvaneDSLParser::LogicalSceneCompile compile;
-    return compile;
-}
 
 template<class Result>
 void addError(Result &result, const QString &message)
@@ -94,11 +89,6 @@ bool isFieldOnly(const QVariantMap &block)
 
 } // namespace
 
-void CorvaneDSLParser::setLogicalSceneCompile(const LogicalSceneCompile &compile)
-{
-    logicalSceneCompile() = compile;
-}
-
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 {
     ParseResult result;
@@ -139,13 +129,12 @@ void CorvaneDSLParser::compileLogical(ParseResult &result, QObject *parent)
     result.logicalScene = logical.logicalScene;
     if (!logical.errors.isEmpty() || !logical.logicalScene)
         return;
-    if (!logicalSceneCompile()) {
-        addError(result, u"Scene files of version 2 cannot be compiled by this program"_s);
-        return;
-    }
     result.scene = Corvane::create(parent);
     DocumentBlock::applyDefinitions(logical.documentBlock, *result.scene, &result.warnings);
-    logicalSceneCompile()(*logical.logicalScene, *result.scene);
+    LogicalSceneCompiler compiler;
+    compiler.setSource(logical.logicalScene.data());
+    compiler.setTarget(result.scene.data());
+    compiler.fullCompile();
 }
 
 LogicalParseResult CorvaneDSLParser::parseLogical(const QString &text)

@@ -9,8 +9,6 @@
 #include <QStringList>
 #include <QVariantMap>
 
-#include <functional>
-
 namespace corvane::model {
 
 /// What came of a scene file: a document, or errors; warnings go with both.
@@ -42,11 +40,6 @@ class CorvaneDSLParser
 public:
     /// The longest text that is read. A longer file, an endless device among them, is an error.
     static constexpr qint64 maxFileSize = qint64(1) << 30;
-
-    /// Compiles a logical scene into an empty document.
-    using LogicalSceneCompile = std::function<void(LogicalScene &source, Corvane &target)>;
-    /// Without it a version 2 file is an error that says so.
-    static void setLogicalSceneCompile(const LogicalSceneCompile &compile);
 
     /// Does not register definitions of the file: they are in the document, not in force. Of a
     /// version 2 file the document has the geometry and the definitions; its name, variables,

@@ -1,6 +1,7 @@
 #include <corvane/model/DocumentBlock.h>
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/PlainValue.h>
 #include <corvane/model/SceneKeys.h>
 #include <corvane/model/WarningList.h>
@@ -64,26 +65,32 @@ void writeVariables(QVariantMap &block, const VarsetTable &variables)
     insertUnlessEmpty(block, u"varsetEntryOrder"_s, orders);
 }
 
-/// The catalogue's materials that nodes name and the scene lacks are asked of this.
+/// Stands in for the process-wide catalogue where it is set.
 Corvane::MaterialSource &materialSource()
 {
     static Corvane::MaterialSource source;
     return source;
 }
 
+std::optional<CatalogMaterial> cataloguedMaterial(const QUuid &id)
+{
+    if (materialSource())
+        return materialSource()(id);
+    const CatalogMaterial *material = MaterialLibrary::instance().material(id);
+    return material ? std::optional(*material) : std::nullopt;
+}
+
 /// The document's materials, and of those that are used and not among them the catalogue's.
 QMap<QUuid, CatalogMaterial> allMaterials(const Corvane &document, QSet<QUuid> used)
 {
     QMap<QUuid, CatalogMaterial> materials = document.materials();
-    if (!materialSource())
-        return materials;
     const auto items = document.items();
     for (const SceneItem &item : items)
         used.insert(item.materialId);
     for (const QUuid &id : std::as_const(used)) {
         if (id.isNull() || materials.contains(id))
             continue;
-        if (const auto found = materialSource()(id))
+        if (const auto found = cataloguedMaterial(id))
             materials.insert(id, *found);
     }
     return materials;

@@ -2,6 +2,7 @@
 #include <corvane/model/LogicalScene.h>
 
 #include <corvane/model/Logging.h>
+#include <corvane/model/MaterialLibrary.h>
 #include <corvane/registry/Registry.h>
 
 using namespace Qt::StringLiterals;
@@ -14,6 +15,12 @@ std::function<QUuid()> &defaultMaterialSource()
 {
     static std::function<QUuid()> source;
     return source;
+}
+
+QUuid defaultMaterial()
+{
+    return defaultMaterialSource() ? defaultMaterialSource()()
+                                   : MaterialLibrary::instance().defaultMaterialId();
 }
 
 /// Looks from both ends at once, since most edits are near one of them: the last child that was
@@ -191,8 +198,8 @@ QUuid LogicalScene::addNode(LogicalInstance node, const QUuid &parentId, qsizety
             << "LogicalScene::addInstance: refused \u2014 cannot add into a component instance";
         return {};
     }
-    if (!node.isContainer() && node.materialId.isNull() && defaultMaterialSource())
-        node.materialId = defaultMaterialSource()();
+    if (!node.isContainer() && node.materialId.isNull())
+        node.materialId = defaultMaterial();
     const QStringList wrappers = initialWrappers(node.definitionId, node.componentDefId);
     for (const QString &wrapperId : wrappers)
         node.wrappers.append({wrapperId, {}});

@@ -151,7 +151,7 @@ public:
     /// rest. Without the key "roots" all nodes that are no children are roots.
     void fromVariantMap(const QVariantMap &map, QStringList *warnings = nullptr);
 
-    /// The material that new nodes get; none, as long as nothing is set.
+    /// The material that new nodes get, in place of the default one of the MaterialLibrary.
     static void setDefaultMaterialSource(const std::function<QUuid()> &source);
 
 signals:
