@@ -1,0 +1,71 @@
+#pragma once
+
+#include <corvane/component/ComponentLibrary.h>
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/model/MaterialLibrary.h>
+#include <corvane/ops/CorvaneOpExecutor.h>
+
+#include <QCryptographicHash>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QUndoStack>
+
+/// A scene with a tree, libraries in a folder of their own, and the executor over them.
+struct OpFixture
+{
+    QTemporaryDir folder;
+    QSharedPointer<corvane::model::Corvane> document =
+        QSharedPointer<corvane::model::Corvane>::create();
+    corvane::model::LogicalScene tree;
+    corvane::component::ComponentLibrary library{folder.filePath(QStringLiteral("components"))};
+    corvane::model::MaterialLibrary materials{folder.filePath(QStringLiteral("materials"))};
+    corvane::ops::CorvaneOpExecutor executor{document};
+
+    OpFixture()
+    {
+        executor.setLogicalScene(&tree);
+        executor.setComponentLibrary(&library);
+        executor.setMaterialLibrary(&materials);
+    }
+    ~OpFixture() { document->unregisterFileScopedDefinitions(); }
+
+    bool apply(QLatin1StringView kind, const QVariantMap &args)
+    {
+        return executor.apply({kind, args});
+    }
+    /// The id of what was added; null when the op was refused.
+    QUuid add(const QVariantMap &args)
+    {
+        const bool isAdded = apply(corvane::ops::OpKind::ItemAdd, args);
+        return isAdded ? executor.lastCreatedId() : QUuid();
+    }
+    QUuid addNode(const QString &definitionId, const QUuid &parentId = {})
+    {
+        return add({{QStringLiteral("itemType"), QStringLiteral("sdf")},
+                    {QStringLiteral("definitionId"), definitionId},
+                    {QStringLiteral("parentId"), parentId}});
+    }
+    QUndoStack &stack() { return *executor.undoStack(); }
+
+    /// All that ops can change: two are equal when document, tree, selection and libraries are.
+    QByteArray state()
+    {
+        QVariantMap all{{QStringLiteral("document"), document->stateFingerprint()},
+                        {QStringLiteral("tree"), tree.toVariantMap()}};
+        QVariantMap catalogue;
+        const auto everyMaterial = materials.allMaterials();
+        for (const auto &material : everyMaterial) {
+            QVariantMap map = material.toVariantMap();
+            map.remove(QStringLiteral("lastModified")); // says when, not what
+            catalogue.insert(material.id.toString(), map);
+        }
+        all.insert(QStringLiteral("materials"), catalogue);
+        QVariantMap published;
+        const auto definitions = library.definitions();
+        for (const auto &definition : definitions)
+            published.insert(definition.id, definition.toVariantMap());
+        all.insert(QStringLiteral("library"), published);
+        return QJsonDocument::fromVariant(all).toJson();
+    }
+};
