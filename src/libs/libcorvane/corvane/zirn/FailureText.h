@@ -7,10 +7,10 @@ namespace corvane::zirn {
 /// The parts of a failure that a model can act on without more context.
 struct Failure
 {
-    QString attempt;                             ///< what was being done: "remove item 7f.."
-    QString cause;                               ///< why it did not work: "not found"
+    QString attempt{};                           ///< what was being done: "remove item 7f.."
+    QString cause{};                             ///< why it did not work: "not found"
     QString state = QStringLiteral("unchanged"); ///< what remains: "prior steps completed"
-    QString suggestion; ///< what to do next: "check itemId"; left out when empty
+    QString suggestion{}; ///< what to do next: "check itemId"; left out when empty
 };
 
 /// "Failed to <attempt>: <cause>. State: <state>. Suggestion: <suggestion>."

@@ -21,9 +21,9 @@ QLatin1StringView operatorTypeWord(OperatorType type);
 struct Operator
 {
     OperatorType type = OperatorType::Steward;
-    QString id;
-    QString displayName;
-    QSharedPointer<PermissionStore> permissions; ///< may be null: then everything is asked
+    QString id{};
+    QString displayName{};
+    QSharedPointer<PermissionStore> permissions{}; ///< may be null: then everything is asked
 };
 
 } // namespace corvane::zirn

@@ -14,11 +14,11 @@ enum class GrantLifetime : qint32 {
 /// A person's answer about a scope, kept.
 struct PermissionGrant
 {
-    QString scope; ///< exact, or a pattern that ends in ".*"
+    QString scope{}; ///< exact, or a pattern that ends in ".*"
     GrantLifetime lifetime = GrantLifetime::Persistent;
-    bool allowed = true; ///< false is an explicit denial
-    QDateTime expiresAt; ///< of a timed grant; without it such a grant never holds
-    QDateTime grantedAt;
+    bool allowed = true;   ///< false is an explicit denial
+    QDateTime expiresAt{}; ///< of a timed grant; without it such a grant never holds
+    QDateTime grantedAt{};
 
     /// Whether the grant still counts at a moment.
     bool isValid(const QDateTime &now) const;

@@ -38,10 +38,10 @@ struct PlanServices
 /// A plan on its way, and who gave it.
 struct PlanTicket
 {
-    TaskPlan plan;
-    Operator submitter;
-    QString planId;
-    QStringList resources; ///< held from before the start; given back at the end
+    TaskPlan plan{};
+    Operator submitter{};
+    QString planId{};
+    QStringList resources{}; ///< held from before the start; given back at the end
 };
 
 /// One plan from its permissions to its result. execute() is the body of the plan's thread; the

@@ -54,7 +54,7 @@ public:
 private:
     struct Entry
     {
-        Announcement announcement;
+        Announcement announcement{};
         const PlanRun *progressSource = nullptr; ///< null for what is no progress
         int step = -1;
     };

@@ -16,9 +16,9 @@ namespace corvane::zirn {
 /// One call of a task.
 struct TaskPlanStep
 {
-    QString task;
-    QVariantMap args;
-    QMap<QString, QString> produces; ///< placeholder name to the output key that fills it
+    QString task{};
+    QVariantMap args{};
+    QMap<QString, QString> produces{}; ///< placeholder name to the output key that fills it
 
     bool operator==(const TaskPlanStep &) const = default;
 };
@@ -32,8 +32,8 @@ struct TaskPlan
     static constexpr qsizetype maxArgumentsSize =
         16 << 20; ///< characters, of all that were filled in a step
 
-    QString description;
-    QList<TaskPlanStep> steps;
+    QString description{};
+    QList<TaskPlanStep> steps{};
 
     /// The arguments of `step` with every "${name}" in a text at the top level replaced by the
     /// variable of that name; what is put in is searched in turn. Maps and lists inside are left
@@ -49,11 +49,11 @@ struct TaskPlan
 /// What became of a plan.
 struct TaskPlanResult
 {
-    QList<ZirnTaskResult> stepResults; ///< of the steps that were reached, in their order
-    qint32 failedStepIndex = -1;       ///< the first that failed; -1 for none
-    bool cancelled = false;            ///< stopped before its end because somebody asked for that
+    QList<ZirnTaskResult> stepResults{}; ///< of the steps that were reached, in their order
+    qint32 failedStepIndex = -1;         ///< the first that failed; -1 for none
+    bool cancelled = false;              ///< stopped before its end because somebody asked for that
     bool success = false;
-    QString planDescription;
+    QString planDescription{};
 
     /// Appends; the first failed result also sets failedStepIndex.
     void addStepResult(const ZirnTaskResult &result);

@@ -18,9 +18,9 @@ class ZirnTaskContext;
 /// One argument that a task reads, as it is shown to the model.
 struct ZirnTaskParamDescriptor
 {
-    QString name;
-    QString description;
-    QVariant defaultValue; ///< invalid for none
+    QString name{};
+    QString description{};
+    QVariant defaultValue{}; ///< invalid for none
     bool required = false;
 
     bool operator==(const ZirnTaskParamDescriptor &) const = default;
@@ -51,7 +51,7 @@ public:
 
     /// Does it. Called on a plan's thread, by several plans at once, so it must be re-entrant.
     /// @param context  never null, valid until this returns
-    virtual ZirnTaskResult execute(const ZirnTaskParams &params, ZirnTaskContext *context) = 0;
+    virtual ZirnTaskResult execute(const ZirnTaskParams &arguments, ZirnTaskContext *context) = 0;
 
     /// Fills requiredCaps with the capabilities of a tier: "bootstrap", "cad-editing",
     /// "identified", "operational", "connected", "secured" or "owner". Any other word changes

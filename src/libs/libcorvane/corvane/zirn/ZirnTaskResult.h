@@ -13,8 +13,8 @@ namespace corvane::zirn {
 struct ZirnTaskResult
 {
     bool success = false;
-    QString message;                ///< of a failure: the sentence that failureText() makes
-    QMap<QString, QString> outputs; ///< by the keys that the task promises in ZirnTask::outputs
+    QString message{};                ///< of a failure: the sentence that failureText() makes
+    QMap<QString, QString> outputs{}; ///< by the keys that the task promises in ZirnTask::outputs
 
     static ZirnTaskResult succeeded(QString message, QMap<QString, QString> outputs = {})
     {
