@@ -1,0 +1,337 @@
+// What the ops of each family do.
+#include "OpFixture.h"
+
+#include <corvane/expr/ExpressionManager.h>
+#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/model/ParameterValue.h>
+#include <corvane/ops/ComponentMaterializer.h>
+
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace corvane;
+namespace OpKind = ops::OpKind;
+
+namespace {
+
+/// A box in a union, made a component of that id; returns its instance.
+QUuid nestedPair(OpFixture &fixture, const QString &componentId)
+{
+    const QUuid top = fixture.addNode(u"union"_s);
+    fixture.addNode(u"box"_s, top);
+    fixture.addNode(u"sphere"_s, top);
+    fixture.apply(OpKind::ComponentNest,
+                  {{u"itemId"_s, top}, {u"definitionId"_s, componentId}, {u"name"_s, u"Pair"_s}});
+    return fixture.executor.lastCreatedId();
+}
+
+/// Where the wrappers of a node put a point of its inside.
+QVector3D placed(const model::LogicalInstance &node, const QVector3D &point)
+{
+    QMatrix4x4 matrix;
+    for (const model::WrapperValues &wrapper : node.wrappers) {
+        if (wrapper.definitionId == "translate"_L1)
+            matrix.translate(node.translate);
+        if (wrapper.definitionId == "scale"_L1)
+            matrix.scale(node.scale.x());
+        if (wrapper.definitionId != "rotate"_L1)
+            continue;
+        matrix.rotate(node.rotate.x(), 1, 0, 0);
+        matrix.rotate(node.rotate.y(), 0, 1, 0);
+        matrix.rotate(node.rotate.z(), 0, 0, 1);
+    }
+    return matrix.map(point);
+}
+
+} // namespace
+
+class TstSceneOps : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
+
+    void addedNodeComesBackWithItsId();
+    void removedBranchComesBackAtItsPlace();
+    void copyHasAllBelowAndNamesOfItsOwn();
+    void namesAreUnique();
+    void compiledItemKeepsParametersUnderParams();
+    void renamedVariableTakesExpressionsAlong();
+    void settingLeavesNoKeyBehind();
+    void nestingIntoItselfIsRefused();
+    void nestedTwiceUnnestsToTheSamePlace_data();
+    void nestedTwiceUnnestsToTheSamePlace();
+    void unnestedBranchHasThePromotedValues();
+    void editWithoutEditsKeepsTheDefinition();
+    void editDropsPromotionsWhoseTargetIsGone();
+    void publishedComponentBringsWhatItPlaces();
+};
+
+void TstSceneOps::addedNodeComesBackWithItsId()
+{
+    OpFixture fixture;
+    const QUuid id = fixture.addNode(u"box"_s);
+    QVERIFY(!id.isNull());
+    fixture.stack().undo();
+    QVERIFY(!fixture.tree.contains(id));
+    fixture.stack().redo();
+    QCOMPARE(fixture.tree.roots(), QList<QUuid>{id});
+    QCOMPARE(fixture.tree.instance(id)->name, u"Box 1"_s);
+}
+
+void TstSceneOps::removedBranchComesBackAtItsPlace()
+{
+    OpFixture fixture;
+    fixture.addNode(u"box"_s);
+    const QUuid top = fixture.addNode(u"union"_s);
+    const QUuid middle = fixture.addNode(u"union"_s, top);
+    fixture.addNode(u"sphere"_s, middle);
+    fixture.addNode(u"box"_s, middle);
+    fixture.addNode(u"sphere"_s, top);
+    fixture.addNode(u"box"_s);
+    const QByteArray before = fixture.state();
+    QVERIFY(fixture.apply(OpKind::ItemRemove, {{u"itemId"_s, top}}));
+    QCOMPARE(fixture.tree.instances().size(), 2);
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+}
+
+void TstSceneOps::copyHasAllBelowAndNamesOfItsOwn()
+{
+    OpFixture fixture;
+    const QUuid top = fixture.addNode(u"union"_s);
+    const QUuid child = fixture.addNode(u"box"_s, top);
+    fixture.apply(OpKind::SdfSetParameter,
+                  {{u"itemId"_s, child}, {u"paramName"_s, u"width"_s}, {u"value"_s, 7}});
+    QVERIFY(fixture.apply(OpKind::ItemDuplicate, {{u"sourceId"_s, top}}));
+    const QUuid copy = fixture.executor.lastCreatedId();
+    QCOMPARE(fixture.tree.roots(), (QList<QUuid>{top, copy}));
+    QCOMPARE(fixture.tree.instance(copy)->name, u"Union 2"_s);
+    const auto *copiedChild = fixture.tree.instance(fixture.tree.children(copy).value(0));
+    QVERIFY(copiedChild && copiedChild->id != child);
+    QCOMPARE(copiedChild->name, u"Box 2"_s);
+    QCOMPARE(copiedChild->params.value(u"width"_s).toInt(), 7);
+}
+
+void TstSceneOps::namesAreUnique()
+{
+    OpFixture fixture;
+    const QUuid node = fixture.addNode(u"box"_s);
+    const QUuid mesh = fixture.add({{u"itemType"_s, u"mesh"_s}, {u"name"_s, u"Box 1"_s}});
+    QCOMPARE(fixture.document->item(mesh).name, u"Box 2"_s);
+    fixture.apply(OpKind::ItemRename, {{u"itemId"_s, node}, {u"newName"_s, u"Box 2"_s}});
+    QCOMPARE(fixture.tree.instance(node)->name, u"Box 1"_s);
+    fixture.apply(OpKind::ItemRename, {{u"itemId"_s, mesh}, {u"newName"_s, u"Lid"_s}});
+    fixture.apply(OpKind::ItemRename, {{u"itemId"_s, node}, {u"newName"_s, u"Lid"_s}});
+    QCOMPARE(fixture.tree.instance(node)->name, u"Lid 1"_s);
+}
+
+void TstSceneOps::compiledItemKeepsParametersUnderParams()
+{
+    OpFixture fixture;
+    model::Instance item(u"sphere"_s);
+    item.name = u"Ball"_s;
+    fixture.document->addItem(item);
+    const QByteArray before = fixture.state();
+    fixture.apply(OpKind::SdfSetParameter,
+                  {{u"itemId"_s, item.id}, {u"paramName"_s, u"radius"_s}, {u"value"_s, 3}});
+    fixture.apply(OpKind::ItemSetTypeData, {{u"itemId"_s, item.id},
+                                            {u"key"_s, u"parameters"_s},
+                                            {u"value"_s, QVariantMap{{u"radius"_s, 4}}}});
+    QCOMPARE(fixture.document->instance(item.id).parameter(u"radius"_s).toInt(), 4);
+    QVERIFY(!fixture.document->item(item.id).typeData.contains(u"parameters"_s));
+    fixture.stack().undo();
+    QCOMPARE(fixture.document->instance(item.id).parameter(u"radius"_s).toInt(), 3);
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+}
+
+void TstSceneOps::renamedVariableTakesExpressionsAlong()
+{
+    OpFixture fixture;
+    model::LogicalSceneCompiler compiler;
+    compiler.setSource(&fixture.tree);
+    compiler.setTarget(fixture.document.data());
+    expr::ExpressionManager expressions(fixture.document.data());
+    fixture.apply(OpKind::VarsetSetVariable, {{u"name"_s, u"w"_s}, {u"value"_s, 2}});
+    fixture.apply(OpKind::VarsetSetVariable, {{u"name"_s, u"h"_s}, {u"value"_s, u"=w + 1"_s}});
+    const QUuid box = fixture.addNode(u"box"_s);
+    // Quotes without need: renaming back alone would not bring them back.
+    fixture.apply(
+        OpKind::SdfSetParameter,
+        {{u"itemId"_s, box}, {u"paramName"_s, u"width"_s}, {u"value"_s, u"=\"w\" * 2"_s}});
+    const auto text = [&fixture, &box] {
+        const QVariant stored = fixture.tree.instance(box)->params.value(u"width"_s);
+        return model::ParameterValue::fromVariant(stored).expression;
+    };
+    const QString before = text();
+    fixture.apply(OpKind::VarsetRenameVar,
+                  {{u"oldName"_s, u"w"_s}, {u"newName"_s, u"full width"_s}});
+    QCOMPARE(text(), u"\"full width\" * 2"_s);
+    QCOMPARE(fixture.document->variableEntry(u"h"_s).expression, u"\"full width\" + 1"_s);
+    fixture.stack().undo();
+    QCOMPARE(text(), before);
+    QCOMPARE(fixture.document->variableEntry(u"h"_s).expression, u"w + 1"_s);
+}
+
+void TstSceneOps::settingLeavesNoKeyBehind()
+{
+    OpFixture fixture;
+    fixture.document->setSceneSetting(u"export"_s, 5);
+    const QByteArray before = fixture.state();
+    fixture.apply(OpKind::SettingsSet, {{u"path"_s, u"export.bounds.minX"_s}, {u"value"_s, 1.5}});
+    fixture.apply(OpKind::SettingsSetBulk,
+                  {{u"settings"_s, QVariantMap{{u"export"_s, QVariantMap{{u"cellSize"_s, 0.1}}},
+                                               {u"view.grid"_s, true}}}});
+    QCOMPARE(fixture.document->sceneSetting(u"export.bounds.minX"_s).toDouble(), 1.5);
+    QCOMPARE(fixture.document->sceneSetting(u"export.cellSize"_s).toDouble(), 0.1);
+    fixture.stack().undo();
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+}
+
+void TstSceneOps::nestingIntoItselfIsRefused()
+{
+    OpFixture fixture;
+    const QUuid pair = nestedPair(fixture, u"pair"_s);
+    const QUuid top = fixture.addNode(u"union"_s);
+    fixture.apply(OpKind::ItemSetParent, {{u"itemId"_s, pair}, {u"newParentId"_s, top}});
+    // A scene may place a component that it does not have; nesting must not close the circle.
+    fixture.tree.componentRegistry()->removeDefinition(u"pair"_s);
+    const QByteArray before = fixture.state();
+    const int steps = fixture.stack().count();
+    QTest::ignoreMessage(QtWarningMsg, "component.nest: refused: A component cannot contain itself "
+                                       "(directly or through another component).");
+    QVERIFY(!fixture.apply(OpKind::ComponentNest,
+                           {{u"itemId"_s, top}, {u"definitionId"_s, u"pair"_s}}));
+    QCOMPARE(fixture.state(), before);
+    QCOMPARE(fixture.stack().count(), steps);
+}
+
+void TstSceneOps::nestedTwiceUnnestsToTheSamePlace_data()
+{
+    QTest::addColumn<QVariantMap>("outer");
+    QTest::addColumn<QVariantMap>("inner");
+    const auto at = [](double x, double y, double z) { return QVariantList{x, y, z}; };
+    const QVariantMap moved{{u"translate"_s, at(1, 2, 3)}};
+    const QVariantMap turned{{u"rotate"_s, at(30, -50, 70)}, {u"translate"_s, at(5, 0, 0)}};
+    const QVariantMap all{
+        {u"translate"_s, at(-1, 4, 2)}, {u"rotate"_s, at(20, 90, 10)}, {u"scale"_s, at(2, 2, 2)}};
+    QTest::newRow("moved inside") << QVariantMap() << moved;
+    QTest::newRow("moved outside") << moved << QVariantMap();
+    QTest::newRow("moved in both") << moved << turned;
+    QTest::newRow("turned in both") << turned << all;
+    QTest::newRow("by a right angle") << all << turned;
+}
+
+void TstSceneOps::nestedTwiceUnnestsToTheSamePlace()
+{
+    QFETCH(QVariantMap, outer);
+    QFETCH(QVariantMap, inner);
+    OpFixture fixture;
+    const QUuid box = fixture.addNode(u"box"_s);
+    const auto transform = [&fixture](const QUuid &id, QVariantMap args) {
+        args.insert(u"itemId"_s, id);
+        return args.size() == 1 || fixture.apply(OpKind::ItemSetTransform, args);
+    };
+    QVERIFY(transform(box, inner));
+    const model::LogicalInstance before = *fixture.tree.instance(box);
+    QVERIFY(fixture.apply(OpKind::ComponentNest, {{u"itemId"_s, box}}));
+    const QUuid instance = fixture.executor.lastCreatedId();
+    QVERIFY(transform(instance, outer));
+    const model::LogicalInstance around = *fixture.tree.instance(instance);
+    QVERIFY(fixture.apply(OpKind::ComponentUnnest, {{u"itemId"_s, instance}}));
+    const auto *after = fixture.tree.instance(fixture.executor.lastCreatedId());
+    QCOMPARE(after->definitionId, u"box"_s);
+    for (const QVector3D &point :
+         {QVector3D(0, 0, 0), QVector3D(1, 0, 0), QVector3D(0.5f, 2, -1)}) {
+        const QVector3D expected = placed(around, placed(before, point));
+        QVERIFY((placed(*after, point) - expected).length() < 1e-4f);
+    }
+}
+
+void TstSceneOps::unnestedBranchHasThePromotedValues()
+{
+    OpFixture fixture;
+    const QUuid pair = nestedPair(fixture, u"pair"_s);
+    const auto nodes =
+        model::structureNodesOf(fixture.tree.componentRegistry()->definition(u"pair"_s));
+    const auto promotion = [](const QString &alias, const QUuid &node, const QString &param,
+                              const QString &expression) {
+        return QVariantMap{
+            {u"alias"_s, alias},
+            {u"target"_s, QVariantMap{{u"node"_s, node.toString()}, {u"param"_s, param}}},
+            {u"binding"_s, expression.isEmpty() ? u"passthrough"_s : u"expression"_s},
+            {u"expression"_s, expression}};
+    };
+    const QVariantList interface {
+        promotion(u"size"_s, nodes.at(1).id, u"width"_s, {}),
+            promotion(u"ball"_s, nodes.at(2).id, u"radius"_s, u"size * 2"_s)
+    };
+    QVERIFY(fixture.apply(OpKind::ComponentUpdateDefinition,
+                          {{u"definitionId"_s, u"pair"_s},
+                           {u"definition"_s, QVariantMap{{u"interface"_s, interface}}}}));
+    fixture.apply(OpKind::SdfSetParameter,
+                  {{u"itemId"_s, pair}, {u"paramName"_s, u"size"_s}, {u"value"_s, 4}});
+    QVERIFY(fixture.apply(OpKind::ComponentUnnest, {{u"itemId"_s, pair}}));
+    const QList<QUuid> parts = fixture.tree.children(fixture.executor.lastCreatedId());
+    QCOMPARE(fixture.tree.instance(parts.at(0))->params.value(u"width"_s).toDouble(), 4.0);
+    QCOMPARE(fixture.tree.instance(parts.at(1))->params.value(u"radius"_s).toDouble(), 8.0);
+}
+
+void TstSceneOps::editWithoutEditsKeepsTheDefinition()
+{
+    OpFixture fixture;
+    const QUuid pair = nestedPair(fixture, u"pair"_s);
+    fixture.addNode(u"pair"_s);
+    const QByteArray before = fixture.state();
+    QVERIFY(fixture.apply(OpKind::ComponentEditEnter, {{u"itemId"_s, pair}}));
+    const QUuid branch = fixture.executor.lastCreatedId();
+    QVERIFY(!fixture.tree.contains(pair));
+    QCOMPARE(fixture.tree.roots().first(), branch);
+    const QVariantMap commit{{u"definitionId"_s, u"pair"_s}, {u"branchRootId"_s, branch}};
+    QVERIFY(fixture.apply(OpKind::ComponentEditCommit, commit));
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().undo();
+    QVERIFY(fixture.tree.contains(branch));
+    QVERIFY(fixture.apply(OpKind::ComponentEditCommit, commit));
+    QCOMPARE(fixture.state(), before);
+}
+
+void TstSceneOps::editDropsPromotionsWhoseTargetIsGone()
+{
+    OpFixture fixture;
+    const QUuid pair = nestedPair(fixture, u"pair"_s);
+    auto definition = fixture.tree.componentRegistry()->definition(u"pair"_s);
+    const auto nodes = model::structureNodesOf(definition);
+    definition.promotions = {{.alias = u"size"_s, .targetNode = nodes.at(1).id},
+                             {.alias = u"ball"_s, .targetNode = nodes.at(2).id}};
+    fixture.tree.componentRegistry()->applyDefinition(definition);
+    fixture.apply(OpKind::ComponentEditEnter, {{u"itemId"_s, pair}});
+    const QUuid branch = fixture.executor.lastCreatedId();
+    fixture.apply(OpKind::ItemRemove, {{u"itemId"_s, fixture.tree.children(branch).at(1)}});
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"component.edit_commit: promotion ball "
+                                                          "lost its target — dropped"_s));
+    QVERIFY(fixture.apply(OpKind::ComponentEditCommit,
+                          {{u"definitionId"_s, u"pair"_s}, {u"branchRootId"_s, branch}}));
+    definition = fixture.tree.componentRegistry()->definition(u"pair"_s);
+    QCOMPARE(definition.promotions.size(), 1);
+    QCOMPARE(definition.promotions.at(0).alias, u"size"_s);
+    QCOMPARE(model::structureNodesOf(definition).size(), 2);
+}
+
+void TstSceneOps::publishedComponentBringsWhatItPlaces()
+{
+    OpFixture fixture;
+    const QUuid pair = nestedPair(fixture, u"pair"_s);
+    fixture.apply(OpKind::ComponentNest, {{u"itemId"_s, pair}, {u"definitionId"_s, u"outer"_s}});
+    QVERIFY(fixture.apply(OpKind::ComponentPublish, {{u"definitionId"_s, u"outer"_s}}));
+    QCOMPARE(fixture.library.definitions().keys(), (QStringList{u"outer"_s, u"pair"_s}));
+    fixture.stack().undo();
+    QVERIFY(fixture.library.definitions().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TstSceneOps)
+#include "tst_SceneOps.moc"
