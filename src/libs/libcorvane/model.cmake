@@ -21,6 +21,8 @@ corvane_library(corvane_model
         corvane/model/CorvaneSettings.cpp
         corvane/model/CorvaneVariables.cpp
         corvane/model/DocumentBlock.cpp
+        corvane/model/DocumentEdit.cpp
+        corvane/model/IconShapes.cpp
         corvane/model/Instance.cpp
         corvane/model/ItemTable.cpp
         corvane/model/LogicalExpressions.cpp
@@ -50,6 +52,11 @@ corvane_library(corvane_model
         corvane/model/SceneVersion1Writer.cpp
         corvane/model/SceneVersion2Reader.cpp
         corvane/model/SceneVersion2Writer.cpp
+        corvane/model/SlotManager.cpp
+        corvane/model/SlotMoves.cpp
+        corvane/model/TreeBuilder.cpp
+        corvane/model/TreeModel.cpp
+        corvane/model/TreeModelDrops.cpp
         corvane/model/Varset.cpp
         corvane/model/VarsetTable.cpp
         corvane/model/Version1Parts.cpp

@@ -1,6 +1,7 @@
 #include <corvane/model/SceneItemView.h>
 
 #include <corvane/model/Instance.h>
+#include <corvane/model/LogicalScene.h>
 #include <corvane/model/PlainValue.h>
 
 using namespace Qt::StringLiterals;
@@ -13,12 +14,25 @@ constexpr float defaultFovDegrees = 45.0f;
 constexpr float defaultNearPlane = 0.1f;
 constexpr float defaultFarPlane = 1000.0f;
 constexpr float defaultOrthoSize = 10.0f;
+const QString componentKey = QStringLiteral("component");
+const QString childrenParam = QStringLiteral("children");
 
 } // namespace
 
 QString SceneItemView::definitionId() const
 {
     return m_item.itemType == ItemTypes::Sdf ? Instance(m_item).definitionId() : QString();
+}
+
+QString SceneItemView::componentId() const
+{
+    return m_item.itemType == ItemTypes::Sdf ? m_item.typeData.value(componentKey).toString()
+                                             : QString();
+}
+
+QVariantMap SceneItemView::params() const
+{
+    return m_item.itemType == ItemTypes::Sdf ? Instance(m_item).rawParams() : QVariantMap();
 }
 
 bool SceneItemView::isContainer() const
@@ -29,6 +43,48 @@ bool SceneItemView::isContainer() const
 float SceneItemView::number(const QString &key, float defaultValue) const
 {
     return readFloat(m_item.typeData.value(key)).value_or(defaultValue);
+}
+
+SceneItemView syntheticViewFromNode(const LogicalInstance &node)
+{
+    Instance item{SceneItem(node.id)};
+    item.itemType = node.isContainer() ? ItemTypes::Group : ItemTypes::Sdf;
+    item.capabilities =
+        node.isContainer() ? ItemCapabilities::groupItem : ItemCapabilities::sdfItem;
+    item.name = node.name;
+    item.tags = node.tags;
+    item.material = node.material;
+    item.materialId = node.materialId;
+    item.translate = node.translate;
+    item.rotate = node.rotate;
+    item.scale = node.scale;
+    if (node.isContainer())
+        return SceneItemView(item);
+    if (node.isComponentInstance())
+        item.typeData.insert(componentKey, node.componentDefId);
+    else
+        item.setDefinitionId(node.definitionId);
+    item.setRawParams(node.params);
+    item.setBlendSharpness(node.blendSharpness);
+    item.setMaterialMode(node.materialMode);
+    item.setDensityScale(node.densityScale);
+    item.setShellThickness(node.shellThickness);
+    return SceneItemView(item);
+}
+
+SceneItemView viewFromImpl(const SceneItem &item, const LogicalScene *scene)
+{
+    const Instance compiled(item);
+    const SDFNodeProvenance from = compiled.provenance();
+    const bool isCore = from.role == SDFNodeProvenance::Role::Core;
+    const LogicalInstance *node = scene && isCore ? scene->instance(from.sourceItemId) : nullptr;
+    if (!node)
+        return SceneItemView(item);
+    Instance seen(syntheticViewFromNode(*node).item());
+    QVariantMap params = compiled.rawParams();
+    params.remove(childrenParam);
+    seen.setRawParams(params);
+    return SceneItemView(seen);
 }
 
 QString MeshItemView::sourcePath() const

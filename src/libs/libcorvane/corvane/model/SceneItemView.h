@@ -2,11 +2,13 @@
 
 #include <corvane/model/SceneItem.h>
 
-#include <optional>
-
 namespace corvane::model {
 
-/// Reads an item for the interface. A view is a copy: it does not follow the document.
+class LogicalScene;
+struct LogicalInstance;
+
+/// Reads an item, or a node of the user's tree, for the interface. A view is a copy: it does not
+/// follow the scene.
 class SceneItemView
 {
 public:
@@ -19,17 +21,32 @@ public:
     QString name() const { return m_item.name; }
     QString itemType() const { return m_item.itemType; }
     QString definitionId() const; ///< empty unless the item is of type "sdf"
+    QString componentId() const;  ///< of a node that places a component, else empty
+    /// The parameters of an item of type "sdf", as they are stored.
+    QVariantMap params() const;
     QSet<QString> tags() const { return m_item.tags; }
     QVector3D translate() const { return m_item.translate; }
     QVector3D rotate() const { return m_item.rotate; }
     QVector3D scale() const { return m_item.scale; }
     bool isContainer() const; ///< groups and domains
+    bool isComponent() const { return !componentId().isEmpty(); }
+    bool isHidden() const { return m_item.hasTag(ItemTags::Hidden); }
+    bool isIsolated() const { return m_item.hasTag(ItemTags::Isolated); }
 
 protected:
     float number(const QString &key, float defaultValue) const;
 
     SceneItem m_item;
 };
+
+/// The view of a node that may have no compiled item: id, name, tags, transform and parameters are
+/// the node's own, and a group is of the type "group".
+SceneItemView syntheticViewFromNode(const LogicalInstance &node);
+
+/// The view of an item. The core of a node that is compiled is seen as the node, with the item's
+/// parameters: these hold what expressions gave. Any other item is seen as it is.
+/// @param scene  none for a document without a tree
+SceneItemView viewFromImpl(const SceneItem &item, const LogicalScene *scene);
 
 /// A mesh file in the scene.
 class MeshItemView : public SceneItemView
