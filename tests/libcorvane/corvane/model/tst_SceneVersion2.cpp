@@ -301,6 +301,9 @@ void TstSceneVersion2::documentSurvivesAFile()
     definition->id = u"mine"_s;
     definition->shaderCode = u"float sdf_mine(vec3 p) {\nreturn 1.0;\n}"_s;
     document.addCustomDefinition(definition);
+    // A material of the catalogue would come into the file beside those of the document.
+    LogicalScene::setDefaultMaterialSource([] { return QUuid(); });
+    const auto forget = qScopeGuard([] { LogicalScene::setDefaultMaterialSource({}); });
     LogicalScene scene;
     scene.addInstance(u"box"_s);
 

@@ -57,7 +57,7 @@ CompiledInstanceMapping CompiledItems::addNode(const LogicalInstance &node)
     mapping.coreId = wrapperItemId(node.id, {});
     mapping.outerId = mapping.coreId;
     Pending &core = add(node, node.definitionId, mapping.coreId);
-    core.item.name = nameFor(node.id, coreSuffix);
+    core.item.name = nameFor(node.id, coreSuffix, true);
     core.provenance.role = SDFNodeProvenance::Role::Core;
     core.item.tags = NodeCompilation::coreTags(node);
     core.params = NodeCompilation::coreParameters(node, before(mapping.coreId));
@@ -86,7 +86,7 @@ void CompiledItems::addWrappers(const LogicalInstance &node, CompiledInstanceMap
             continue;
         const QUuid id = wrapperItemId(node.id, wrapperId);
         Pending &made = add(node, wrapperId, id);
-        made.item.name = nameFor(node.id, wrapperId);
+        made.item.name = nameFor(node.id, wrapperId, false);
         made.item.tags = tags;
         made.provenance.role = classifyRoleForSuffix(wrapperId);
         made.provenance.roleDetail = wrapperId;
@@ -147,14 +147,16 @@ void CompiledItems::store()
     m_document.exchangeItems(gone, items);
 }
 
-QString CompiledItems::nameFor(const QUuid &nodeId, const QString &suffix)
+QString CompiledItems::nameFor(const QUuid &nodeId, const QString &suffix, bool isCore)
 {
     const QString whole = nodeId.toString(QUuid::WithoutBraces);
     QUuid &holder = m_shortNames[whole.first(nameDigits)];
     if (holder.isNull())
         holder = nodeId;
     QString name = namePrefix + whole.first(nameDigits) + u'_' + suffix;
-    if (holder == nodeId && !m_takenNames.contains(name))
+    // Nothing keeps a file from having a wrapper called "core".
+    const bool isPlain = isCore || suffix != coreSuffix;
+    if (isPlain && holder == nodeId && !m_takenNames.contains(name))
         return name;
     const QString longName = namePrefix + whole + u'_' + suffix;
     name = longName;

@@ -46,7 +46,7 @@ private:
     Pending &pending(const QUuid &id) { return m_items[m_indices.value(id)]; }
     /// The parameters that an item had after the last compile.
     QVariantMap before(const QUuid &id) const;
-    QString nameFor(const QUuid &nodeId, const QString &suffix);
+    QString nameFor(const QUuid &nodeId, const QString &suffix, bool isCore);
     QUuid wrapperItemId(const QUuid &nodeId, const QString &wrapperId);
     void findForeignNames();
 
