@@ -12,6 +12,7 @@
 #include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QStandardPaths>
 
 #include <optional>
 
@@ -57,20 +58,22 @@ Reading readFile(const QString &path)
     if (holdsBinaryValues(file.readAll()))
         return {.values = {}, .damage = u"it holds values of unknown types"_s, .unreachable = {}};
     const QSettings ini(path, QSettings::IniFormat);
-    if (ini.status() == QSettings::FormatError)
-        return {.values = {}, .damage = u"it is no INI file"_s, .unreachable = {}};
     Values values;
     const QStringList keys = ini.allKeys();
     for (const QString &key : keys)
         values.insert(key, ini.value(key));
+    if (ini.status() == QSettings::FormatError) // it is found only while keys are read
+        return {.values = {}, .damage = u"it is no INI file"_s, .unreachable = {}};
     return {.values = values, .damage = {}, .unreachable = {}};
 }
 
+// Where QSettings would have it. Not asked of a QSettings: that opens what is there, and a FIFO
+// would keep it waiting.
 QString iniPath(const Settings::Names &names)
 {
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, names.organisation,
-                     names.application)
-        .fileName();
+    return u"%1/%2/%3.ini"_s.arg(
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation), names.organisation,
+        names.application);
 }
 
 } // namespace

@@ -16,10 +16,10 @@ struct ErrorEntry
 {
     int id = 0;                                   ///< unique within the process, counted from 1
     ErrorSeverity severity = ErrorSeverity::Info; ///< decides the count that it belongs to
-    QString source;                               ///< who reports, the key of clearForSource()
-    QString message;                              ///< one sentence for the user
-    QDateTime timestamp;                          ///< local time of the report
-    QUuid instanceId;                             ///< the item that it concerns; null for none
+    QString source{};                             ///< who reports, the key of clearForSource()
+    QString message{};                            ///< one sentence for the user
+    QDateTime timestamp{};                        ///< local time of the report
+    QUuid instanceId{};                           ///< the item that it concerns; null for none
     int line = -1;                                ///< in the source text, from 1; -1 for none
     int column = -1;                              ///< in the source text, from 1; -1 for none
 
