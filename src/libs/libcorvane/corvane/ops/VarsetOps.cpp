@@ -178,8 +178,9 @@ void withExpressions(OpContext &context, OpChange &change, const Rename &rename)
 QVariantMap nameState(const Address &target, const Address &other)
 {
     return {{StateKeys::opDomain, OpDomain::varset},
-            {u"targetName"_s, target.fullName()},
-            {u"otherName"_s, other.fullName()}};
+            {u"varsetName"_s, target.varset},
+            {u"targetName"_s, target.name},
+            {u"otherName"_s, other.name}};
 }
 
 QVariantMap placeState(const VarsetTable &table, const Address &address, const QString &other)
@@ -262,8 +263,18 @@ OpOutcome applyVarsetRenameVariable(OpContext &context, const OpCall &call)
 
 void restoreVariableName(OpContext &context, const QUuid &, const QVariantMap &state)
 {
-    context.document.renameVariable(state.value(u"otherName"_s).toString(),
-                                    state.value(u"targetName"_s).toString());
+    const QString varset = state.value(u"varsetName"_s).toString();
+    const Address target{varset, state.value(u"targetName"_s).toString()};
+    const Address other{varset, state.value(u"otherName"_s).toString()};
+    if (!context.document.renameVariable(other.fullName(), target.fullName())) {
+        // A file may give an entry of a varset a name with dots, which no rename would give it.
+        VarsetTable table = context.document.variables();
+        const VarsetEntry entry = entriesOf(table, varset).value(other.name);
+        const qsizetype index = orderOf(table, varset).indexOf(other.name);
+        removeEntry(table, other);
+        insertEntry(table, target, entry, index);
+        context.document.setVariables(table);
+    }
     restoreExpressions(context, state.value(u"expressions"_s).toMap());
 }
 
