@@ -119,12 +119,14 @@ BENCHMARK(runPlanAlone)
     ->Arg(2000)
     ->Arg(20000)
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 BENCHMARK(runPlanWithHistory)
     ->Arg(20)
     ->Arg(2000)
     ->Arg(20000)
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 } // namespace

@@ -1,4 +1,5 @@
 #include <corvane/zirn/ZirnHistoryDatabase.h>
+#include <corvane/zirn/ZirnResourceManager.h>
 
 #include "PlanFixture.h"
 
@@ -59,6 +60,7 @@ private slots:
     void planIsRecorded();
     void refusedPlanIsNot();
     void earlierPlansStay();
+    void plansWriteSideBySide();
     void damagedFileIsSetAside_data();
     void damagedFileIsSetAside();
     void planRunsWithoutItsHistory_data();
@@ -121,6 +123,26 @@ void TstZirnHistoryDatabase::earlierPlansStay()
         ZirnHistoryDatabase history(path());
         QCOMPARE(history.logPlanSubmitted(planOf({}), {}), expected);
     }
+}
+
+void TstZirnHistoryDatabase::plansWriteSideBySide()
+{
+    ZirnTaskRegistry registry;
+    addTask(registry, u"t.ok"_s);
+    ZirnResourceManager resources;
+    ZirnHistoryDatabase history(path());
+    ZirnTaskRuntime runtime(&registry);
+    runtime.setHistory(&history);
+    runtime.setResourceManager(&resources);
+    QSignalSpy completed(&runtime, &ZirnTaskRuntime::planCompleted);
+    const TaskPlan plan = planOf(QList<TaskPlanStep>(20, call(u"t.ok"_s)));
+    for (int i = 0; i < 4; ++i)
+        QVERIFY(runtime.submit(plan, {}));
+    QTRY_COMPARE_WITH_TIMEOUT(completed.size(), 4, 60000);
+    QCOMPARE(rowsOf(path(), u"SELECT count(*) FROM plan_executions WHERE success"_s),
+             QStringList{u"4"_s});
+    QCOMPARE(rowsOf(path(), u"SELECT count(*), sum(success) FROM step_results"_s),
+             QStringList{u"80|80"_s});
 }
 
 void TstZirnHistoryDatabase::damagedFileIsSetAside_data()

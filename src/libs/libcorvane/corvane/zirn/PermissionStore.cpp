@@ -5,11 +5,13 @@
 #include <store/SafeFile.h>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
 #include <QMutexLocker>
+#include <QThread>
 
 #include <optional>
 
@@ -85,11 +87,30 @@ std::optional<QList<PermissionGrant>> grantsFromJson(const QByteArray &json)
     return grants;
 }
 
+/// False, and said in the log, when it cannot be read. Opening a FIFO would wait for its writer.
+bool readFile(const QString &path, QByteArray &content)
+{
+    QFile file(path);
+    const bool isFile = QFileInfo(path).isFile();
+    if (isFile && file.open(QIODevice::ReadOnly)) {
+        content = file.read(maxFileSize);
+        return true;
+    }
+    qCWarning(lcPermissions).noquote() << "PermissionStore: cannot read" << path << "-"
+                                       << (isFile ? file.errorString() : u"no regular file"_s);
+    return false;
+}
+
 } // namespace
 
 QSharedPointer<PermissionStore> PermissionStore::create()
 {
-    return {new PermissionStore, &QObject::deleteLater};
+    return {new PermissionStore, [](PermissionStore *store) {
+                if (store->thread() == QThread::currentThread())
+                    delete store;
+                else
+                    store->deleteLater();
+            }};
 }
 
 PermissionAnswer PermissionStore::check(const QString &scope, const QDateTime &now) const
@@ -153,17 +174,11 @@ bool PermissionStore::removeIf(Predicate isUnwanted)
 bool PermissionStore::load(const QString &path)
 {
     const MethodGate gate(this);
-    std::optional<QList<PermissionGrant>> loaded = QList<PermissionGrant>();
-    QFile file(path);
-    if (file.exists()) {
-        if (!file.open(QIODevice::ReadOnly)) {
-            qCWarning(lcPermissions).noquote()
-                << "PermissionStore: cannot read" << path << "-" << file.errorString();
-            return false;
-        }
-        loaded = grantsFromJson(file.read(maxFileSize));
-        file.close();
-    }
+    QByteArray json;
+    const bool exists = QFileInfo::exists(path);
+    if (exists && !readFile(path, json))
+        return false;
+    const auto loaded = exists ? grantsFromJson(json) : QList<PermissionGrant>();
     if (!loaded)
         qCWarning(lcPermissions).noquote()
             << "PermissionStore: damaged file set aside as" << setAside(path);

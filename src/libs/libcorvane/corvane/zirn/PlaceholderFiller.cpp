@@ -19,6 +19,9 @@ constexpr auto tooMany =
 constexpr auto tooLong =
     "Argument '%1' grows beyond %2 characters by its placeholders. State: no changes. Suggestion: "
     "pass less text from step to step, or check that no output repeats its own placeholder."_L1;
+constexpr auto tooMuch =
+    "Argument '%1' brings the arguments of its step beyond %2 characters by their placeholders. "
+    "State: no changes. Suggestion: pass less text from step to step."_L1;
 
 /// Where "${" is followed by a name of at least one character.
 qsizetype nextOpening(const QString &text, qsizetype from)
@@ -65,10 +68,10 @@ bool PlaceholderFiller::replace(const QString &argument, QString &text, qsizetyp
 bool PlaceholderFiller::staysInLimits(const QString &argument, const QString &text,
                                       int replacements)
 {
-    const qsizetype limit =
-        std::min(TaskPlan::maxArgumentSize, TaskPlan::maxArgumentsSize - m_filledSize);
-    if (text.size() > limit)
-        m_error = QString(tooLong).arg(argument, QString::number(limit));
+    if (text.size() > TaskPlan::maxArgumentSize)
+        m_error = QString(tooLong).arg(argument, QString::number(TaskPlan::maxArgumentSize));
+    else if (text.size() > TaskPlan::maxArgumentsSize - m_filledSize)
+        m_error = QString(tooMuch).arg(argument, QString::number(TaskPlan::maxArgumentsSize));
     else if (replacements > TaskPlan::maxReplacements)
         m_error = QString(tooMany).arg(argument, QString::number(TaskPlan::maxReplacements));
     return m_error.isEmpty();

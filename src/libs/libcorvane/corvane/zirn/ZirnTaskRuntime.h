@@ -34,7 +34,8 @@ class ZirnUIDriver;
 /// resources.
 ///
 /// The objects that are set here are only pointed to: they live until planCompleted(). A runtime
-/// that is destroyed before cancels its plans, which then end without a word.
+/// that is destroyed before cancels its plans; these end without a word, and still use the objects
+/// until they do.
 class ZirnTaskRuntime : public QObject
 {
     Q_OBJECT
@@ -62,7 +63,8 @@ public:
     int currentStep() const; ///< of the newest plan; -1 when idle. Any thread
 
     /// Stops before the next step, and asks the running task to end: its context is cancelled.
-    /// Questions that wait are refused. What was done stays done. Any thread.
+    /// Questions that wait are refused. What was done stays done. A task that never looks at its
+    /// context keeps its plan running all the same: no thread is ended from outside. Any thread.
     void cancel();
     /// Asks the running task to end, and lets the plan go on past it even if it fails; the plan as
     /// a whole then fails. Any thread.
