@@ -468,6 +468,7 @@ QVariantMap RandomOps::componentEditCommit()
 {
     if (m_sessions.isEmpty())
         return {{u"definitionId"_s, component()}, {u"branchRootId"_s, node()}};
-    const auto &session = m_sessions.at(below(int(m_sessions.size())));
+    const int last = int(m_sessions.size()) - 1;
+    const auto &session = m_sessions.at(chance(70) ? last : below(last + 1));
     return {{u"definitionId"_s, session.first}, {u"branchRootId"_s, session.second}};
 }
