@@ -8,3 +8,10 @@
 
 // A helper that is left as a call costs more than what it computes.
 #define EVAL_INLINE static inline __attribute__((always_inline))
+
+// While the flag that a thread gave to eval_watch is set, loops without an evident end are left.
+static thread_local const unsigned char *evalCancelFlag;
+EVAL_INLINE bool _isCancelled()
+{
+    return evalCancelFlag && __atomic_load_n(evalCancelFlag, __ATOMIC_RELAXED);
+}

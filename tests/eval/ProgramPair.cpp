@@ -38,6 +38,16 @@ QString bitsOf(std::initializer_list<float> values)
     return texts.join(u' ');
 }
 
+QString outcomeOf(const eval::ThreadCopy &copy, bool isSound, const std::vector<float> &values)
+{
+    QStringList lines;
+    for (const float value : values)
+        lines.append(bitsOf(value));
+    if (!isSound)
+        lines.append(describe(copy.firstFault()));
+    return lines.join(u' ');
+}
+
 } // namespace
 
 QString describe(const eval::Diagnostic &diagnostic)
@@ -133,10 +143,15 @@ QString ProgramPair::row(eval::ThreadCopy &copy, const QList<float> &xs, float y
 {
     std::vector<float> out(static_cast<size_t>(xs.size()), -1.0f);
     const bool isSound = copy.evaluateRow(p, {xs.constData(), out.size()}, y, z, d, out, 1e10f);
-    QStringList lines;
-    for (const float value : out)
-        lines.append(bitsOf(value));
-    if (!isSound)
-        lines.append(describe(copy.firstFault()));
-    return lines.join(u' ');
+    return outcomeOf(copy, isSound, out);
+}
+
+QString ProgramPair::scattered(eval::ThreadCopy &copy, const QList<float> &xyz)
+{
+    std::array<std::vector<float>, 3> lanes;
+    for (qsizetype i = 0; i < xyz.size(); ++i)
+        lanes[static_cast<size_t>(i % 3)].push_back(xyz[i]);
+    std::vector<float> out(lanes[0].size(), -1.0f);
+    const bool isSound = copy.evaluatePoints(p, lanes[0], lanes[1], lanes[2], d, out, 1e10f);
+    return outcomeOf(copy, isSound, out);
 }

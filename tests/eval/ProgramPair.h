@@ -24,6 +24,9 @@ public:
     /// The values along a row in hexadecimal, and the first fault.
     QString loweredRow(const QList<float> &xs, float y, float z) { return row(fast, xs, y, z); }
     QString walkedRow(const QList<float> &xs, float y, float z) { return row(plain, xs, y, z); }
+    /// The same at any points, of three coordinates each.
+    QString loweredPoints(const QList<float> &xyz) { return scattered(fast, xyz); }
+    QString walkedPoints(const QList<float> &xyz) { return scattered(plain, xyz); }
 
     eval::ThreadCopy fast;
     eval::ThreadCopy plain;
@@ -37,6 +40,7 @@ public:
 private:
     static QString outcome(eval::ThreadCopy &copy);
     static QString row(eval::ThreadCopy &copy, const QList<float> &xs, float y, float z);
+    static QString scattered(eval::ThreadCopy &copy, const QList<float> &xyz);
 
     QSharedPointer<const eval::internal::CompiledProgram> m_compiled;
 };

@@ -76,6 +76,7 @@ QString strangerIn(const NativeUnit &unit)
         wordsOf(u"extern C void const float int unsigned long double bool static struct alignas "
                 "if else for switch default break return goto true false static_cast "
                 "eval_main eval_row evalPoint eval_in_ eval_out_ eval_arrays_ eval_arrayLens_ "
+                "eval_watch flag evalCancelFlag char _isCancelled "
                 "xs y z out count point nullptr i __restrict__ __builtin_inff __builtin_inf"_s);
     static const QRegularExpression own(
         u"^(?:[tvrckam]\\d+|(?:in|out)\\d+(?:_length)?|a\\d+_length|S\\d+|"
@@ -152,6 +153,9 @@ private slots:
     void recursionIsRefused();
     void largeProgramsAreRefusedByASentence();
     void randomProgramsComputeTheSame();
+    void loopsThatMayNotEndAreWatched_data();
+    void loopsThatMayNotEndAreWatched();
+    void endlessLoopsSeeACancel();
     void batchesAndRowsAgreeWithPoints();
     void packedBitsCrossTheBuffer();
 };
@@ -338,6 +342,66 @@ void TstCodegen::randomProgramsComputeTheSame()
     QVERIFY2(compared > wanted, qPrintable(QString::number(compared)));
 }
 
+void TstCodegen::loopsThatMayNotEndAreWatched_data()
+{
+    QTest::addColumn<QString>("loop");
+    QTest::addColumn<bool>("isWatched");
+    QTest::newRow("counted") << u"for (int i = 0; i < 100; i++) s += 1.0;"_s << false;
+    QTest::newRow("counted by half")
+        << u"for (float t = -1.0; t <= 1.0; t += 0.5) s += t;"_s << false;
+    QTest::newRow("counted in counted")
+        << u"for (int i = 0; i < 8; ++i) for (int j = 0; j < 8; ++j) s += h(s);"_s << false;
+    QTest::newRow("too many together")
+        << u"for (int i = 0; i < 999; ++i) for (int j = 0; j < 999; ++j) s += 1.0;"_s << true;
+    QTest::newRow("too many in a call") << u"for (int i = 0; i < 9000; ++i) s += h(s);"_s << true;
+    QTest::newRow("condition") << u"while (s < a) s += 1.0;"_s << true;
+    QTest::newRow("do") << u"do s += 1.0; while (s < a);"_s << true;
+    QTest::newRow("limit of the input") << u"for (int i = 0; i < n; i++) s += 1.0;"_s << true;
+    QTest::newRow("counter written") << u"for (int i = 0; i < 9; i++) i -= 1;"_s << true;
+    QTest::newRow("counter handed out") << u"for (int i = 0; i < 9; i++) g(i);"_s << true;
+    QTest::newRow("counter declared again") << u"for (int i = 0; i < 9; i++) int i = 0;"_s << true;
+    QTest::newRow("step too small for a whole number")
+        << u"for (int i = 0; i < 9; i += 0) s += 1.0;"_s << true;
+    QTest::newRow("step lost in rounding")
+        << u"for (float t = 1e9; t < 1.00001e9; t += 1.0) s += 1.0;"_s << true;
+    QTest::newRow("backwards") << u"for (int i = 9; i > 0; i--) s += 1.0;"_s << true;
+}
+
+void TstCodegen::loopsThatMayNotEndAreWatched()
+{
+    QFETCH(const QString, loop);
+    QFETCH(const bool, isWatched);
+    const NativeUnit unit = unitOf(u"void g(inout int c) { c -= 1; } float h(float b) { "
+                                   "for (int q = 0; q < 10; q++) b += 1.0; return b; } "
+                                   "float f(float a, int n) { float s = 0.0; %1 return s; } "
+                                   "f(k, n)"_s.arg(loop));
+    QVERIFY(unit.isSupported);
+    QCOMPARE(unit.text.contains("if (_isCancelled()) break;"), isWatched);
+    QCOMPARE(unit.text.contains("void eval_watch("), isWatched);
+}
+
+void TstCodegen::endlessLoopsSeeACancel()
+{
+    if (!hasCompiler())
+        QSKIP("no compiler on this machine");
+    eval::Graph graph;
+    const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
+    const Handle d = graph.declareOutput(
+        u"d"_s, u"float f(float a) { float s = a; while (true) { while (true) { while (s < 1e9) "
+                "s = s * 0.5 + 1.0; } } return s; } f(p.x)"_s);
+    auto compiled = graph.compile(Backend::Native);
+    QVERIFY2(compiled, qPrintable(compiled.firstError().message));
+    eval::ThreadCopy copy = compiled.value().threadCopy();
+    const std::atomic_bool cancelled = true;
+    copy.setCancelFlag(&cancelled);
+    QVERIFY(!copy.evaluateQuick());
+    QCOMPARE(copy.firstFault().message, u"evaluation cancelled"_s);
+    const std::vector<float> xs(3, 1.0f);
+    std::vector<float> out(3);
+    QVERIFY(!copy.evaluatePoints(p, xs, xs, xs, d, out, 7.0f));
+    QCOMPARE(out, std::vector<float>(3, 7.0f));
+}
+
 void TstCodegen::batchesAndRowsAgreeWithPoints()
 {
     if (!hasCompiler())
@@ -358,6 +422,11 @@ void TstCodegen::batchesAndRowsAgreeWithPoints()
         points.insert(points.end(), {x, 0.5f, -1.0f, 99.0f});
     std::vector<float> batch(xs.size());
     QVERIFY(program.evaluateBatch(points, batch, static_cast<qsizetype>(xs.size()), 4));
+    const std::vector<float> ys(xs.size(), 0.5f);
+    const std::vector<float> zs(xs.size(), -1.0f);
+    std::vector<float> scattered(xs.size());
+    QVERIFY(copy.evaluatePoints(p, xs, ys, zs, d, scattered, 1e10f));
+    QCOMPARE(scattered, row);
     for (size_t i = 0; i < xs.size(); ++i) {
         copy.setFloats(p, std::array{xs[i], 0.5f, -1.0f});
         QVERIFY(copy.evaluateQuick());

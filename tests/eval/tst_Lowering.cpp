@@ -38,7 +38,21 @@ QList<float> rowCoordinates()
     return xs;
 }
 
-/// Empty when both forms agree at all points and along rows; otherwise what differs.
+/// Neighbours that go different ways at a branch, and all the odd points.
+QList<float> scatteredCoordinates()
+{
+    QList<float> xyz;
+    for (int i = 0; i < 140; ++i) {
+        const auto step = static_cast<float>(i);
+        xyz << std::sin(step * 2.3f) * 3.0f << std::cos(step * 1.7f) * 2.0f << 1.5f - 0.03f * step;
+    }
+    for (const Point &at : points)
+        xyz << at.x << at.y << at.z;
+    return xyz;
+}
+
+/// Empty when both forms agree at all points, one by one and many at a time; otherwise what
+/// differs.
 QString difference(ProgramPair &pair)
 {
     for (const Point &at : points) {
@@ -54,6 +68,10 @@ QString difference(ProgramPair &pair)
         const QString lowered = pair.loweredRow(rowCoordinates(), at.y, at.z);
         if (walked != lowered)
             return u"walked row:\n%1\nlowered row:\n%2"_s.arg(walked, lowered);
+        const QString walkedPoints = pair.walkedPoints(scatteredCoordinates());
+        const QString loweredPoints = pair.loweredPoints(scatteredCoordinates());
+        if (walkedPoints != loweredPoints)
+            return u"walked points:\n%1\nlowered points:\n%2"_s.arg(walkedPoints, loweredPoints);
     }
     return {};
 }

@@ -58,6 +58,8 @@ private slots:
     void batchChecksItsBuffers_data();
     void batchChecksItsBuffers();
     void rowsMarkFaultyPoints();
+    void scatteredPointsMarkFaultyOnes_data();
+    void scatteredPointsMarkFaultyOnes();
     void rowsWithoutAPointInputGoOneByOne();
     void inputsKeepTheirTypes();
 };
@@ -96,6 +98,8 @@ void TstProgram::emptyOnesAreHarmless()
     QCOMPARE(copy.getFloat(1), 0.0f);
     QVERIFY(!copy.evaluateRow(1, xs, 0, 0, 2, out, 7.0f));
     QCOMPARE(out, std::vector<float>(2, 7.0f));
+    QVERIFY(!copy.evaluatePoints(1, xs, xs, xs, 2, out, 8.0f));
+    QCOMPARE(out, std::vector<float>(2, 8.0f));
     QVERIFY(!program.isValid());
     QVERIFY(program.evaluate());
     QCOMPARE(program.slotType(1), Type::Void);
@@ -193,6 +197,36 @@ void TstProgram::rowsMarkFaultyPoints()
     QCOMPARE(copy.firstFault().span, (eval::SourceSpan{1, 5, 1}));
     QVERIFY(copy.evaluateRow(p, {xs, 1}, 6.0f, 0.0f, d, out, 1e10f));
     QVERIFY(copy.evaluateRow(p, {}, 6.0f, 0.0f, d, out, 1e10f));
+}
+
+void TstProgram::scatteredPointsMarkFaultyOnes_data()
+{
+    QTest::addColumn<size_t>("count");
+    QTest::newRow("one by one") << size_t(3);
+    QTest::newRow("many at a time") << size_t(200);
+}
+
+void TstProgram::scatteredPointsMarkFaultyOnes()
+{
+    QFETCH(const size_t, count);
+    Graph graph;
+    const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
+    const Handle d = graph.declareOutput(u"d"_s, u"p.y / p.x + p.z"_s);
+    ThreadCopy copy = graph.compile().value().threadCopy();
+    std::vector<float> xs, ys, zs, wanted;
+    for (size_t i = 0; i < count; ++i) {
+        xs.push_back(static_cast<float>(i % 3));
+        ys.push_back(static_cast<float>(2 * i));
+        zs.push_back(0.5f);
+        wanted.push_back(i % 3 == 0 ? 1e10f : ys.back() / xs.back() + 0.5f);
+    }
+    std::vector<float> out(count);
+    QVERIFY(!copy.evaluatePoints(p, xs, ys, zs, d, out, 1e10f));
+    QCOMPARE(out, wanted);
+    QCOMPARE(copy.firstFault().message, u"division by zero"_s);
+    QVERIFY(copy.evaluateQuick()); // at the last point
+    QCOMPARE(copy.getFloat(d), wanted.back());
+    QVERIFY(copy.evaluatePoints(p, {}, {}, {}, d, out, 1e10f));
 }
 
 void TstProgram::rowsWithoutAPointInputGoOneByOne()

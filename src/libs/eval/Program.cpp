@@ -71,8 +71,22 @@ float ThreadCopy::getFloat(Handle handle) const
 bool ThreadCopy::evaluateRow(Handle input, std::span<const float> xs, float y, float z,
                              Handle output, std::span<float> out, float failed)
 {
+    const size_t count = std::min(xs.size(), out.size());
     if (m_state)
-        return m_state->evaluateRow(input, xs, y, z, output, out, failed);
+        return m_state->evaluateRun(input, {xs.first(count), {&y, 1}, {&z, 1}}, output,
+                                    out.first(count), failed);
+    std::fill(out.begin(), out.end(), failed);
+    return false;
+}
+
+bool ThreadCopy::evaluatePoints(Handle input, std::span<const float> xs, std::span<const float> ys,
+                                std::span<const float> zs, Handle output, std::span<float> out,
+                                float failed)
+{
+    const size_t count = std::min({xs.size(), ys.size(), zs.size(), out.size()});
+    if (m_state)
+        return m_state->evaluateRun(input, {xs.first(count), ys.first(count), zs.first(count)},
+                                    output, out.first(count), failed);
     std::fill(out.begin(), out.end(), failed);
     return false;
 }

@@ -66,7 +66,12 @@ public:
     /// Afterwards `input` holds the last point; what the outputs hold is unspecified.
     bool evaluateRow(Handle input, std::span<const float> xs, float y, float z, Handle output,
                      std::span<float> out, float failed);
-    /// The first diagnostic of the last evaluateQuick() or evaluateRow() that returned false.
+    /// The same for any points (xs[i], ys[i], zs[i]): as many of each as of `out`.
+    bool evaluatePoints(Handle input, std::span<const float> xs, std::span<const float> ys,
+                        std::span<const float> zs, Handle output, std::span<float> out,
+                        float failed);
+    /// The first diagnostic of the last evaluateQuick(), evaluateRow() or evaluatePoints() that
+    /// returned false.
     Diagnostic firstFault() const;
 
 private:

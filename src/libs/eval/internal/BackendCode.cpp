@@ -28,7 +28,14 @@ Generators &generators()
 
 BackendCode::~BackendCode() = default;
 
-bool BackendCode::runRow(std::span<const float>, float, float, std::span<float>) const
+bool BackendCode::runRow(std::span<const float>, float, float, std::span<float>,
+                         const std::atomic_bool *) const
+{
+    return false;
+}
+
+bool BackendCode::runPoints(std::span<const float>, std::span<const float>, std::span<const float>,
+                            std::span<float>, const std::atomic_bool *) const
 {
     return false;
 }

@@ -6,6 +6,7 @@
 #include <QSharedPointer>
 #include <QString>
 
+#include <atomic>
 #include <span>
 
 namespace eval::internal {
@@ -20,6 +21,8 @@ struct BackendBuffers
     std::span<float> output;                        ///< count * outputFloatCount
     std::span<const std::span<const float>> arrays; ///< by SlotBinding::arrayIndex
     qsizetype count = 1;
+    /// Once it is true the run ends soon with an unspecified output. May be null.
+    const std::atomic_bool *cancelled = nullptr;
 };
 
 /// How the flat floats of an output are to be read.
@@ -39,7 +42,12 @@ public:
     virtual QString run(const BackendBuffers &buffers) const = 0;
     /// Evaluates a program from one vec3 to one float at the points (xs[i], y, z). False, with
     /// nothing done, when there is no such form; the values are those of run().
-    virtual bool runRow(std::span<const float> xs, float y, float z, std::span<float> out) const;
+    virtual bool runRow(std::span<const float> xs, float y, float z, std::span<float> out,
+                        const std::atomic_bool *cancelled) const;
+    /// The same at any points (xs[i], ys[i], zs[i]).
+    virtual bool runPoints(std::span<const float> xs, std::span<const float> ys,
+                           std::span<const float> zs, std::span<float> out,
+                           const std::atomic_bool *cancelled) const;
     virtual OutputForm outputForm(const CompiledProgram &program, qsizetype output) const;
 };
 

@@ -9,7 +9,7 @@ namespace eval::internal {
 namespace {
 
 // A graph with many point inputs is not sampled along rows of each of them.
-constexpr size_t rowPlanLimit = 2;
+constexpr size_t plannedInputLimit = 2;
 
 void dropJoins(std::vector<Instruction> &code)
 {
@@ -62,9 +62,12 @@ QSharedPointer<const LoweredProgram> finishCode(const CompiledProgram &program,
     for (size_t i = 0; i < inputs.size(); ++i) {
         const bool isPoint =
             program.inputs[static_cast<qsizetype>(i)].type == Type::Vec3 && inputs[i] != noRegister;
-        if (isPoint && lowered->rowPlans.size() < rowPlanLimit)
-            lowered->rowPlans.emplace_back(static_cast<qsizetype>(i),
-                                           planRows(code, inputs[i], outputs, places, inputCount));
+        if (!isPoint || lowered->pointPlans.size() >= plannedInputLimit)
+            continue;
+        lowered->pointPlans.push_back(
+            {.inputIndex = static_cast<qsizetype>(i),
+             .row = planRows(code, inputs[i], 1, outputs, places, inputCount),
+             .scattered = planRows(code, inputs[i], 3, outputs, places, inputCount)});
     }
     dropJoins(code.code);
     placeRegisters(code, *lowered, inputCount, places);

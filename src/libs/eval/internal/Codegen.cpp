@@ -39,6 +39,13 @@ extern "C" void eval_row(const float *__restrict__ xs, float y, float z, float *
 }
 )";
 
+constexpr auto watchText = R"(
+extern "C" void eval_watch(const unsigned char *flag)
+{
+    evalCancelFlag = flag;
+}
+)";
+
 QByteArray indexed(const char *name, int index)
 {
     return name + ('[' + QByteArray::number(index) + ']');
@@ -277,7 +284,8 @@ NativeUnit Codegen::emitUnit()
                   (isInlined ? "EVAL_INLINE" : "static") +
                   " void evalPoint(const float *eval_in_, float *eval_out_,\n"
                   "    const float *const *eval_arrays_, const int *eval_arrayLens_)\n{\n" +
-                  entry + "}\n" + entryText + (result.hasRow ? rowText : "");
+                  entry + "}\n" + entryText + (result.hasRow ? rowText : "") +
+                  (unit.isWatched() ? watchText : "");
     return result;
 }
 

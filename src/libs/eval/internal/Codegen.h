@@ -35,7 +35,12 @@ struct NativeUnit
 ///
 ///     extern "C" void eval_row(const float *xs, float y, float z, float *out, long count)
 ///
-/// for points that differ in x. The text is made of the checked tree alone: every name is this
+/// for points that differ in x. A unit with loops that may not end for long has a third,
+///
+///     extern "C" void eval_watch(const unsigned char *flag)
+///
+/// after which evaluations on the calling thread end soon once the flag is set, with values that
+/// mean nothing; null takes it away. The text is made of the checked tree alone: every name is this
 /// class's own and every number is printed by value, so that nothing of a source reaches the
 /// compiler as it stands. Values are the interpreter's within float tolerance; where that reports a
 /// fault, IEEE arithmetic goes on here.

@@ -136,6 +136,8 @@ void CodegenBody::emitLoop(const AstNode &node)
     emitLine("for (int " + round + " = 0; " + round + " < " +
              QByteArray::number(Interpreter::loopRoundLimit) + "; ++" + round + ") {");
     const QByteArray body = nested([&] {
+        if (m_unit.mustWatch(node))
+            emitLine("if (_isCancelled()) break;");
         if (node.kind != AstKind::DoWhile)
             leaveUnless();
         m_continueLabels.append(newName('c'));

@@ -40,6 +40,13 @@ QByteArray CodegenUnit::typeText(Type type, const QString &structName)
     return nativeTypeName(type);
 }
 
+bool CodegenUnit::mustWatch(const AstNode &loop)
+{
+    const bool watches = !m_loopRounds.areFew(loop, table());
+    m_isWatched = m_isWatched || watches;
+    return watches;
+}
+
 QByteArray CodegenUnit::structText()
 {
     QByteArray text;

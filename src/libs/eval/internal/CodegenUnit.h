@@ -2,6 +2,7 @@
 
 #include <eval/internal/Ast.h>
 #include <eval/internal/Interpreter.h>
+#include <eval/internal/LoopRounds.h>
 #include <eval/internal/NativeTypes.h>
 #include <eval/internal/StructRegistry.h>
 
@@ -58,6 +59,11 @@ public:
     void setTooLarge() { m_statements = statementLimit + 1; }
     qsizetype statements() const { return m_statements; }
 
+    /// Whether a loop has to look for a cancel in each round, because it may not end for long.
+    bool mustWatch(const AstNode &loop);
+    /// Whether any loop of the unit has.
+    bool isWatched() const { return m_isWatched; }
+
     const StructRegistry &structs() const { return m_structs; }
     QList<CodegenFunction> functions;
     QList<qsizetype> entryCalls; ///< the functions that the outputs call, once for each call
@@ -69,6 +75,8 @@ private:
     const FunctionTable *m_table = nullptr;
     qsizetype m_statements = 0;
     bool m_isSupported = true;
+    LoopRounds m_loopRounds;
+    bool m_isWatched = false;
 };
 
 } // namespace eval::internal

@@ -278,56 +278,74 @@ bool EvaluationState::runWalk()
 
 bool EvaluationState::runBackend()
 {
-    const QString error = m_program->backendCode->run({m_flatInput, m_flatOutput, m_flatArrays, 1});
+    const QString error =
+        m_program->backendCode->run({m_flatInput, m_flatOutput, m_flatArrays, 1, m_cancelFlag});
+    if (isCancelled())
+        return failWith(cancelledFault());
     return error.isEmpty() || failWith({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
 }
 
-bool EvaluationState::evaluateRow(Handle input, std::span<const float> xs, float y, float z,
-                                  Handle output, std::span<float> out, float failed)
+bool EvaluationState::runOnBackend(int inputSlot, const PointRun &points, std::span<float> out)
 {
-    const size_t count = std::min(xs.size(), out.size());
-    xs = xs.first(count);
-    out = out.first(count);
-    if (count == 0)
+    const BackendCode *const code = m_program->backendCode.data();
+    if (!code || isCancelled() ||
+        m_slots[static_cast<size_t>(inputSlot)].binding->type != Type::Vec3)
+        return false;
+    return points.isRow() ? code->runRow(points.xs, points.ys[0], points.zs[0], out, m_cancelFlag)
+                          : code->runPoints(points.xs, points.ys, points.zs, out, m_cancelFlag);
+}
+
+const RowPlan *EvaluationState::planFor(int inputSlot, const PointRun &points) const
+{
+    // Fewer points than this are done sooner one by one.
+    constexpr size_t fewest = 4;
+    const LoweredProgram::PointPlans *const plans =
+        m_lowered && !m_program->backendCode ? m_lowered->pointPlansOf(inputSlot) : nullptr;
+    if (!plans || points.count() < fewest)
+        return nullptr;
+    return points.isRow() ? plans->row.get() : plans->scattered.get();
+}
+
+bool EvaluationState::evaluateRun(Handle input, const PointRun &points, Handle output,
+                                  std::span<float> out, float failed)
+{
+    if (out.empty())
         return true;
     const int inputSlot = slotOf(input);
     const int outputSlot = slotOf(output);
     const bool known = inputSlot != noSlot && outputSlot != noSlot && isOutput(outputSlot);
-    const RowPlan *plan =
-        known && m_lowered && !m_program->backendCode ? m_lowered->rowPlan(inputSlot) : nullptr;
-    if (known && m_program->backendCode && !isCancelled() &&
-        m_slots[static_cast<size_t>(inputSlot)].binding->type == Type::Vec3 &&
-        m_program->backendCode->runRow(xs, y, z, out)) {
-        const float last[] = {xs.back(), y, z};
+    const std::array<float, 3> last = points.at(points.count() - 1);
+    if (known && runOnBackend(inputSlot, points, out)) {
         setFloats(input, last);
-        return true;
+        if (!isCancelled())
+            return true;
+        std::fill(out.begin(), out.end(), failed);
+        return failWith(cancelledFault());
     }
+    const RowPlan *plan = known ? planFor(inputSlot, points) : nullptr;
     if (!plan)
-        return rowPointByPoint(input, xs, y, z, output, out, failed);
+        return pointByPoint(input, points, output, out, failed);
 
-    const float last[] = {xs.back(), y, z};
     setFloats(input, last);
     const RowMachine::Outcome outcome = m_rowMachine.run(
-        *plan, {m_registers, xs, outputSlot - m_inputCount, out, failed, m_cancelFlag});
+        *plan, {m_registers, points, outputSlot - m_inputCount, out, failed, m_cancelFlag});
     if (outcome.result == RunResult::Cancelled)
         return failWith(cancelledFault());
     if (outcome.result == RunResult::Finished)
         return true;
     // The row form only knows that there is a fault: the walk over that one point tells which.
-    const float faulty[] = {xs[static_cast<size_t>(outcome.firstFault)], y, z};
-    setFloats(input, faulty);
+    setFloats(input, points.at(static_cast<size_t>(outcome.firstFault)));
     runWalk();
     setFloats(input, last);
     return false;
 }
 
-bool EvaluationState::rowPointByPoint(Handle input, std::span<const float> xs, float y, float z,
-                                      Handle output, std::span<float> out, float failed)
+bool EvaluationState::pointByPoint(Handle input, const PointRun &points, Handle output,
+                                   std::span<float> out, float failed)
 {
     QList<Diagnostic> firstFaults;
-    for (size_t i = 0; i < xs.size(); ++i) {
-        const float point[] = {xs[i], y, z};
-        setFloats(input, point);
+    for (size_t i = 0; i < points.count(); ++i) {
+        setFloats(input, points.at(i));
         const bool ok = evaluate();
         out[i] = ok ? getFloat(output) : failed;
         if (!ok && firstFaults.isEmpty())
@@ -371,7 +389,7 @@ Result<void> EvaluationState::runBackendBatch(std::span<const float> input, std:
             {input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(n * inputWidth)),
              output.subspan(static_cast<size_t>(i * outputWidth),
                             static_cast<size_t>(n * outputWidth)),
-             m_flatArrays, n});
+             m_flatArrays, n, m_cancelFlag});
         if (!error.isEmpty())
             return Result<void>::failure({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
     }

@@ -39,8 +39,9 @@ public:
     QVariant get(Handle handle) const;
     float getFloat(Handle handle) const;
 
-    bool evaluateRow(Handle input, std::span<const float> xs, float y, float z, Handle output,
-                     std::span<float> out, float failed);
+    /// One value of `out` for each point.
+    bool evaluateRun(Handle input, const PointRun &points, Handle output, std::span<float> out,
+                     float failed);
     Result<void> evaluateBatch(std::span<const float> input, std::span<float> output,
                                qsizetype count, qsizetype stride);
 
@@ -74,8 +75,10 @@ private:
     Result<void> runBackendBatch(std::span<const float> input, std::span<float> output,
                                  qsizetype count, qsizetype stride);
     bool isCancelled() const;
-    bool rowPointByPoint(Handle input, std::span<const float> xs, float y, float z, Handle output,
-                         std::span<float> out, float failed);
+    bool runOnBackend(int inputSlot, const PointRun &points, std::span<float> out);
+    const RowPlan *planFor(int inputSlot, const PointRun &points) const;
+    bool pointByPoint(Handle input, const PointRun &points, Handle output, std::span<float> out,
+                      float failed);
     bool failWith(QList<Diagnostic> faults);
     QList<Diagnostic> cancelledFault() const;
     void readElement(std::span<const float> element);

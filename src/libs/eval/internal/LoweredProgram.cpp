@@ -7,11 +7,11 @@ namespace eval::internal {
 LoweredProgram::LoweredProgram() = default;
 LoweredProgram::~LoweredProgram() = default;
 
-const RowPlan *LoweredProgram::rowPlan(qsizetype inputIndex) const
+const LoweredProgram::PointPlans *LoweredProgram::pointPlansOf(qsizetype inputIndex) const
 {
-    for (const auto &[input, plan] : rowPlans) {
-        if (input == inputIndex)
-            return plan.get();
+    for (const PointPlans &plans : pointPlans) {
+        if (plans.inputIndex == inputIndex)
+            return &plans;
     }
     return nullptr;
 }

@@ -56,10 +56,16 @@ public:
     quint32 registerCount = 0;
     std::vector<RegisterValue> outputs; ///< by index of the output
 
-    /// For a row of points that differ in the first lane of one vec3 input; null when there is
-    /// none.
-    const RowPlan *rowPlan(qsizetype inputIndex) const;
-    std::vector<std::pair<qsizetype, std::unique_ptr<RowPlan>>> rowPlans; ///< by index of the input
+    /// The code for many values of one vec3 input at once.
+    struct PointPlans
+    {
+        qsizetype inputIndex = 0;
+        std::unique_ptr<RowPlan> row;       ///< points that differ in x only
+        std::unique_ptr<RowPlan> scattered; ///< any points
+    };
+    /// Null when there is none for this input.
+    const PointPlans *pointPlansOf(qsizetype inputIndex) const;
+    std::vector<PointPlans> pointPlans;
 };
 
 enum class RunResult { Finished, Faulted, Cancelled };

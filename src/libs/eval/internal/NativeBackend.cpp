@@ -19,6 +19,7 @@ public:
     NativeCode(const CompiledProgram &program, const JitResult &jit, QList<NativeOutput> outputs)
         : m_entry(jit.entry)
         , m_row(jit.row)
+        , m_watch(jit.watch)
         , m_outputs(std::move(outputs))
         , m_inputWidth(static_cast<size_t>(program.inputFloatCount))
         , m_outputWidth(static_cast<size_t>(program.outputFloatCount))
@@ -31,6 +32,7 @@ public:
 
     QString run(const BackendBuffers &buffers) const override
     {
+        const Watch watch(m_watch, buffers.cancelled);
         if (!m_elementWidths.isEmpty())
             return runWithArrays(buffers);
         for (size_t i = 0; i < static_cast<size_t>(buffers.count); ++i)
@@ -39,11 +41,26 @@ public:
         return {};
     }
 
-    bool runRow(std::span<const float> xs, float y, float z, std::span<float> out) const override
+    bool runRow(std::span<const float> xs, float y, float z, std::span<float> out,
+                const std::atomic_bool *cancelled) const override
     {
         if (!m_row)
             return false;
+        const Watch watch(m_watch, cancelled);
         m_row(xs.data(), y, z, out.data(), static_cast<long>(std::min(xs.size(), out.size())));
+        return true;
+    }
+
+    bool runPoints(std::span<const float> xs, std::span<const float> ys, std::span<const float> zs,
+                   std::span<float> out, const std::atomic_bool *cancelled) const override
+    {
+        if (!m_row)
+            return false;
+        const Watch watch(m_watch, cancelled);
+        for (size_t i = 0; i < out.size(); ++i) {
+            const float point[] = {xs[i], ys[i], zs[i]};
+            m_entry(point, out.data() + i, nullptr, nullptr);
+        }
         return true;
     }
 
@@ -53,6 +70,28 @@ public:
     }
 
 private:
+    /// Lets loops see a flag for as long as it is sure to live.
+    class Watch
+    {
+    public:
+        Watch(NativeWatch watch, const std::atomic_bool *flag)
+            : m_watch(flag ? watch : nullptr)
+        {
+            static_assert(sizeof(std::atomic_bool) == 1 && std::atomic_bool::is_always_lock_free);
+            if (m_watch)
+                m_watch(reinterpret_cast<const unsigned char *>(flag));
+        }
+        ~Watch()
+        {
+            if (m_watch)
+                m_watch(nullptr);
+        }
+        Q_DISABLE_COPY_MOVE(Watch)
+
+    private:
+        NativeWatch m_watch;
+    };
+
     QString runWithArrays(const BackendBuffers &buffers) const
     {
         // An array that nobody bound reads as one zero beyond its end.
@@ -74,6 +113,7 @@ private:
 
     NativeEntry m_entry;
     NativeRowEntry m_row;
+    NativeWatch m_watch;
     QList<NativeOutput> m_outputs;
     QList<int> m_elementWidths; ///< of the array inputs, in floats
     size_t m_inputWidth;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 namespace eval::internal {
 
@@ -38,12 +39,20 @@ void RowMachine::prepare(const RowPlan &plan)
     std::ranges::copy(plan.constants, m_scalars.begin() + plan.inputCount);
 }
 
+void RowMachine::fillLanes(const RowPlan &plan, const PointRun &points, size_t first, size_t count)
+{
+    const std::span<const float> coordinates[] = {points.xs, points.ys, points.zs};
+    for (size_t lane = 0; lane < plan.varyingLanes; ++lane)
+        std::memcpy(m_lanes.data() + lane * RowPlan::blockSize, coordinates[lane].data() + first,
+                    count * sizeof(float));
+}
+
 RowMachine::Outcome RowMachine::run(const RowPlan &plan, const Request &request)
 {
     prepare(plan);
     m_cancelFlag = request.cancelled;
     std::copy_n(request.inputs.begin(), plan.inputCount, m_scalars.begin());
-    const auto total = static_cast<qsizetype>(request.xs.size());
+    const auto total = static_cast<qsizetype>(request.points.count());
     const RunResult before =
         runCode(plan.prologue, plan.prologueExternals, m_scalars.data(), request.cancelled);
     if (before != RunResult::Finished) {
@@ -56,9 +65,7 @@ RowMachine::Outcome RowMachine::run(const RowPlan &plan, const Request &request)
     for (qsizetype block = 0; block < blocks; ++block) {
         const qsizetype first = block * total / blocks;
         const auto count = static_cast<int>((block + 1) * total / blocks - first);
-        for (int i = 0; i < count; ++i)
-            m_lanes[plan.varyingInput + static_cast<quint32>(i)] =
-                std::bit_cast<quint32>(request.xs[static_cast<size_t>(first + i)]);
+        fillLanes(plan, request.points, static_cast<size_t>(first), static_cast<size_t>(count));
         if (!runBlock(plan, count)) {
             std::ranges::fill(request.out, request.failed);
             return {RunResult::Cancelled, -1};

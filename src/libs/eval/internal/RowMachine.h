@@ -2,6 +2,7 @@
 
 #include <eval/internal/LoweredProgram.h>
 
+#include <array>
 #include <atomic>
 #include <span>
 #include <vector>
@@ -11,6 +12,19 @@ namespace eval::internal {
 class RowPlan;
 struct LaneContext;
 struct LaneInstruction;
+
+/// The points of one run. Where all share y and z these have one element, else as many as `xs`.
+struct PointRun
+{
+    std::span<const float> xs, ys, zs;
+
+    size_t count() const { return xs.size(); }
+    bool isRow() const { return ys.size() == 1; }
+    std::array<float, 3> at(size_t i) const
+    {
+        return {xs[i], ys[isRow() ? 0 : i], zs[isRow() ? 0 : i]};
+    }
+};
 
 /// Runs a row plan: many points an instruction, one word per point and varying value.
 ///
@@ -23,7 +37,7 @@ public:
     struct Request
     {
         std::span<const quint32> inputs; ///< the inputs, as the register file of the program begins
-        std::span<const float> xs;       ///< the coordinates of the points
+        PointRun points;                 ///< a row if the plan is for rows
         qsizetype output = 0;            ///< index of the output that is wanted
         std::span<float> out;            ///< its value at every point
         float failed = 0.0f;             ///< what stands for the value of a point with a fault
@@ -48,6 +62,7 @@ private:
     };
 
     void prepare(const RowPlan &plan);
+    void fillLanes(const RowPlan &plan, const PointRun &points, size_t first, size_t count);
     bool runBlock(const RowPlan &plan, int count);
     bool control(const LaneInstruction &at, Group &group);
     bool join(Group &group);

@@ -37,11 +37,12 @@ struct LaneInstruction
     Register c = noRegister;
 };
 
-/// The register code of a program arranged for rows of points that differ in one input lane.
+/// The register code of a program arranged for many points, which differ in the first lane or in
+/// all three of one vec3 input.
 ///
-/// Values that do not depend on that lane are scalars; those that no branch decides about are
-/// computed once a row by `prologue`, the others where they stand. Everything else has one word a
-/// point.
+/// Values that do not depend on these lanes are scalars; those that no branch decides about are
+/// computed once for all points by `prologue`, the others where they stand. Everything else has one
+/// word a point.
 class RowPlan
 {
 public:
@@ -60,7 +61,7 @@ public:
         0; ///< the scalars begin with the inputs of the program, the constants come next
     quint32 scalarCount = 0;
     quint32 laneRegisterCount = 0;
-    Register varyingInput = 0; ///< offset into the lanes
+    quint32 varyingLanes = 1; ///< the lane registers begin with the coordinates that differ
 
     /// The first lane of an output.
     struct OutputPlace

@@ -23,9 +23,10 @@ constexpr int passLimit = 32;
 class RowPlanner
 {
 public:
-    RowPlanner(LinearCode code, Register varying)
+    RowPlanner(LinearCode code, Register varying, int varyingLanes)
         : m_code(std::move(code))
         , m_varyingInput(varying)
+        , m_varyingLanes(static_cast<Register>(varyingLanes))
         , m_varies(m_code.registerCount(), false)
         , m_writes(m_code.registerCount(), 0)
         , m_isHoisted(m_code.registerCount(), false)
@@ -33,7 +34,8 @@ public:
         , m_nextTogether(m_code.code.size() + 1)
     {
         std::iota(m_nextTogether.begin(), m_nextTogether.end(), 0u);
-        m_varies[varying] = true;
+        for (Register lane = 0; lane < m_varyingLanes; ++lane)
+            m_varies[varying + lane] = true;
         for (Instruction &instruction : m_code.code)
             m_code.forEachWrite(instruction, [this](Register reg) { ++m_writes[reg]; });
     }
@@ -71,8 +73,14 @@ private:
         return m_varies[reg] ? m_lanePlaces[reg] * RowPlan::blockSize : m_scalarPlaces[reg];
     }
 
+    bool isVaryingInput(Register reg) const
+    {
+        return reg >= m_varyingInput && reg - m_varyingInput < m_varyingLanes;
+    }
+
     LinearCode m_code;
     Register m_varyingInput;
+    Register m_varyingLanes;
     std::vector<bool> m_varies;
     std::vector<quint32> m_writes;
     std::vector<bool> m_isHoisted;       ///< by register: known before the row begins
@@ -222,11 +230,12 @@ void RowPlanner::moveToPrologue(RowPlan &plan, const std::vector<bool> &isHoiste
 void RowPlanner::placeLanes(RowPlan &plan, const std::vector<RegisterValue> &outputs)
 {
     m_lanePlaces.assign(m_code.registerCount(), noRegister);
-    m_lanePlaces[m_varyingInput] = 0;
-    plan.varyingInput = 0;
+    plan.varyingLanes = m_varyingLanes;
+    for (Register lane = 0; lane < m_varyingLanes; ++lane)
+        m_lanePlaces[m_varyingInput + lane] = lane;
     plan.laneRegisterCount = allocateRegisters(
-        m_code, [this](Register reg) { return m_varies[reg] && reg != m_varyingInput; },
-        lanesOf(outputs), 1, m_lanePlaces);
+        m_code, [this](Register reg) { return m_varies[reg] && !isVaryingInput(reg); },
+        lanesOf(outputs), m_varyingLanes, m_lanePlaces);
     for (const RegisterValue &output : outputs) {
         const std::vector<Register> lanes = lanesOf({output});
         // A struct has no value as a number.
@@ -295,11 +304,12 @@ void RowPlanner::writeCode(RowPlan &plan)
 
 } // namespace
 
-std::unique_ptr<RowPlan> planRows(LinearCode code, Register varying,
+std::unique_ptr<RowPlan> planRows(LinearCode code, Register varying, int varyingLanes,
                                   const std::vector<RegisterValue> &outputs,
                                   const std::vector<Register> &inputPlaces, quint32 inputCount)
 {
-    return RowPlanner(std::move(code), varying).plan(outputs, inputPlaces, inputCount);
+    return RowPlanner(std::move(code), varying, varyingLanes)
+        .plan(outputs, inputPlaces, inputCount);
 }
 
 } // namespace eval::internal
