@@ -56,9 +56,16 @@ inline Field cut(Field base, Field part)
 
 // ------------------------------------------------------------------ sampling
 
+inline corvane::mesh::FieldFunction distanceOf(const Field &field)
+{
+    return [field](std::span<const QVector3D> points, std::span<float> out) {
+        std::transform(points.begin(), points.end(), out.begin(), field);
+    };
+}
+
 inline corvane::mesh::GradientFunction gradientOf(const Field &field)
 {
-    return [field](const QVector3D &p) {
+    const auto at = [field](const QVector3D &p) {
         constexpr float h = 0.001f;
         QVector3D gradient;
         for (int axis = 0; axis < 3; ++axis) {
@@ -67,6 +74,9 @@ inline corvane::mesh::GradientFunction gradientOf(const Field &field)
             gradient[axis] = (field(p + step) - field(p - step)) / (2 * h);
         }
         return gradient;
+    };
+    return [at](std::span<const QVector3D> points, std::span<QVector3D> out) {
+        std::transform(points.begin(), points.end(), out.begin(), at);
     };
 }
 
@@ -108,7 +118,7 @@ inline QList<corvane::mesh::Triangle> uniform(const Field &field)
 {
     const std::vector<float> values = sampled(field);
     QList<corvane::mesh::Triangle> out;
-    corvane::mesh::DcState(gridOf(values), field, gradientOf(field)).extract(0, out);
+    corvane::mesh::DcState(gridOf(values), distanceOf(field), gradientOf(field)).extract(0, out);
     return out;
 }
 
@@ -126,7 +136,7 @@ inline QList<corvane::mesh::Triangle> octree(const Field &field)
             state.setRow(
                 j, k,
                 std::span(values).subspan(std::size_t(j + k * gridNodes) * gridNodes, gridNodes));
-    state.field = field;
+    state.field = distanceOf(field);
     state.gradient = gradientOf(field);
     const bool done =
         corvane::mesh::prepareOctree(state) >= 0 && corvane::mesh::extractOctree(state);

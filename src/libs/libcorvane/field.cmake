@@ -18,6 +18,7 @@ corvane_library(corvane_field
         corvane/eval/TransformProbe.cpp
         corvane/mesh/CellCycles.cpp
         corvane/mesh/CellVertices.cpp
+        corvane/mesh/CrossingTable.cpp
         corvane/mesh/DualContouring.cpp
         corvane/mesh/HermiteSample.cpp
         corvane/mesh/MarchingCubes.cpp
@@ -40,6 +41,7 @@ corvane_library(corvane_field
         corvane/xport/OctreeExport.cpp
         corvane/xport/PostProcess.cpp
         corvane/xport/PostProcessStep.cpp
+        corvane/xport/SealedField.cpp
         corvane/xport/VolumeExport.cpp
     LINKS corvane_model mesh eval Qt6::Core Qt6::Gui
     PRIVATE_LINKS Qt6::Concurrent)

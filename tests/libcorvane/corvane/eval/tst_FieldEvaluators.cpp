@@ -54,6 +54,7 @@ private slots:
     void withoutAProgramAllIsFar();
     void faultIsFarAndKept();
     void rowIsWhatPointsAre();
+    void manyPointsAreWhatEachIs();
     void cancelEndsALoop();
     void ownedFieldAnswers();
     void ownedFieldSaysWhatFailed_data();
@@ -70,6 +71,10 @@ void TstFieldEvaluators::stencilFindsTheGradientOfALinearField()
         .distance = 0.5f, .gradientX = 2, .gradientY = -3, .gradientZ = 0.5f};
     QCOMPARE(field.evaluateWithGradient(1, 1, 1), expected);
     QCOMPARE(field.samples, 5);
+    const std::vector<float> ones(3, 1.0f);
+    std::vector<DistanceGradient> gradients(3);
+    field.evaluateWithGradients(ones, ones, ones, gradients);
+    QCOMPARE(gradients, std::vector<DistanceGradient>(3, expected));
 }
 
 void TstFieldEvaluators::withoutAProgramAllIsFar_data()
@@ -131,6 +136,26 @@ void TstFieldEvaluators::rowIsWhatPointsAre()
         QCOMPARE(std::bit_cast<quint32>(out[i]),
                  std::bit_cast<quint32>(points.evaluate(xs[i], 2.0f, -0.5f)));
     QCOMPARE(rows.lastError(), u"division by zero"_s);
+}
+
+void TstFieldEvaluators::manyPointsAreWhatEachIs()
+{
+    const QString source = u"length(p) - 1.0 / (p.x * p.y) + sin(p.z)"_s;
+    auto together = evaluatorOf(source);
+    auto each = evaluatorOf(source);
+    std::vector<float> xs(301), ys(301), zs(301);
+    std::iota(xs.begin(), xs.end(), -150.0f);
+    std::iota(ys.begin(), ys.end(), -20.0f);
+    std::iota(zs.begin(), zs.end(), 3.0f);
+    std::vector<DistanceGradient> gradients(xs.size());
+    together.evaluateWithGradients(xs, ys, zs, gradients);
+    std::vector<float> distances(xs.size());
+    together.evaluatePoints(xs, ys, zs, distances);
+    for (std::size_t i = 0; i < xs.size(); ++i) {
+        QCOMPARE(gradients[i], each.evaluateWithGradient(xs[i], ys[i], zs[i]));
+        QCOMPARE(distances[i], gradients[i].distance);
+    }
+    QCOMPARE(together.lastError(), u"division by zero"_s);
 }
 
 void TstFieldEvaluators::cancelEndsALoop()

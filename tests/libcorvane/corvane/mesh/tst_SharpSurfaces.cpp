@@ -12,6 +12,7 @@ using namespace corvane::mesh;
 using support::ball;
 using support::box;
 using support::cut;
+using support::distanceOf;
 using support::Field;
 using support::gradientOf;
 using support::gridOf;
@@ -109,7 +110,7 @@ void TstSharpSurfaces::chunksMeetWithoutASeam()
         ScalarField3D grid = gridOf(part);
         grid.nx = count;
         grid.firstX = first;
-        DcState state(grid, field, gradientOf(field));
+        DcState state(grid, distanceOf(field), gradientOf(field));
         QList<Triangle> out;
         state.extract(0, out);
         for (const Triangle &triangle : std::as_const(out))

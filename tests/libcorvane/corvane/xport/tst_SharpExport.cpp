@@ -403,6 +403,7 @@ void TstSharpExport::cancelStopsAnEndlessField_data()
     QTest::addColumn<int>("extractor");
     QTest::addColumn<int>("algorithm");
     QTest::newRow("uniform") << 1 << 0;
+    QTest::newRow("octree") << 2 << 0;
     QTest::newRow("volume") << 0 << 1;
 }
 

@@ -76,6 +76,27 @@ void CPUFieldEvaluator::evaluateRow(std::span<const float> xs, float y, float z,
         std::fill(out.begin(), out.end(), farDistance);
 }
 
+void CPUFieldEvaluator::evaluatePoints(std::span<const float> xs, std::span<const float> ys,
+                                       std::span<const float> zs, std::span<float> out)
+{
+    if (m_field)
+        m_field->evaluatePoints(xs, ys, zs, out);
+    else
+        std::fill(out.begin(), out.end(), farDistance);
+}
+
+void CPUFieldEvaluator::evaluateWithGradients(std::span<const float> xs, std::span<const float> ys,
+                                              std::span<const float> zs,
+                                              std::span<DistanceGradient> out)
+{
+    if (!m_field || !m_gradient.isValid()) {
+        IFieldEvaluator::evaluateWithGradients(xs, ys, zs, out);
+        return;
+    }
+    for (std::size_t i = 0; i < out.size(); ++i)
+        out[i] = m_gradient.evalCompiled(xs[i], ys[i], zs[i]);
+}
+
 void CPUFieldEvaluator::setCancelFlag(const std::atomic_bool *cancelled)
 {
     if (m_field)

@@ -27,6 +27,10 @@ public:
     DistanceGradient evaluateWithGradient(float x, float y, float z) override;
     QString backendName() const override;
     void evaluateRow(std::span<const float> xs, float y, float z, std::span<float> out) override;
+    void evaluatePoints(std::span<const float> xs, std::span<const float> ys,
+                        std::span<const float> zs, std::span<float> out) override;
+    void evaluateWithGradients(std::span<const float> xs, std::span<const float> ys,
+                               std::span<const float> zs, std::span<DistanceGradient> out) override;
 
     /// As EvalFieldEvaluator::setCancelFlag().
     void setCancelFlag(const std::atomic_bool *cancelled);

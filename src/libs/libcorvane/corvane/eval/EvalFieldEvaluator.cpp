@@ -58,6 +58,15 @@ void EvalFieldEvaluator::evaluateRow(std::span<const float> xs, float y, float z
         keepFirstError();
 }
 
+void EvalFieldEvaluator::evaluatePoints(std::span<const float> xs, std::span<const float> ys,
+                                        std::span<const float> zs, std::span<float> out)
+{
+    if (!m_valid)
+        std::fill(out.begin(), out.end(), farDistance);
+    else if (!m_copy.evaluatePoints(m_position, xs, ys, zs, m_distance, out, farDistance))
+        keepFirstError();
+}
+
 void EvalFieldEvaluator::setCancelFlag(const std::atomic_bool *cancelled)
 {
     m_copy.setCancelFlag(cancelled);

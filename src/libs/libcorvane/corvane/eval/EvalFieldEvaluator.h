@@ -26,6 +26,8 @@ public:
     float evaluate(float x, float y, float z) override;
     QString backendName() const override;
     void evaluateRow(std::span<const float> xs, float y, float z, std::span<float> out) override;
+    void evaluatePoints(std::span<const float> xs, std::span<const float> ys,
+                        std::span<const float> zs, std::span<float> out) override;
 
     /// While the flag is true evaluations fail soon, even inside a loop that does not end. It must
     /// outlive the evaluator.

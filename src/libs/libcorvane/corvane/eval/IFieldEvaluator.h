@@ -43,6 +43,13 @@ public:
     /// The distances of a row of points that share y and z: out[i] is that of (xs[i], y, z), bit
     /// for bit what evaluate() answers. The base calls evaluate() for each.
     virtual void evaluateRow(std::span<const float> xs, float y, float z, std::span<float> out);
+    /// The same for any points (xs[i], ys[i], zs[i]), as many of each as of `out`.
+    virtual void evaluatePoints(std::span<const float> xs, std::span<const float> ys,
+                                std::span<const float> zs, std::span<float> out);
+    /// What evaluateWithGradient() answers at each of these points. The base samples as its
+    /// evaluateWithGradient() does, so that whoever overrides that one overrides this one too.
+    virtual void evaluateWithGradients(std::span<const float> xs, std::span<const float> ys,
+                                       std::span<const float> zs, std::span<DistanceGradient> out);
 };
 
 } // namespace corvane::eval

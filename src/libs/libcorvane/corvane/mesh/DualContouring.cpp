@@ -20,8 +20,8 @@ DcState::DcState(const ScalarField3D &field, FieldFunction distance, GradientFun
                  float iso)
     : m_field(field)
     , m_distance(std::move(distance))
-    , m_gradient(std::move(gradient))
     , m_iso(iso)
+    , m_samples({field.cellSize, iso, m_distance, std::move(gradient)})
 {
     if (field.nx > 1 && field.ny > 1 && field.nz > 1)
         m_cellVertex.assign(size_t(field.nx - 1) * size_t(field.ny - 1) * size_t(field.nz - 1), -1);
@@ -46,18 +46,41 @@ bool DcState::edgeCrosses(int axis, int i, int j, int k, float &d0, float &d1) c
 const HermiteSample &DcState::sampleOf(int axis, int i, int j, int k, float d0, float d1)
 {
     const quint64 key = edgeKey(axis, i, j, k);
-    const auto known = m_samples.constFind(key);
-    if (known != m_samples.constEnd())
+    if (const HermiteSample *known = m_samples.find(key))
         return *known;
-    return *m_samples.insert(key, hermiteSample(nodePosition(i, j, k), axis, m_field.cellSize, d0,
-                                                d1, m_iso, m_distance, m_gradient));
+    m_samples.add(key, {nodePosition(i, j, k), axis, d0, d1});
+    m_samples.finish();
+    return *m_samples.find(key);
+}
+
+// The crossed edges that begin in a row of nodes.
+void DcState::addRowCrossings(int j, int k)
+{
+    const size_t steps[3] = {1, size_t(m_field.nx), size_t(m_field.nx) * size_t(m_field.ny)};
+    const bool hasNext[3] = {true, j + 1 < m_field.ny, k + 1 < m_field.nz};
+    const float *value = m_field.values + m_field.index(0, j, k);
+    for (int i = 0; i < m_field.nx; ++i, ++value) {
+        const float d0 = *value - m_iso;
+        for (int axis = 0; axis < 3; ++axis) {
+            if (!hasNext[axis] || (axis == 0 && i + 1 == m_field.nx))
+                continue;
+            const float d1 = value[steps[axis]] - m_iso;
+            if ((d0 < 0.0f) != (d1 < 0.0f))
+                m_samples.add(edgeKey(axis, i, j, k), {nodePosition(i, j, k), axis, d0, d1});
+        }
+    }
 }
 
 bool DcState::isInside(int i, int j, int k) const
 {
     if (i >= 0 && j >= 0 && k >= 0 && i < m_field.nx && j < m_field.ny && k < m_field.nz)
         return m_field.values[m_field.index(i, j, k)] - m_iso < 0.0f;
-    return m_distance && m_distance(nodePosition(i, j, k)) - m_iso < 0.0f;
+    if (!m_distance)
+        return false;
+    const QVector3D node = nodePosition(i, j, k);
+    float distance = 0.0f;
+    m_distance({&node, 1}, {&distance, 1});
+    return distance - m_iso < 0.0f;
 }
 
 const CellCycles &DcState::cyclesOf(int i, int j, int k) const
@@ -131,9 +154,24 @@ void DcState::extractRow(int firstNode, int j, int k, QList<Triangle> &out)
     }
 }
 
+// All at once and before the cells ask for them one by one.
+bool DcState::addCrossings(const std::atomic_bool *cancel)
+{
+    for (int k = 0; k < m_field.nz; ++k) {
+        if (cancel && cancel->load(std::memory_order_relaxed))
+            return false;
+        for (int j = 0; j < m_field.ny; ++j)
+            addRowCrossings(j, k);
+    }
+    m_samples.finish();
+    return true;
+}
+
 void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel,
                       QList<int> *rowEnds)
 {
+    if (!addCrossings(cancel))
+        return;
     for (int k = firstNode; k < m_field.nz - 1; ++k) {
         if (cancel && cancel->load(std::memory_order_relaxed))
             return;

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <corvane/mesh/CellVertices.h>
+#include <corvane/mesh/CrossingTable.h>
 #include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/ScalarField3D.h>
 #include <corvane/mesh/Triangle.h>
 
-#include <QHash>
 #include <QList>
 
 #include <atomic>
@@ -47,6 +47,8 @@ public:
     bool edgeCrosses(int axis, int i, int j, int k, float &d0, float &d1) const;
 
 private:
+    bool addCrossings(const std::atomic_bool *cancel);
+    void addRowCrossings(int j, int k);
     const HermiteSample &sampleOf(int axis, int i, int j, int k, float d0, float d1);
     void addCellEdges(int axis, int i, int j, int k, CellVertices &vertices);
     void extractRow(int firstNode, int j, int k, QList<Triangle> &out);
@@ -57,10 +59,8 @@ private:
 
     ScalarField3D m_field;
     FieldFunction m_distance;
-    GradientFunction m_gradient;
     float m_iso;
-    QHash<quint64, HermiteSample>
-        m_samples; ///< by edge: the axis in the top four bits, then i, j, k in 16 each
+    CrossingTable m_samples; ///< by edge: the axis in the top four bits, then i, j, k in 16 each
     std::vector<int> m_cellVertex; ///< the first one of each cell; -1 where there is none yet
     QList<QVector3D> m_vertices;
 };

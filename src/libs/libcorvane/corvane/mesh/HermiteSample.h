@@ -3,15 +3,17 @@
 #include <QVector3D>
 
 #include <functional>
+#include <span>
 
 namespace corvane::mesh {
 
 class QefSolver;
 
-/// The distance at a point in scene units.
-using FieldFunction = std::function<float(const QVector3D &)>;
-/// The gradient of the distance at a point; of any length.
-using GradientFunction = std::function<QVector3D(const QVector3D &)>;
+/// Writes the distance at each point, in scene units. Many points are asked for at a time, because
+/// a field that computes them side by side takes a fraction of the time.
+using FieldFunction = std::function<void(std::span<const QVector3D>, std::span<float>)>;
+/// Writes the gradient of the distance at each point; of any length.
+using GradientFunction = std::function<void(std::span<const QVector3D>, std::span<QVector3D>)>;
 
 /// Where a grid edge crosses the surface, and which way the surface faces there.
 struct HermiteSample
@@ -20,13 +22,27 @@ struct HermiteSample
     QVector3D normal{}; ///< of unit length, or zero where the field has no direction
 };
 
-/// The crossing of a grid edge whose ends have values of different sign.
-/// @param start   the end of lower index; the other is `length` further along `axis`
-/// @param d0, d1  the values at the ends, less the iso level
-/// @param field   when given, ten rounds of bisection with the exact field place the crossing
-HermiteSample hermiteSample(const QVector3D &start, int axis, float length, float d0, float d1,
-                            float iso, const FieldFunction &field,
-                            const GradientFunction &gradient);
+/// A grid edge whose ends have values of different sign.
+struct CrossedEdge
+{
+    QVector3D start{}; ///< the end of lower index; the other is one edge length along the axis
+    int axis = 0;
+    float d0 = 0.0f, d1 = 0.0f; ///< the values at the ends, less the iso level
+};
+
+/// What the crossings of one grid are computed from.
+struct CrossingRule
+{
+    float edgeLength = 0.0f;
+    float iso = 0.0f;
+    FieldFunction field; ///< when given, ten rounds of bisection place the crossing
+    GradientFunction gradient;
+};
+
+/// The crossing of each edge. The edges are worked on in step with each other; the result of one
+/// does not depend on which others there are.
+void hermiteSamples(std::span<const CrossedEdge> edges, const CrossingRule &rule,
+                    std::span<HermiteSample> out);
 
 /// Adds the tangent plane of a sample; one without a direction adds nothing.
 void addSample(const HermiteSample &sample, QefSolver &solver);

@@ -53,18 +53,46 @@ QefResult solveInBox(const OtState &state, const OtNode &node)
         state.position(node.x + node.size, node.y + node.size, node.z + node.size) - margin);
 }
 
-const HermiteSample &crossing(OtState &state, int axis, const int (&at)[3], bool startsInside)
+quint64 edgeKey(const OtState &state, int axis, const int (&at)[3])
 {
-    const quint64 side = quint64(state.side);
-    const quint64 key =
-        (quint64(at[0]) + (quint64(at[1]) + quint64(at[2]) * side) * side) * 3 + quint64(axis);
-    const auto known = state.crossings.constFind(key);
-    if (known != state.crossings.constEnd())
-        return *known;
-    const float d0 = startsInside ? -1.0f : 1.0f;
-    return *state.crossings.insert(key, hermiteSample(state.position(at[0], at[1], at[2]), axis,
-                                                      state.cellSize, d0, -d0, state.iso,
-                                                      state.field, state.gradient));
+    const auto side = quint64(state.side);
+    return (quint64(at[0]) + (quint64(at[1]) + quint64(at[2]) * side) * side) * 3 + quint64(axis);
+}
+
+// The crossed edges that begin in a row of nodes. The signs of 64 nodes are compared at a time.
+void addRowCrossings(OtState &state, int j, int k)
+{
+    const std::span<const BitCube::Word> row = state.inside.row(j, k);
+    for (int axis = 0; axis < 3; ++axis) {
+        if ((axis == 1 && j + 1 == state.side) || (axis == 2 && k + 1 == state.side))
+            continue;
+        const auto beside = state.inside.row(j + (axis == 1 ? 1 : 0), k + (axis == 2 ? 1 : 0));
+        for (size_t word = 0; word < row.size(); ++word) {
+            const BitCube::Word carried = word + 1 < row.size() ? row[word + 1] << 63 : 0;
+            const BitCube::Word next = axis == 0 ? row[word] >> 1 | carried : beside[word];
+            for (BitCube::Word crossed = row[word] ^ next; crossed != 0; crossed &= crossed - 1) {
+                const int at[3] = {int(word) * 64 + std::countr_zero(crossed), j, k};
+                if (axis == 0 && at[0] + 1 == state.side)
+                    continue;
+                const float d0 = state.isInside(at[0], j, k) ? -1.0f : 1.0f;
+                state.crossings.add(edgeKey(state, axis, at),
+                                    {state.position(at[0], j, k), axis, d0, -d0});
+            }
+        }
+    }
+}
+
+bool findCrossings(OtState &state)
+{
+    state.crossings = CrossingTable({state.cellSize, state.iso, state.field, state.gradient});
+    for (int k = 0; k < state.side; ++k) {
+        if (isCancelled(state))
+            return false;
+        for (int j = 0; j < state.side; ++j)
+            addRowCrossings(state, j, k);
+    }
+    state.crossings.finish();
+    return true;
 }
 
 void fillLeaf(OtState &state, OtNode &leaf)
@@ -79,8 +107,7 @@ void fillLeaf(OtState &state, OtNode &leaf)
             start[(axis + 2) % 3] += offsets >> 1;
             const int edge = cellEdge(axis, offsets);
             if (cycles.cycleOfEdge[size_t(edge)] >= 0)
-                vertices.add(edge, crossing(state, axis, start,
-                                            state.isInside(start[0], start[1], start[2])));
+                vertices.add(edge, *state.crossings.find(edgeKey(state, axis, start)));
         }
     }
     leaf.kind = OtNode::Leaf;
@@ -396,10 +423,10 @@ qint64 prepareOctree(OtState &state)
 
 bool extractOctree(OtState &state)
 {
-    if (state.mixed.empty())
+    if (state.mixed.empty() || !findCrossings(state))
         return false;
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
-    state.crossings.clear();
+    state.crossings = {};
     cellProc(state, root);
     if (isCancelled(state))
         return false;

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <corvane/mesh/BitCube.h>
+#include <corvane/mesh/CrossingTable.h>
 #include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/QefSolver.h>
 #include <corvane/mesh/Triangle.h>
 
-#include <QHash>
 #include <QList>
 #include <QVector3D>
 
@@ -51,7 +51,7 @@ struct OtState
 
     std::vector<OtNode> nodes;
     std::vector<QVector3D> vertices;
-    QHash<quint64, HermiteSample> crossings; ///< by edge, since four cells read each
+    CrossingTable crossings;    ///< by edge, see OctreeDualContouring.cpp
     std::vector<BitCube> mixed; ///< by level: whether a cube of 2^level cells changes sign
     std::vector<std::array<int, 4>>
         quads; ///< vertices in a ring, normals out; a triangle names one twice

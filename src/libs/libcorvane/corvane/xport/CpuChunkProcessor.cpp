@@ -2,6 +2,7 @@
 
 #include <corvane/mesh/DualContouring.h>
 #include <corvane/mesh/MarchingCubes.h>
+#include <corvane/xport/SealedField.h>
 
 #include <QLoggingCategory>
 
@@ -138,11 +139,11 @@ bool CpuChunkProcessor::contour(const ChunkJob &job, Lane &lane, const std::atom
             rest = rest.subspan(nx);
         }
     }
-    eval::IFieldEvaluator &field = lane.evaluator;
+    SealedField field(lane.evaluator, m_seal);
     mesh::DcState state(
         fieldOf(padded, lane),
-        [this, &field](const QVector3D &p) { return m_seal.distance(field, p); },
-        [this, &field](const QVector3D &p) { return m_seal.gradient(field, p); });
+        [&field](auto points, auto result) { field.distances(points, result); },
+        [&field](auto points, auto result) { field.gradients(points, result); });
     out.rowsPerSlice = job.ny - 1;
     state.extract(1, out.triangles, &cancelFlag, &out.rowEnds);
     return true;

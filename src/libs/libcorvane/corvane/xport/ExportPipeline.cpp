@@ -51,6 +51,11 @@ ExportPipeline::~ExportPipeline()
 
 void ExportPipeline::run(const ExportRequest &request)
 {
+    run(request, collectDefinitions(request));
+}
+
+void ExportPipeline::run(const ExportRequest &request, const eval::DefinitionTable &definitions)
+{
     if (m_active.exchange(true)) {
         emit errorOccurred(u"Export already in progress"_s);
         return;
@@ -58,7 +63,7 @@ void ExportPipeline::run(const ExportRequest &request)
     // What is left of the run before is the end of its finished() signal.
     m_worker.waitForFinished();
     m_cancelled = false;
-    m_worker = QtConcurrent::run([this, request, definitions = collectDefinitions(request)] {
+    m_worker = QtConcurrent::run([this, request, definitions] {
         QElapsedTimer timer;
         timer.start();
         ExportResult result = execute(request, definitions);

@@ -29,8 +29,11 @@ public:
     ~ExportPipeline() override;
 
     /// Starts an export. While one is active it is refused with errorOccurred("Export already in
-    /// progress").
+    /// progress"). Looks the definitions of the nodes up in the registry: main thread only.
     void run(const ExportRequest &request);
+    /// The same with the definitions that the nodes were made with, on any thread: what a registry
+    /// that has changed since then says of them does not matter.
+    void run(const ExportRequest &request, const eval::DefinitionTable &definitions);
     /// Makes the running export end with the error "Export cancelled" within about a second.
     void cancel();
     bool isActive() const { return m_active.load(); }

@@ -54,16 +54,14 @@ float GridSeal::boxDistance(const QVector3D &point, int &axis) const
     return largest;
 }
 
-float GridSeal::distance(eval::IFieldEvaluator &field, const QVector3D &point) const
+float GridSeal::distance(const QVector3D &point, float own) const
 {
-    const float own = field.evaluate(point.x(), point.y(), point.z());
     int axis = 0;
     return m_closed ? std::max(own, boxDistance(point, axis)) : own;
 }
 
-QVector3D GridSeal::gradient(eval::IFieldEvaluator &field, const QVector3D &point) const
+QVector3D GridSeal::gradient(const QVector3D &point, const eval::DistanceGradient &own) const
 {
-    const eval::DistanceGradient own = field.evaluateWithGradient(point.x(), point.y(), point.z());
     int axis = 0;
     if (!m_closed || boxDistance(point, axis) < own.distance)
         return {own.gradientX, own.gradientY, own.gradientZ};

@@ -26,9 +26,9 @@ public:
     /// least one cell size. Indices are those of the whole grid.
     void raiseRow(std::span<float> row, qint64 firstX, qint64 y, qint64 z) const;
 
-    /// The field cut off by the box.
-    float distance(eval::IFieldEvaluator &field, const QVector3D &point) const;
-    QVector3D gradient(eval::IFieldEvaluator &field, const QVector3D &point) const;
+    /// The distance and the gradient of the field at a point, cut off by the box.
+    float distance(const QVector3D &point, float own) const;
+    QVector3D gradient(const QVector3D &point, const eval::DistanceGradient &own) const;
 
 private:
     bool isEnd(int axis, qint64 index) const;

@@ -7,6 +7,7 @@
 #include <corvane/xport/CpuChunkProcessor.h>
 #include <corvane/xport/GridSeal.h>
 #include <corvane/xport/MemoryBudget.h>
+#include <corvane/xport/SealedField.h>
 
 #include <QLoggingCategory>
 
@@ -82,8 +83,9 @@ bool OctreeExport::run(GridSurface &surface, QString &error)
     state.cellSize = m_request.cellSize;
     state.errorLimit = mesh::octreeErrorLimit(m_request.cellSize);
     state.vertexMargin = crossingMarginFor(m_request) * m_request.cellSize;
-    state.field = [&](const QVector3D &p) { return seal.distance(field, p); };
-    state.gradient = [&](const QVector3D &p) { return seal.gradient(field, p); };
+    SealedField sealed(field, seal);
+    state.field = [&sealed](auto points, auto out) { sealed.distances(points, out); };
+    state.gradient = [&sealed](auto points, auto out) { sealed.gradients(points, out); };
     state.cancel = &m_cancelFlag;
     state.setSide(static_cast<int>(m_cells) + 1);
     if (!sampleSigns(state, field, seal))
