@@ -88,14 +88,13 @@ public:
     void addJournal(const QString &line);
     QStringList journal() const; ///< the last lines, oldest first
 
-    // The operations themselves, on the calling thread.
+private:
+    // The operations themselves. Only events call them, one at a time, on the queue's thread.
     bool loadSync();
     bool saveSync();
     bool generateSync();
     bool synchronizeSync();
     bool clearSync();
-
-private:
     bool perform(ASTransaction transaction, T &data);
     bool carryOut(ASTransaction transaction, T &data);
     bool takeDefaultsInstead();
