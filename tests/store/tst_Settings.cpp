@@ -1,5 +1,6 @@
 #include <store/FaultInjection.h>
 #include <store/IniText.h>
+#include <store/SettingDefaults.h>
 #include <store/Settings.h>
 #include <store/ShutdownLifecycle.h>
 
@@ -119,6 +120,25 @@ private slots:
                              warning(u"ERROR: The value of 'k' has a type .*: QVariantMap"_s));
         settings.setCustomSetting(u"k"_s, QVariantMap());
         QCOMPARE(settings.getCustomSetting(u"k"_s).toString(), u"many"_s);
+    }
+
+    void aKnownSettingHasItsDefault()
+    {
+        const Settings settings(names);
+        QSet<QString> keys;
+        for (const store::SettingDefault &row : store::settingDefaults()) {
+            QCOMPARE(settings.getCustomSetting(row.key), row.value);
+            QVERIFY2(store::hasIniForm(row.value), qPrintable(row.key));
+            QVERIFY2(!keys.contains(row.key), qPrintable(row.key));
+            keys.insert(row.key);
+        }
+        QCOMPARE(settings.getCustomSettingInt(u" panels/materialsWidth"_s), 350);
+        QCOMPARE(settings.getCustomSettingInt(u"panels/materialsWidth"_s, 1), 1); // the caller's
+        QCOMPARE(settings.getCustomSettingDouble(u"RenderingOptions/stepScale"_s), 0.8);
+        QVERIFY(settings.getCustomSettingBool(u"rendering/workerViewport"_s));
+        QVERIFY(!settings.getCustomSettingBool(u"rendering/workerViewport"_s, false));
+        QCOMPARE(settings.getCustomSettingInt(u"unknown"_s), 0);
+        QCOMPARE(settings.getCustomSettingByteArray(u"splitter/state"_s, "d"_ba), "d"_ba);
     }
 
     void keysAreTrimmedAndNotEmpty()

@@ -3,6 +3,7 @@
 #include "IniText.h"
 #include "PrivateFile.h"
 #include "SafeFile.h"
+#include "SettingDefaults.h"
 #include "ShutdownLifecycle.h"
 
 #include <QDateTime>
@@ -67,6 +68,12 @@ Reading readFile(const QString &path)
     return {.values = values, .damage = {}, .unreachable = {}};
 }
 
+template<typename T>
+QVariant asVariant(const std::optional<T> &value)
+{
+    return value ? QVariant(*value) : QVariant();
+}
+
 // Where QSettings would have it. Not asked of a QSettings: that opens what is there, and a FIFO
 // would keep it waiting.
 QString iniPath(const Settings::Names &names)
@@ -129,43 +136,46 @@ QString Settings::pathOf(const QString &key) const
 QVariant Settings::getCustomSetting(const QString &key, const QVariant &defaultValue) const
 {
     const QString path = pathOf(key);
-    return path.isEmpty() ? defaultValue : m_values.value(path, defaultValue);
+    if (const auto value = m_values.constFind(path); value != m_values.constEnd())
+        return *value;
+    return defaultValue.isValid() ? defaultValue : defaultOfSetting(key.trimmed());
 }
 
-int Settings::getCustomSettingInt(const QString &key, int defaultValue) const
+int Settings::getCustomSettingInt(const QString &key, std::optional<int> defaultValue) const
 {
     bool ok = false;
-    const int value = getCustomSetting(key).toInt(&ok);
-    return ok ? value : defaultValue;
+    const int value = getCustomSetting(key, asVariant(defaultValue)).toInt(&ok);
+    return ok ? value : defaultValue.value_or(defaultOfSetting(key.trimmed()).toInt());
 }
 
-double Settings::getCustomSettingDouble(const QString &key, double defaultValue) const
+double Settings::getCustomSettingDouble(const QString &key,
+                                        std::optional<double> defaultValue) const
 {
     bool ok = false;
-    const double value = getCustomSetting(key).toDouble(&ok);
-    return ok ? value : defaultValue;
+    const double value = getCustomSetting(key, asVariant(defaultValue)).toDouble(&ok);
+    return ok ? value : defaultValue.value_or(defaultOfSetting(key.trimmed()).toDouble());
 }
 
-bool Settings::getCustomSettingBool(const QString &key, bool defaultValue) const
+bool Settings::getCustomSettingBool(const QString &key, std::optional<bool> defaultValue) const
 {
-    const QString word = getCustomSetting(key).toString().toLower();
+    const QString word = getCustomSetting(key, asVariant(defaultValue)).toString().toLower();
     if (word == "true"_L1 || word == "1"_L1)
         return true;
     if (word == "false"_L1 || word == "0"_L1)
         return false;
-    return defaultValue;
+    return defaultValue.value_or(defaultOfSetting(key.trimmed()).toBool());
 }
 
 QRect Settings::getCustomSettingRect(const QString &key, const QRect &defaultValue) const
 {
-    const QVariant value = getCustomSetting(key);
+    const QVariant value = getCustomSetting(key, defaultValue);
     return value.typeId() == QMetaType::QRect ? value.toRect() : defaultValue;
 }
 
 QByteArray Settings::getCustomSettingByteArray(const QString &key,
                                                const QByteArray &defaultValue) const
 {
-    const QVariant value = getCustomSetting(key);
+    const QVariant value = getCustomSetting(key, defaultValue);
     return value.typeId() == QMetaType::QByteArray ? value.toByteArray() : defaultValue;
 }
 

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 
 namespace store {
 
@@ -47,10 +48,13 @@ public:
     Settings(const Names &names, Clock clock, QObject *parent = nullptr);
     ~Settings() override; ///< writes what is pending
 
+    /// Without a default of the caller's, that of settingDefaults() is answered, and where that has
+    /// none, zero, false or nothing.
     QVariant getCustomSetting(const QString &key, const QVariant &defaultValue = {}) const;
-    int getCustomSettingInt(const QString &key, int defaultValue = 0) const;
-    double getCustomSettingDouble(const QString &key, double defaultValue = 0.0) const;
-    bool getCustomSettingBool(const QString &key, bool defaultValue = false) const;
+    int getCustomSettingInt(const QString &key, std::optional<int> defaultValue = {}) const;
+    double getCustomSettingDouble(const QString &key,
+                                  std::optional<double> defaultValue = {}) const;
+    bool getCustomSettingBool(const QString &key, std::optional<bool> defaultValue = {}) const;
     QRect getCustomSettingRect(const QString &key, const QRect &defaultValue = {}) const;
     QByteArray getCustomSettingByteArray(const QString &key,
                                          const QByteArray &defaultValue = {}) const;
