@@ -1,6 +1,7 @@
 #include <batch/AdaptiveProgressInterval.h>
 #include <batch/BatchContextStore.h>
 #include <batch/BatchWorkerBase.h>
+#include <batch/WorkerSlots.h>
 
 #include <QRegularExpression>
 #include <QSemaphore>
@@ -81,6 +82,21 @@ private slots:
         QCOMPARE(queue.progress(id), BatchQueue::Progress(1, 2));
         QCOMPARE(queue.logs(id).first().level, batch::BatchLogLevel::Warning);
         QCOMPARE(worker.threadName, u"Corvane.test-coordinator"_s);
+    }
+
+    void aSlotIsFreeWhenItsLastHolderIsGone()
+    {
+        auto taken = std::make_unique<batch::WorkerSlots>(2);
+        auto first = taken->take();
+        QVERIFY(taken->isFree());
+        const auto second = taken->take();
+        QVERIFY(!taken->isFree());
+        auto copy = first;
+        first.reset();
+        QVERIFY(!taken->isFree());
+        copy.reset();
+        QVERIFY(taken->isFree());
+        taken.reset(); // the worker may go before its task
     }
 
     void contextsAreLookedUpAndTaken()
