@@ -27,7 +27,7 @@ struct ExprBinding
 {
     QString name{}; ///< as in CompileContext::variables
     ExprType type = ExprType::Unknown;
-    eval::Handle handle = 0;
+    ::eval::Handle handle = 0;
 };
 
 /// An expression's text and what became of it. Copies share the program.
@@ -40,9 +40,9 @@ struct CompiledExpression
     QVariant constantValue{}; ///< the value, where it depends on no name but constants
     QList<ExprError> errors{};
 
-    QSharedPointer<eval::Program> program{};
+    QSharedPointer<::eval::Program> program{};
     QList<ExprBinding> bindings{};
-    eval::Handle result = 0;
+    ::eval::Handle result = 0;
 
     bool isValid() const { return errors.isEmpty() && program; }
 };

@@ -28,7 +28,7 @@ public:
     QStringList dependencies(const QString &text) const;
 
 private:
-    using PositionMapper = std::function<int(const eval::SourceSpan &)>;
+    using PositionMapper = std::function<int(const ::eval::SourceSpan &)>;
 
     void buildProgram(CompiledExpression &compiled, const QString &text,
                       const QHash<QString, QString> &inputs,

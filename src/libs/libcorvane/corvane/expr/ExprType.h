@@ -21,10 +21,10 @@ ExprType exprTypeFromName(const QString &name);
 /// nothing is Unknown.
 ExprType exprTypeOfValue(const QVariant &value);
 /// The type of a slot that holds it; Void for Unknown.
-eval::Type slotType(ExprType type);
+::eval::Type slotType(ExprType type);
 /// Back from the type of an output; integers of any width are Int, what has no counterpart is
 /// Unknown.
-ExprType exprTypeOfSlot(eval::Type type);
+ExprType exprTypeOfSlot(::eval::Type type);
 /// The value in the form that a slot takes: lists of numbers become Qt's vectors.
 QVariant slotValue(const QVariant &value, ExprType type);
 
