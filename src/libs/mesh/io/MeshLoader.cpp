@@ -8,7 +8,8 @@ using namespace Qt::StringLiterals;
 
 namespace mesh::io {
 
-QSharedPointer<Mesh<float>> MeshLoader::loadFromFile(const QString &path, QString *errorOut)
+QSharedPointer<Mesh<float>> MeshLoader::loadFromFile(const QString &path, QString *errorOut,
+                                                     const ImportOptions &options)
 {
     const auto fail = [errorOut](const QString &message) {
         if (errorOut)
@@ -17,7 +18,7 @@ QSharedPointer<Mesh<float>> MeshLoader::loadFromFile(const QString &path, QStrin
     };
     if (!QFileInfo::exists(path))
         return fail(u"File not found: %1"_s.arg(path));
-    auto loaded = IORegistry<float>::instance().load(path);
+    auto loaded = IORegistry<float>::instance().load(path, options);
     if (!loaded)
         return fail(u"Failed to load mesh: %1"_s.arg(loaded.error().message));
     return QSharedPointer<Mesh<float>>::create(std::move(loaded).value());

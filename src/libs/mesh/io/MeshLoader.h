@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mesh/Mesh.h>
+#include <mesh/io/Options.h>
 
 #include <QSharedPointer>
 
@@ -13,7 +14,8 @@ public:
     /// Null on failure; then `errorOut`, if given, is "File not found: %1" or "Failed to load mesh:
     /// %1".
     static QSharedPointer<Mesh<float>> loadFromFile(const QString &path,
-                                                    QString *errorOut = nullptr);
+                                                    QString *errorOut = nullptr,
+                                                    const ImportOptions &options = {});
 };
 
 } // namespace mesh::io
