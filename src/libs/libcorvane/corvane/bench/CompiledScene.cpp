@@ -1,0 +1,93 @@
+#include <corvane/bench/CompiledScene.h>
+
+#include <corvane/expr/ExpressionManager.h>
+#include <corvane/model/Corvane.h>
+#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/model/DocumentBlock.h>
+#include <corvane/registry/Registry.h>
+#include <corvane/render/SDFLayer.h>
+#include <corvane/shader/ShaderIndexManager.h>
+
+#include <QScopeGuard>
+
+namespace corvane::bench {
+
+using namespace Qt::StringLiterals;
+using model::Corvane;
+using model::CorvaneDSLParser;
+
+namespace {
+
+QSharedPointer<Corvane> load(const QString &path, QString &error)
+{
+    const model::ParseResult result = CorvaneDSLParser::parseFile(path);
+    if (!result.ok()) {
+        error = result.errors.isEmpty() ? u"no scene"_s : result.errors.first().toString();
+        return {};
+    }
+    // Of a version 2 file the parser compiles the tree alone: variables and settings are here.
+    if (result.logicalScene) {
+        const QVariantMap block = result.rawMap.value(u"corvane"_s).toMap();
+        model::DocumentBlock::apply(block.isEmpty() ? result.rawMap : block, *result.scene);
+    }
+    result.scene->registerFileScopedDefinitions();
+    return result.scene;
+}
+
+bool readNumber(const Corvane &scene, const QString &key, float &value)
+{
+    bool ok = false;
+    const float number = scene.sceneSetting(u"export."_s + key).toFloat(&ok);
+    if (ok)
+        value = number;
+    return ok;
+}
+
+void readSettings(const Corvane &scene, CompiledScene &compiled)
+{
+    static constexpr QChar axes[] = {u'X', u'Y', u'Z'};
+    bool hasBox = true;
+    const auto readCorner = [&](const QString &end, QVector3D &corner) {
+        for (int axis = 0; axis < 3; ++axis) {
+            float value = corner[axis];
+            hasBox = readNumber(scene, u"bounds."_s + end + axes[axis], value) && hasBox;
+            corner[axis] = value;
+        }
+    };
+    readCorner(u"min"_s, compiled.boundsMin);
+    readCorner(u"max"_s, compiled.boundsMax);
+    compiled.autoBounds = !hasBox || scene.sceneSetting(u"export.autoBounds"_s).toBool();
+    readNumber(scene, u"cellSize"_s, compiled.cellSize);
+}
+
+} // namespace
+
+std::optional<CompiledScene> compileSceneFile(const QString &path, QString &error)
+{
+    auto &registry = registry::Registry::instance();
+    const QSharedPointer<Corvane> scene = load(path, error);
+    if (!scene) {
+        error = u"cannot load scene: %1"_s.arg(error);
+        return std::nullopt;
+    }
+    const auto forgetDefinitions = qScopeGuard([&] { scene->unregisterFileScopedDefinitions(); });
+    expr::ExpressionManager(scene.data()).evaluateAll();
+    render::SDFLayer layer(&registry);
+    layer.setScene(scene.data());
+    const render::SDFLayer::FieldNodes field = layer.nodesAsOneField();
+    if (!layer.buildError().isEmpty() || field.nodes.isEmpty()) {
+        error = layer.buildError().isEmpty() ? u"scene has no geometry"_s : layer.buildError();
+        return std::nullopt;
+    }
+    shader::ShaderIndexManager indices;
+    indices.rebuildIndices(&registry);
+    CompiledScene compiled;
+    compiled.path = path;
+    compiled.nodes = field.nodes;
+    compiled.rootIndex = field.rootIndex;
+    compiled.definitions = eval::DefinitionTable::collect(field.nodes, registry, indices);
+    readSettings(*scene, compiled);
+    return compiled;
+}
+
+} // namespace corvane::bench
