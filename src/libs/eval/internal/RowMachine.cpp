@@ -81,6 +81,13 @@ qsizetype RowMachine::writeBlock(const RowPlan &plan, const Request &request, qs
                                  int count) const
 {
     const RowPlan::OutputPlace &place = plan.outputs[static_cast<size_t>(request.output)];
+    const bool anyFault = std::any_of(m_faulted.begin(), m_faulted.begin() + count,
+                                      [](quint8 faulted) { return faulted != 0; });
+    if (!anyFault && place.varies && place.type == Type::Float) {
+        std::memcpy(request.out.data() + first, m_lanes.data() + place.place,
+                    static_cast<size_t>(count) * sizeof(float));
+        return -1;
+    }
     qsizetype fault = -1;
     for (int i = 0; i < count; ++i) {
         float &out = request.out[static_cast<size_t>(first + i)];

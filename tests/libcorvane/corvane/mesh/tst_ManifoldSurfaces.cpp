@@ -8,6 +8,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <numeric>
+
 using namespace Qt::StringLiterals;
 using support::Field;
 
@@ -43,13 +45,20 @@ void TstManifoldSurfaces::randomSolidsAreClosedAndManifold_data()
 void TstManifoldSurfaces::randomSolidsAreClosedAndManifold()
 {
     QFETCH(Extractor, extract);
-    for (unsigned seed = 1; seed <= 40; ++seed) {
+    QList<unsigned> seeds(40);
+    std::iota(seeds.begin(), seeds.end(), 1u);
+    seeds.append(535); // all that is left of this one lies between the nodes
+    for (const unsigned seed : std::as_const(seeds)) {
         const Field field = support::RandomSolid(seed).make();
         const double inside = support::insideVolume(field);
         const QByteArray name = "seed " + QByteArray::number(seed);
         const support::FloatMesh mesh = support::meshOf(extract(field));
-        QVERIFY2(mesh.elements.isEmpty() || support::isClosedManifold(mesh), name);
-        // A wall thinner than a cell may be lost, and a thin rest of a solid altogether.
+        const std::vector<float> samples = support::sampled(field);
+        const bool isSeen =
+            std::any_of(samples.begin(), samples.end(), [](float value) { return value < 0.0f; });
+        QVERIFY2(mesh.elements.isEmpty() != isSeen, name);
+        QVERIFY2(!isSeen || support::isClosedManifold(mesh), name);
+        // A wall thinner than a cell may be lost.
         const double tolerance =
             0.3 * support::surfaceArea(mesh) * double(support::gridCell) + 0.05;
         QVERIFY2(std::abs(support::signedVolume(mesh) - inside) < tolerance, name);

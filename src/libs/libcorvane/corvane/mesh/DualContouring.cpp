@@ -3,6 +3,7 @@
 #include "QuadTriangles.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace corvane::mesh {
@@ -23,8 +24,12 @@ DcState::DcState(const ScalarField3D &field, FieldFunction distance, GradientFun
     , m_iso(iso)
     , m_samples({field.cellSize, iso, m_distance, std::move(gradient)})
 {
-    if (field.nx > 1 && field.ny > 1 && field.nz > 1)
-        m_cellVertex.assign(size_t(field.nx - 1) * size_t(field.ny - 1) * size_t(field.nz - 1), -1);
+    if (field.nx < 2 || field.ny < 2 || field.nz < 2)
+        return;
+    m_cellVertex.assign(size_t(field.nx - 1) * size_t(field.ny - 1) * size_t(field.nz - 1), -1);
+    m_inside.resize(field.index(0, 0, field.nz));
+    std::transform(field.values, field.values + m_inside.size(), m_inside.begin(),
+                   [iso](float value) { return quint8(value - iso < 0.0f); });
 }
 
 QVector3D DcState::nodePosition(int i, int j, int k) const
@@ -43,30 +48,50 @@ bool DcState::edgeCrosses(int axis, int i, int j, int k, float &d0, float &d1) c
     return (d0 < 0.0f) != (d1 < 0.0f);
 }
 
-const HermiteSample &DcState::sampleOf(int axis, int i, int j, int k, float d0, float d1)
+void DcState::addCrossing(int axis, int i, int j, int k)
+{
+    CrossedEdge edge{nodePosition(i, j, k), axis, 0.0f, 0.0f};
+    edgeCrosses(axis, i, j, k, edge.d0, edge.d1);
+    m_samples.add(edgeKey(axis, i, j, k), edge);
+}
+
+const HermiteSample &DcState::sampleOf(int axis, int i, int j, int k)
 {
     const quint64 key = edgeKey(axis, i, j, k);
     if (const HermiteSample *known = m_samples.find(key))
         return *known;
-    m_samples.add(key, {nodePosition(i, j, k), axis, d0, d1});
+    addCrossing(axis, i, j, k);
     m_samples.finish();
     return *m_samples.find(key);
 }
 
-// The crossed edges that begin in a row of nodes.
-void DcState::addRowCrossings(int j, int k)
+// The crossed edges that begin in a row of nodes. Most nodes have none: eight are looked at
+// together.
+void DcState::findRowCrossings(int j, int k)
 {
     const size_t steps[3] = {1, size_t(m_field.nx), size_t(m_field.nx) * size_t(m_field.ny)};
-    const bool hasNext[3] = {true, j + 1 < m_field.ny, k + 1 < m_field.nz};
-    const float *value = m_field.values + m_field.index(0, j, k);
-    for (int i = 0; i < m_field.nx; ++i, ++value) {
-        const float d0 = *value - m_iso;
+    const int lasts[3] = {m_field.nx - 1, j + 1 < m_field.ny ? m_field.nx : 0,
+                          k + 1 < m_field.nz ? m_field.nx : 0};
+    const quint8 *const row = m_inside.data() + m_field.index(0, j, k);
+    const auto eight = [](const quint8 *from) {
+        quint64 word = 0;
+        std::memcpy(&word, from, sizeof word);
+        return word;
+    };
+    const auto anyOfEight = [&](int i) {
+        quint64 changes = 0;
+        for (int axis = 0; axis < 3; ++axis)
+            changes |= lasts[axis] > 0 ? eight(row + i) ^ eight(row + i + steps[axis]) : 0;
+        return changes != 0;
+    };
+    for (int i = 0; i < m_field.nx; ++i) {
+        while (i + 8 < m_field.nx && !anyOfEight(i))
+            i += 8;
         for (int axis = 0; axis < 3; ++axis) {
-            if (!hasNext[axis] || (axis == 0 && i + 1 == m_field.nx))
-                continue;
-            const float d1 = value[steps[axis]] - m_iso;
-            if ((d0 < 0.0f) != (d1 < 0.0f))
-                m_samples.add(edgeKey(axis, i, j, k), {nodePosition(i, j, k), axis, d0, d1});
+            if (i < lasts[axis] && row[i] != row[size_t(i) + steps[axis]]) {
+                m_edges.push_back({i, axis});
+                addCrossing(axis, i, j, k);
+            }
         }
     }
 }
@@ -74,7 +99,7 @@ void DcState::addRowCrossings(int j, int k)
 bool DcState::isInside(int i, int j, int k) const
 {
     if (i >= 0 && j >= 0 && k >= 0 && i < m_field.nx && j < m_field.ny && k < m_field.nz)
-        return m_field.values[m_field.index(i, j, k)] - m_iso < 0.0f;
+        return m_inside[m_field.index(i, j, k)] != 0;
     if (!m_distance)
         return false;
     const QVector3D node = nodePosition(i, j, k);
@@ -88,20 +113,6 @@ const CellCycles &DcState::cyclesOf(int i, int j, int k) const
     return cyclesInGrid(i, j, k, [this](int x, int y, int z) { return isInside(x, y, z); });
 }
 
-// The four edges of a cell along one axis.
-void DcState::addCellEdges(int axis, int i, int j, int k, CellVertices &vertices)
-{
-    for (int corner = 0; corner < 4; ++corner) {
-        int node[3] = {i, j, k};
-        node[(axis + 1) % 3] += corner & 1;
-        node[(axis + 2) % 3] += corner >> 1;
-        float d0 = 0.0f;
-        float d1 = 0.0f;
-        if (edgeCrosses(axis, node[0], node[1], node[2], d0, d1))
-            vertices.add(cellEdge(axis, corner), sampleOf(axis, node[0], node[1], node[2], d0, d1));
-    }
-}
-
 int DcState::vertexForCell(int i, int j, int k)
 {
     int &vertex = m_cellVertex[size_t(i) + (size_t(j) + size_t(k) * size_t(m_field.ny - 1)) *
@@ -111,8 +122,15 @@ int DcState::vertexForCell(int i, int j, int k)
     const CellCycles &cycles = cyclesOf(i, j, k);
     CellVertices vertices(cycles, nodePosition(i, j, k), nodePosition(i + 1, j + 1, k + 1),
                           m_field.crossingMargin * m_field.cellSize);
-    for (int axis = 0; axis < 3; ++axis)
-        addCellEdges(axis, i, j, k, vertices);
+    for (int edge = 0; edge < 12; ++edge) {
+        if (cycles.cycleOfEdge[size_t(edge)] < 0)
+            continue;
+        const int axis = edge / 4;
+        int node[3] = {i, j, k};
+        node[(axis + 1) % 3] += edge & 1;
+        node[(axis + 2) % 3] += edge >> 1 & 1;
+        vertices.add(edge, sampleOf(axis, node[0], node[1], node[2]));
+    }
     vertex = int(m_vertices.size());
     for (int cycle = 0; cycle < std::max(cycles.count, 1); ++cycle)
         m_vertices.append(vertices.position(cycle));
@@ -143,25 +161,26 @@ void DcState::emitEdge(int axis, const int (&node)[3], bool startsInside, QList<
 
 void DcState::extractRow(int firstNode, int j, int k, QList<Triangle> &out)
 {
-    const size_t steps[3] = {1, size_t(m_field.nx), size_t(m_field.nx) * size_t(m_field.ny)};
-    const float *value = m_field.values + m_field.index(firstNode, j, k);
-    for (int i = firstNode; i < m_field.nx - 1; ++i, ++value) {
-        const bool inside = *value - m_iso < 0.0f;
-        for (int axis = 0; axis < 3; ++axis) {
-            if ((value[steps[axis]] - m_iso < 0.0f) != inside)
-                emitEdge(axis, {i, j, k}, inside, out);
-        }
+    const size_t row = size_t(j) + size_t(k) * size_t(m_field.ny);
+    for (size_t n = m_rowEdges[row]; n < m_rowEdges[row + 1]; ++n) {
+        const RowEdge edge = m_edges[n];
+        if (edge.i >= firstNode && edge.i < m_field.nx - 1)
+            emitEdge(edge.axis, {edge.i, j, k}, isInside(edge.i, j, k), out);
     }
 }
 
 // All at once and before the cells ask for them one by one.
-bool DcState::addCrossings(const std::atomic_bool *cancel)
+bool DcState::findCrossings(const std::atomic_bool *cancel)
 {
+    m_edges.clear();
+    m_rowEdges.assign(1, 0);
     for (int k = 0; k < m_field.nz; ++k) {
         if (cancel && cancel->load(std::memory_order_relaxed))
             return false;
-        for (int j = 0; j < m_field.ny; ++j)
-            addRowCrossings(j, k);
+        for (int j = 0; j < m_field.ny; ++j) {
+            findRowCrossings(j, k);
+            m_rowEdges.push_back(m_edges.size());
+        }
     }
     m_samples.finish();
     return true;
@@ -170,7 +189,7 @@ bool DcState::addCrossings(const std::atomic_bool *cancel)
 void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_bool *cancel,
                       QList<int> *rowEnds)
 {
-    if (!addCrossings(cancel))
+    if (m_inside.empty() || !findCrossings(cancel))
         return;
     for (int k = firstNode; k < m_field.nz - 1; ++k) {
         if (cancel && cancel->load(std::memory_order_relaxed))

@@ -47,10 +47,17 @@ public:
     bool edgeCrosses(int axis, int i, int j, int k, float &d0, float &d1) const;
 
 private:
-    bool addCrossings(const std::atomic_bool *cancel);
-    void addRowCrossings(int j, int k);
-    const HermiteSample &sampleOf(int axis, int i, int j, int k, float d0, float d1);
-    void addCellEdges(int axis, int i, int j, int k, CellVertices &vertices);
+    /// A crossed edge by the node of its row that it begins at.
+    struct RowEdge
+    {
+        int i = 0;
+        int axis = 0;
+    };
+
+    bool findCrossings(const std::atomic_bool *cancel);
+    void findRowCrossings(int j, int k);
+    void addCrossing(int axis, int i, int j, int k);
+    const HermiteSample &sampleOf(int axis, int i, int j, int k);
     void extractRow(int firstNode, int j, int k, QList<Triangle> &out);
     void emitEdge(int axis, const int (&node)[3], bool startsInside, QList<Triangle> &out);
     bool isInside(int i, int j, int k) const;
@@ -60,6 +67,9 @@ private:
     ScalarField3D m_field;
     FieldFunction m_distance;
     float m_iso;
+    std::vector<quint8> m_inside;   ///< by node: 1 or 0
+    std::vector<RowEdge> m_edges;   ///< row after row
+    std::vector<size_t> m_rowEdges; ///< where in m_edges each row of nodes begins; and the end
     CrossingTable m_samples; ///< by edge: the axis in the top four bits, then i, j, k in 16 each
     std::vector<int> m_cellVertex; ///< the first one of each cell; -1 where there is none yet
     QList<QVector3D> m_vertices;
