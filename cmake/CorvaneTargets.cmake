@@ -72,7 +72,7 @@ function(corvane_test name)
     corvane_precompile(${name} pch_test Qt6::Gui Qt6::Test)
     add_test(NAME ${name} COMMAND ${name})
     # Tests write nowhere but to temporary folders: caches and settings go to one of the build tree.
-    set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT
+    set_tests_properties(${name} PROPERTIES TIMEOUT 900 ENVIRONMENT
         "QT_QPA_PLATFORM=offscreen;XDG_DATA_HOME=${CMAKE_BINARY_DIR}/tests/data;XDG_CACHE_HOME=${CMAKE_BINARY_DIR}/tests/cache;XDG_CONFIG_HOME=${CMAKE_BINARY_DIR}/tests/config")
 endfunction()
 

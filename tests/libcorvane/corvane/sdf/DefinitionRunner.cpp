@@ -34,25 +34,23 @@ QStringList leadingArguments(NodeType type)
     return {};
 }
 
-QString literal(double value)
+/// The arguments are inputs, so that a definition is compiled once for all of its values.
+QString argumentName(qsizetype index)
 {
-    const QString text = QString::number(value, 'g', 9);
-    return text.contains(u'.') || text.contains(u'e') ? text : text + u".0"_s;
+    return u"argument%1"_s.arg(index);
 }
 
-QString callText(const Definition &definition, const QList<double> &arguments)
+/// Adds the number of arguments that the call takes.
+QString callText(const Definition &definition, qsizetype &argumentCount)
 {
     QStringList parts = leadingArguments(definition.nodeType);
-    qsizetype next = 0;
     for (qsizetype i = parts.size(); i < definition.parameterTypes.size(); ++i) {
-        if (definition.parameterTypes[i] == "vec3"_L1) {
-            parts += u"vec3(%1, %2, %3)"_s.arg(literal(arguments.value(next)),
-                                               literal(arguments.value(next + 1)),
-                                               literal(arguments.value(next + 2)));
-            next += 3;
-        } else {
-            parts += literal(arguments.value(next++));
-        }
+        const qsizetype first = argumentCount;
+        const bool isVector = definition.parameterTypes[i] == "vec3"_L1;
+        parts += isVector ? u"vec3(%1, %2, %3)"_s.arg(argumentName(first), argumentName(first + 1),
+                                                      argumentName(first + 2))
+                          : argumentName(first);
+        argumentCount += isVector ? 3 : 1;
     }
     return definition.primaryFunctionName + u'(' + parts.join(u", "_s) + u')';
 }
@@ -98,7 +96,12 @@ DefinitionRunner::DefinitionRunner(const Definition &definition, const QList<dou
     m_p = graph.declareInput(u"p"_s, eval::Type::Vec3);
     m_d1 = graph.declareInput(u"d1"_s, eval::Type::Float);
     m_d2 = graph.declareInput(u"d2"_s, eval::Type::Float);
-    m_result = graph.declareOutput(u"result"_s, code + u'\n' + callText(definition, arguments));
+    qsizetype count = 0;
+    const QString call = callText(definition, count);
+    QList<eval::Handle> inputs;
+    for (qsizetype i = 0; i < count; ++i)
+        inputs += graph.declareInput(argumentName(i), eval::Type::Float);
+    m_result = graph.declareOutput(u"result"_s, code + u'\n' + call);
     const auto compiled = graph.compile(backend);
     if (!compiled) {
         m_error = compiled.firstError().message;
@@ -106,6 +109,8 @@ DefinitionRunner::DefinitionRunner(const Definition &definition, const QList<dou
     }
     m_program = compiled.value();
     m_copy = m_program.threadCopy();
+    for (qsizetype i = 0; i < count; ++i)
+        m_copy.setFloats(inputs[i], std::array{float(arguments.value(i))});
 }
 
 bool DefinitionRunner::evaluate(reference::Vec3 p, double d1, double d2)
