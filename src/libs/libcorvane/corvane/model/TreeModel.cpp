@@ -357,7 +357,9 @@ bool TreeModel::setData(const QModelIndex &index, const QVariant &value, int rol
 Qt::ItemFlags TreeModel::flags(const QModelIndex &index) const
 {
     const TreeNode &node = *nodeFromIndex(index);
-    if (!node.parent || node.isOrphanRoot)
+    if (!node.parent)
+        return Qt::ItemIsDropEnabled;
+    if (node.isOrphanRoot)
         return Qt::ItemIsEnabled | Qt::ItemIsDropEnabled;
     const QUuid itemId = node.isEmptySlot ? node.parent->instanceId : node.instanceId;
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
