@@ -5,7 +5,6 @@ corvane_library(corvane_zirn
         corvane/zirn/FailureText.cpp
         corvane/zirn/HistoryConnection.cpp
         corvane/zirn/LLMSession.cpp
-        corvane/zirn/MethodGate.cpp
         corvane/zirn/Operator.cpp
         corvane/zirn/PermissionGrant.cpp
         corvane/zirn/PermissionStore.cpp

@@ -1,5 +1,4 @@
 #include <corvane/zirn/FailureText.h>
-#include <corvane/zirn/MethodGate.h>
 #include <corvane/zirn/TaskPlan.h>
 #include <corvane/zirn/ZirnAuthContext.h>
 
@@ -37,7 +36,6 @@ private slots:
     void firstRegistrationStands();
     void badRegistrationIsRefused();
     void failureHasFourParts();
-    void gateTellsOfWildPointers();
 };
 
 void TstTaskModel::argumentsAreRead_data()
@@ -323,25 +321,6 @@ void TstTaskModel::failureHasFourParts()
              u"Failed to remove item %2: not found. State: unchanged. Suggestion: check itemId."_s);
     QCOMPARE(failureText({.attempt = u"fit"_s, .cause = u"no bridge."_s, .state = u"no changes"_s}),
              u"Failed to fit: no bridge. State: no changes."_s);
-}
-
-void TstTaskModel::gateTellsOfWildPointers()
-{
-    const char *of = " < 0xd0000, which likely means dangling pointer or nullptr access";
-    const auto expect = [of](const char *who) {
-        QTest::ignoreMessage(QtWarningMsg, (QByteArray("ERROR: ") + who + of).constData());
-    };
-    const void *low = reinterpret_cast<const void *>(quintptr(0xcffff));
-    const void *lowest = reinterpret_cast<const void *>(quintptr(0xd0000));
-    expect("this");
-    const MethodGate ofNull(static_cast<const void *>(nullptr), nullptr);
-    expect("parent-this");
-    const MethodGate ofLowParent(this, low);
-    expect("this");
-    expect("parent-this");
-    const MethodGate ofBoth(low, low);
-    const MethodGate ofGood(lowest, lowest);
-    const MethodGate ofParentless(this);
 }
 
 QTEST_GUILESS_MAIN(TstTaskModel)

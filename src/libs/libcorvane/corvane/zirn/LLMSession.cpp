@@ -1,8 +1,8 @@
 #include <corvane/zirn/LLMSession.h>
 
-#include <corvane/zirn/MethodGate.h>
 #include <corvane/zirn/PlanReader.h>
 #include <corvane/zirn/ZirnTaskRuntime.h>
+#include <store/MethodGate.h>
 
 #include <utility>
 
@@ -46,13 +46,13 @@ LLMSession::~LLMSession()
 
 void LLMSession::setRuntime(ZirnTaskRuntime *runtime)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_runtime = runtime;
 }
 
 bool LLMSession::submitJsonPlan(const QByteArray &json, QString &error)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     error.clear();
     if (!m_runtime) {
         error = u"No runtime available for LLM session"_s;

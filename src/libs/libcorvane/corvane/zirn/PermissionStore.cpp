@@ -1,7 +1,7 @@
 #include <corvane/zirn/PermissionStore.h>
 
-#include <corvane/zirn/MethodGate.h>
 #include <corvane/zirn/SetAside.h>
+#include <store/MethodGate.h>
 #include <store/SafeFile.h>
 
 #include <QFile>
@@ -115,7 +115,7 @@ QSharedPointer<PermissionStore> PermissionStore::create()
 
 PermissionAnswer PermissionStore::check(const QString &scope, const QDateTime &now) const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const QMutexLocker lock(&m_mutex);
     auto answer = PermissionAnswer::Ask;
     for (const PermissionGrant &grant : m_grants) {
@@ -130,14 +130,14 @@ PermissionAnswer PermissionStore::check(const QString &scope, const QDateTime &n
 
 QList<PermissionGrant> PermissionStore::grants() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const QMutexLocker lock(&m_mutex);
     return m_grants;
 }
 
 void PermissionStore::addGrant(const PermissionGrant &grant)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     {
         const QMutexLocker lock(&m_mutex);
         m_grants.removeIf([&grant](const PermissionGrant &old) { return sayTheSame(old, grant); });
@@ -148,13 +148,13 @@ void PermissionStore::addGrant(const PermissionGrant &grant)
 
 bool PermissionStore::removeGrants(const QString &scope)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return removeIf([&scope](const PermissionGrant &grant) { return grant.scope == scope; });
 }
 
 bool PermissionStore::removeGrants(GrantLifetime lifetime)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return removeIf(
         [lifetime](const PermissionGrant &grant) { return grant.lifetime == lifetime; });
 }
@@ -173,7 +173,7 @@ bool PermissionStore::removeIf(Predicate isUnwanted)
 
 bool PermissionStore::load(const QString &path)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     QByteArray json;
     const bool exists = QFileInfo::exists(path);
     if (exists && !readFile(path, json))
@@ -193,7 +193,7 @@ bool PermissionStore::load(const QString &path)
 
 bool PermissionStore::save(const QString &path, QString *error) const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const QDateTime now = QDateTime::currentDateTimeUtc();
     QJsonArray array;
     const QList<PermissionGrant> all = grants();

@@ -1,8 +1,8 @@
 #include <corvane/zirn/ZirnHistoryDatabase.h>
 
 #include <corvane/zirn/HistoryConnection.h>
-#include <corvane/zirn/MethodGate.h>
 #include <corvane/zirn/SetAside.h>
+#include <store/MethodGate.h>
 
 #include <QDateTime>
 #include <QFile>
@@ -79,7 +79,7 @@ ZirnHistoryDatabase::~ZirnHistoryDatabase() = default;
 
 bool ZirnHistoryDatabase::isUsable()
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return connection()->state() == HistoryConnection::State::Open;
 }
 
@@ -100,14 +100,14 @@ std::shared_ptr<HistoryConnection> ZirnHistoryDatabase::connection()
 
 void ZirnHistoryDatabase::closeThreadConnection()
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const std::lock_guard lock(m_mutex);
     m_connections.erase(QThread::currentThread());
 }
 
 qint64 ZirnHistoryDatabase::logPlanSubmitted(const TaskPlan &plan, const Operator &op)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const auto open = connection();
     const QVariantList values{text(plan.description), QString(operatorTypeWord(op.type)),
                               text(op.id), now(), plan.steps.size()};
@@ -121,7 +121,7 @@ qint64 ZirnHistoryDatabase::logPlanSubmitted(const TaskPlan &plan, const Operato
 void ZirnHistoryDatabase::logStepStarted(qint64 planRow, qint32 stepIndex,
                                          const TaskPlanStep &resolvedStep)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (planRow == noRow)
         return;
     const QString args = compactJson(QJsonObject::fromVariantMap(resolvedStep.args));
@@ -132,7 +132,7 @@ void ZirnHistoryDatabase::logStepStarted(qint64 planRow, qint32 stepIndex,
 void ZirnHistoryDatabase::logStepCompleted(qint64 planRow, qint32 stepIndex,
                                            const ZirnTaskResult &result)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (planRow == noRow)
         return;
     write(*connection(), Statement::UpdateStep,
@@ -143,7 +143,7 @@ void ZirnHistoryDatabase::logStepCompleted(qint64 planRow, qint32 stepIndex,
 
 void ZirnHistoryDatabase::logPlanCompleted(qint64 planRow, const TaskPlanResult &result)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (planRow == noRow)
         return;
     const QVariant failedStep =

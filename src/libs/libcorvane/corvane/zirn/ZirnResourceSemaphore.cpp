@@ -1,6 +1,6 @@
 #include <corvane/zirn/ZirnResourceSemaphore.h>
 
-#include <corvane/zirn/MethodGate.h>
+#include <store/MethodGate.h>
 
 #include <algorithm>
 #include <utility>
@@ -15,28 +15,28 @@ ZirnResourceSemaphore::ZirnResourceSemaphore(QString name, qint32 capacity, QObj
 
 QSet<QString> ZirnResourceSemaphore::holders() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const std::lock_guard lock(m_mutex);
     return m_holders;
 }
 
 bool ZirnResourceSemaphore::tryAcquire(const QString &planId)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const std::lock_guard lock(m_mutex);
     return takePlace(planId);
 }
 
 bool ZirnResourceSemaphore::acquire(const QString &planId, std::chrono::milliseconds limit)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     std::unique_lock lock(m_mutex);
     return m_released.wait_for(lock, limit, [&] { return takePlace(planId); });
 }
 
 void ZirnResourceSemaphore::release(const QString &planId)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     {
         const std::lock_guard lock(m_mutex);
         if (!m_holders.remove(planId))

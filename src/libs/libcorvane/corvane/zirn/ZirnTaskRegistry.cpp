@@ -1,6 +1,6 @@
 #include <corvane/zirn/ZirnTaskRegistry.h>
 
-#include <corvane/zirn/MethodGate.h>
+#include <store/MethodGate.h>
 
 #include <QLoggingCategory>
 
@@ -22,7 +22,7 @@ ZirnTaskRegistry &ZirnTaskRegistry::instance()
 
 bool ZirnTaskRegistry::registerTask(const ZirnTaskPtr &task)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (!task) {
         qCWarning(lcTaskRegistry) << "ZirnTaskRegistry::registerTask: null task";
         return false;
@@ -43,7 +43,7 @@ bool ZirnTaskRegistry::registerTask(const ZirnTaskPtr &task)
 
 bool ZirnTaskRegistry::unregisterTask(const QString &name)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (!m_tasks.remove(name))
         return false;
     emit taskUnregistered(name);
@@ -52,25 +52,25 @@ bool ZirnTaskRegistry::unregisterTask(const QString &name)
 
 ZirnTaskPtr ZirnTaskRegistry::task(const QString &name) const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return m_tasks.value(name);
 }
 
 bool ZirnTaskRegistry::contains(const QString &name) const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return m_tasks.contains(name);
 }
 
 qsizetype ZirnTaskRegistry::count() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return m_tasks.size();
 }
 
 QStringList ZirnTaskRegistry::taskNames() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     QStringList names = m_tasks.keys();
     names.sort();
     return names;
@@ -78,13 +78,13 @@ QStringList ZirnTaskRegistry::taskNames() const
 
 bool ZirnTaskRegistry::isReady() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return m_ready;
 }
 
 void ZirnTaskRegistry::setReady(bool ready)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (m_ready == ready)
         return;
     m_ready = ready;

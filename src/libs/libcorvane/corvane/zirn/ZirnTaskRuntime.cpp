@@ -1,11 +1,11 @@
 #include <corvane/zirn/ZirnTaskRuntime.h>
 
-#include <corvane/zirn/MethodGate.h>
 #include <corvane/zirn/PlanRun.h>
 #include <corvane/zirn/RuntimeChannel.h>
 #include <corvane/zirn/UniqueTexts.h>
 #include <corvane/zirn/ZirnResourceManager.h>
 #include <corvane/zirn/ZirnTaskRegistry.h>
+#include <store/MethodGate.h>
 
 #include <QLoggingCategory>
 #include <QThread>
@@ -61,37 +61,37 @@ ZirnTaskRuntime::~ZirnTaskRuntime()
 
 void ZirnTaskRuntime::setAuthContext(ZirnAuthContext *context)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_services->authContext = context;
 }
 
 void ZirnTaskRuntime::setHistory(ZirnHistoryDatabase *history)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_services->history = history;
 }
 
 void ZirnTaskRuntime::setUiDriver(ZirnUIDriver *driver)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_services->uiDriver = driver;
 }
 
 void ZirnTaskRuntime::setResourceManager(ZirnResourceManager *manager)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_services->resourceManager = manager;
 }
 
 void ZirnTaskRuntime::setPermissionTimeout(std::chrono::milliseconds timeout)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_services->permissionTimeout = std::clamp({}, timeout, longestTimeout);
 }
 
 bool ZirnTaskRuntime::submit(const TaskPlan &plan, const Operator &op)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     if (QThread::currentThread() != thread()) {
         qCWarning(lcRuntime) << "ZirnTaskRuntime::submit: called on another thread";
         return false;
@@ -146,34 +146,34 @@ QStringList ZirnTaskRuntime::resourcesOf(const TaskPlan &plan) const
 
 bool ZirnTaskRuntime::isRunning() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     return !m_channel->runs().empty();
 }
 
 int ZirnTaskRuntime::currentStep() const
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     const auto runs = m_channel->runs();
     return runs.empty() ? -1 : runs.back()->currentStep();
 }
 
 void ZirnTaskRuntime::cancel()
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     for (const auto &run : m_channel->runs())
         run->cancel();
 }
 
 void ZirnTaskRuntime::skipCurrentStep()
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     for (const auto &run : m_channel->runs())
         run->skipCurrentStep();
 }
 
 void ZirnTaskRuntime::deliverPermissionDecision(int id, bool granted)
 {
-    const MethodGate gate(this);
+    const store::MethodGate gate(this);
     m_channel->deliverDecision(id, granted);
 }
 
