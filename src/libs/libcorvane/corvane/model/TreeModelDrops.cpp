@@ -136,8 +136,7 @@ bool TreeModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int r
 
 bool TreeModel::moveInstanceToSlot(const QModelIndex &from, const QModelIndex &to)
 {
-    if (!m_scene || !checkIndex(from, CheckIndexOption::IndexIsValid) ||
-        !checkIndex(to, CheckIndexOption::IndexIsValid))
+    if (!m_scene || !from.isValid() || !to.isValid())
         return false;
     const TreeNode &moved = *nodeFromIndex(from);
     const TreeNode &target = *nodeFromIndex(to);
