@@ -116,6 +116,10 @@ private slots:
     void sharedDigitsDoNotMixNodesUp();
     void edits_data();
     void edits();
+    void keptItemsAreWhatWouldBeMade_data();
+    void keptItemsAreWhatWouldBeMade();
+    void aBatchIsCompiledOnce_data();
+    void aBatchIsCompiledOnce();
     void aParameterThatIsRemovedIsGone();
     void expressionsKeepTheirValues();
     void selectionFollows();
@@ -387,6 +391,115 @@ void TstLogicalSceneCompiler::edits()
     bench.compiler.fullCompile();
     QCOMPARE(bench.document.toVariantMap(), edited);
     QCOMPARE(bench.children(id).size(), 1);
+}
+
+using BenchEdit = void (*)(Bench &, const QList<QUuid> &);
+
+void TstLogicalSceneCompiler::keptItemsAreWhatWouldBeMade_data()
+{
+    QTest::addColumn<BenchEdit>("edit");
+    const auto row = [](const char *name, BenchEdit edit) { QTest::newRow(name) << edit; };
+    row("nothing", [](Bench &, const QList<QUuid> &) {});
+    row("order of children", [](Bench &bench, const QList<QUuid> &ids) {
+        bench.scene.moveInstance(ids[1], ids[0], -1);
+    });
+    row("to the top",
+        [](Bench &bench, const QList<QUuid> &ids) { bench.scene.moveInstance(ids[1], {}, 0); });
+    row("below another",
+        [](Bench &bench, const QList<QUuid> &ids) { bench.scene.moveInstance(ids[1], ids[2], 0); });
+    row("the only child goes",
+        [](Bench &bench, const QList<QUuid> &ids) { bench.scene.removeInstance(ids[3]); });
+    row("a parent goes, and comes back", [](Bench &bench, const QList<QUuid> &ids) {
+        const QVariantMap all = bench.scene.toVariantMap();
+        bench.scene.removeInstance(ids[0]);
+        bench.scene.fromVariantMap(all);
+    });
+    row("one alone", [](Bench &bench, const QList<QUuid> &ids) {
+        bench.compiler.setSoloRootId(ids[2]);
+        bench.compiler.fullCompile();
+        bench.compiler.setSoloRootId({});
+    });
+    row("hidden, and shown", [](Bench &bench, const QList<QUuid> &ids) {
+        bench.scene.setInstanceTag(ids[0], InstanceTags::Hidden, true);
+        bench.scene.setInstanceTag(ids[0], InstanceTags::Hidden, false);
+    });
+    row("another stack", [](Bench &bench, const QList<QUuid> &ids) {
+        bench.scene.setWrappers(ids[1], {{u"scale"_s, {}}, {u"translate"_s, {}}});
+    });
+    row("an item is changed by hand", [](Bench &bench, const QList<QUuid> &ids) {
+        Instance item = bench.core(ids[1]);
+        item.setParameter(u"width"_s, 77.0);
+        bench.document.updateItem(item);
+    });
+    row("an item is taken out by hand", [](Bench &bench, const QList<QUuid> &ids) {
+        bench.document.removeItem(bench.outer(ids[1]).id);
+    });
+    row("a name is taken", [](Bench &bench, const QList<QUuid> &ids) {
+        LogicalInstance twin(QUuid(ids[1].data1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1));
+        twin.definitionId = u"box"_s;
+        bench.scene.restoreInstance(twin.toVariantMap(), {}, 0);
+    });
+}
+
+/// A compile keeps the items of nodes that did not change.
+void TstLogicalSceneCompiler::keptItemsAreWhatWouldBeMade()
+{
+    QFETCH(const BenchEdit, edit);
+    Bench bench;
+    const QUuid sum = bench.scene.addInstance(u"union"_s);
+    const QUuid box = bench.scene.addInstance(u"box"_s, sum);
+    const QUuid onion = bench.scene.addInstance(u"onion"_s, sum);
+    const QUuid ball = bench.scene.addInstance(u"sphere"_s, onion);
+    bench.scene.addInstance(u"box"_s);
+    bench.scene.setInstanceTransform(box, {1, 2, 3}, {}, {1, 1, 1});
+    edit(bench, {sum, box, onion, ball});
+    bench.compiler.fullCompile();
+    Corvane fresh;
+    LogicalSceneCompiler compiler;
+    compiler.setSource(&bench.scene);
+    compiler.setTarget(&fresh);
+    compiler.fullCompile();
+    QCOMPARE(bench.document.toVariantMap(), fresh.toVariantMap());
+    QCOMPARE(bench.compiler.mappings(), compiler.mappings());
+}
+
+void TstLogicalSceneCompiler::aBatchIsCompiledOnce_data()
+{
+    QTest::addColumn<Edit>("edit");
+    QTest::newRow("visibility") << Edit([](LogicalScene &scene, const QUuid &id) {
+        scene.setInstanceTag(id, InstanceTags::Hidden, true);
+    });
+    QTest::newRow("value of a component") << Edit([](LogicalScene &scene, const QUuid &id) {
+        scene.setInstanceParameter(id, u"size"_s, 8.0);
+    });
+    QTest::newRow("both, and a new node") << Edit([](LogicalScene &scene, const QUuid &id) {
+        scene.setInstanceTag(id, InstanceTags::Hidden, true);
+        scene.setInstanceParameter(id, u"size"_s, 8.0);
+        scene.addInstance(u"box"_s);
+    });
+}
+
+void TstLogicalSceneCompiler::aBatchIsCompiledOnce()
+{
+    QFETCH(const Edit, edit);
+    Bench bench;
+    QVERIFY(bench.scene.componentRegistry()->registerDefinition(Part(u"part"_s).definition));
+    QList<QUuid> ids;
+    for (int i = 0; i < 5; ++i)
+        ids.append(bench.scene.addInstance(u"part"_s));
+    const QVariantMap before = bench.document.toVariantMap();
+    QSignalSpy changes(&bench.document, &Corvane::sceneChanged);
+    {
+        const LogicalScene::Batch batch(bench.scene);
+        for (const QUuid &id : std::as_const(ids))
+            edit(bench.scene, id);
+        QCOMPARE(changes.size(), 0);
+    }
+    QCOMPARE(changes.size(), 1);
+    QVERIFY(bench.document.toVariantMap() != before);
+    // Outside of a batch each is seen at once.
+    edit(bench.scene, bench.scene.addInstance(u"part"_s));
+    QVERIFY(changes.size() >= 3);
 }
 
 void TstLogicalSceneCompiler::aParameterThatIsRemovedIsGone()

@@ -2,6 +2,8 @@
 
 #include <corvane/model/Corvane.h>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace corvane::model {
@@ -29,8 +31,10 @@ QUuid combined(const QUuid &id, const QUuid &mask)
 
 } // namespace
 
-CompiledItems::CompiledItems(Corvane &document, const QSet<QUuid> &replaced, qsizetype nodeCount)
+CompiledItems::CompiledItems(Corvane &document, CompileMemory &memory, const QSet<QUuid> &replaced,
+                             qsizetype nodeCount)
     : m_document(document)
+    , m_memory(memory)
     , m_replaced(replaced)
     , m_compilation(document)
 {
@@ -38,6 +42,19 @@ CompiledItems::CompiledItems(Corvane &document, const QSet<QUuid> &replaced, qsi
     m_indices.reserve(nodeCount * usualItemsPerNode);
     m_shortNames.reserve(nodeCount);
     findForeignNames();
+    forgetOutdated();
+}
+
+/// A definition may have got other defaults.
+void CompiledItems::forgetOutdated()
+{
+    const auto &defaults = m_memory.defaults;
+    for (auto it = defaults.cbegin(); it != defaults.cend(); ++it) {
+        if (m_compilation.defaultsOf(it.key()) != *it) {
+            m_memory = {};
+            return;
+        }
+    }
 }
 
 void CompiledItems::findForeignNames()
@@ -51,6 +68,86 @@ void CompiledItems::findForeignNames()
 }
 
 CompiledInstanceMapping CompiledItems::addNode(const LogicalInstance &node)
+{
+    if (const CompileMemory::Node *known = unchanged(node)) {
+        keep(known->mapping);
+        return known->mapping;
+    }
+    const CompiledInstanceMapping mapping = makeNode(node);
+    remember(node, mapping);
+    return mapping;
+}
+
+const CompileMemory::Node *CompiledItems::unchanged(const LogicalInstance &node)
+{
+    const auto known = m_memory.nodes.constFind(node.id);
+    if (known == m_memory.nodes.cend() || known->node != node || !m_takenNames.isEmpty() ||
+        !takeShortName(node.id))
+        return nullptr;
+    const CompiledInstanceMapping &mapping = known->mapping;
+    const auto core = m_memory.items.constFind(mapping.coreId);
+    if (core == m_memory.items.cend() || !isAsStored(mapping.coreId))
+        return nullptr;
+    const Material &stored = core->item.material;
+    const Material now = m_compilation.materialOf(node);
+    const bool isSameMaterial = stored.albedo == now.albedo && stored.metallic == now.metallic &&
+                                stored.roughness == now.roughness &&
+                                stored.emission == now.emission;
+    const bool isSame =
+        isSameMaterial && std::all_of(mapping.wrapperIds.cbegin(), mapping.wrapperIds.cend(),
+                                      [this](const QUuid &id) { return isAsStored(id); });
+    return isSame ? &*known : nullptr;
+}
+
+bool CompiledItems::isAsStored(const QUuid &itemId) const
+{
+    const auto known = m_memory.items.constFind(itemId);
+    const auto items = m_document.items();
+    const auto stored = items.constFind(itemId);
+    return known != m_memory.items.cend() && stored != items.cend() && *stored == known->item;
+}
+
+/// What the items of a node say of each other is as it was; who refers to the outer one, and to
+/// whom the core refers, is yet to come.
+void CompiledItems::keep(const CompiledInstanceMapping &mapping)
+{
+    keepItem(mapping.coreId);
+    for (const QUuid &id : mapping.wrapperIds)
+        keepItem(id);
+    pending(mapping.coreId).children.clear();
+    pending(mapping.outerId).provenance.parentCompiledId.clear();
+}
+
+void CompiledItems::keepItem(const QUuid &id)
+{
+    const CompileMemory::Item &known = *m_memory.items.constFind(id);
+    m_indices.insert(id, m_items.size());
+    m_items.push_back({known.item, {}, {}, known.children, &known});
+    m_items.back().provenance.parentCompiledId = known.parent;
+}
+
+/// The items themselves are remembered when they are stored.
+void CompiledItems::remember(const LogicalInstance &node, const CompiledInstanceMapping &mapping)
+{
+    if (m_takenNames.isEmpty() && m_shortNames.value(node.id.data1) == node.id)
+        m_made.insert(node.id, {node, mapping});
+    else
+        m_memory.nodes.remove(node.id);
+}
+
+/// Nodes without items, and items without nodes.
+void CompiledItems::forgetGone(const QSet<QUuid> &goneItems)
+{
+    for (const QUuid &id : goneItems)
+        m_memory.items.remove(id);
+    if (!goneItems.isEmpty()) {
+        m_memory.nodes.removeIf([&goneItems](QHash<QUuid, CompileMemory::Node>::iterator it) {
+            return goneItems.contains(it->mapping.coreId);
+        });
+    }
+}
+
+CompiledInstanceMapping CompiledItems::makeNode(const LogicalInstance &node)
 {
     CompiledInstanceMapping mapping;
     mapping.logicalId = node.id;
@@ -91,6 +188,8 @@ void CompiledItems::addWrappers(const LogicalInstance &node, CompiledInstanceMap
         made.provenance.role = classifyRoleForSuffix(wrapperId);
         made.provenance.roleDetail = wrapperId;
         made.params = m_compilation.wrapperParameters(*wrapper, before(id));
+        if (!m_memory.defaults.contains(wrapperId))
+            m_memory.defaults.insert(wrapperId, m_compilation.defaultsOf(wrapperId));
         NodeCompilation::applyConnectedTransform(made.params, wrapperId, node);
         setChildren(id, {mapping.outerId});
         mapping.wrapperIds.insert(wrapperId, id);
@@ -102,7 +201,7 @@ CompiledItems::Pending &CompiledItems::add(const LogicalInstance &node, const QS
                                            const QUuid &id)
 {
     m_indices.insert(id, m_items.size());
-    m_items.push_back({Instance(SceneItem(id)), {}, {}, {}});
+    m_items.push_back({Instance(SceneItem(id)), {}, {}, {}, nullptr});
     Pending &made = m_items.back();
     made.item.setDefinitionId(definitionId);
     made.provenance.compiledId = id;
@@ -131,13 +230,14 @@ void CompiledItems::store()
 {
     QList<SceneItem> items;
     items.reserve(qsizetype(m_items.size()));
+    std::vector<CompileMemory::Item> changed;
     for (Pending &made : m_items) {
-        if (!made.children.isEmpty())
-            made.params.insert(u"children"_s,
-                               QVariant::fromValue(ParameterValue::fromLiteral(made.children)));
-        made.item.setRawParams(made.params);
-        made.item.setProvenance(made.provenance);
+        const QString parent = made.provenance.parentCompiledId;
+        if (made.known && made.known->parent == parent && made.known->children == made.children)
+            continue;
+        complete(made);
         items.append(made.item);
+        changed.push_back({made.item, parent, made.children});
     }
     QSet<QUuid> gone;
     for (const QUuid &id : m_replaced) {
@@ -145,18 +245,45 @@ void CompiledItems::store()
             gone.insert(id);
     }
     m_document.exchangeItems(gone, items);
+    for (const CompileMemory::Item &item : changed)
+        m_memory.items.insert(item.item.id, item);
+    m_memory.nodes.insert(m_made);
+    forgetGone(gone);
+}
+
+/// An item that is kept, but not its links, brings all else along.
+void CompiledItems::complete(Pending &made)
+{
+    if (made.known) {
+        const QString parent = made.provenance.parentCompiledId;
+        made.provenance = made.item.provenance();
+        made.provenance.parentCompiledId = parent;
+        made.params = made.item.rawParams();
+        made.params.remove(u"children"_s);
+    }
+    if (!made.children.isEmpty())
+        made.params.insert(u"children"_s,
+                           QVariant::fromValue(ParameterValue::fromLiteral(made.children)));
+    made.item.setRawParams(made.params);
+    made.item.setProvenance(made.provenance);
+}
+
+bool CompiledItems::takeShortName(const QUuid &nodeId)
+{
+    QUuid &holder = m_shortNames[nodeId.data1];
+    if (holder.isNull())
+        holder = nodeId;
+    return holder == nodeId;
 }
 
 QString CompiledItems::nameFor(const QUuid &nodeId, const QString &suffix, bool isCore)
 {
     const QString whole = nodeId.toString(QUuid::WithoutBraces);
-    QUuid &holder = m_shortNames[whole.first(nameDigits)];
-    if (holder.isNull())
-        holder = nodeId;
+    const bool hasShortName = takeShortName(nodeId);
     QString name = namePrefix + whole.first(nameDigits) + u'_' + suffix;
     // Nothing keeps a file from having a wrapper called "core".
     const bool isPlain = isCore || suffix != coreSuffix;
-    if (isPlain && holder == nodeId && !m_takenNames.contains(name))
+    if (isPlain && hasShortName && !m_takenNames.contains(name))
         return name;
     const QString longName = namePrefix + whole + u'_' + suffix;
     name = longName;

@@ -11,15 +11,38 @@
 
 namespace corvane::model {
 
+/// What a compile remembers of the last one: a node that is as it was keeps its items, as long as
+/// nobody else changed them. A plain value.
+struct CompileMemory
+{
+    struct Node
+    {
+        LogicalInstance node;
+        CompiledInstanceMapping mapping;
+    };
+    struct Item
+    {
+        Instance item;
+        QString parent;        ///< the name of the item that refers to it
+        QVariantList children; ///< its references
+    };
+
+    QHash<QUuid, Node> nodes{};             ///< whose items have names of the usual sort
+    QHash<QUuid, Item> items{};             ///< of these nodes
+    QHash<QString, QVariantMap> defaults{}; ///< of the wrappers' definitions
+};
+
 /// The items of one full compile, until they go into the document all at once.
 ///
 /// That way each item is made once, complete, however late it is known what it refers to.
 class CompiledItems
 {
 public:
+    /// @param memory     of the last compile into this document; store() brings it up to date
     /// @param replaced   the items of the last compile, which the new ones take the place of
     /// @param nodeCount  about how many nodes are to come
-    CompiledItems(Corvane &document, const QSet<QUuid> &replaced, qsizetype nodeCount);
+    CompiledItems(Corvane &document, CompileMemory &memory, const QSet<QUuid> &replaced,
+                  qsizetype nodeCount);
 
     /// Makes the core of a node and the wrappers around it.
     CompiledInstanceMapping addNode(const LogicalInstance &node);
@@ -39,8 +62,19 @@ private:
         QVariantMap params;
         SDFNodeProvenance provenance;
         QVariantList children;
+        const CompileMemory::Item *known = nullptr; ///< what it is unless its links changed
     };
 
+    CompiledInstanceMapping makeNode(const LogicalInstance &node);
+    const CompileMemory::Node *unchanged(const LogicalInstance &node);
+    bool isAsStored(const QUuid &itemId) const;
+    void keep(const CompiledInstanceMapping &mapping);
+    void keepItem(const QUuid &id);
+    void remember(const LogicalInstance &node, const CompiledInstanceMapping &mapping);
+    static void complete(Pending &made);
+    void forgetOutdated();
+    void forgetGone(const QSet<QUuid> &goneItems);
+    bool takeShortName(const QUuid &nodeId);
     void addWrappers(const LogicalInstance &node, CompiledInstanceMapping &mapping);
     Pending &add(const LogicalInstance &node, const QString &definitionId, const QUuid &id);
     Pending &pending(const QUuid &id) { return m_items[m_indices.value(id)]; }
@@ -51,13 +85,15 @@ private:
     void findForeignNames();
 
     Corvane &m_document;
+    CompileMemory &m_memory;
     const QSet<QUuid> m_replaced;
     NodeCompilation m_compilation;
     std::vector<Pending> m_items;
+    QHash<QUuid, CompileMemory::Node> m_made; ///< nodes that were compiled, to be remembered
     QHash<QUuid, std::size_t> m_indices;
-    QSet<QString> m_takenNames;         ///< by items of other sorts, and long ones
-    QHash<QString, QUuid> m_shortNames; ///< who has the digits that names begin with
-    QHash<QString, QUuid> m_masks;      ///< what tells the items of a node apart, by wrapper
+    QSet<QString> m_takenNames;      ///< by items of other sorts, and long ones
+    QHash<uint, QUuid> m_shortNames; ///< who has the digits that names begin with
+    QHash<QString, QUuid> m_masks;   ///< what tells the items of a node apart, by wrapper
 };
 
 } // namespace corvane::model

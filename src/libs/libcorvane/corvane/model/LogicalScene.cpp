@@ -59,8 +59,11 @@ LogicalScene::Batch::Batch(LogicalScene &scene)
 
 LogicalScene::Batch::~Batch()
 {
-    if (--m_scene.m_batches == 0 && std::exchange(m_scene.m_structureIsTouched, false))
+    if (--m_scene.m_batches > 0)
+        return;
+    if (std::exchange(m_scene.m_structureIsTouched, false))
         emit m_scene.structureChanged();
+    emit m_scene.batchEnded();
 }
 
 const LogicalInstance *LogicalScene::instance(const QUuid &id) const
@@ -234,18 +237,36 @@ void LogicalScene::forget(const QUuid &id)
 QUuid LogicalScene::restoreInstance(const QVariantMap &map, const QUuid &parentId, qsizetype index)
 {
     LogicalInstance node = LogicalInstance::fromVariantMap(map);
-    if (node.id.isNull() || contains(node.id) || isComponentInstance(parentId))
+    if (isComponentInstance(parentId) || !enterRestored(node))
         return {};
+    insertUnder(node.id, parentId, index);
+    emit instanceAdded(node.id);
+    structureTouched();
+    return node.id;
+}
+
+QUuid LogicalScene::restoreDetached(const QVariantMap &map)
+{
+    LogicalInstance node = LogicalInstance::fromVariantMap(map);
+    if (!enterRestored(node))
+        return {};
+    emit instanceAdded(node.id);
+    structureTouched();
+    return node.id;
+}
+
+/// Afterwards the node is detached.
+bool LogicalScene::enterRestored(LogicalInstance &node)
+{
+    if (node.id.isNull() || contains(node.id))
+        return false;
     node.children.removeIf(
         [this](const QUuid &child) { return !contains(child) || indexOf(child) >= 0; });
     for (const QUuid &child : std::as_const(node.children))
         m_parents.insert(child, node.id);
     m_instances.insert(node.id, node);
     m_names.add(node.name);
-    insertUnder(node.id, parentId, index);
-    emit instanceAdded(node.id);
-    structureTouched();
-    return node.id;
+    return true;
 }
 
 bool LogicalScene::canMove(const QUuid &id, const QUuid &newParent, QString *reason) const
@@ -276,6 +297,16 @@ bool LogicalScene::moveInstance(const QUuid &id, const QUuid &newParent, qsizety
         --index;
     takeFromSiblings(id);
     insertUnder(id, newParent, index);
+    emit instanceMoved(id);
+    structureTouched();
+    return true;
+}
+
+bool LogicalScene::detachInstance(const QUuid &id)
+{
+    if (!contains(id))
+        return false;
+    takeFromSiblings(id);
     emit instanceMoved(id);
     structureTouched();
     return true;

@@ -29,7 +29,7 @@ public:
     ~LogicalScene() override;
 
     /// While one is alive, structureChanged() waits; it comes once when the last one goes, if there
-    /// was a reason.
+    /// was a reason. Then comes batchEnded(), for those who put off work of their own.
     class Batch
     {
     public:
@@ -47,6 +47,7 @@ public:
     const QMap<QUuid, LogicalInstance> &instances() const { return m_instances; }
     const QList<QUuid> &roots() const { return m_roots; }
     bool contains(const QUuid &id) const { return m_instances.contains(id); }
+    bool isInBatch() const { return m_batches > 0; }
     /// None for an unknown id. Valid until nodes are added or removed.
     const LogicalInstance *instance(const QUuid &id) const;
     /// For changes that nobody needs to hear of. Not for `id`, `name`, `children` and the
@@ -97,10 +98,14 @@ public:
     /// each child at its index. Null, and nothing done, for a map without id or one whose id is
     /// taken, and for a place inside a component instance.
     QUuid restoreInstance(const QVariantMap &map, const QUuid &parentId = {}, qsizetype index = -1);
+    /// The same for a node that was detached: it is neither a root nor a child again.
+    QUuid restoreDetached(const QVariantMap &map);
     /// Moves a node, at `index` of the list as it is before the move when the parent stays the
     /// same; negative is the end. A null parent is the top. False, and logged, for an unknown id or
     /// parent, a component instance as parent, or a place below the node itself.
     bool moveInstance(const QUuid &id, const QUuid &newParent, qsizetype index = -1);
+    /// Takes a node with all below it from its place, and keeps it. False for an unknown id.
+    bool detachInstance(const QUuid &id);
     /// Whether moveInstance() would do it; false with the reason.
     bool canMove(const QUuid &id, const QUuid &newParent, QString *reason = nullptr) const;
     void clear();
@@ -166,12 +171,14 @@ signals:
     void visibilityChanged(const QUuid &id);
     void structureChanged();
     void selectionChanged();
+    void batchEnded();
 
 private:
     QList<QUuid> &siblingsUnder(const QUuid &parentId);
     void insertUnder(const QUuid &id, const QUuid &parentId, qsizetype index);
     void takeFromSiblings(const QUuid &id);
     QUuid addNode(LogicalInstance node, const QUuid &parentId, qsizetype index);
+    bool enterRestored(LogicalInstance &node);
     void forget(const QUuid &id);
     void structureTouched();
     bool setSelectedTag(const QUuid &id, bool on);

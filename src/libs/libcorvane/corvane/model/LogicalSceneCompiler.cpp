@@ -82,6 +82,7 @@ private:
 
 LogicalSceneCompiler::LogicalSceneCompiler(QObject *parent)
     : QObject(parent)
+    , m_memory(std::make_unique<CompileMemory>())
 {}
 
 LogicalSceneCompiler::~LogicalSceneCompiler() = default;
@@ -98,6 +99,7 @@ QString LogicalSceneCompiler::instanceName(const QUuid &id, const QString &suffi
 
 void LogicalSceneCompiler::fullCompile()
 {
+    m_compileIsDue = false;
     if (!m_source || !m_target)
         return;
     {
@@ -107,7 +109,7 @@ void LogicalSceneCompiler::fullCompile()
         expandComponents();
         const QSet<QUuid> replaced(before.cbegin(), before.cend());
         const qsizetype nodeCount = m_source->instances().size() + m_expansion.nodes.size();
-        CompiledItems items(*m_target, replaced, nodeCount);
+        CompiledItems items(*m_target, *m_memory, replaced, nodeCount);
         compileNodes(items);
         mapComponentInstances(items);
         linkChildren(items);
@@ -122,6 +124,20 @@ void LogicalSceneCompiler::fullCompile()
         trace();
     if (m_target)
         emit m_target->sceneChanged();
+}
+
+void LogicalSceneCompiler::compileSoon()
+{
+    if (m_source && m_source->isInBatch())
+        m_compileIsDue = true;
+    else
+        fullCompile();
+}
+
+void LogicalSceneCompiler::onBatchEnded()
+{
+    if (m_compileIsDue)
+        fullCompile();
 }
 
 void LogicalSceneCompiler::forgetResults()

@@ -11,10 +11,12 @@
 #include <QUuid>
 
 #include <functional>
+#include <memory>
 
 namespace corvane::model {
 
 class CompiledItems;
+struct CompileMemory;
 
 /// The items that one logical node became: a core, and one per wrapper around it.
 struct CompiledInstanceMapping
@@ -38,7 +40,8 @@ struct CompiledInstanceMapping
 ///
 /// From the moment that source and target are set, the target follows: a change of the tree
 /// compiles all anew, with one sceneChanged(); a change of parameters, of a transform or of a
-/// wrapper touches the items of that node alone, and is told by instanceUpdated().
+/// wrapper touches the items of that node alone, and is told by instanceUpdated(). In a batch of
+/// the tree's there is one compile, at its end.
 ///
 /// The ids of compiled items depend on the logical node and the wrapper alone. A selection, a cache
 /// and a fingerprint of the document thus outlive a compile, and a file compiles to the same
@@ -107,6 +110,9 @@ signals:
     void compiled();
 
 private:
+    /// At once, or at the end of the batch that is open.
+    void compileSoon();
+    void onBatchEnded();
     void forgetResults();
     void expandComponents();
     void compileNodes(CompiledItems &items);
@@ -145,6 +151,8 @@ private:
         QHash<QUuid, QUuid> sources{};  ///< of a compiled item
     };
     Lookups m_lookups;
+    std::unique_ptr<CompileMemory> m_memory; ///< of what is in the target
+    bool m_compileIsDue = false;
     bool m_isRenaming = false; ///< the changes that come in are of our own making
 };
 

@@ -1,6 +1,7 @@
 // Following single edits of the source: each touches the items of one node.
 #include <corvane/model/LogicalSceneCompiler.h>
 
+#include <corvane/model/CompiledItems.h>
 #include <corvane/model/LogicalExpressions.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/NodeCompilation.h>
@@ -41,11 +42,13 @@ void LogicalSceneCompiler::setSource(LogicalScene *source)
     if (m_source)
         disconnect(m_source, nullptr, this, nullptr);
     m_source = source;
+    m_compileIsDue = false;
     if (!source)
         return;
     using Compiler = LogicalSceneCompiler;
     connect(source, &LogicalScene::structureChanged, this, &Compiler::fullCompile);
-    connect(source, &LogicalScene::visibilityChanged, this, &Compiler::fullCompile);
+    connect(source, &LogicalScene::visibilityChanged, this, &Compiler::compileSoon);
+    connect(source, &LogicalScene::batchEnded, this, &Compiler::onBatchEnded);
     connect(source, &LogicalScene::instanceParameterChanged, this,
             &Compiler::onInstanceParameterChanged);
     connect(source, &LogicalScene::instanceTransformChanged, this,
@@ -65,6 +68,7 @@ void LogicalSceneCompiler::setTarget(Corvane *target)
         disconnect(m_target, nullptr, this, nullptr);
     m_target = target;
     forgetResults();
+    *m_memory = {};
     if (!target)
         return;
     connect(target, &Corvane::varsetChanged, this, &LogicalSceneCompiler::onVarsetChanged);
@@ -76,7 +80,7 @@ void LogicalSceneCompiler::setTarget(Corvane *target)
 void LogicalSceneCompiler::onVarsetChanged()
 {
     if (m_source && hasExpressionPromotion(*m_source->componentRegistry()))
-        fullCompile();
+        compileSoon();
 }
 
 void LogicalSceneCompiler::onVariableRenamed(const QString &oldName, const QString &newName)
@@ -89,7 +93,7 @@ void LogicalSceneCompiler::onVariableRenamed(const QString &oldName, const QStri
         expressions.renameVariable(oldName, newName, *m_target);
     }
     if (expressions.haveComponentsChanged()) {
-        fullCompile();
+        compileSoon();
         return;
     }
     const QList<QUuid> changed = expressions.changedNodes();
@@ -108,7 +112,7 @@ void LogicalSceneCompiler::onInstanceParameterChanged(const QUuid &id)
     if (m_isRenaming || !m_target || !node || mapping == m_mappings.cend())
         return;
     if (node->isComponentInstance())
-        fullCompile();
+        compileSoon();
     else
         updateCore(*node, mapping->coreId);
 }

@@ -43,11 +43,11 @@ public:
     static QString connectedParameter(const QString &wrapperId);
     /// The node's tags but the selection, which is the outer item's, and "compiled".
     static QSet<QString> coreTags(const LogicalInstance &node);
-
-private:
+    /// The definition's defaults, as a wrapper stores them.
     const QVariantMap &defaultsOf(const QString &wrapperId);
     Material materialOf(const LogicalInstance &node);
 
+private:
     const Corvane &m_document;
     QHash<QString, QVariantMap> m_defaults; ///< as stored parameters
     QHash<QUuid, std::optional<Material>> m_materials;
