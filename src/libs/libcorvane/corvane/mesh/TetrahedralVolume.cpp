@@ -139,10 +139,18 @@ void clip(const Corner *const (&corners)[4], QList<Tetrahedron> &out)
     }
 }
 
+/// @param value  of the lowest corner of a cell
+bool anyCornerInside(const float *value, const size_t (&steps)[3])
+{
+    bool inside = false;
+    for (const size_t side : {size_t(0), steps[1], steps[2], steps[1] + steps[2]})
+        inside = inside || value[side] <= 0.0f || value[side + steps[0]] <= 0.0f;
+    return inside;
+}
+
 void fillCell(const ScalarField3D &field, int i, int j, int k, QList<Tetrahedron> &out)
 {
     Corner corners[8];
-    bool anyInside = false;
     for (size_t n = 0; n < 8; ++n) {
         const int x = i + cellCorners[n].x;
         const int y = j + cellCorners[n].y;
@@ -151,10 +159,7 @@ void fillCell(const ScalarField3D &field, int i, int j, int k, QList<Tetrahedron
         const float value = field.values[node];
         const Order order{value <= 0.0f ? Order::InsideNode : Order::OutsideNode, node, node};
         corners[n] = {{{field.x(x), field.y(y), field.z(z)}, order}, value};
-        anyInside = anyInside || corners[n].isInside();
     }
-    if (!anyInside)
-        return;
     const qint64 parity = (field.firstX + i + field.firstY + j + field.firstZ + k) & 1;
     for (const auto &tetrahedron : cellTetrahedra[parity])
         clip({&corners[tetrahedron[0]], &corners[tetrahedron[1]], &corners[tetrahedron[2]],
@@ -171,8 +176,13 @@ void tetrahedralVolume(const ScalarField3D &field, QList<Tetrahedron> &out,
         if (cancel && cancel->load(std::memory_order_relaxed))
             return;
         for (int j = 0; j + 1 < field.ny; ++j) {
-            for (int i = 0; i + 1 < field.nx; ++i)
-                fillCell(field, i, j, k, out);
+            const size_t steps[3] = {1, size_t(field.nx), size_t(field.nx) * size_t(field.ny)};
+            const float *value = field.values + field.index(0, j, k);
+            for (int i = 0; i + 1 < field.nx; ++i, ++value) {
+                // Most cells are outside, and nothing needs to be known of them.
+                if (anyCornerInside(value, steps))
+                    fillCell(field, i, j, k, out);
+            }
         }
     }
 }
