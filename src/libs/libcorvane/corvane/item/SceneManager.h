@@ -34,7 +34,8 @@ public:
     void setExecutor(ops::CorvaneOpExecutor *executor);
 
     /// `base`, `separator` and the lowest number from 1 on that makes a name no item has.
-    QString generateUniqueName(const QString &base, const QString &separator = QStringLiteral("_")) const;
+    QString generateUniqueName(const QString &base,
+                               const QString &separator = QStringLiteral("_")) const;
     /// Copies an instance, its children being shared; a root's copy is a root. The id of the copy;
     /// null, with duplicateFailed(), where there is none.
     QUuid duplicateInstance(const QUuid &id);
