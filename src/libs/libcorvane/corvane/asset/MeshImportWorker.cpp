@@ -16,6 +16,7 @@ struct MeshImportWorker::Run
     quint64 jobId;
     QString snapshotId;
     jobs::JobWatch watch;
+    std::shared_ptr<void> slot;
 };
 
 MeshImportWorker::MeshImportWorker(AssetStore *assets, MeshImportContextStore *contexts,
@@ -69,13 +70,13 @@ void MeshImportWorker::execute(batch::BatchQueue *queue, quint64 jobId)
         return refuse(u"Missing import context for snapshot: %1"_s.arg(snapshotId));
     queue->appendLog(jobId, batch::BatchLogLevel::Info,
                      u"Loading mesh from: %1"_s.arg(context->absolutePath));
-    start(std::unique_ptr<Run>(new Run{queue, jobId, snapshotId, jobs::JobWatch(queue, jobId)}),
+    start(std::unique_ptr<Run>(
+              new Run{queue, jobId, snapshotId, jobs::JobWatch(queue, jobId), m_slots.take()}),
           *context);
 }
 
 void MeshImportWorker::start(std::unique_ptr<Run> made, const MeshImportContext &context)
 {
-    ++m_active;
     Run *const run = made.get(); // lives until finish(), or until we go
     m_runs.push_back(std::move(made));
     m_pool.start([this, run, context] {
@@ -104,7 +105,6 @@ void MeshImportWorker::finish(Run *ended, const Result &result)
         run->queue->fail(run->jobId, result->error);
     if (jobs::JobWatch::isOver(*run->queue, run->jobId))
         m_contexts->take(run->snapshotId);
-    --m_active;
     emit importFinished(run->jobId, done);
 }
 

@@ -6,6 +6,7 @@
 
 #include <batch/BatchContextStore.h>
 #include <batch/IBatchWorker.h>
+#include <batch/WorkerSlots.h>
 
 #include <QObject>
 #include <QSharedPointer>
@@ -13,7 +14,6 @@
 #include <QUuid>
 #include <QVariantMap>
 
-#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -73,7 +73,7 @@ public:
     QString workerVersion() const override;
     QStringList workerTags() const override;
     QStringList supportedTypes() const override;
-    bool canAccept() const override { return m_active < mostAtOnce; }
+    bool canAccept() const override { return m_slots.isFree(); }
     void execute(batch::BatchQueue *queue, quint64 jobId) override;
 
 signals:
@@ -93,7 +93,7 @@ private:
 
     AssetStore *const m_assets;
     MeshImportContextStore *const m_contexts;
-    std::atomic_int m_active = 0;
+    batch::WorkerSlots m_slots{mostAtOnce};
     std::vector<std::unique_ptr<Run>> m_runs;
     QThreadPool m_pool;
 };

@@ -69,6 +69,13 @@ QLatin1String wordOf(bool isSqlite)
     return isSqlite ? "QSQLITE"_L1 : "QPSQL"_L1;
 }
 
+// As connection strings have values.
+QString quoted(QString value)
+{
+    value.replace(u'\\', u"\\\\"_s).replace(u'\'', u"\\'"_s);
+    return u'\'' + value + u'\'';
+}
+
 bool beginsAsDatabase(const QString &path)
 {
     QFile file(path);
@@ -160,6 +167,9 @@ bool TestDB::openOnce()
     if (m_driver == Driver::SQLite &&
         !(execute(u"PRAGMA journal_mode=WAL"_s) && execute(u"PRAGMA busy_timeout=30000"_s)))
         return false;
+    // Else the server remarks on each table that is there already.
+    if (m_driver == Driver::PostgreSQL && !execute(u"SET client_min_messages TO WARNING"_s))
+        return false;
     if (!createSchema())
         return false;
     return std::all_of(std::begin(probes), std::end(probes),
@@ -204,7 +214,7 @@ void TestDB::configure(QSqlDatabase &database) const
         if (key == "host"_L1)
             host = host.isEmpty() ? value : host;
         else
-            options.append(key + u'=' + value);
+            options.append(key + u'=' + quoted(value));
     }
     database.setHostName(host);
     database.setDatabaseName(url.path(QUrl::FullyDecoded).mid(1));

@@ -29,6 +29,7 @@ struct MeshExportWorker::Run
     quint64 jobId;
     QString snapshotId;
     jobs::JobWatch watch;
+    std::shared_ptr<void> slot;
 };
 
 MeshExportWorker::MeshExportWorker(MeshExportContextStore *contexts, QObject *parent)
@@ -60,10 +61,8 @@ QStringList MeshExportWorker::supportedTypes() const
 
 void MeshExportWorker::execute(batch::BatchQueue *queue, quint64 jobId)
 {
-    if (m_busy.exchange(true)) {
-        queue->fail(jobId, u"Mesh export is busy with another job"_s);
-        return;
-    }
+    if (!canAccept())
+        return refuse(queue, jobId, u"Mesh export is busy with another job"_s);
     const auto job = queue->job(jobId);
     if (!job)
         return refuse(queue, jobId, u"Job not found"_s);
@@ -78,7 +77,6 @@ void MeshExportWorker::execute(batch::BatchQueue *queue, quint64 jobId)
 
 void MeshExportWorker::refuse(batch::BatchQueue *queue, quint64 jobId, const QString &error)
 {
-    m_busy = false;
     queue->fail(jobId, error);
     emit exportFinished(jobId, false);
 }
@@ -86,7 +84,7 @@ void MeshExportWorker::refuse(batch::BatchQueue *queue, quint64 jobId, const QSt
 void MeshExportWorker::start(batch::BatchQueue *queue, quint64 jobId, const QString &snapshotId,
                              const ExportRequest &request, const eval::DefinitionTable &definitions)
 {
-    m_run.reset(new Run{queue, jobId, snapshotId, jobs::JobWatch(queue, jobId)});
+    m_run.reset(new Run{queue, jobId, snapshotId, jobs::JobWatch(queue, jobId), m_slots.take()});
     // A pipeline a run: what an earlier one still has under way in the event loop is then nobody's.
     m_pipeline = std::make_unique<ExportPipeline>();
     connect(m_pipeline.get(), &ExportPipeline::progressChanged, this,
@@ -110,7 +108,6 @@ void MeshExportWorker::start(batch::BatchQueue *queue, quint64 jobId, const QStr
 void MeshExportWorker::finish(const ExportResult &result)
 {
     const std::unique_ptr<Run> run = std::move(m_run);
-    m_busy = false;
     bool done = result.success && run->watch.wanted();
     if (done)
         done = run->queue->complete(run->jobId, exportResultToBatchResult(result));

@@ -4,10 +4,10 @@
 
 #include <batch/BatchContextStore.h>
 #include <batch/IBatchWorker.h>
+#include <batch/WorkerSlots.h>
 
 #include <QObject>
 
-#include <atomic>
 #include <memory>
 
 namespace corvane::jobs {
@@ -39,7 +39,7 @@ public:
     QString workerVersion() const override;
     QStringList workerTags() const override;
     QStringList supportedTypes() const override;
-    bool canAccept() const override { return !m_busy; }
+    bool canAccept() const override { return m_slots.isFree(); }
     void execute(batch::BatchQueue *queue, quint64 jobId) override;
 
 signals:
@@ -56,7 +56,7 @@ private:
     void finish(const ExportResult &result);
 
     MeshExportContextStore *const m_contexts;
-    std::atomic_bool m_busy = false;
+    batch::WorkerSlots m_slots{1};
     std::unique_ptr<Run> m_run;
     std::unique_ptr<ExportPipeline> m_pipeline;
 };
