@@ -53,19 +53,19 @@ QVariant metricValue(double value);
 /// The mesh is measured as a reader takes it that joins equal positions, so that a soup of
 /// triangles is judged by its shape. vertexCount is that of the mesh as it came.
 ///
-/// - surface: the distance of each vertex to the surface.
-/// - feature: an edge at whose two triangles the normals differ by more than 25 degrees is sharp.
-/// Of each the
-///   worst of three distances counts: at its middle, and at two probes from there into the
-///   triangles, 0.05 of the edge's length across it. An edge that follows a crease of the field has
-///   0 everywhere; the edges of a bevel in its place have probes off the surface.
-/// - normal: the angle between a triangle and the field's gradient at its centre. Mean and p95
-/// weigh triangles by
-///   area, so that slivers count for what can be seen of them. Triangles of no area, and points
-///   where the field has no gradient, are left out.
+/// Surface: the distance of each vertex to the surface.
 ///
-/// p95 is the smallest value that 95 of a hundred samples do not exceed. Times, triangle count of
-/// other elements and cellSize are left to the caller. A cancel ends it early, with metrics of no
+/// Feature: an edge at whose two triangles the normals differ by more than 25 degrees is sharp. Of
+/// each the worst of three distances counts: at its middle, and at two probes from there into the
+/// triangles, 0.05 of the edge's length across it. An edge that follows a crease of the field has 0
+/// everywhere; the edges of a bevel in its place have probes off the surface.
+///
+/// Normal: the angle between a triangle and the field's gradient at its centre. Mean and p95 weigh
+/// triangles by area, so that slivers count for what can be seen of them. Triangles of no area, and
+/// points where the field has no gradient, are left out.
+///
+/// p95 is the smallest value that 95 of a hundred samples do not exceed. Times
+/// and cellSize are left to the caller. A cancel ends it early, with metrics of no
 /// use.
 MeshMetrics computeMeshMetrics(const ::mesh::Mesh<float> &mesh, eval::IFieldEvaluator &field,
                                const std::atomic_bool &cancelFlag);
