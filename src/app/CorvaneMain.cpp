@@ -102,16 +102,6 @@ int runHelp(int, char **)
     return printOutput(QString::fromUtf8(usageText) + u'\n') ? Success : InputOutputError;
 }
 
-int runZirn(int argc, char **)
-{
-    if (argc <= 2) {
-        printError(u"Usage: corvane zirn <plan.json> [<file.corvane>] [-o <out.corvane>]"_s);
-        return UsageError;
-    }
-    printError(u"Error: this build runs no task plans"_s);
-    return OperationFailed;
-}
-
 void applyApplicationNames()
 {
     QCoreApplication::setOrganizationName(Constants::ORGANIZATION_NAME_PLAIN);

@@ -1,0 +1,46 @@
+#include "ZirnJobs.h"
+
+#include "CorvaneMain.h"
+
+#include <corvane/tasks/MeshTasks.h>
+
+#include <QEventLoop>
+
+using namespace Qt::StringLiterals;
+using batch::BatchStatus;
+
+ZirnJobs::ZirnJobs()
+{
+    m_workers.registerWorker(&m_bench);
+    corvane::zirn::setBenchQueue(&m_queue);
+}
+
+ZirnJobs::~ZirnJobs()
+{
+    corvane::zirn::setBenchQueue(nullptr);
+    m_workers.unregisterWorker(&m_bench);
+}
+
+void ZirnJobs::finish()
+{
+    QEventLoop loop;
+    QObject::connect(
+        &m_queue, &batch::BatchQueue::jobChanged, &loop,
+        [this, &loop] {
+            if (!isBusy())
+                loop.quit();
+        },
+        Qt::QueuedConnection);
+    if (isBusy())
+        loop.exec();
+    const QList<batch::BatchJob> jobs = m_queue.jobs();
+    for (const batch::BatchJob &job : jobs) {
+        const QString end = job.status == BatchStatus::Done ? u"done"_s : u"failed: "_s + job.error;
+        CorvaneMain::printError(u"Job #%1 (%2) %3"_s.arg(QString::number(job.id), job.label, end));
+    }
+}
+
+bool ZirnJobs::isBusy() const
+{
+    return m_queue.count(BatchStatus::Pending) + m_queue.count(BatchStatus::InProgress) > 0;
+}

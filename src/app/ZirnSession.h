@@ -1,0 +1,48 @@
+#pragma once
+
+#include <corvane/model/LogicalScene.h>
+#include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/zirn/TaskPlan.h>
+
+#include <QSharedPointer>
+
+#include <optional>
+
+namespace corvane::model {
+class Corvane;
+}
+
+/// The scene that a plan runs on, open for edits as long as this lives.
+class ZirnSession
+{
+public:
+    /// Reads a scene file, or makes a new scene when the path is empty. Null when the file can't be
+    /// read. Nodes of a version 2 file are there under their own ids, and in a tree as the user
+    /// knows them; items of a version 1 file stay items of the document.
+    static std::unique_ptr<ZirnSession> open(const QString &scenePath);
+    ~ZirnSession();
+    ZirnSession(const ZirnSession &) = delete;
+    ZirnSession &operator=(const ZirnSession &) = delete;
+
+    /// Runs the plan, and what it queued, to the end in a nested event loop. None when the plan was
+    /// turned away.
+    std::optional<corvane::zirn::TaskPlanResult> run(const corvane::zirn::TaskPlan &plan);
+
+    /// Compiles the tree into the document. What the document drew before and still has stays in
+    /// the picture, ahead of the tree.
+    void compile();
+    /// Saves the document, compiled. What a version 2 file holds more than that is kept as
+    /// "<file>.bak" when it is saved over. False when the file could not be written.
+    bool save(const QString &path);
+
+private:
+    ZirnSession(const QString &scenePath, const QSharedPointer<corvane::model::Corvane> &document,
+                const QSharedPointer<corvane::model::LogicalScene> &tree, bool isVersion2);
+    bool keepOriginal(const QString &path) const;
+
+    const QString m_scenePath;
+    const QSharedPointer<corvane::model::Corvane> m_document;
+    const QSharedPointer<corvane::model::LogicalScene> m_tree;
+    const bool m_isVersion2;
+    corvane::ops::CorvaneOpExecutor m_executor;
+};

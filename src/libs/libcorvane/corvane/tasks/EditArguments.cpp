@@ -1,0 +1,223 @@
+#include <corvane/tasks/EditArguments.h>
+
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/model/MaterialLibrary.h>
+#include <corvane/tasks/Arguments.h>
+#include <corvane/tasks/SceneAccess.h>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::zirn {
+
+namespace {
+
+using Prepared = std::optional<QVariantMap>;
+
+Prepared refuse(QString &cause, const QString &why)
+{
+    cause = why;
+    return std::nullopt;
+}
+
+bool isFinite(const QVariant &value)
+{
+    bool isNumber = false;
+    const double number = value.toDouble(&isNumber);
+    return isNumber && std::isfinite(number);
+}
+
+QVariantMap givenParameters(const QVariantMap &arguments)
+{
+    const QVariantMap typeData = arguments.value(u"typeData"_s).toMap();
+    const QVariantMap parameters = typeData.value(u"parameters"_s).toMap();
+    return parameters.isEmpty() ? typeData.value(u"params"_s).toMap() : parameters;
+}
+
+bool isSdf(const QVariantMap &arguments)
+{
+    return arguments.value(u"itemType"_s) == u"sdf"_s;
+}
+
+/// Placeholders fill texts in, whatever the type of what they stand for. An expression stays one.
+QVariantMap withoutQuotes(QVariantMap parameters)
+{
+    for (QVariant &value : parameters)
+        value = unquoted(value);
+    return parameters;
+}
+
+/// The entry of a variable with all its fields.
+QVariantMap fieldsOf(const model::VarsetEntry &entry)
+{
+    return {{u"value"_s, entry.value},
+            {u"type"_s, entry.type},
+            {u"description"_s, entry.description},
+            {u"unit"_s, entry.unit},
+            {u"constraints"_s, entry.constraints.toVariantMap()},
+            {u"expression"_s, entry.expression}};
+}
+
+QString fullVariableName(const QVariantMap &arguments)
+{
+    const QString varset = arguments.value(u"varsetName"_s).toString();
+    const QString name = arguments.value(u"name"_s).toString();
+    return varset.isEmpty() ? name : varset + u'.' + name;
+}
+
+/// As it is given, else as it is; of a number that says nothing of its type, "number".
+QString typeFor(const QString &given, const model::VarsetEntry &known)
+{
+    if (!given.isEmpty() || !known.type.isEmpty())
+        return given.isEmpty() ? known.type : given;
+    const QString inferred = known.effectiveType();
+    return inferred == "string"_L1 ? QString() : inferred;
+}
+
+/// An expression begins with "="; anything else is a value, of the type that the variable has.
+void putValue(QVariantMap &entry, const QVariant &value, const QString &type)
+{
+    const bool isText = value.typeId() == QMetaType::QString;
+    const bool wantsText = type == "string"_L1;
+    const QString text = value.toString();
+    if (isText && !wantsText && text.startsWith(u'=')) {
+        entry.insert(u"expression"_s, text.mid(1));
+        return;
+    }
+    entry.insert(u"value"_s, wantsText || type.isEmpty() ? value : unquoted(value));
+    entry.remove(u"expression"_s);
+}
+
+} // namespace
+
+Prepared prepareItemAdd(const SceneAccess &access, const QVariantMap &arguments, QString &cause)
+{
+    static const QStringList types{u"sdf"_s, u"mesh"_s, u"tet_volume"_s, u"group"_s,
+                                   u"sdf_domain"_s};
+    const QString type = arguments.value(u"itemType"_s).toString();
+    if (!types.contains(type))
+        return refuse(cause, u"itemType '%1' is none of %2"_s.arg(type, types.join(u", "_s)));
+    if (!isSdf(arguments))
+        return arguments;
+    if (arguments.value(u"definitionId"_s).toString().isEmpty())
+        return refuse(cause, u"definitionId is required for an item of type sdf"_s);
+    if (!access.tree)
+        return refuse(cause, u"the scene has no tree for items of type sdf"_s);
+    return arguments;
+}
+
+std::optional<ops::CorvaneOp> parametersOfNewItem(const QVariantMap &arguments,
+                                                  const QUuid &createdId)
+{
+    const QVariantMap parameters = givenParameters(arguments);
+    if (!isSdf(arguments) || parameters.isEmpty())
+        return std::nullopt;
+    return ops::CorvaneOp{ops::OpKind::SdfSetAllParams,
+                          {{u"itemId"_s, createdId.toString(QUuid::WithoutBraces)},
+                           {u"parameters"_s, withoutQuotes(parameters)}}};
+}
+
+Prepared prepareTransform(const SceneAccess &, const QVariantMap &arguments, QString &cause)
+{
+    struct Part
+    {
+        QString key;
+        QChar letter;
+    };
+    static const Part parts[] = {{u"translate"_s, u't'}, {u"rotate"_s, u'r'}, {u"scale"_s, u's'}};
+    QVariantMap prepared{{u"itemId"_s, arguments.value(u"itemId"_s)}};
+    for (const Part &part : parts) {
+        QVariantMap axes;
+        for (const QChar axis : u"xyz"_s) {
+            const QString key = QString(part.letter) + axis;
+            const QVariant value = arguments.value(key);
+            if (value.isValid() && !isFinite(value))
+                return refuse(cause, key + u" is no finite number"_s);
+            if (value.isValid())
+                axes.insert(axis, value);
+        }
+        if (!axes.isEmpty())
+            prepared.insert(part.key, axes);
+    }
+    if (prepared.size() == 1)
+        return refuse(cause, u"none of tx, ty, tz, rx, ry, rz, sx, sy, sz is given"_s);
+    return prepared;
+}
+
+Prepared prepareItemMaterial(const SceneAccess &access, const QVariantMap &arguments,
+                             QString &cause)
+{
+    if (arguments.size() < 2)
+        return refuse(cause, u"none of materialId, albedo, metallic, roughness is given"_s);
+    const QString text = arguments.value(u"materialId"_s).toString();
+    const QUuid id = QUuid::fromString(text);
+    const bool isKnown =
+        model::MaterialLibrary::instance().material(id) || access.document->material(id);
+    if (!text.isEmpty() && !isKnown)
+        return refuse(cause, u"material %1 not found"_s.arg(text));
+    return arguments;
+}
+
+Prepared prepareParameter(const SceneAccess &, const QVariantMap &arguments, QString &)
+{
+    QVariantMap prepared = arguments;
+    prepared.insert(u"value"_s, unquoted(arguments.value(u"value"_s)));
+    return prepared;
+}
+
+Prepared prepareParameters(const SceneAccess &, const QVariantMap &arguments, QString &cause)
+{
+    const QVariant parameters = arguments.value(u"parameters"_s);
+    if (parameters.typeId() != QMetaType::QVariantMap)
+        return refuse(cause, u"parameters is no JSON object"_s);
+    QVariantMap prepared = arguments;
+    prepared.insert(u"parameters"_s, withoutQuotes(parameters.toMap()));
+    return prepared;
+}
+
+Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QString &cause)
+{
+    static const QStringList modifiers{u"densityScale"_s, u"shellThickness"_s, u"blendSharpness"_s,
+                                       u"materialMode"_s};
+    const QString modifier = arguments.value(u"modifier"_s).toString();
+    if (!modifiers.contains(modifier))
+        return refuse(cause,
+                      u"modifier '%1' is none of %2"_s.arg(modifier, modifiers.join(u", "_s)));
+    if (!isFinite(arguments.value(u"value"_s)))
+        return refuse(cause, u"value is no finite number"_s);
+    return arguments;
+}
+
+Prepared prepareVariable(const SceneAccess &access, const QVariantMap &arguments, QString &cause)
+{
+    static const QStringList types{u"number"_s, u"boolean"_s, u"string"_s, u"vector"_s};
+    const QString givenType = arguments.value(u"type"_s).toString();
+    if (!givenType.isEmpty() && !types.contains(givenType))
+        return refuse(cause, u"type '%1' is none of %2"_s.arg(givenType, types.join(u", "_s)));
+    const QString name = fullVariableName(arguments);
+    const bool isKnown = access.document->hasVariable(name);
+    const model::VarsetEntry known =
+        isKnown ? access.document->variableEntry(name) : model::VarsetEntry();
+    QVariantMap entry = fieldsOf(known);
+    for (const QString &key : {u"type"_s, u"description"_s, u"unit"_s}) {
+        if (arguments.contains(key))
+            entry.insert(key, arguments.value(key));
+    }
+    QVariantMap constraints = entry.value(u"constraints"_s).toMap();
+    for (const QString &key : {u"min"_s, u"max"_s, u"step"_s}) {
+        if (!arguments.contains(key))
+            continue;
+        if (!isFinite(arguments.value(key)))
+            return refuse(cause, key + u" is no finite number"_s);
+        constraints.insert(key, arguments.value(key));
+    }
+    entry.insert(u"constraints"_s, constraints);
+    putValue(entry, arguments.value(u"value"_s), typeFor(givenType, known));
+    return QVariantMap{{u"name"_s, arguments.value(u"name"_s)},
+                       {u"varsetName"_s, arguments.value(u"varsetName"_s)},
+                       {u"entry"_s, entry}};
+}
+
+} // namespace corvane::zirn

@@ -1,0 +1,263 @@
+#include <corvane/tasks/MeshTasks.h>
+
+#include <corvane/bench/BenchRequest.h>
+#include <corvane/bench/MeshExportBench.h>
+#include <corvane/tasks/BenchResults.h>
+#include <corvane/tasks/MainThread.h>
+#include <corvane/tasks/TaskJson.h>
+#include <corvane/zirn/FailureText.h>
+#include <corvane/zirn/ZirnTaskContext.h>
+
+#include <batch/BatchQueue.h>
+
+#include <QJsonArray>
+#include <QPointer>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::zirn {
+
+namespace {
+
+ZirnTaskResult failed(const QString &attempt, const QString &cause, const QString &suggestion)
+{
+    return ZirnTaskResult::failed(
+        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
+}
+
+/// The first of the keys that has no text; empty when all have.
+QString missingKey(const ZirnTaskParams &arguments, const QStringList &keys)
+{
+    for (const QString &key : keys) {
+        if (arguments.getString(key).isEmpty())
+            return key;
+    }
+    return {};
+}
+
+/// Sets a flag once a step is cancelled, for work that knows of no steps.
+class CancelRelay
+{
+public:
+    explicit CancelRelay(const ZirnTaskContext &context)
+        : m_thread([this, &context] { watch(context); })
+    {}
+    ~CancelRelay()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isDone = true;
+        }
+        m_wake.notify_all();
+        m_thread.join();
+    }
+    CancelRelay(const CancelRelay &) = delete;
+    CancelRelay &operator=(const CancelRelay &) = delete;
+
+    const std::atomic_bool &flag() const { return m_flag; }
+
+private:
+    void watch(const ZirnTaskContext &context)
+    {
+        std::unique_lock lock(m_mutex);
+        while (!m_wake.wait_for(lock, std::chrono::milliseconds(50), [this] { return m_isDone; })) {
+            if (context.isCancelled())
+                m_flag = true;
+        }
+    }
+
+    std::atomic_bool m_flag = false;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_isDone = false;
+    std::thread m_thread;
+};
+
+// ------------------------------------------------------------------ export
+
+std::optional<bench::BenchPipelineDefinition> definitionFor(const ZirnTaskParams &arguments,
+                                                            QString &error)
+{
+    QJsonObject object{{"name"_L1, "mesh.export"_L1},
+                       {"extractor"_L1, arguments.getString(u"extractor"_s, u"DC-octree"_s)},
+                       {"sealed"_L1, arguments.getBool(u"sealed"_s)}};
+    if (arguments.contains(u"cellSize"_s))
+        object.insert("cellSize"_L1, arguments.getFloat(u"cellSize"_s, -1.0));
+    if (arguments.contains(u"backend"_s))
+        object.insert("backend"_L1, arguments.getString(u"backend"_s));
+    const QVariant steps = arguments.value(u"postprocess"_s);
+    QVariantList list = arguments.getList(u"postprocess"_s);
+    if (list.isEmpty() && !steps.toString().isEmpty())
+        list.append(steps.toString());
+    object.insert("postprocess"_L1, QJsonArray::fromVariantList(list));
+    return bench::BenchPipelineDefinition::fromJson(object, error);
+}
+
+QJsonObject metricsJson(const bench::MeshMetrics &metrics)
+{
+    QJsonObject object;
+    for (const bench::MetricColumn &column : bench::metricColumns())
+        object.insert(column.name,
+                      QJsonValue::fromVariant(bench::metricValue(metrics.*column.value)));
+    return object;
+}
+
+QString numberText(double value)
+{
+    return qIsNaN(value) ? QString() : QString::number(value, 'g', 12);
+}
+
+ZirnTaskResult measured(const bench::BenchCellResult &cell, const QString &path)
+{
+    const bench::MeshMetrics &metrics = cell.metrics;
+    const QString triangles = numberText(metrics.triangleCount);
+    return ZirnTaskResult::succeeded(
+        u"Exported %1: %2 triangles, surface mean %3, %4"_s.arg(
+            path, triangles, numberText(metrics.surfaceMean),
+            metrics.manifold == 1.0 ? u"manifold"_s : u"not manifold"_s),
+        {{u"ok"_s, u"true"_s},
+         {u"meshPath"_s, path},
+         {u"triangles"_s, triangles},
+         {u"vertices"_s, numberText(metrics.vertexCount)},
+         {u"surfaceMean"_s, numberText(metrics.surfaceMean)},
+         {u"featureMean"_s, numberText(metrics.featureMean)},
+         {u"manifold"_s, metrics.manifold == 1.0 ? u"true"_s : u"false"_s},
+         {u"metrics"_s, compact(metricsJson(metrics))}});
+}
+
+// ------------------------------------------------------------------ bench
+
+QPointer<batch::BatchQueue> &benchQueue()
+{
+    static QPointer<batch::BatchQueue> queue;
+    return queue;
+}
+
+std::optional<QList<BenchRow>> readResults(const ZirnTaskParams &arguments, const QString &attempt,
+                                           ZirnTaskResult &failure)
+{
+    QString error;
+    auto rows = BenchResults::read(arguments.getString(u"dbPath"_s),
+                                   {.testSetId = arguments.getInt(u"testSetId"_s, -1),
+                                    .scene = arguments.getString(u"scene"_s),
+                                    .definition = arguments.getString(u"definition"_s)},
+                                   error);
+    if (!rows)
+        failure = failed(
+            attempt,
+            u"cannot read results from %1: %2"_s.arg(arguments.getString(u"dbPath"_s), error),
+            u"check dbPath and run mesh.bench.run first"_s);
+    return rows;
+}
+
+} // namespace
+
+void setBenchQueue(batch::BatchQueue *queue)
+{
+    benchQueue() = queue;
+}
+
+ZirnTaskResult exportMesh(const ZirnTaskParams &arguments, ZirnTaskContext &context)
+{
+    const QString attempt = u"export mesh"_s;
+    const QString missing = missingKey(arguments, {u"scenePath"_s, u"outputPath"_s});
+    if (!missing.isEmpty())
+        return failed(attempt, missing + u" is required"_s, u"provide the path of a file"_s);
+    const QString scenePath = arguments.getString(u"scenePath"_s);
+    const QString outputPath = arguments.getString(u"outputPath"_s);
+    QString error;
+    const auto definition = definitionFor(arguments, error);
+    if (!definition)
+        return failed(attempt, error, u"check extractor, cellSize, backend and postprocess"_s);
+    const auto compiled = onMainThread([&] { return bench::compileSceneFile(scenePath, error); });
+    if (!compiled || !*compiled)
+        return failed(attempt, u"cannot use scene %1: %2"_s.arg(scenePath, error),
+                      u"check scenePath"_s);
+    const bench::BenchOptions options{
+        .exportTimeoutMs = arguments.getInt(u"timeoutMs"_s, bench::BenchOptions::defaultTimeoutMs)};
+    const CancelRelay cancel(context);
+    const auto cell = bench::MeshExportBench(options, cancel.flag())
+                          .runSingleExport(**compiled, *definition, outputPath);
+    if (cell.error.isEmpty())
+        return measured(cell, outputPath);
+    return ZirnTaskResult::failed(failureText(
+        {.attempt = attempt,
+         .cause = cell.error,
+         .state = cell.exportOk ? u"the mesh file was written, but not measured"_s : u"unchanged"_s,
+         .suggestion = u"check the bounds and the cell size of the scene, and outputPath"_s}));
+}
+
+ZirnTaskResult runBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
+{
+    const QString missing = missingKey(
+        arguments, {u"scenesDir"_s, u"definitionsDir"_s, u"dbPath"_s, u"artifactsDir"_s});
+    if (!missing.isEmpty())
+        return ZirnTaskResult::failed(
+            u"mesh.bench.run needs '%1'. State: unchanged."_s.arg(missing));
+    QVariantMap payload = arguments.toMap();
+    const QString name = arguments.getString(u"testSetName"_s);
+    batch::BatchJob job{.type = u"mesh-export-bench"_s,
+                        .source = u"zirn"_s,
+                        .payload = payload,
+                        .origin = u"zirn"_s,
+                        .label = name.isEmpty() ? u"Mesh bench"_s : name};
+    const auto id =
+        onMainThread([&job] { return benchQueue() ? benchQueue()->submit(job) : quint64(0); });
+    if (id.value_or(0) == 0)
+        return failed(u"queue bench set"_s, u"no batch queue available"_s,
+                      u"run the plan in Corvane or by corvane zirn"_s);
+    const QString idText = QString::number(*id);
+    return ZirnTaskResult::succeeded(
+        u"Queued bench set as batch job #%1; query the results DB when it completes."_s.arg(idText),
+        {{u"jobId"_s, idText}});
+}
+
+ZirnTaskResult queryBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
+{
+    const QString attempt = u"query bench results"_s;
+    if (!missingKey(arguments, {u"dbPath"_s}).isEmpty())
+        return failed(attempt, u"dbPath is required"_s, u"provide the path of a results DB"_s);
+    ZirnTaskResult failure;
+    const auto rows = readResults(arguments, attempt, failure);
+    if (!rows)
+        return failure;
+    QJsonArray array;
+    for (const BenchRow &row : *rows)
+        array.append(row.toJson());
+    const QString count = QString::number(array.size());
+    return ZirnTaskResult::succeeded(count + u" result(s)"_s,
+                                     {{u"count"_s, count}, {u"rows"_s, compact(array)}});
+}
+
+ZirnTaskResult compareBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
+{
+    const QString attempt = u"compare bench definitions"_s;
+    const QString missing =
+        missingKey(arguments, {u"dbPath"_s, u"definitionA"_s, u"definitionB"_s});
+    if (!missing.isEmpty())
+        return failed(attempt, missing + u" is required"_s,
+                      u"provide a results DB and the names of two definitions"_s);
+    ZirnTaskResult failure;
+    const auto rows = readResults(arguments, attempt, failure);
+    if (!rows)
+        return failure;
+    const auto comparison = BenchComparison::of(*rows, arguments.getString(u"definitionA"_s),
+                                                arguments.getString(u"definitionB"_s));
+    if (comparison.scenes.isEmpty())
+        return failed(attempt,
+                      u"no scene was run with both '%1' and '%2'"_s.arg(comparison.definitionA,
+                                                                        comparison.definitionB),
+                      u"check the names or run mesh.bench.query"_s);
+    const QString summary = comparison.summary();
+    return ZirnTaskResult::succeeded(summary,
+                                     {{u"scenes"_s, QString::number(comparison.scenes.size())},
+                                      {u"comparison"_s, compact(comparison.toJson())},
+                                      {u"summary"_s, summary}});
+}
+
+} // namespace corvane::zirn

@@ -1,0 +1,157 @@
+#include <corvane/tasks/SceneBuildTreeTask.h>
+
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/tasks/CameraTasks.h>
+#include <corvane/tasks/MainThread.h>
+#include <corvane/tasks/TreeDescription.h>
+#include <corvane/zirn/FailureText.h>
+#include <corvane/zirn/ZirnTaskContext.h>
+
+#include <QHash>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::zirn {
+
+namespace {
+
+const QString attempt = u"build tree"_s;
+
+/// Creates the nodes of a description one by one, on the main thread.
+class TreeBuilder
+{
+public:
+    TreeBuilder(ops::CorvaneOpExecutor &executor, model::LogicalScene *tree,
+                ZirnTaskContext &context)
+        : m_executor(executor)
+        , m_tree(tree)
+        , m_context(context)
+    {}
+
+    /// What went wrong; empty when all nodes were created.
+    QString build(const TreeDescription &description)
+    {
+        for (const TreeDescription::Node &node : description.nodes) {
+            if (m_context.isCancelled())
+                return u"cancelled."_s;
+            const QString error = create(node);
+            if (!error.isEmpty())
+                return error;
+            ++m_count;
+        }
+        return {};
+    }
+    qsizetype count() const { return m_count; }
+    QString idOf(const QString &name) const { return m_ids.value(name); }
+
+private:
+    QString create(const TreeDescription::Node &node)
+    {
+        if (node.definitionId.isEmpty())
+            return u"Instance '%1' has no 'definition' field."_s.arg(node.name);
+        if (!m_tree)
+            return u"No LogicalScene available."_s;
+        QVariantMap arguments{{u"itemType"_s, u"sdf"_s},
+                              {u"definitionId"_s, node.definitionId},
+                              {u"name"_s, node.name}};
+        if (!node.parentName.isEmpty())
+            arguments.insert(u"parentId"_s, m_ids.value(node.parentName));
+        if (!m_executor.apply({ops::OpKind::ItemAdd, arguments}))
+            return u"Failed to create instance '%1' (definition: %2)."_s.arg(node.name,
+                                                                             node.definitionId);
+        const QUuid id = m_executor.lastCreatedId();
+        if (!m_tree->contains(id))
+            return u"Could not determine UUID for '%1'."_s.arg(node.name);
+        const QString idText = id.toString(QUuid::WithoutBraces);
+        m_ids.insert(node.name, idText);
+        if (!node.params.isEmpty() &&
+            !m_executor.apply({ops::OpKind::SdfSetAllParams,
+                               {{u"itemId"_s, idText}, {u"parameters"_s, node.params}}}))
+            return u"Failed to set parameters on '%1'."_s.arg(node.name);
+        return {};
+    }
+
+    ops::CorvaneOpExecutor &m_executor;
+    model::LogicalScene *m_tree;
+    ZirnTaskContext &m_context;
+    QHash<QString, QString> m_ids; ///< by the names of the description
+    qsizetype m_count = 0;
+};
+
+ZirnTaskResult failed(const QString &cause, const QString &suggestion)
+{
+    return ZirnTaskResult::failed(
+        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
+}
+
+ZirnTaskResult built(const TreeDescription &description, const TreeBuilder &builder,
+                     const QString &batchId)
+{
+    QStringList rootIds;
+    for (const QString &name : description.rootNames)
+        rootIds.append(builder.idOf(name));
+    const QString count = QString::number(builder.count());
+    return ZirnTaskResult::succeeded(
+        u"Built SDF tree: %1 instances created"_s.arg(count),
+        {{u"rootIds"_s, rootIds.join(u',')}, {u"count"_s, count}, {u"batchId"_s, batchId}});
+}
+
+/// In one go: the description becomes one edit, which nothing else comes between, and the scene is
+/// compiled once.
+ZirnTaskResult buildNow(const TreeDescription &description, const SceneAccess &access,
+                        ZirnTaskContext &context)
+{
+    TreeBuilder builder(*access.executor, access.tree, context);
+    const QString batchId = access.executor->beginBatch(u"Build SDF Tree"_s);
+    if (batchId.isEmpty())
+        return ZirnTaskResult::failed(u"Failed to begin undo batch."_s);
+    QString error;
+    {
+        std::optional<model::LogicalScene::Batch> pause;
+        if (access.tree)
+            pause.emplace(*access.tree);
+        error = builder.build(description);
+    }
+    access.executor->endBatch();
+    if (error.isEmpty()) {
+        fitContentIfShown();
+        return built(description, builder, batchId);
+    }
+    return ZirnTaskResult::failed(
+        u"Build tree failed at instance %1/%2: %3 State: %1 instances were created (undoable as "
+        u"batch). Suggestion: fix the tree description and retry."_s.arg(
+            QString::number(builder.count()), QString::number(description.nodes.size()), error));
+}
+
+} // namespace
+
+SceneBuildTreeTask::SceneBuildTreeTask(const TaskRow &row)
+    : CorvaneMutationTask(row.name, row.description.toString(), {}, {}, {})
+{}
+
+ZirnTaskPtr SceneBuildTreeTask::make(const TaskRow &row)
+{
+    return QSharedPointer<SceneBuildTreeTask>::create(row);
+}
+
+ZirnTaskResult SceneBuildTreeTask::doMutate(const ZirnTaskParams &arguments,
+                                            ZirnTaskContext &context,
+                                            ops::CorvaneOpExecutor *executor,
+                                            const QSharedPointer<model::Corvane> &scene,
+                                            model::LogicalScene *tree)
+{
+    QString cause;
+    QString suggestion;
+    const auto wanted = TreeDescription::read(arguments.value(u"tree"_s), cause, suggestion);
+    if (!wanted)
+        return failed(cause, suggestion);
+    const auto result = onMainThread([&] {
+        const SceneAccess access{scene, tree, executor};
+        return access.isCurrent() ? buildNow(*wanted, access, context) : sceneIsGone(attempt);
+    });
+    return result.value_or(sceneIsGone(attempt));
+}
+
+} // namespace corvane::zirn

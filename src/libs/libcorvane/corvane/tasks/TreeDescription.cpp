@@ -1,0 +1,183 @@
+#include <corvane/tasks/TreeDescription.h>
+
+#include <corvane/zirn/ZirnTaskParams.h>
+
+#include <QHash>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::zirn {
+
+namespace {
+
+/// Puts names into an order in which parents come first, without recursion: a description may be
+/// thousands of levels deep.
+class ParentsFirst
+{
+public:
+    explicit ParentsFirst(const QHash<QString, QStringList> &children)
+        : m_children(children)
+    {}
+
+    /// False when the name leads back to itself.
+    bool visit(const QString &top)
+    {
+        if (m_visited.contains(top))
+            return true;
+        enter(top);
+        while (!m_path.isEmpty()) {
+            Level &level = m_path.last();
+            const QStringList &children = m_children[level.name];
+            if (level.next == children.size()) {
+                m_onPath.remove(level.name);
+                m_path.removeLast();
+                continue;
+            }
+            const QString child = children.at(level.next++);
+            if (m_onPath.contains(child))
+                return false;
+            if (!m_visited.contains(child))
+                enter(child);
+        }
+        return true;
+    }
+    QStringList order() const { return m_order; }
+
+private:
+    struct Level
+    {
+        QString name{};
+        qsizetype next = 0;
+    };
+
+    void enter(const QString &name)
+    {
+        m_visited.insert(name);
+        m_onPath.insert(name);
+        m_order.append(name);
+        m_path.append({name});
+    }
+
+    QHash<QString, QStringList> m_children;
+    QStringList m_order;
+    QSet<QString> m_visited, m_onPath;
+    QList<Level> m_path;
+};
+
+std::optional<QVariantMap> readTree(const QVariant &tree, QString &cause, QString &suggestion)
+{
+    if (tree.typeId() == QMetaType::QVariantMap)
+        return tree.toMap();
+    if (tree.typeId() != QMetaType::QString || tree.toString().isEmpty()) {
+        cause = u"'tree' parameter is required"_s;
+        suggestion = u"provide a JSON object with instances and roots"_s;
+        return std::nullopt;
+    }
+    const QJsonDocument document = QJsonDocument::fromJson(tree.toString().toUtf8());
+    if (document.isObject())
+        return document.object().toVariantMap();
+    cause = u"'tree' must be a valid JSON object"_s;
+    suggestion = u"check JSON syntax"_s;
+    return std::nullopt;
+}
+
+/// The links of a tree: who lists whom, and which of several listings counts.
+struct Links
+{
+    QHash<QString, QStringList> listed{}; ///< as described
+    QHash<QString, QString> parents{};    ///< the last that lists a name
+
+    QHash<QString, QStringList> children() const
+    {
+        QHash<QString, QStringList> kept;
+        for (auto it = listed.cbegin(); it != listed.cend(); ++it) {
+            for (const QString &name : *it) {
+                if (parents.value(name) == it.key())
+                    kept[it.key()].append(name);
+            }
+        }
+        return kept;
+    }
+};
+
+Links linksOf(const QVariantMap &instances)
+{
+    Links links;
+    for (auto it = instances.cbegin(); it != instances.cend(); ++it) {
+        const ZirnTaskParams node(it->toMap());
+        const QVariantList names = node.getList(u"children"_s);
+        for (const QVariant &name : names) {
+            links.parents.insert(name.toString(), it.key());
+            links.listed[it.key()].append(name.toString());
+        }
+    }
+    return links;
+}
+
+/// Parents first; empty when the references close a circle.
+QStringList orderOf(const QVariantMap &instances, const Links &links, const QStringList &roots)
+{
+    ParentsFirst check(links.listed);
+    ParentsFirst walk(links.children());
+    const QStringList names = roots + instances.keys();
+    for (const QString &name : names) {
+        if (!check.visit(name))
+            return {};
+    }
+    // From the tops alone: a root that somebody lists is created below that one.
+    for (const QString &name : names) {
+        if (!links.parents.contains(name))
+            walk.visit(name);
+    }
+    return walk.order();
+}
+
+QStringList existing(const QVariantList &names, const QVariantMap &instances)
+{
+    QStringList kept;
+    for (const QVariant &name : names) {
+        if (instances.contains(name.toString()))
+            kept.append(name.toString());
+    }
+    return kept;
+}
+
+} // namespace
+
+std::optional<TreeDescription> TreeDescription::read(const QVariant &tree, QString &cause,
+                                                     QString &suggestion)
+{
+    const auto map = readTree(tree, cause, suggestion);
+    if (!map)
+        return std::nullopt;
+    const QVariantMap instances = map->value(u"instances"_s).toMap();
+    if (instances.isEmpty()) {
+        cause = u"'instances' map is empty or missing"_s;
+        suggestion = u"provide at least one instance"_s;
+        return std::nullopt;
+    }
+    TreeDescription description;
+    description.rootNames = existing(ZirnTaskParams(*map).getList(u"roots"_s), instances);
+    const Links links = linksOf(instances);
+    const QStringList order = orderOf(instances, links, description.rootNames);
+    if (order.isEmpty()) {
+        cause = u"cycle detected in children references"_s;
+        suggestion = u"check that no instance is an ancestor of itself"_s;
+        return std::nullopt;
+    }
+    for (const QString &name : order) {
+        const QVariantMap node = instances.value(name).toMap();
+        QVariantMap params = node.value(u"params"_s).toMap();
+        params.remove(u"children"_s);
+        description.nodes.append({.name = name,
+                                  .parentName = links.parents.value(name),
+                                  .definitionId = node.value(u"definition"_s).toString(),
+                                  .params = params});
+    }
+    return description;
+}
+
+} // namespace corvane::zirn
