@@ -40,6 +40,7 @@ private slots:
     void copiesCount_data();
     void copiesCount();
     void namesStayUnique();
+    void aMaterialIsPutBackAsItWas();
     void userMaterialsSurviveARestart();
     void overridesSurviveARestart();
     void refusals();
@@ -114,6 +115,25 @@ void TstMaterialLibrary::namesStayUnique()
     // An update under the same name is no copy.
     QVERIFY(library.updateMaterial(*library.material(renamed.id)));
     QCOMPARE(library.material(renamed.id)->name, u"Gold (copy)"_s);
+}
+
+void TstMaterialLibrary::aMaterialIsPutBackAsItWas()
+{
+    MaterialLibrary library(m_folder->path());
+    const QUuid id = library.addMaterial(named(u"Wood"_s));
+    CatalogMaterial before = *library.material(id);
+    before.lastModified = QDateTime::fromMSecsSinceEpoch(1'600'000'000'123, Qt::UTC);
+    QVERIFY(library.restoreMaterial(before));
+    QCOMPARE(*library.material(id), before);
+
+    QVERIFY(library.removeMaterial(id));
+    QSignalSpy added(&library, &MaterialLibrary::materialAdded);
+    QVERIFY(library.restoreMaterial(before));
+    QCOMPARE(added, QList<QVariantList>({{id}}));
+    QCOMPARE(*library.material(id), before);
+    QCOMPARE(*MaterialLibrary(m_folder->path()).material(id), before);
+
+    QVERIFY(!library.restoreMaterial(*library.material(library.idByName(u"Gold"_s))));
 }
 
 void TstMaterialLibrary::userMaterialsSurviveARestart()

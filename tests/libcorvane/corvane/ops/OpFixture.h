@@ -1,8 +1,10 @@
 #pragma once
 
 #include <corvane/component/ComponentLibrary.h>
+#include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
@@ -27,8 +29,17 @@ struct OpFixture
         executor.setLogicalScene(&tree);
         executor.setComponentLibrary(&library);
         executor.setMaterialLibrary(&materials);
+        // What a document writes of the materials that it uses.
+        corvane::model::Corvane::setMaterialSource([this](const QUuid &id) {
+            const auto *material = materials.material(id);
+            return material ? std::optional(*material) : std::nullopt;
+        });
     }
-    ~OpFixture() { document->unregisterFileScopedDefinitions(); }
+    ~OpFixture()
+    {
+        document->unregisterFileScopedDefinitions();
+        corvane::model::Corvane::setMaterialSource({});
+    }
 
     bool apply(QLatin1StringView kind, const QVariantMap &args)
     {
@@ -51,14 +62,18 @@ struct OpFixture
     /// All that ops can change: two are equal when document, tree, selection and libraries are.
     QByteArray state()
     {
-        QVariantMap all{{QStringLiteral("document"), document->stateFingerprint()},
+        QVariantList selected;
+        const auto selectedIds = document->selectedInstances();
+        for (const QUuid &id : selectedIds)
+            selected.append(id.toString());
+        // What the document's fingerprint is made of, so that a difference can be shown.
+        QVariantMap all{{QStringLiteral("document"), document->toVariantMap()},
+                        {QStringLiteral("selected"), selected},
                         {QStringLiteral("tree"), tree.toVariantMap()}};
         QVariantMap catalogue;
         const auto everyMaterial = materials.allMaterials();
         for (const auto &material : everyMaterial) {
-            QVariantMap map = material.toVariantMap();
-            map.remove(QStringLiteral("lastModified")); // says when, not what
-            catalogue.insert(material.id.toString(), map);
+            catalogue.insert(material.id.toString(), material.toVariantMap());
         }
         all.insert(QStringLiteral("materials"), catalogue);
         QVariantMap published;
@@ -67,5 +82,24 @@ struct OpFixture
             published.insert(definition.id, definition.toVariantMap());
         all.insert(QStringLiteral("library"), published);
         return QJsonDocument::fromVariant(all).toJson();
+    }
+};
+
+/// What follows the edits of a scene in an editor: the tree is compiled into the document, and the
+/// document's expressions are evaluated.
+struct EditorFollowers
+{
+    corvane::model::LogicalSceneCompiler compiler;
+    corvane::expr::ExpressionManager expressions;
+
+    explicit EditorFollowers(OpFixture &fixture)
+        : expressions(fixture.document.data())
+    {
+        QObject::connect(&compiler, &corvane::model::LogicalSceneCompiler::compiled, &expressions,
+                         &corvane::expr::ExpressionManager::evaluateAll);
+        compiler.setSource(&fixture.tree);
+        compiler.setTarget(fixture.document.data());
+        compiler.fullCompile();
+        fixture.executor.setExpressionManager(&expressions);
     }
 };

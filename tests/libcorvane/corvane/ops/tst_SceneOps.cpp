@@ -55,10 +55,13 @@ private slots:
 
     void addedNodeComesBackWithItsId();
     void removedBranchComesBackAtItsPlace();
+    void detachedNodeComesBackDetached_data();
+    void detachedNodeComesBackDetached();
     void copyHasAllBelowAndNamesOfItsOwn();
     void namesAreUnique();
     void compiledItemKeepsParametersUnderParams();
     void renamedVariableTakesExpressionsAlong();
+    void brokenExpressionsGetTheirValuesBack();
     void settingLeavesNoKeyBehind();
     void nestingIntoItselfIsRefused();
     void nestedTwiceUnnestsToTheSamePlace_data();
@@ -96,6 +99,32 @@ void TstSceneOps::removedBranchComesBackAtItsPlace()
     QCOMPARE(fixture.tree.instances().size(), 2);
     fixture.stack().undo();
     QCOMPARE(fixture.state(), before);
+}
+
+void TstSceneOps::detachedNodeComesBackDetached_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("removed") << QString(OpKind::ItemRemove);
+    QTest::newRow("moved to the top") << QString(OpKind::ItemSetParent);
+}
+
+void TstSceneOps::detachedNodeComesBackDetached()
+{
+    QFETCH(const QString, kind);
+    OpFixture fixture;
+    const QUuid top = fixture.addNode(u"union"_s);
+    const QUuid below = fixture.addNode(u"box"_s, top);
+    QVERIFY(fixture.tree.detachInstance(top));
+    const QByteArray before = fixture.state();
+    QVERIFY(fixture.executor.apply({kind, {{u"itemId"_s, top}, {u"newParentId"_s, QUuid()}}}));
+    const QByteArray after = fixture.state();
+    QVERIFY(after != before);
+    fixture.stack().undo();
+    QCOMPARE(fixture.tree.indexOf(top), -1);
+    QCOMPARE(fixture.tree.parentOf(below), top);
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    QCOMPARE(fixture.state(), after);
 }
 
 void TstSceneOps::copyHasAllBelowAndNamesOfItsOwn()
@@ -174,6 +203,35 @@ void TstSceneOps::renamedVariableTakesExpressionsAlong()
     fixture.stack().undo();
     QCOMPARE(text(), before);
     QCOMPARE(fixture.document->variableEntry(u"h"_s).expression, u"w + 1"_s);
+}
+
+void TstSceneOps::brokenExpressionsGetTheirValuesBack()
+{
+    OpFixture fixture;
+    const QUuid id = fixture.addNode(u"sphere"_s);
+    fixture.apply(OpKind::SdfSetParameter,
+                  {{u"itemId"_s, id},
+                   {u"paramName"_s, u"radius"_s},
+                   {u"value"_s, QVariantMap{{u"expr"_s, u"size*2.0"_s}, {u"fallback"_s, 3.0}}}});
+    const EditorFollowers followers(fixture);
+    const auto radius = [&] {
+        const QUuid core = followers.compiler.mappings().value(id).coreId;
+        return fixture.document->instance(core).parameter(u"radius"_s).toDouble();
+    };
+    QCOMPARE(radius(), 3.0); // there is no such variable
+    const QByteArray before = fixture.state();
+    QVERIFY(fixture.apply(OpKind::VarsetSetVariable, {{u"name"_s, u"size"_s}, {u"value"_s, 5.0}}));
+    QCOMPARE(radius(), 10.0);
+    QVERIFY(fixture.apply(OpKind::VarsetRemoveVar, {{u"name"_s, u"size"_s}}));
+    QCOMPARE(radius(), 10.0); // it stays on what it had
+    const QByteArray after = fixture.state();
+    fixture.stack().undo();
+    fixture.stack().undo();
+    QCOMPARE(radius(), 3.0);
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    fixture.stack().redo();
+    QCOMPARE(fixture.state(), after);
 }
 
 void TstSceneOps::settingLeavesNoKeyBehind()

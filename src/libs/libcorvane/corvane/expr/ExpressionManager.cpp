@@ -101,6 +101,65 @@ QStringList ExpressionManager::errors() const
     return all;
 }
 
+void ExpressionManager::evaluateNewItems()
+{
+    if (m_scene && m_builtRevision != m_scene->itemsRevision())
+        evaluateAll();
+}
+
+QStringList ExpressionManager::failedNodes() const
+{
+    QStringList failed = m_model.errors.keys() + m_evaluationErrors.keys() + m_unstored.values();
+    if (failed.removeAll(QString()) > 0)
+        failed += m_model.graph.detectCycles();
+    failed.sort();
+    failed.removeDuplicates();
+    return failed;
+}
+
+QVariant ExpressionManager::storedValue(const QString &node) const
+{
+    QUuid id;
+    QString param;
+    if (m_scene->hasVariable(node))
+        return m_scene->variableEntry(node).value;
+    if (!splitParameterNode(node, id, param) || !m_scene->hasItem(id))
+        return {};
+    return m_scene->instance(id).parameterValue(param).fallback;
+}
+
+QVariantMap ExpressionManager::keptValues() const
+{
+    QVariantMap kept;
+    const QStringList failed = m_scene ? failedNodes() : QStringList();
+    for (const QString &node : failed)
+        kept.insert(node, storedValue(node));
+    return kept;
+}
+
+void ExpressionManager::restoreKeptValues(const QVariantMap &values)
+{
+    ChangedInstances changed;
+    bool isAnyRestored = false;
+    const QStringList failed = m_scene ? failedNodes() : QStringList();
+    for (const QString &node : failed) {
+        const auto kept = values.constFind(node);
+        if (kept == values.cend() || storedValue(node) == *kept)
+            continue;
+        isAnyRestored = true;
+        if (m_scene->hasVariable(node))
+            m_scene->storeEvaluatedVariable(node, *kept);
+        else
+            storeParameter(node, *kept, changed);
+    }
+    {
+        const QScopedValueRollback guard(m_evaluating, true);
+        writeBack(changed);
+    }
+    if (isAnyRestored)
+        evaluateAll();
+}
+
 QVariant ExpressionManager::value(const QString &name) const
 {
     const QVariant named = m_evaluator.values().value(name);
@@ -286,6 +345,7 @@ void ExpressionManager::evaluate(bool onlyDirty)
     const QScopedValueRollback guard(m_evaluating, true);
     if (!onlyDirty) {
         m_evaluationErrors.clear();
+        m_unstored.clear();
         if (m_scene)
             takeValues();
     }
@@ -326,8 +386,13 @@ void ExpressionManager::storeVariable(const QString &name, const QVariant &value
 {
     setVariable(name, value);
     // Infinity may pass from one expression to another, but no file could hold it.
-    if (m_scene && isFinite(value))
-        m_scene->storeEvaluatedVariable(name, value);
+    if (!isFinite(value)) {
+        m_unstored.insert(name);
+    } else {
+        m_unstored.remove(name);
+        if (m_scene)
+            m_scene->storeEvaluatedVariable(name, value);
+    }
     countEmission(name);
     emit varsetEntryEvaluated(name, value);
 }

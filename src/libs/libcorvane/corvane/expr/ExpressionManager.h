@@ -10,6 +10,7 @@
 #include <QMap>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QStringList>
 #include <QUuid>
 #include <QVariant>
@@ -43,6 +44,16 @@ public:
     void evaluateAll();
     /// Compiles all expressions anew.
     void rebuildGraph();
+
+    /// The values on which expressions stay that give none, by variable or nodeId(). Where there
+    /// are any, the scene says more than its variables and expressions do: who takes an edit back
+    /// has to bring these back as well.
+    QVariantMap keptValues() const;
+    /// Brings such values back, and evaluates what reads them. Expressions that give a value, and
+    /// those that are gone, are passed over.
+    void restoreKeptValues(const QVariantMap &values);
+    /// evaluateAll(), if items came or went since.
+    void evaluateNewItems();
 
     /// Of the last rebuild and the last evaluation, each with the variable or parameter that it
     /// concerns.
@@ -95,6 +106,8 @@ private:
     void storeParameter(const QString &node, const QVariant &value, ChangedInstances &changed);
     void nameParameterValue(const QString &node, const QVariant &value);
     void writeBack(const ChangedInstances &changed);
+    QStringList failedNodes() const;
+    QVariant storedValue(const QString &node) const;
     void countEmission(const QString &name);
     QString label(const QString &node) const;
 
@@ -102,7 +115,9 @@ private:
     ExprModel m_model;
     ExprEvaluator m_evaluator;
     QMap<QString, QString> m_evaluationErrors; ///< by node
-    QStringList m_toldErrors;                  ///< as of the last errorsChanged()
+    QSet<QString>
+        m_unstored; ///< variables whose value no file could hold, so that they keep theirs
+    QStringList m_toldErrors; ///< as of the last errorsChanged()
     QHash<QString, int> m_emissions;
     quint64 m_builtRevision = 0; ///< of the scene's items, when the graph was last made to fit them
     bool m_evaluating = false;

@@ -54,7 +54,10 @@ bool Corvane::moveHierarchyItem(const QUuid &id, const QUuid &newParent, int ind
     if (parentInstanceId(id) != newParent && !setParent(id, newParent))
         return false;
     QList<QUuid> siblings = m_items.childIds(newParent);
-    siblings.removeOne(id);
+    // Compiled items stand for nodes of a tree, and have no place among those that are shown.
+    siblings.removeIf([this, &id](const QUuid &sibling) {
+        return sibling == id || m_items.find(sibling)->hasTag(ItemTags::Compiled);
+    });
     const bool outside = index < 0 || index > siblings.size();
     siblings.insert(outside ? siblings.size() : qsizetype(index), id);
     for (qsizetype i = 0; i < siblings.size(); ++i) {

@@ -149,6 +149,24 @@ bool MaterialLibrary::updateMaterial(const CatalogMaterial &material)
     return true;
 }
 
+bool MaterialLibrary::restoreMaterial(const CatalogMaterial &material)
+{
+    const CatalogMaterial *known = this->material(material.id);
+    if (material.id.isNull() || material.isBuiltIn || (known && known->isBuiltIn))
+        return false;
+    if (known)
+        m_ids.remove(known->name);
+    CatalogMaterial restored = material;
+    restored.name = uniqueName(restored.name);
+    insert(restored);
+    save();
+    if (known)
+        emit materialUpdated(restored.id);
+    else
+        emit materialAdded(restored.id);
+    return true;
+}
+
 bool MaterialLibrary::updateBuiltInMaterial(const CatalogMaterial &material)
 {
     const CatalogMaterial *known = this->material(material.id);

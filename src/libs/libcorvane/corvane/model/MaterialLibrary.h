@@ -48,6 +48,10 @@ public:
     QUuid addMaterial(const CatalogMaterial &material);
     /// False for an unknown id and for a built-in. A name that another one has is made unique.
     bool updateMaterial(const CatalogMaterial &material);
+    /// Puts a material of the user back just as it was, with the time of its last change: the one
+    /// of that id is replaced, or it is added. False for a built-in. A name that another one has is
+    /// made unique.
+    bool restoreMaterial(const CatalogMaterial &material);
     /// Retunes a built-in, whose name and category stay; false for any other.
     bool updateBuiltInMaterial(const CatalogMaterial &material);
     /// False for an unknown id, a built-in and the default material. In place of the active one the

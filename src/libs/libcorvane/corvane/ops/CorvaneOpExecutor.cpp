@@ -1,6 +1,7 @@
 #include <corvane/ops/CorvaneOpExecutor.h>
 
 #include <corvane/component/ComponentLibrary.h>
+#include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
@@ -96,6 +97,27 @@ void CorvaneOpExecutor::setMaterialLibrary(model::MaterialLibrary *library)
     m_materialLibrary = library;
 }
 
+void CorvaneOpExecutor::setExpressionManager(expr::ExpressionManager *expressions)
+{
+    m_expressions = expressions;
+}
+
+QVariantMap CorvaneOpExecutor::keptValues()
+{
+    if (!m_expressions)
+        return {};
+    m_expressions->evaluateNewItems();
+    return m_expressions->keptValues();
+}
+
+void CorvaneOpExecutor::restoreKeptValues(const QVariantMap &values)
+{
+    if (!m_expressions)
+        return;
+    m_expressions->evaluateNewItems();
+    m_expressions->restoreKeptValues(values);
+}
+
 void CorvaneOpExecutor::clearHistory()
 {
     m_undoStack->clear();
@@ -139,11 +161,14 @@ bool CorvaneOpExecutor::apply(const CorvaneOp &op)
         qCWarning(lcOps).noquote() << op.kind + u": "_s + flaw;
         return false;
     }
+    const QVariantMap kept = keptValues();
     OpOutcome outcome;
     withContext(
         [&](OpContext &context) { outcome = entry->apply(context, OpCall(entry->kind, op.args)); });
     if (!outcome)
         return false;
+    outcome->keptBefore = kept;
+    outcome->keptAfter = keptValues();
     m_lastCreatedId = outcome->createdId;
     const QString text = entry->undoText.isEmpty() ? CorvaneOpDescriber::describe(*entry, op.args)
                                                    : fillText(entry->undoText, outcome->textArgs);
@@ -224,6 +249,13 @@ void CorvaneOpExecutor::endCoalescing()
     if (std::all_of(pending.cbegin(), pending.cend(),
                     [](const Pending &step) { return changesNothing(step.change); }))
         return;
+    // Only the ends of the drag are ever seen again.
+    const QVariantMap keptBefore = pending.first().change.keptBefore;
+    const QVariantMap keptAfter = keptValues();
+    for (Pending &step : pending) {
+        step.change.keptBefore = keptBefore;
+        step.change.keptAfter = keptAfter;
+    }
     const bool isMacro = pending.size() > 1;
     if (isMacro) {
         beginPush();

@@ -16,6 +16,9 @@ class QUndoStack;
 namespace corvane::component {
 class ComponentLibrary;
 }
+namespace corvane::expr {
+class ExpressionManager;
+}
 namespace corvane::model {
 class Corvane;
 class LogicalScene;
@@ -55,6 +58,9 @@ public:
     void setComponentLibrary(component::ComponentLibrary *library);
     /// What the ops of materials work on; the process-wide library unless set.
     void setMaterialLibrary(model::MaterialLibrary *library);
+    /// Who evaluates the scene's expressions, if anyone does. Not owned. What an expression without
+    /// a result stays on is then part of what undo brings back.
+    void setExpressionManager(expr::ExpressionManager *expressions);
     QUndoStack *undoStack() const { return m_undoStack; }
     /// Forgets all undo steps, batches and edit sessions; the scene stays.
     void clearHistory();
@@ -98,6 +104,7 @@ public:
     void undoItemRemove(const QVariantMap &before);
     void redoItemRemove(const QVariantMap &before);
     void restoreModifyState(const OpEntry &entry, const QUuid &itemId, const QVariantMap &state);
+    void restoreKeptValues(const QVariantMap &values);
 
 signals:
     /// After an op was applied, a drag's too.
@@ -119,6 +126,8 @@ private:
               const QString &text);
     void coalesce(const OpEntry &entry, const QVariantMap &args, const OpChange &change);
     void beginPush();
+    /// Of the expressions as they are once all is evaluated.
+    QVariantMap keptValues();
     QList<Pending> takePending();
 
     QSharedPointer<model::Corvane> m_scene;
@@ -126,6 +135,7 @@ private:
     QPointer<model::LogicalScene> m_logicalScene;
     QPointer<component::ComponentLibrary> m_componentLibrary;
     QPointer<model::MaterialLibrary> m_materialLibrary;
+    QPointer<expr::ExpressionManager> m_expressions;
     QVariantMap m_editSessions; ///< components being edited, by the id of the branch's root
     QUuid m_lastCreatedId;
 

@@ -15,6 +15,8 @@ CorvaneUndoCommand::CorvaneUndoCommand(CorvaneOpExecutor *executor, const OpEntr
     , m_itemId(change.itemId)
     , m_before(change.before)
     , m_after(change.after)
+    , m_keptBefore(change.keptBefore)
+    , m_keptAfter(change.keptAfter)
 {}
 
 void CorvaneUndoCommand::undo()
@@ -30,6 +32,7 @@ void CorvaneUndoCommand::undo()
         m_executor->restoreModifyState(m_entry, m_itemId, m_before);
         break;
     }
+    m_executor->restoreKeptValues(m_keptBefore);
 }
 
 void CorvaneUndoCommand::redo()
@@ -47,6 +50,7 @@ void CorvaneUndoCommand::redo()
         m_executor->restoreModifyState(m_entry, m_itemId, m_after);
         break;
     }
+    m_executor->restoreKeptValues(m_keptAfter);
 }
 
 } // namespace corvane::ops

@@ -35,6 +35,8 @@ private:
     QUuid m_itemId;
     QVariantMap m_before;
     QVariantMap m_after;
+    QVariantMap m_keptBefore; ///< values on which failing expressions stay
+    QVariantMap m_keptAfter;
     bool m_skipFirstRedo = true;
 };
 

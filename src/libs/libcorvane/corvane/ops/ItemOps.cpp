@@ -165,6 +165,8 @@ OpOutcome addDocumentItem(OpContext &context, const OpCall &call)
 QUuid copyNodes(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
 {
     const model::LogicalScene::Batch batch(*context.tree);
+    const qsizetype end = parentId.isNull() ? context.tree->roots().size()
+                                            : context.tree->children(parentId).size();
     QVariantList branch;
     appendBranchSnapshot(*context.tree, sourceId, branch);
     QHash<QUuid, QUuid> copies;
@@ -178,7 +180,7 @@ QUuid copyNodes(OpContext &context, const QUuid &sourceId, const QUuid &parentId
             context.uniqueName(context.tree->generateUniqueName(model::duplicateBaseName(base)));
         node.children.clear();
         node.tags -= {model::ItemTags::Selected, model::ItemTags::Hovered};
-        Placement place{parentId, -1};
+        Placement place{parentId, end};
         if (i > 0)
             place = {copies.value(OpCall::toId(source.value(StateKeys::parentId))),
                      source.value(StateKeys::index).toLongLong()};

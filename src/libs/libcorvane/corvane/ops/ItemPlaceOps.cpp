@@ -61,6 +61,10 @@ void restoreNodePlace(OpContext &context, const QUuid &id, const QVariantMap &st
 {
     const QUuid parentId = OpCall::toId(state.value(u"csgParentId"_s));
     qsizetype index = state.value(u"csgIndex"_s).toLongLong();
+    if (parentId.isNull() && index < 0) {
+        context.tree->detachInstance(id);
+        return;
+    }
     const Placement now = placementOf(*context.tree, id);
     // moveInstance() counts by the list as it is before the move.
     if (now.parentId == parentId && now.index >= 0 && now.index < index)

@@ -141,7 +141,7 @@ OpOutcome applyMaterialDuplicate(OpContext &context, const OpCall &call)
 void restoreCatalogMaterial(OpContext &context, const QUuid &, const QVariantMap &state)
 {
     if (state.contains(libraryKey))
-        context.materials.updateMaterial(
+        context.materials.restoreMaterial(
             CatalogMaterial::fromVariantMap(state.value(libraryKey).toMap()));
     if (state.contains(sceneKey))
         context.document.updateMaterial(
@@ -151,7 +151,7 @@ void restoreCatalogMaterial(OpContext &context, const QUuid &, const QVariantMap
 void insertMaterialSnapshot(OpContext &context, const QVariantMap &snapshot)
 {
     if (snapshot.contains(libraryKey))
-        context.materials.addMaterial(
+        context.materials.restoreMaterial(
             CatalogMaterial::fromVariantMap(snapshot.value(libraryKey).toMap()));
     if (snapshot.contains(sceneKey))
         context.document.addMaterial(

@@ -35,9 +35,12 @@ struct OpChange
 {
     OpCategory category = OpCategory::Modified;
     QUuid itemId{};
-    QUuid createdId{};      ///< what the caller may want to go on with; null when nothing was added
-    QVariantMap before{};   ///< empty for what was added
-    QVariantMap after{};    ///< empty for what was removed
+    QUuid createdId{};    ///< what the caller may want to go on with; null when nothing was added
+    QVariantMap before{}; ///< empty for what was added
+    QVariantMap after{};  ///< empty for what was removed
+    /// ExpressionManager::keptValues() before and after, which no snapshot of what changed holds.
+    QVariantMap keptBefore{};
+    QVariantMap keptAfter{};
     QStringList textArgs{}; ///< for the holes of the undo text
     /// Which part of the scene changed, from the whole to the part, by slashes:
     /// "<id>/params/radius". Two changes are independent when neither's scope holds the other's.

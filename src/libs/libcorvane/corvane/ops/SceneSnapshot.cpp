@@ -105,7 +105,12 @@ bool restoreNode(model::LogicalScene &scene, const QVariantMap &snapshot)
     const QUuid parentId = QUuid::fromString(snapshot.value(StateKeys::parentId).toString());
     const qsizetype index = snapshot.value(StateKeys::index).toLongLong();
     const bool hasPlace = parentId.isNull() || scene.contains(parentId);
-    if (hasPlace && !scene.restoreInstance(snapshot, parentId, index).isNull())
+    const bool isDetached = parentId.isNull() && index < 0;
+    const auto restored = [&] {
+        return isDetached ? scene.restoreDetached(snapshot)
+                          : scene.restoreInstance(snapshot, parentId, index);
+    };
+    if (hasPlace && !restored().isNull())
         return true;
     qCWarning(lcOps).noquote() << "restoreInstance: failed:" << snapshot.value(u"id"_s).toString();
     return false;
