@@ -343,6 +343,22 @@ void TstSceneVersion2::materialsAreFoundAgain()
     QCOMPARE(node.materialId, gold.id);
     QCOMPARE(node.material, gold.material);
     QCOMPARE(loaded.material(node.materialId)->name, u"Gold"_s);
+
+    // A node that is made in that run names the catalogue's, and is written with the file's.
+    const QUuid oldId = gold.id;
+    gold.id = QUuid::createUuid();
+    Corvane::setMaterialSource(
+        [&gold](const QUuid &id) { return id == gold.id ? std::optional(gold) : std::nullopt; });
+    LogicalScene &tree = *result.logicalScene;
+    tree.setInstanceMaterial(tree.addInstance(u"box"_s), {}, gold.id);
+    const auto again = parse(CorvaneDSLSerializer::serializeLogical(tree, loaded));
+    QCOMPARE(nodeOf(*again.logicalScene, u"Box 2"_s).materialId, oldId);
+    QCOMPARE(again.documentBlock.value(u"materials"_s).toMap().keys(), QStringList{u"Gold"_s});
+    // One that was changed since is another.
+    gold.setRoughness(0.9f);
+    const auto changed = parse(CorvaneDSLSerializer::serializeLogical(tree, loaded));
+    QCOMPARE(nodeOf(*changed.logicalScene, u"Box 2"_s).materialId, gold.id);
+    QCOMPARE(changed.documentBlock.value(u"materials"_s).toMap().size(), 2);
 }
 
 void TstSceneVersion2::keysAreReadable_data()

@@ -32,10 +32,12 @@ QVariantMap blockOf(const QString &name, const QString &units)
     return block;
 }
 
-QString textOf(const SceneVersion2Writer &writer, const Corvane &document)
+QString textOf(SceneVersion2Writer writer, const Corvane &document)
 {
+    const DocumentBlock::Used used = writer.used();
+    writer.setMaterialAliases(DocumentBlock::materialAliases(document, used.materialIds));
     return CorvaneDSLSerializer::serializeVariantMap(
-        writer.write(DocumentBlock::write(document, writer.used())));
+        writer.write(DocumentBlock::write(document, used)));
 }
 
 bool save(const QString &path, const QString &text)

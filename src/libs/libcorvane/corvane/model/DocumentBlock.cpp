@@ -87,8 +87,9 @@ QMap<QUuid, CatalogMaterial> allMaterials(const Corvane &document, QSet<QUuid> u
     const auto items = document.items();
     for (const SceneItem &item : items)
         used.insert(item.materialId);
+    const auto aliases = DocumentBlock::materialAliases(document, used);
     for (const QUuid &id : std::as_const(used)) {
-        if (id.isNull() || materials.contains(id))
+        if (id.isNull() || materials.contains(id) || aliases.contains(id))
             continue;
         if (const auto found = cataloguedMaterial(id))
             materials.insert(id, *found);
@@ -138,6 +139,25 @@ QVariantList builtinsList(const Corvane &document, QSet<QString> used)
 void Corvane::setMaterialSource(const MaterialSource &source)
 {
     materialSource() = source;
+}
+
+QHash<QUuid, QUuid> DocumentBlock::materialAliases(const Corvane &document,
+                                                   const QSet<QUuid> &materialIds)
+{
+    QHash<QUuid, QUuid> aliases;
+    const auto &own = document.materials();
+    for (const QUuid &id : materialIds) {
+        const auto listed = id.isNull() || own.contains(id) ? std::nullopt : cataloguedMaterial(id);
+        if (!listed || !listed->isBuiltIn)
+            continue;
+        const auto copy = std::find_if(own.cbegin(), own.cend(), [&listed](const auto &material) {
+            return material.isBuiltIn && material.name == listed->name &&
+                   material.material == listed->material;
+        });
+        if (copy != own.cend())
+            aliases.insert(id, copy.key());
+    }
+    return aliases;
 }
 
 QVariantMap DocumentBlock::write(const Corvane &document, const Used &used)

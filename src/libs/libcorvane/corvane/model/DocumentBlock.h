@@ -4,6 +4,7 @@
 #include <corvane/model/VarsetTable.h>
 #include <corvane/registry/Definition.h>
 
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QStringList>
@@ -31,6 +32,11 @@ public:
     /// document lacks are taken from the process-wide catalogue. Vectors and colours become lists
     /// of numbers.
     static QVariantMap write(const Corvane &document, const Used &used);
+    /// Of built-in materials that are used and that the document has a copy of, from a session in
+    /// which they had other ids: to the id of that copy. The block is written without them, and
+    /// nodes have to name the copy.
+    static QHash<QUuid, QUuid> materialAliases(const Corvane &document,
+                                               const QSet<QUuid> &materialIds);
 
     /// Makes the document hold what the block gives; what the block does not have is left as it is.
     /// Variables are replaced as a whole. sceneChanged() comes once, at the end. Items and roots

@@ -24,11 +24,14 @@ SceneVersion1Writer::SceneVersion1Writer(const Corvane &scene)
     : m_scene(scene)
 {
     QSet<QString> seen;
+    QSet<QUuid> materialIds;
     for (const SceneItem &item : scene.m_items.items()) {
         if (seen.contains(item.name))
             m_sharedNames.insert(item.name);
         seen.insert(item.name);
+        materialIds.insert(item.materialId);
     }
+    m_materialAliases = DocumentBlock::materialAliases(scene, materialIds);
 }
 
 QVariantMap SceneVersion1Writer::write() const
@@ -66,6 +69,9 @@ void SceneVersion1Writer::writeItems(QVariantMap &block) const
 QVariantMap SceneVersion1Writer::itemMap(const SceneItem &item) const
 {
     QVariantMap map = plainForFile(item.toVariantMap()).toMap();
+    const auto alias = m_materialAliases.constFind(item.materialId);
+    if (alias != m_materialAliases.cend())
+        map.insert(u"materialId"_s, alias->toString());
     const QVariant stored = item.typeData.value(u"params"_s);
     if (item.itemType != ItemTypes::Sdf || stored.typeId() != QMetaType::QVariantMap)
         return map;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QSet>
 #include <QString>
 #include <QUuid>
@@ -35,6 +36,7 @@ private:
 
     const Corvane &m_scene;
     QSet<QString> m_sharedNames; ///< names that several items have
+    QHash<QUuid, QUuid> m_materialAliases;
 };
 
 } // namespace corvane::model

@@ -10,9 +10,12 @@ namespace corvane::model {
 
 namespace {
 
+using MaterialAliases = QHash<QUuid, QUuid>;
+
 /// A node as it stands under its key: other nodes are named by keys, and the name is left to the
 /// key where that is the name. A node without a name is called as its key from then on.
-QVariantMap nodeMap(const LogicalInstance &node, const NodeKeys &keys)
+QVariantMap nodeMap(const LogicalInstance &node, const NodeKeys &keys,
+                    const MaterialAliases &aliases)
 {
     QVariantMap map = node.toVariantMap();
     map.remove(u"id"_s);
@@ -23,17 +26,20 @@ QVariantMap nodeMap(const LogicalInstance &node, const NodeKeys &keys)
         if (const QString key = keys.keyOf(child); !key.isEmpty())
             children.append(key);
     }
+    if (const auto alias = aliases.constFind(node.materialId); alias != aliases.cend())
+        map.insert(u"materialId"_s, alias->toString(QUuid::WithoutBraces));
     map.remove(u"children"_s);
     if (!children.isEmpty())
         map.insert(u"children"_s, children);
     return map;
 }
 
-QVariantMap nodesMap(const QList<const LogicalInstance *> &nodes, const NodeKeys &keys)
+QVariantMap nodesMap(const QList<const LogicalInstance *> &nodes, const NodeKeys &keys,
+                     const MaterialAliases &aliases)
 {
     QVariantMap map;
     for (const LogicalInstance *node : nodes)
-        map.insert(keys.keyOf(node->id), nodeMap(*node, keys));
+        map.insert(keys.keyOf(node->id), nodeMap(*node, keys, aliases));
     return map;
 }
 
@@ -50,7 +56,8 @@ void insertUnlessEmpty(QVariantMap &map, const QString &key, const QString &text
         map.insert(key, text);
 }
 
-QVariantMap componentMap(const component::ComponentDefinition &definition)
+QVariantMap componentMap(const component::ComponentDefinition &definition,
+                         const MaterialAliases &aliases)
 {
     const QList<LogicalInstance> structure = structureNodesOf(definition);
     QList<const LogicalInstance *> nodes;
@@ -62,7 +69,7 @@ QVariantMap componentMap(const component::ComponentDefinition &definition)
         if (const QString item = keys.keyOf(promotion.targetNode); !item.isEmpty())
             interface.append(promotionMap(promotion, item));
     }
-    QVariantMap map{{u"instances"_s, nodesMap(nodes, keys)},
+    QVariantMap map{{u"instances"_s, nodesMap(nodes, keys, aliases)},
                     {u"root"_s, keys.keyOf(definition.structureRootId())}};
     insertUnlessEmpty(map, u"name"_s, definition.name);
     insertUnlessEmpty(map, u"category"_s, definition.category);
@@ -111,7 +118,7 @@ QVariantMap SceneVersion2Writer::write(const QVariantMap &documentBlock) const
     const NodeKeys keys(m_nodes, {});
     QVariantMap block = documentBlock;
     block.insert(u"version"_s, 2);
-    block.insert(u"instances"_s, nodesMap(m_nodes, keys));
+    block.insert(u"instances"_s, nodesMap(m_nodes, keys, m_materialAliases));
     block.insert(u"roots"_s, rootsList(keys));
     if (!m_components.isEmpty())
         block.insert(u"components"_s, componentsMap());
@@ -137,7 +144,7 @@ QVariantMap SceneVersion2Writer::componentsMap() const
 {
     QVariantMap map;
     for (const component::ComponentDefinition &definition : m_components) {
-        QVariantMap entry = componentMap(definition);
+        QVariantMap entry = componentMap(definition, m_materialAliases);
         QString key = definition.id;
         if (!SceneKeys::isSafeForNode(key) && QUuid::fromString(key).isNull()) {
             key = SceneKeys::idOf(u"component "_s + key).toString(QUuid::WithoutBraces);

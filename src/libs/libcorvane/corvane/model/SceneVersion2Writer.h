@@ -25,6 +25,8 @@ public:
     /// {formatVersion: 2, corvane: block}; the block has the keys of `documentBlock` and the nodes,
     /// components and roots.
     QVariantMap write(const QVariantMap &documentBlock) const;
+    /// Materials that the nodes name, and what they are called in the file.
+    void setMaterialAliases(const QHash<QUuid, QUuid> &aliases) { m_materialAliases = aliases; }
 
 private:
     QVariantList rootsList(const NodeKeys &keys) const;
@@ -34,6 +36,7 @@ private:
     const LogicalScene &m_scene;
     QList<const LogicalInstance *> m_nodes; ///< those that are written, in order
     QMap<QString, component::ComponentDefinition> m_components;
+    QHash<QUuid, QUuid> m_materialAliases;
 };
 
 } // namespace corvane::model
