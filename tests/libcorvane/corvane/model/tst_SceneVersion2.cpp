@@ -347,8 +347,9 @@ void TstSceneVersion2::materialsAreFoundAgain()
     // A node that is made in that run names the catalogue's, and is written with the file's.
     const QUuid oldId = gold.id;
     gold.id = QUuid::createUuid();
-    Corvane::setMaterialSource(
-        [&gold](const QUuid &id) { return id == gold.id ? std::optional(gold) : std::nullopt; });
+    Corvane::setMaterialSource([&gold](const QUuid &wanted) {
+        return wanted == gold.id ? std::optional(gold) : std::nullopt;
+    });
     LogicalScene &tree = *result.logicalScene;
     tree.setInstanceMaterial(tree.addInstance(u"box"_s), {}, gold.id);
     const auto again = parse(CorvaneDSLSerializer::serializeLogical(tree, loaded));
