@@ -9,8 +9,6 @@
 #include <corvane/ops/OpContext.h>
 #include <corvane/ops/SceneSnapshot.h>
 
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 namespace corvane::ops {
@@ -277,6 +275,15 @@ void restoreExpressions(OpContext &context, const QVariantMap &expressions)
     const model::LogicalScene::Batch batch(*context.tree);
     restoreComponents(context, expressions.value(componentsKey).toMap());
     restoreNodes(context, expressions.value(nodesKey).toMap());
+}
+
+void renameWithoutRewriting(OpContext &context, const std::function<void()> &rename)
+{
+    QVariantMap before = captureExpressions(context);
+    rename();
+    QVariantMap after = captureExpressions(context);
+    keepDifferences(before, after);
+    restoreExpressions(context, before);
 }
 
 void renameVariableInExpressions(OpContext &context, const QString &oldName, const QString &newName)

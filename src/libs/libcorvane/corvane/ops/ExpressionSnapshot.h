@@ -3,6 +3,8 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <functional>
+
 namespace corvane::ops {
 
 struct OpContext;
@@ -16,6 +18,10 @@ QVariantMap captureExpressions(const OpContext &context);
 void keepDifferences(QVariantMap &before, QVariantMap &after);
 /// Brings back what a map recorded; places that are gone are passed over.
 void restoreExpressions(OpContext &context, const QVariantMap &expressions);
+
+/// Does a rename that is taken back or done again. Who follows it rewrites every expression that
+/// reads the name, those too that had read it in vain before: all are put back as they were.
+void renameWithoutRewriting(OpContext &context, const std::function<void()> &rename);
 
 /// Rewrites a variable's name wherever the scene's expressions read it.
 void renameVariableInExpressions(OpContext &context, const QString &oldName,

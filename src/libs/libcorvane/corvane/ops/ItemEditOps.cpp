@@ -179,6 +179,17 @@ QString typeDataKey(const QString &key)
     return key == "parameters"_L1 ? u"params"_s : key;
 }
 
+void setName(OpContext &context, const QUuid &id, const QString &name)
+{
+    if (context.node(id)) {
+        context.tree->setInstanceName(id, name);
+        return;
+    }
+    model::SceneItem item = context.document.item(id);
+    item.name = name;
+    context.document.updateItem(item);
+}
+
 } // namespace
 
 OpOutcome applyItemRename(OpContext &context, const OpCall &call)
@@ -192,7 +203,7 @@ OpOutcome applyItemRename(OpContext &context, const OpCall &call)
                     .after = {{u"name"_s, name}},
                     .textArgs = {name}};
     QVariantMap expressionsBefore = captureExpressions(context);
-    restoreName(context, id, change.after);
+    setName(context, id, name);
     QVariantMap expressionsAfter = captureExpressions(context);
     keepDifferences(expressionsBefore, expressionsAfter);
     if (expressionsBefore != expressionsAfter) {
@@ -204,14 +215,8 @@ OpOutcome applyItemRename(OpContext &context, const OpCall &call)
 
 void restoreName(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
-    const QString name = state.value(u"name"_s).toString();
-    if (context.node(itemId)) {
-        context.tree->setInstanceName(itemId, name);
-    } else {
-        model::SceneItem item = context.document.item(itemId);
-        item.name = name;
-        context.document.updateItem(item);
-    }
+    renameWithoutRewriting(context,
+                           [&] { setName(context, itemId, state.value(u"name"_s).toString()); });
     restoreExpressions(context, state.value(u"expressions"_s).toMap());
 }
 

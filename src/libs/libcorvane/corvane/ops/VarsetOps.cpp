@@ -266,7 +266,11 @@ void restoreVariableName(OpContext &context, const QUuid &, const QVariantMap &s
     const QString varset = state.value(u"varsetName"_s).toString();
     const Address target{varset, state.value(u"targetName"_s).toString()};
     const Address other{varset, state.value(u"otherName"_s).toString()};
-    if (!context.document.renameVariable(other.fullName(), target.fullName())) {
+    bool isRenamed = false;
+    renameWithoutRewriting(context, [&] {
+        isRenamed = context.document.renameVariable(other.fullName(), target.fullName());
+    });
+    if (!isRenamed) {
         // A file may give an entry of a varset a name with dots, which no rename would give it.
         VarsetTable table = context.document.variables();
         const VarsetEntry entry = entriesOf(table, varset).value(other.name);
