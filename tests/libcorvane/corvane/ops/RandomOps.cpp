@@ -71,10 +71,13 @@ CorvaneOp RandomOps::next()
 {
     if (m_fixture.tree.instances().size() > manyNodes)
         return {OpKind::ItemRemove, {{u"itemId"_s, node()}}};
-    if (m_fixture.document->items().size() > manyItems)
+    if (itemNames().size() > manyItems)
         return {OpKind::ItemRemove, {{u"itemId"_s, item()}}};
     if (m_fixture.tree.componentRegistry()->definitions().size() > manyComponents)
         return {OpKind::ComponentExplode, componentExplode()};
+    // Else a session's branch is hardly ever there still when its turn comes.
+    if (!m_sessions.isEmpty() && m_fixture.tree.contains(m_sessions.last().second) && chance(10))
+        return {OpKind::ComponentEditCommit, componentEditCommit()};
     const Maker &maker = makers().at(below(int(makers().size())));
     return {maker.kind, (this->*maker.args)()};
 }
@@ -111,8 +114,18 @@ QUuid RandomOps::node()
 QUuid RandomOps::item()
 {
     // By name: the ids, and with them the order of the items, are others in each run.
-    return m_fixture.document->nameIndex().value(pickText(m_fixture.document->nameIndex().keys()),
-                                                 QUuid::createUuid());
+    return m_fixture.document->nameIndex().value(pickText(itemNames()), QUuid::createUuid());
+}
+
+QStringList RandomOps::itemNames()
+{
+    QStringList names;
+    const QMap<QString, QUuid> index = m_fixture.document->nameIndex();
+    for (auto it = index.cbegin(); it != index.cend(); ++it) {
+        if (!m_fixture.document->item(*it).hasTag(model::ItemTags::Compiled))
+            names.append(it.key());
+    }
+    return names;
 }
 
 QUuid RandomOps::anything()

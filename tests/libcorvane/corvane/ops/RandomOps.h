@@ -41,6 +41,8 @@ private:
     static const QList<Maker> &makers();
     bool chance(int percent) { return below(100) < percent; }
     QUuid item();
+    /// Of the items that are no part of the compiled tree, which nobody edits by hand.
+    QStringList itemNames();
     QUuid pick(const QList<QUuid> &ids);
     QString pickText(const QStringList &texts);
     QVariant value();

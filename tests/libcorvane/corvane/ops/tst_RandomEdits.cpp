@@ -174,17 +174,24 @@ void TstRandomEdits::everyKindIsMade()
 void TstRandomEdits::everyStepIsExact_data()
 {
     QTest::addColumn<quint32>("seed");
+    QTest::addColumn<bool>("inEditor");
     // More rounds by hand: CORVANE_EDIT_ROUNDS=100 for a hundred thousand ops.
     const int rounds = qEnvironmentVariableIntValue("CORVANE_EDIT_ROUNDS");
-    for (quint32 seed = 1; seed <= quint32(std::max(rounds, 1)); ++seed)
-        QTest::addRow("seed %u", seed) << seed;
+    for (quint32 seed = 1; seed <= quint32(std::max(rounds, 1)); ++seed) {
+        QTest::addRow("seed %u", seed) << seed << false;
+        QTest::addRow("seed %u, followed as in an editor", seed) << seed << true;
+    }
 }
 
 void TstRandomEdits::everyStepIsExact()
 {
     QFETCH(const quint32, seed);
+    QFETCH(const bool, inEditor);
     OpFixture fixture;
     fill(fixture);
+    std::optional<EditorFollowers> followers;
+    if (inEditor)
+        followers.emplace(fixture);
     RandomOps random(fixture, seed);
     connect(&fixture.executor, &ops::CorvaneOpExecutor::applied, this,
             [this](const QString &kind) { m_done.insert(kind); });
