@@ -1,0 +1,63 @@
+#pragma once
+
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/ops/CorvaneServiceLocator.h>
+#include <corvane/tasks/CorvaneTasks.h>
+#include <corvane/zirn/ZirnTaskContext.h>
+#include <corvane/zirn/ZirnTaskRegistry.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace corvane::zirn {
+
+/// A scene that is open, and the tasks.
+struct TaskFixture
+{
+    QSharedPointer<model::Corvane> document = model::Corvane::create();
+    model::LogicalScene tree;
+    ops::CorvaneOpExecutor executor{document};
+    ZirnTaskRegistry registry;
+
+    TaskFixture()
+    {
+        executor.setLogicalScene(&tree);
+        auto &locator = ops::CorvaneServiceLocator::instance();
+        locator.clear();
+        locator.setScene(document);
+        locator.setExecutor(&executor);
+        registerCorvaneTasks(&registry);
+    }
+    ~TaskFixture()
+    {
+        ops::CorvaneServiceLocator::instance().clear();
+        document->unregisterFileScopedDefinitions();
+    }
+
+    ZirnTaskResult call(const QString &task, const QVariantMap &arguments = {})
+    {
+        ZirnTaskContext context(QStringLiteral("test"));
+        return registry.task(task)->execute(ZirnTaskParams(arguments), &context);
+    }
+    /// The id of a new node.
+    QString add(const QString &definitionId, const QVariantMap &more = {})
+    {
+        QVariantMap arguments{{QStringLiteral("itemType"), QStringLiteral("sdf")},
+                              {QStringLiteral("definitionId"), definitionId}};
+        arguments.insert(more);
+        return call(QStringLiteral("corvane.item.add"), arguments)
+            .outputs.value(QStringLiteral("itemId"));
+    }
+    QJsonObject item(const QString &id)
+    {
+        const auto result =
+            call(QStringLiteral("corvane.scene.get_item"), {{QStringLiteral("itemId"), id}});
+        const QByteArray json = result.outputs.value(QStringLiteral("item")).toUtf8();
+        return QJsonDocument::fromJson(json).object();
+    }
+};
+
+} // namespace corvane::zirn

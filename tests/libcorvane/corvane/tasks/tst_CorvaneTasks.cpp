@@ -1,0 +1,432 @@
+#include "TaskFixture.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUndoStack>
+
+using namespace Qt::StringLiterals;
+using namespace corvane;
+using namespace corvane::zirn;
+
+namespace {
+
+QVariantMap mapOf(const char *json)
+{
+    return QJsonDocument::fromJson(json).object().toVariantMap();
+}
+
+const char *const validationText = "^Failed to .+: .+ State: .+\\.( Suggestion: .+\\.)?$";
+
+} // namespace
+
+class TstCorvaneTasks : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void catalogueIsRegisteredOnce();
+    void rowsDescribeThemselves_data();
+    void rowsDescribeThemselves();
+    void examplesRun_data();
+    void examplesRun();
+    void failuresSayWhatRemains_data();
+    void failuresSayWhatRemains();
+    void nothingRunsWithoutScene_data();
+    void nothingRunsWithoutScene();
+    void axesThatAreNotGivenStay();
+    void idsWorkForBothStores();
+    void variablesKeepWhatIsNotGiven();
+    void textsAreReadAsWhatTheyHold();
+    void treesPutParentsFirst_data();
+    void treesPutParentsFirst();
+    void brokenTrees_data();
+    void brokenTrees();
+    void failedTreesStayAsOneBatch();
+
+private:
+    QVariantMap exampleArguments(TaskFixture &fixture, const TaskRow &row);
+
+    QTemporaryDir m_home;
+};
+
+void TstCorvaneTasks::initTestCase()
+{
+    qputenv("XDG_DATA_HOME", m_home.path().toLocal8Bit());
+    TaskFixture().add(u"sphere"_s); // the registry logs what it loads at its first use
+}
+
+void TstCorvaneTasks::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+}
+
+void TstCorvaneTasks::catalogueIsRegisteredOnce()
+{
+    TaskFixture fixture;
+    const auto first = fixture.registry.task(u"corvane.item.add"_s);
+    QCOMPARE(fixture.registry.count(), taskCatalogue().size());
+    registerCorvaneTasks(&fixture.registry);
+    QCOMPARE(fixture.registry.count(), taskCatalogue().size());
+    QCOMPARE(fixture.registry.task(u"corvane.item.add"_s), first);
+}
+
+void TstCorvaneTasks::rowsDescribeThemselves_data()
+{
+    QTest::addColumn<const TaskRow *>("row");
+    for (const TaskRow *row : taskCatalogue())
+        QTest::newRow(row->name.data()) << row;
+}
+
+void TstCorvaneTasks::rowsDescribeThemselves()
+{
+    QFETCH(const TaskRow *, row);
+    TaskFixture fixture;
+    const ZirnTask &task = *fixture.registry.task(row->name);
+    QVERIFY(!task.description.isEmpty() && !task.tags.isEmpty() && !task.scopes.isEmpty());
+    QCOMPARE(task.requiredCaps, QSet<QString>{u"cad-editing"_s});
+    const bool isCamera = task.tags.contains(u"camera"_s);
+    const bool isRead = row->kind == TaskKind::Query || isCamera ||
+                        task.name == "mesh.bench.query"_L1 || task.name == "mesh.bench.compare"_L1;
+    QCOMPARE(dangerOf(&task), isRead ? TaskDanger::Safe : TaskDanger::Unsafe);
+    QCOMPARE(task.readOnly, isRead);
+    const QJsonObject example = QJsonDocument::fromJson(task.example.toUtf8()).object();
+    QCOMPARE(example.value("task"_L1).toString(), task.name);
+    const bool isMesh = task.name.startsWith("mesh."_L1);
+    QCOMPARE(task.params.isEmpty() && isMesh, isMesh);
+    const QJsonObject arguments = example.value(isMesh ? "params"_L1 : "args"_L1).toObject();
+    for (const ZirnTaskParamDescriptor &param : task.params) {
+        QVERIFY2(!param.description.isEmpty(), qPrintable(param.name));
+        QVERIFY2(!param.required || arguments.contains(param.name), qPrintable(param.name));
+    }
+}
+
+/// The arguments of the example, with what its sample ids stand for.
+QVariantMap TstCorvaneTasks::exampleArguments(TaskFixture &fixture, const TaskRow &row)
+{
+    const QJsonObject example = QJsonDocument::fromJson(row.example.toString().toUtf8()).object();
+    QVariantMap arguments = example.value("args"_L1).toObject().toVariantMap();
+    const QString name = row.name;
+    QString id = fixture.add(u"box"_s, {{u"name"_s, u"MySphere"_s}});
+    if (name.startsWith("corvane.material."_L1)) {
+        id = fixture.call(u"corvane.material.add"_s, {{u"name"_s, u"Chrome"_s}})
+                 .outputs.value(u"materialId"_s);
+    } else if (name == "corvane.undo_batch"_L1) {
+        const QVariantMap tree = mapOf(R"({"instances": {"a": {"definition": "sphere"}}})");
+        id = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}})
+                 .outputs.value(u"batchId"_s);
+    } else if (name.startsWith("corvane.varset."_L1)) {
+        fixture.call(u"corvane.varset.set_variable"_s,
+                     {{u"name"_s, u"radius"_s}, {u"value"_s, 1.0}});
+        const bool needsVarset = name.endsWith("remove_named"_L1) || name.endsWith("entry"_L1);
+        if (needsVarset)
+            fixture.call(u"corvane.varset.add_named"_s, {{u"varsetName"_s, u"Sizes"_s}});
+    } else if (name.endsWith("definition.remove"_L1) || name.endsWith("definition.update"_L1)) {
+        const ZirnTask &add = *fixture.registry.task(u"corvane.definition.add"_s);
+        fixture.call(add.name, QJsonDocument::fromJson(add.example.toUtf8())
+                                   .object()
+                                   .value("args"_L1)
+                                   .toObject()
+                                   .toVariantMap());
+    }
+    for (QVariant &value : arguments) {
+        if (value == u"abc-123"_s)
+            value = id;
+    }
+    return arguments;
+}
+
+void TstCorvaneTasks::examplesRun_data()
+{
+    rowsDescribeThemselves_data();
+}
+
+void TstCorvaneTasks::examplesRun()
+{
+    QFETCH(const TaskRow *, row);
+    TaskFixture fixture;
+    const QVariantMap arguments = exampleArguments(fixture, *row);
+    const int steps = fixture.executor.undoStack()->index();
+    const ZirnTaskResult result = fixture.call(row->name, arguments);
+    if (row->kind == TaskKind::Plain) {
+        // Without a window, files and a queue they say what they lack.
+        QVERIFY(!result.success);
+        QVERIFY2(QRegularExpression(
+                     u"^Failed to .+ State: unchanged\\.|^mesh.bench.run needs 'scenesDir'. "
+                     u"State: unchanged\\."_s)
+                     .match(result.message)
+                     .hasMatch(),
+                 qPrintable(result.message));
+        return;
+    }
+    QVERIFY2(result.success, qPrintable(result.message));
+    const QStringList promised = fixture.registry.task(row->name)->outputs;
+    for (const QString &key : promised)
+        QVERIFY2(result.outputs.contains(key), qPrintable(key));
+    QVERIFY2(!result.message.contains(u'{') || row->query, qPrintable(result.message));
+    const bool undoes = row->name == "corvane.undo_batch"_L1;
+    const bool edits = row->kind == TaskKind::Mutation;
+    const bool mayBeNoChange = row->name == "corvane.item.set_parent"_L1 ||
+                               row->name == "corvane.varset.move_entry"_L1 ||
+                               row->name == "corvane.varset.reorder"_L1;
+    if (!mayBeNoChange)
+        QCOMPARE(fixture.executor.undoStack()->index() - steps, undoes ? -1 : edits ? 1 : 0);
+}
+
+void TstCorvaneTasks::failuresSayWhatRemains_data()
+{
+    QTest::addColumn<QString>("task");
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QString>("message");
+    const QString noId = u"{00000000-0000-0000-0000-000000000001}"_s;
+    QTest::newRow("remove: nothing given")
+        << u"corvane.item.remove"_s << QVariantMap()
+        << u"Failed to remove item: itemId is required. State: unchanged. Suggestion: provide the "
+           u"UUID of the item to remove."_s;
+    QTest::newRow("remove: unknown")
+        << u"corvane.item.remove"_s << QVariantMap{{u"itemId"_s, noId}}
+        << u"Failed to remove item %1: not found. State: unchanged. Suggestion: check itemId or "
+           u"run corvane.scene.list_items."_s.arg(noId);
+    QTest::newRow("a list as id") << u"corvane.item.rename"_s
+                                  << mapOf(R"({"itemId": [1], "newName": {"a": 1}})") << QString();
+    QTest::newRow("add: unknown definition")
+        << u"corvane.item.add"_s << mapOf(R"({"itemType": "sdf", "definitionId": "nothing"})")
+        << u"Failed to add item: definition 'nothing' not found. State: unchanged. Suggestion: "
+           u"check definitionId or run corvane.scene.list_definitions."_s;
+    QTest::newRow("add: unknown type")
+        << u"corvane.item.add"_s << mapOf(R"({"itemType": "lamp"})") << QString();
+    QTest::newRow("transform: a text as number")
+        << u"corvane.item.set_transform"_s << mapOf(R"({"itemId": "abc", "tx": "wide"})")
+        << QString();
+    QTest::newRow("variable: unknown")
+        << u"corvane.varset.remove_variable"_s << mapOf(R"({"name": "w"})")
+        << u"Failed to remove variable w: not found. State: unchanged. Suggestion: check name or "
+           u"run corvane.varset.list."_s;
+    QTest::newRow("search: no filter")
+        << u"corvane.scene.search_items"_s << QVariantMap()
+        << u"Failed to search items: at least one of namePattern, type, or tag is required. State: "
+           u"unchanged. Suggestion: provide a search criterion."_s;
+    QTest::newRow("item: nothing given")
+        << u"corvane.scene.get_item"_s << QVariantMap()
+        << u"Failed to get item: itemId or name is required. State: unchanged. Suggestion: provide "
+           u"one of itemId or name."_s;
+    QTest::newRow("batch: unknown")
+        << u"corvane.undo_batch"_s << mapOf(R"({"batchId": "x"})")
+        << u"Failed to undo batch x: batch not found or already undone. State: unchanged. "
+           u"Suggestion: check batchId or run corvane.list_batches."_s;
+    QTest::newRow("camera: no window")
+        << u"corvane.camera.reset"_s << QVariantMap()
+        << u"Failed to reset camera: Corvane UI not available (no camera bridge registered). "
+           u"State: unchanged. Suggestion: open Corvane first."_s;
+    QTest::newRow("bench: a parameter missing")
+        << u"mesh.bench.run"_s << mapOf(R"({"scenesDir": "a", "definitionsDir": "b"})")
+        << u"mesh.bench.run needs 'dbPath'. State: unchanged."_s;
+    QTest::newRow("bench: no results")
+        << u"mesh.bench.query"_s << mapOf(R"({"dbPath": "/nowhere/b.db"})") << QString();
+    QTest::newRow("export: no scene")
+        << u"mesh.export"_s
+        << mapOf(R"({"scenePath": "/nowhere/a.corvane", "outputPath": "/x.stl"})") << QString();
+}
+
+void TstCorvaneTasks::failuresSayWhatRemains()
+{
+    QFETCH(QString, task);
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QString, message);
+    TaskFixture fixture;
+    const QString before = fixture.document->stateFingerprint();
+    const ZirnTaskResult result = fixture.call(task, arguments);
+    QVERIFY(!result.success);
+    if (!message.isEmpty())
+        QCOMPARE(result.message, message);
+    if (task != "mesh.bench.run"_L1)
+        QVERIFY2(QRegularExpression(QLatin1String(validationText)).match(result.message).hasMatch(),
+                 qPrintable(result.message));
+    QCOMPARE(fixture.document->stateFingerprint(), before);
+    QVERIFY(fixture.tree.instances().isEmpty());
+}
+
+void TstCorvaneTasks::nothingRunsWithoutScene_data()
+{
+    rowsDescribeThemselves_data();
+}
+
+void TstCorvaneTasks::nothingRunsWithoutScene()
+{
+    QFETCH(const TaskRow *, row);
+    TaskFixture fixture;
+    ops::CorvaneServiceLocator::instance().clear();
+    const ZirnTaskResult result = fixture.call(row->name);
+    QVERIFY(!result.success);
+    if (row->kind != TaskKind::Plain)
+        QCOMPARE(result.message,
+                 u"Failed to execute %1: no Corvane scene loaded. State: unchanged. "
+                 u"Suggestion: open or create a scene first."_s.arg(row->name));
+}
+
+void TstCorvaneTasks::axesThatAreNotGivenStay()
+{
+    TaskFixture fixture;
+    const QString id = fixture.add(u"sphere"_s);
+    const auto move = [&](const QVariantMap &axes) {
+        QVariantMap arguments = axes;
+        arguments.insert(u"itemId"_s, id);
+        QVERIFY(fixture.call(u"corvane.item.set_transform"_s, arguments).success);
+    };
+    move({{u"tx"_s, 1}, {u"ty"_s, 2}, {u"sx"_s, 3}});
+    move({{u"ty"_s, 5}, {u"rz"_s, 90}});
+    QCOMPARE(fixture.item(id).value("translate"_L1).toArray(), (QJsonArray{1, 5, 0}));
+    QCOMPARE(fixture.item(id).value("rotate"_L1).toArray(), (QJsonArray{0, 0, 90}));
+    QCOMPARE(fixture.item(id).value("scale"_L1).toArray(), (QJsonArray{3, 1, 1}));
+}
+
+void TstCorvaneTasks::idsWorkForBothStores()
+{
+    TaskFixture fixture;
+    const QString node = fixture.add(u"union"_s);
+    const QString child =
+        fixture.add(u"sphere"_s, {{u"parentId"_s, node},
+                                  {u"typeData"_s, mapOf(R"({"parameters": {"radius": 4}})")}});
+    const QString group = fixture.call(u"corvane.item.add"_s, {{u"itemType"_s, u"group"_s}})
+                              .outputs.value(u"itemId"_s);
+    QCOMPARE(fixture.item(child).value("parameters"_L1).toObject().value("radius"_L1).toInt(), 4);
+    for (const QString &id : {node, child, group}) {
+        const ZirnTaskResult renamed = fixture.call(
+            u"corvane.item.rename"_s, {{u"itemId"_s, id}, {u"newName"_s, u"N"_s + id.left(4)}});
+        QCOMPARE(renamed.message, u"Renamed item %1 to 'N%2'"_s.arg(id, id.left(4)));
+        QCOMPARE(fixture.item(id).value("name"_L1).toString(), u"N"_s + id.left(4));
+    }
+    QCOMPARE(fixture.call(u"corvane.scene.list_items"_s).outputs.value(u"count"_s), u"3"_s);
+    const auto children = fixture.call(u"corvane.scene.get_children"_s, {{u"parentId"_s, node}});
+    QVERIFY(children.outputs.value(u"children"_s).contains(child));
+    QVERIFY(fixture
+                .call(u"corvane.item.set_parent"_s,
+                      {{u"itemId"_s, child}, {u"newParentId"_s, QString()}})
+                .success);
+    QCOMPARE(fixture.call(u"corvane.scene.get_children"_s).outputs.value(u"count"_s), u"3"_s);
+}
+
+void TstCorvaneTasks::variablesKeepWhatIsNotGiven()
+{
+    TaskFixture fixture;
+    const QString task = u"corvane.varset.set_variable"_s;
+    QVERIFY(
+        fixture.call(task, mapOf(R"({"name": "w", "value": 4, "unit": "mm", "min": 1})")).success);
+    QVERIFY(fixture.call(task, mapOf(R"({"name": "w", "value": "=2*3", "max": 9})")).success);
+    model::VarsetEntry entry = fixture.document->variableEntry(u"w"_s);
+    QCOMPARE(entry.expression, u"2*3"_s);
+    QCOMPARE(entry.unit, u"mm"_s);
+    QCOMPARE(entry.constraints.min.toDouble(), 1.0);
+    QCOMPARE(entry.constraints.max.toDouble(), 9.0);
+    QVERIFY(fixture.call(task, mapOf(R"({"name": "w", "value": 5})")).success);
+    entry = fixture.document->variableEntry(u"w"_s);
+    QVERIFY(entry.expression.isEmpty());
+    QCOMPARE(entry.value.toDouble(), 5.0);
+}
+
+void TstCorvaneTasks::textsAreReadAsWhatTheyHold()
+{
+    TaskFixture fixture;
+    const QString id = fixture.add(u"box"_s);
+    const auto set = [&](const QVariant &value) {
+        fixture.call(u"corvane.sdf.set_parameter"_s,
+                     {{u"itemId"_s, id}, {u"paramName"_s, u"width"_s}, {u"value"_s, value}});
+        return fixture.item(id).value("parameters"_L1).toObject().value("width"_L1);
+    };
+    QCOMPARE(set(u"2.5"_s).toDouble(), 2.5);
+    QCOMPARE(set(u"=1+1"_s).toObject().value("expr"_L1).toString(), u"1+1"_s);
+    QVERIFY(fixture
+                .call(u"corvane.item.set_material"_s,
+                      {{u"itemId"_s, id}, {u"albedo"_s, u"[1, 0, 0]"_s}})
+                .success);
+}
+
+void TstCorvaneTasks::treesPutParentsFirst_data()
+{
+    QTest::addColumn<QVariant>("tree");
+    QTest::addColumn<QString>("childParent");
+    QTest::newRow("as a text")
+        << QVariant(uR"({"instances": {"z": {"definition": "union", "children": ["a"]},)"
+                    uR"("a": {"definition": "sphere"}}, "roots": ["z"]})"_s)
+        << u"z"_s;
+    QTest::newRow("roots left out")
+        << QVariant(mapOf(R"({"instances": {"z": {"definition": "union", "children": ["a"]},
+                                            "a": {"definition": "sphere"}}})"))
+        << u"z"_s;
+    QTest::newRow("a root that is a child")
+        << QVariant(mapOf(R"({"instances": {"z": {"definition": "union", "children": ["a"]},
+                                            "a": {"definition": "sphere"}}, "roots": ["a"]})"))
+        << u"z"_s;
+    QTest::newRow("two parents: the later key")
+        << QVariant(mapOf(R"({"instances": {"y": {"definition": "union", "children": ["a"]},
+                                            "z": {"definition": "union", "children": ["a"]},
+                                            "a": {"definition": "sphere"}}, "roots": ["y", "z"]})"))
+        << u"z"_s;
+}
+
+void TstCorvaneTasks::treesPutParentsFirst()
+{
+    QFETCH(QVariant, tree);
+    QFETCH(QString, childParent);
+    TaskFixture fixture;
+    const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
+    QVERIFY2(result.success, qPrintable(result.message));
+    QUuid child;
+    for (const auto &node : fixture.tree.instances()) {
+        if (node.name == "a"_L1)
+            child = node.id;
+    }
+    QCOMPARE(fixture.tree.instance(fixture.tree.parentOf(child))->name, childParent);
+    const QVariantMap batch{{u"batchId"_s, result.outputs.value(u"batchId"_s)}};
+    QVERIFY(fixture.call(u"corvane.undo_batch"_s, batch).success);
+    QVERIFY(fixture.tree.instances().isEmpty());
+}
+
+void TstCorvaneTasks::brokenTrees_data()
+{
+    QTest::addColumn<QVariant>("tree");
+    QTest::addColumn<QString>("cause");
+    QTest::newRow("nothing") << QVariant() << u"'tree' parameter is required."_s;
+    QTest::newRow("a number") << QVariant(3) << u"'tree' parameter is required."_s;
+    QTest::newRow("no JSON") << QVariant(u"{"_s) << u"'tree' must be a valid JSON object."_s;
+    QTest::newRow("no instances") << QVariant(mapOf(R"({"roots": []})"))
+                                  << u"'instances' map is empty or missing."_s;
+    QTest::newRow("a circle")
+        << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b"]},
+                                            "b": {"definition": "union", "children": ["a"]}}})"))
+        << u"cycle detected in children references."_s;
+}
+
+void TstCorvaneTasks::brokenTrees()
+{
+    QFETCH(QVariant, tree);
+    QFETCH(QString, cause);
+    TaskFixture fixture;
+    const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
+    QVERIFY2(result.message.startsWith(u"Failed to build tree: %1 State: unchanged. "_s.arg(cause)),
+             qPrintable(result.message));
+    QVERIFY(fixture.tree.instances().isEmpty());
+    QCOMPARE(fixture.executor.undoStack()->count(), 0);
+}
+
+void TstCorvaneTasks::failedTreesStayAsOneBatch()
+{
+    TaskFixture fixture;
+    const QVariantMap tree =
+        mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b", "c"]},
+                                "b": {"definition": "sphere"}, "d": {"definition": "sphere"},
+                                "e": {"definition": "sphere"}}, "roots": ["a"]})");
+    const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
+    QCOMPARE(
+        result.message,
+        u"Build tree failed at instance 2/5: Instance 'c' has no 'definition' field. State: 2 "
+        u"instances were created (undoable as batch). Suggestion: fix the tree description and "
+        u"retry."_s);
+    QCOMPARE(fixture.tree.instances().size(), 2);
+    QCOMPARE(fixture.executor.undoStack()->count(), 1);
+    QCOMPARE(fixture.executor.batches().size(), 1);
+}
+
+QTEST_MAIN(TstCorvaneTasks)
+#include "tst_CorvaneTasks.moc"

@@ -1,0 +1,132 @@
+#include "TaskFixture.h"
+
+#include <corvane/tasks/SceneErrorCounter.h>
+#include <corvane/tasks/SceneErrors.h>
+
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace corvane;
+using namespace corvane::zirn;
+
+class TstSceneErrors : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void newErrorsAreToldOnce();
+    void errorsSayWhereTheyStand();
+    void countFollowsAnyEdit();
+
+private:
+    QTemporaryDir m_home;
+};
+
+namespace {
+
+ZirnTaskResult setParameter(TaskFixture &fixture, const QString &id, const QString &value)
+{
+    return fixture.call(u"corvane.sdf.set_parameter"_s,
+                        {{u"itemId"_s, id}, {u"paramName"_s, u"radius"_s}, {u"value"_s, value}});
+}
+
+} // namespace
+
+void TstSceneErrors::initTestCase()
+{
+    qputenv("XDG_DATA_HOME", m_home.path().toLocal8Bit());
+    TaskFixture().add(u"sphere"_s);
+}
+
+void TstSceneErrors::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+}
+
+void TstSceneErrors::newErrorsAreToldOnce()
+{
+    TaskFixture fixture;
+    const QString id = fixture.add(u"sphere"_s);
+    setParameter(fixture, fixture.add(u"sphere"_s), u"=one"_s);
+    setParameter(fixture, fixture.add(u"sphere"_s), u"=two"_s);
+    const ZirnTaskResult third = setParameter(fixture, id, u"=three"_s);
+    QCOMPARE(third.outputs.value(u"error_count"_s), u"3"_s);
+    QCOMPARE(third.outputs.value(u"number_of_new_errors"_s), u"1"_s);
+    QVERIFY2(third.message.endsWith(
+                 u" NOTE: this introduced 1 new unresolved expression(s) (3 total). Call "
+                 u"corvane.scene.list_errors to see each broken node's path and error."_s),
+             qPrintable(third.message));
+    const ZirnTaskResult next =
+        fixture.call(u"corvane.item.rename"_s, {{u"itemId"_s, id}, {u"newName"_s, u"Ball"_s}});
+    QCOMPARE(next.outputs.value(u"number_of_new_errors"_s), u"0"_s);
+    const ZirnTaskResult repair = fixture.call(u"corvane.varset.set_variable"_s,
+                                               {{u"name"_s, u"three"_s}, {u"value"_s, 3.0}});
+    QCOMPARE(repair.outputs.value(u"error_count"_s), u"2"_s);
+    QCOMPARE(repair.outputs.value(u"number_of_new_errors"_s), u"0"_s);
+}
+
+void TstSceneErrors::errorsSayWhereTheyStand()
+{
+    TaskFixture fixture;
+    QCOMPARE(fixture.call(u"corvane.scene.list_errors"_s).message,
+             u"No unresolved expressions \u2014 the scene is clean."_s);
+    const QString top = fixture.add(u"union"_s, {{u"name"_s, u"Body"_s}});
+    const QString ball = fixture.add(u"sphere"_s, {{u"name"_s, u"Ball"_s}, {u"parentId"_s, top}});
+    setParameter(fixture, ball, u"=nowhere + 1"_s);
+    fixture.call(u"corvane.varset.set_variable"_s,
+                 {{u"name"_s, u"w"_s}, {u"value"_s, u"=missing"_s}});
+    const auto errors = scanSceneErrors(*fixture.document, &fixture.tree);
+    QCOMPARE(errors.size(), 2);
+    QCOMPARE(errors.at(0).path, u"Body/Ball"_s);
+    QCOMPARE(errors.at(0).itemId, ball);
+    QCOMPARE(errors.at(0).location, u"radius"_s);
+    QCOMPARE(errors.at(0).expression, u"nowhere + 1"_s);
+    QVERIFY(!errors.at(0).error.isEmpty());
+    QCOMPARE(errors.at(1).path, u"varset"_s);
+    QCOMPARE(errors.at(1).location, u"varset:Default.w"_s);
+}
+
+void TstSceneErrors::countFollowsAnyEdit()
+{
+    TaskFixture fixture;
+    QRandomGenerator random(7);
+    QStringList ids;
+    const QStringList names{u"a"_s, u"b"_s, u"c"_s};
+    for (int step = 0; step < 300; ++step) {
+        const QString name = names.at(random.bounded(3));
+        const QString id = ids.isEmpty() ? QString() : ids.at(random.bounded(int(ids.size())));
+        switch (random.bounded(id.isEmpty() ? 2 : 6)) {
+        case 0:
+            ids.append(fixture.add(u"sphere"_s));
+            break;
+        case 1:
+            fixture.call(u"corvane.varset.set_variable"_s,
+                         {{u"name"_s, name}, {u"value"_s, random.bounded(9)}});
+            break;
+        case 2:
+            if (fixture.document->hasVariable(name))
+                fixture.call(u"corvane.varset.remove_variable"_s, {{u"name"_s, name}});
+            break;
+        case 3:
+            setParameter(fixture, id, u'=' + name);
+            break;
+        case 4:
+            fixture.call(u"corvane.item.remove"_s, {{u"itemId"_s, id}});
+            ids.removeAll(id);
+            break;
+        case 5:
+            fixture.call(u"corvane.item.duplicate"_s, {{u"sourceId"_s, id}});
+            break;
+        }
+        const SceneAccess access = SceneAccess::current();
+        QCOMPARE(SceneErrorCounter::of(access).count(),
+                 int(scanSceneErrors(*fixture.document, &fixture.tree).size()));
+    }
+}
+
+QTEST_MAIN(TstSceneErrors)
+#include "tst_SceneErrors.moc"
