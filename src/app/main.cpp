@@ -1,5 +1,8 @@
 #include "CorvaneMain.h"
 
+#include <store/ShutdownLifecycle.h>
+
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -7,6 +10,7 @@
 int main(int argc, char **argv)
 {
     const int status = CorvaneMain::run(argc, argv);
+    store::ShutdownLifecycle::instance().finishWork(std::chrono::seconds(5));
     std::cout.flush();
     std::cerr.flush();
     std::fflush(stdout);

@@ -50,7 +50,7 @@ bool ScenePanelModelAdapter::moveItem(const QUuid &id, const QUuid &parentId, in
 }
 
 /// The place for the op. The nodes of a tree stand in front of the items of the document, and the
-/// op counts the siblings of an item without the item, compiled ones among them.
+/// op counts the siblings of an item without the item and without those that stand for nodes.
 int ScenePanelModelAdapter::opIndex(const QUuid &id, const QUuid &parentId, int index) const
 {
     if (index < 0 || isNode(id) || !m_document)
@@ -64,7 +64,9 @@ int ScenePanelModelAdapter::opIndex(const QUuid &id, const QUuid &parentId, int 
     if (next >= shown.size())
         return -1;
     QList<QUuid> siblings = m_document->hierarchyChildIds(parentId);
-    siblings.removeOne(id);
+    siblings.removeIf([this, &id](const QUuid &sibling) {
+        return sibling == id || m_document->item(sibling).hasTag(model::ItemTags::Compiled);
+    });
     return int(siblings.indexOf(shown.at(next)));
 }
 

@@ -117,7 +117,7 @@ public:
     /// False, and nothing changed, for an unknown item or parent, or where a cycle would arise.
     bool setParent(const QUuid &child, const QUuid &parent);
     /// Also puts the item at `index` among its siblings (at the end when out of range) and numbers
-    /// them anew.
+    /// them anew. Compiled items are no siblings of others.
     bool moveHierarchyItem(const QUuid &id, const QUuid &newParent, int index);
     /// The nearest "sdf_domain" above the item, null when there is none.
     QUuid domainForItem(const QUuid &id) const;

@@ -55,8 +55,9 @@ bool Corvane::moveHierarchyItem(const QUuid &id, const QUuid &newParent, int ind
         return false;
     QList<QUuid> siblings = m_items.childIds(newParent);
     // Compiled items stand for nodes of a tree, and have no place among those that are shown.
-    siblings.removeIf([this, &id](const QUuid &sibling) {
-        return sibling == id || m_items.find(sibling)->hasTag(ItemTags::Compiled);
+    const bool isShown = !m_items.find(id)->hasTag(ItemTags::Compiled);
+    siblings.removeIf([&](const QUuid &sibling) {
+        return sibling == id || (isShown && m_items.find(sibling)->hasTag(ItemTags::Compiled));
     });
     const bool outside = index < 0 || index > siblings.size();
     siblings.insert(outside ? siblings.size() : qsizetype(index), id);
