@@ -11,15 +11,27 @@ EVAL_INLINE unsigned _floatToBits(float f)
     std::memcpy(&bits, &f, sizeof bits);
     return bits;
 }
-EVAL_INLINE int bitCount(unsigned bits) { return __builtin_popcount(bits); }
-EVAL_INLINE int findLSB(unsigned bits) { return bits == 0 ? -1 : __builtin_ctz(bits); }
-EVAL_INLINE int findMSB(unsigned bits) { return bits == 0 ? -1 : 31 - __builtin_clz(bits); }
+EVAL_INLINE int bitCount(unsigned bits)
+{
+    return __builtin_popcount(bits);
+}
+EVAL_INLINE int findLSB(unsigned bits)
+{
+    return bits == 0 ? -1 : __builtin_ctz(bits);
+}
+EVAL_INLINE int findMSB(unsigned bits)
+{
+    return bits == 0 ? -1 : 31 - __builtin_clz(bits);
+}
 
 EVAL_INLINE bool isBitField(int offset, int count)
 {
     return count > 0 && offset >= 0 && offset <= 32 && count <= 32 - offset;
 }
-EVAL_INLINE unsigned bitFieldMask(int count) { return count == 32 ? ~0u : (1u << count) - 1u; }
+EVAL_INLINE unsigned bitFieldMask(int count)
+{
+    return count == 32 ? ~0u : (1u << count) - 1u;
+}
 EVAL_INLINE unsigned bitfieldExtract(unsigned bits, int offset, int count)
 {
     return isBitField(offset, count) ? (bits >> offset) & bitFieldMask(count) : 0u;
@@ -42,7 +54,8 @@ EVAL_INLINE unsigned packLane(float x, float low, float scale, int bits, int pla
 }
 EVAL_INLINE float unpackUnsigned(unsigned word, float scale, int bits, int place)
 {
-    return static_cast<float>(static_cast<int>((word >> (place * bits)) & ((1u << bits) - 1u))) / scale;
+    return static_cast<float>(static_cast<int>((word >> (place * bits)) & ((1u << bits) - 1u))) /
+           scale;
 }
 EVAL_INLINE float unpackSigned(unsigned word, float scale, int bits, int place)
 {

@@ -1,45 +1,53 @@
 // Matrices of floats, column-major.
-template<int C, int R> struct Matrix { float m[C * R]; };
+template<int C, int R>
+struct Matrix
+{
+    float m[C * R];
+};
 using M2 = Matrix<2, 2>;
 using M3 = Matrix<3, 3>;
 using M4 = Matrix<4, 4>;
 
-#define EVAL_MATRIX_OPERATOR(OP) \
-    template<int C, int R> \
-    EVAL_INLINE Matrix<C, R> operator OP(const Matrix<C, R> &a, const Matrix<C, R> &b) \
-    { \
-        Matrix<C, R> r; \
-        for (int i = 0; i < C * R; ++i) \
-            r.m[i] = a.m[i] OP b.m[i]; \
-        return r; \
-    } \
-    template<int C, int R> EVAL_INLINE Matrix<C, R> operator OP(const Matrix<C, R> &a, float b) \
-    { \
-        Matrix<C, R> r; \
-        for (int i = 0; i < C * R; ++i) \
-            r.m[i] = a.m[i] OP b; \
-        return r; \
-    } \
-    template<int C, int R> EVAL_INLINE Matrix<C, R> operator OP(float a, const Matrix<C, R> &b) \
-    { \
-        Matrix<C, R> r; \
-        for (int i = 0; i < C * R; ++i) \
-            r.m[i] = a OP b.m[i]; \
-        return r; \
+#define EVAL_MATRIX_OPERATOR(OP)                                                                   \
+    template<int C, int R>                                                                         \
+    EVAL_INLINE Matrix<C, R> operator OP(const Matrix<C, R> &a, const Matrix<C, R> &b)             \
+    {                                                                                              \
+        Matrix<C, R> r;                                                                            \
+        for (int i = 0; i < C * R; ++i)                                                            \
+            r.m[i] = a.m[i] OP b.m[i];                                                             \
+        return r;                                                                                  \
+    }                                                                                              \
+    template<int C, int R>                                                                         \
+    EVAL_INLINE Matrix<C, R> operator OP(const Matrix<C, R> &a, float b)                           \
+    {                                                                                              \
+        Matrix<C, R> r;                                                                            \
+        for (int i = 0; i < C * R; ++i)                                                            \
+            r.m[i] = a.m[i] OP b;                                                                  \
+        return r;                                                                                  \
+    }                                                                                              \
+    template<int C, int R>                                                                         \
+    EVAL_INLINE Matrix<C, R> operator OP(float a, const Matrix<C, R> &b)                           \
+    {                                                                                              \
+        Matrix<C, R> r;                                                                            \
+        for (int i = 0; i < C * R; ++i)                                                            \
+            r.m[i] = a OP b.m[i];                                                                  \
+        return r;                                                                                  \
     }
 EVAL_MATRIX_OPERATOR(+)
 EVAL_MATRIX_OPERATOR(-)
 EVAL_MATRIX_OPERATOR(/)
 #undef EVAL_MATRIX_OPERATOR
 
-template<int C, int R> EVAL_INLINE Matrix<C, R> operator*(const Matrix<C, R> &a, float b)
+template<int C, int R>
+EVAL_INLINE Matrix<C, R> operator*(const Matrix<C, R> &a, float b)
 {
     Matrix<C, R> r;
     for (int i = 0; i < C * R; ++i)
         r.m[i] = a.m[i] * b;
     return r;
 }
-template<int C, int R> EVAL_INLINE Matrix<C, R> operator*(float a, const Matrix<C, R> &b)
+template<int C, int R>
+EVAL_INLINE Matrix<C, R> operator*(float a, const Matrix<C, R> &b)
 {
     return b * a;
 }
@@ -59,17 +67,45 @@ EVAL_INLINE Matrix<C, R> product(const Matrix<K, R> &a, const Matrix<C, K> &b)
     }
     return r;
 }
-EVAL_INLINE Matrix<1, 2> column(V2 v) { return {{v.x, v.y}}; }
-EVAL_INLINE Matrix<1, 3> column(V3 v) { return {{v.x, v.y, v.z}}; }
-EVAL_INLINE Matrix<1, 4> column(V4 v) { return {{v.x, v.y, v.z, v.w}}; }
-EVAL_INLINE Matrix<2, 1> row(V2 v) { return {{v.x, v.y}}; }
-EVAL_INLINE Matrix<3, 1> row(V3 v) { return {{v.x, v.y, v.z}}; }
-EVAL_INLINE Matrix<4, 1> row(V4 v) { return {{v.x, v.y, v.z, v.w}}; }
-EVAL_INLINE V2 vector2(const float *m) { return {m[0], m[1]}; }
-EVAL_INLINE V3 vector3(const float *m) { return {m[0], m[1], m[2]}; }
-EVAL_INLINE V4 vector4(const float *m) { return {m[0], m[1], m[2], m[3]}; }
+EVAL_INLINE Matrix<1, 2> column(V2 v)
+{
+    return {{v.x, v.y}};
+}
+EVAL_INLINE Matrix<1, 3> column(V3 v)
+{
+    return {{v.x, v.y, v.z}};
+}
+EVAL_INLINE Matrix<1, 4> column(V4 v)
+{
+    return {{v.x, v.y, v.z, v.w}};
+}
+EVAL_INLINE Matrix<2, 1> row(V2 v)
+{
+    return {{v.x, v.y}};
+}
+EVAL_INLINE Matrix<3, 1> row(V3 v)
+{
+    return {{v.x, v.y, v.z}};
+}
+EVAL_INLINE Matrix<4, 1> row(V4 v)
+{
+    return {{v.x, v.y, v.z, v.w}};
+}
+EVAL_INLINE V2 vector2(const float *m)
+{
+    return {m[0], m[1]};
+}
+EVAL_INLINE V3 vector3(const float *m)
+{
+    return {m[0], m[1], m[2]};
+}
+EVAL_INLINE V4 vector4(const float *m)
+{
+    return {m[0], m[1], m[2], m[3]};
+}
 
-template<int C, int R> EVAL_INLINE Matrix<R, C> transpose(const Matrix<C, R> &a)
+template<int C, int R>
+EVAL_INLINE Matrix<R, C> transpose(const Matrix<C, R> &a)
 {
     Matrix<R, C> r;
     for (int i = 0; i < C * R; ++i)
@@ -79,7 +115,9 @@ template<int C, int R> EVAL_INLINE Matrix<R, C> transpose(const Matrix<C, R> &a)
 
 EVAL_INLINE double minor3(const float *m, int n, int a, int b, int c, int p, int q, int r)
 {
-    const auto at = [m, n](int column, int row) { return static_cast<double>(m[column * n + row]); };
+    const auto at = [m, n](int column, int row) {
+        return static_cast<double>(m[column * n + row]);
+    };
     return at(a, p) * (at(b, q) * at(c, r) - at(c, q) * at(b, r)) -
            at(b, p) * (at(a, q) * at(c, r) - at(c, q) * at(a, r)) +
            at(c, p) * (at(a, q) * at(b, r) - at(b, q) * at(a, r));
@@ -102,7 +140,8 @@ EVAL_INLINE float determinant(const M4 &a)
 }
 
 // Gauss-Jordan elimination with partial pivoting; a singular matrix stays what it is.
-template<int N> static inline Matrix<N, N> inverse(const Matrix<N, N> &a)
+template<int N>
+static inline Matrix<N, N> inverse(const Matrix<N, N> &a)
 {
     double m[N][N];
     double inverted[N][N];
@@ -152,11 +191,13 @@ EVAL_INLINE Matrix<C, R> componentProduct(const Matrix<C, R> &a, const Matrix<C,
     return r;
 }
 
-template<int C, int R> EVAL_INLINE float lane(const Matrix<C, R> &v, long long i)
+template<int C, int R>
+EVAL_INLINE float lane(const Matrix<C, R> &v, long long i)
 {
     return i >= 0 && i < C * R ? v.m[i] : 0.0f;
 }
-template<int C, int R> EVAL_INLINE void setLane(Matrix<C, R> &v, long long i, float value)
+template<int C, int R>
+EVAL_INLINE void setLane(Matrix<C, R> &v, long long i, float value)
 {
     if (i >= 0 && i < C * R)
         v.m[i] = value;

@@ -257,7 +257,8 @@ void TstMeshBuilder::failureIsASentence_data()
     QTest::newRow("step that fails")
         << false << u"a.stl"_s << u"weld(-1)"_s << u"post-process failed: "_s;
     QTest::newRow("step without its field")
-        << false << u"a.stl"_s << u"remesh"_s << u"post-process failed: remesh needs a field evaluator"_s;
+        << false << u"a.stl"_s << u"remesh"_s
+        << u"post-process failed: remesh needs a field evaluator"_s;
 }
 
 void TstMeshBuilder::failureIsASentence()

@@ -165,8 +165,8 @@ OpOutcome addDocumentItem(OpContext &context, const OpCall &call)
 QUuid copyNodes(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
 {
     const model::LogicalScene::Batch batch(*context.tree);
-    const qsizetype end = parentId.isNull() ? context.tree->roots().size()
-                                            : context.tree->children(parentId).size();
+    const qsizetype end =
+        parentId.isNull() ? context.tree->roots().size() : context.tree->children(parentId).size();
     QVariantList branch;
     appendBranchSnapshot(*context.tree, sourceId, branch);
     QHash<QUuid, QUuid> copies;
