@@ -181,4 +181,34 @@ void reportSamples(benchmark::State &state, int samplesPerRound)
         static_cast<double>(state.iterations()) * samplesPerRound, benchmark::Counter::kIsRate);
 }
 
+void timePoints(benchmark::State &state, eval::ThreadCopy &copy, const std::vector<float> &xs)
+{
+    float y = -5.0f;
+    for (auto _ : state) {
+        float sum = 0.0f;
+        for (const float x : xs) {
+            const float point[] = {x, y, 0.7f};
+            copy.setFloats(pointHandle, point);
+            copy.evaluateQuick();
+            sum += copy.getFloat(distanceHandle);
+        }
+        benchmark::DoNotOptimize(sum);
+        y = y > 5.0f ? -5.0f : y + 0.1f;
+    }
+    reportSamples(state, static_cast<int>(xs.size()));
+}
+
+void timeRows(benchmark::State &state, eval::ThreadCopy &copy)
+{
+    const std::vector<float> xs = coordinates(rowLength);
+    std::vector<float> row(xs.size());
+    float y = -5.0f;
+    for (auto _ : state) {
+        copy.evaluateRow(pointHandle, xs, y, 0.7f, distanceHandle, row, 1e10f);
+        benchmark::DoNotOptimize(row.data());
+        y = y > 5.0f ? -5.0f : y + 0.1f;
+    }
+    reportSamples(state, rowLength);
+}
+
 } // namespace bench

@@ -39,4 +39,8 @@ void checkInside(benchmark::State &state, eval::ThreadCopy &copy, int expected);
 
 void reportSamples(benchmark::State &state, int samplesPerRound);
 
+/// Times a program point by point along rows of the given coordinates, and by whole rows.
+void timePoints(benchmark::State &state, eval::ThreadCopy &copy, const std::vector<float> &xs);
+void timeRows(benchmark::State &state, eval::ThreadCopy &copy);
+
 } // namespace bench

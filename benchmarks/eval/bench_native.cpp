@@ -25,35 +25,14 @@ void pointByPoint(benchmark::State &state, const Field &field)
 {
     eval::ThreadCopy copy(compile(field.expression, eval::Backend::Native));
     checkInside(state, copy, field.inside);
-    const std::vector<float> xs = coordinates(rowLength);
-    float y = -5.0f;
-    for (auto _ : state) {
-        float sum = 0.0f;
-        for (const float x : xs) {
-            const float point[] = {x, y, 0.7f};
-            copy.setFloats(pointHandle, point);
-            copy.evaluateQuick();
-            sum += copy.getFloat(distanceHandle);
-        }
-        benchmark::DoNotOptimize(sum);
-        y = y > 5.0f ? -5.0f : y + 0.1f;
-    }
-    reportSamples(state, rowLength);
+    timePoints(state, copy, coordinates(rowLength));
 }
 
 void alongRows(benchmark::State &state, const Field &field)
 {
     eval::ThreadCopy copy(compile(field.expression, eval::Backend::Native));
     checkInside(state, copy, field.inside);
-    const std::vector<float> xs = coordinates(rowLength);
-    std::vector<float> row(xs.size());
-    float y = -5.0f;
-    for (auto _ : state) {
-        copy.evaluateRow(pointHandle, xs, y, 0.7f, distanceHandle, row, 1e10f);
-        benchmark::DoNotOptimize(row.data());
-        y = y > 5.0f ? -5.0f : y + 0.1f;
-    }
-    reportSamples(state, rowLength);
+    timeRows(state, copy);
 }
 
 /// The entry itself, called for one point after the other.
