@@ -31,6 +31,7 @@ corvane_library(corvane_field
         corvane/xport/AutoBounds.cpp
         corvane/xport/ChunkRunner.cpp
         corvane/xport/ChunkScheduler.cpp
+        corvane/xport/CornerStore.cpp
         corvane/xport/CpuChunkProcessor.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp

@@ -26,20 +26,32 @@ QByteArrayView formatReal(char *text, Number number, BlockWriter::Notation notat
 } // namespace
 
 BlockWriter::BlockWriter(QIODevice &device)
-    : m_device(device)
+    : m_device(&device)
     , m_buffer(blockSize, Qt::Uninitialized)
 {}
 
+// Memory grows, a device takes what there is.
+void BlockWriter::makeRoom(qsizetype n)
+{
+    if (m_device)
+        flush();
+    if (m_used + n > m_buffer.size())
+        m_buffer.resize(qMax(m_used + n, 2 * m_buffer.size()));
+}
+
 void BlockWriter::append(QByteArrayView bytes)
 {
-    while (!bytes.isEmpty()) {
-        if (m_used == m_buffer.size())
-            flush();
-        const qsizetype part = qMin(bytes.size(), m_buffer.size() - m_used);
-        std::memcpy(m_buffer.data() + m_used, bytes.data(), std::size_t(part));
-        m_used += part;
-        bytes = bytes.sliced(part);
+    if (m_used + bytes.size() > m_buffer.size()) {
+        // What is as long as the buffer gains nothing by a copy there.
+        if (m_device && bytes.size() >= m_buffer.size()) {
+            if (flush())
+                m_failed = m_device->write(bytes.data(), bytes.size()) != bytes.size();
+            return;
+        }
+        makeRoom(bytes.size());
     }
+    std::memcpy(m_buffer.data() + m_used, bytes.data(), std::size_t(bytes.size()));
+    m_used += bytes.size();
 }
 
 BlockWriter &BlockWriter::operator<<(qint64 number)
@@ -64,7 +76,7 @@ void BlockWriter::appendReal(float number, Notation notation, int precision)
 bool BlockWriter::flush()
 {
     if (!m_failed && m_used > 0)
-        m_failed = m_device.write(m_buffer.constData(), m_used) != m_used;
+        m_failed = m_device->write(m_buffer.constData(), m_used) != m_used;
     m_used = 0;
     return !m_failed;
 }

@@ -10,12 +10,15 @@ namespace mesh::io {
 
 /// Bytes and text on their way to a device, in blocks. What a device takes is compared with what it
 /// was given; the first failure is kept, and from then on nothing more is written.
+///
+/// Without a device they stay in memory, until somebody takes them from bytes().
 class BlockWriter
 {
 public:
     /// The form of numbers in text: digits behind the point, or digits in all as C's %g has them.
     enum class Notation { Fixed, General };
 
+    BlockWriter() = default;
     explicit BlockWriter(QIODevice &device);
 
     void append(QByteArrayView bytes);
@@ -32,7 +35,7 @@ public:
     char *claim(qsizetype n)
     {
         if (m_used + n > m_buffer.size())
-            flush();
+            makeRoom(n);
         char *const room = m_buffer.data() + m_used;
         m_used += n;
         return room;
@@ -42,8 +45,15 @@ public:
     bool flush();
     bool hasFailed() const { return m_failed; }
 
+    /// What is buffered.
+    QByteArrayView bytes() const { return QByteArrayView(m_buffer).first(m_used); }
+    /// Forgets what is buffered; the memory is kept.
+    void clear() { m_used = 0; }
+
 private:
-    QIODevice &m_device;
+    void makeRoom(qsizetype n);
+
+    QIODevice *m_device = nullptr;
     QByteArray m_buffer;
     qsizetype m_used = 0;
     bool m_failed = false;

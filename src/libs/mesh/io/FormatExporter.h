@@ -33,12 +33,18 @@ Error cancelledByUser();                    ///< "Export cancelled by user"
 
 /// An error for the first element with a node that is not among the vertices.
 template<typename T>
-Result<void> checkNodes(const Mesh<T> &mesh);
+Result<void> checkNodes(const Mesh<T> &mesh, int threads);
+
+/// How many elements the predicate holds for.
+template<typename T>
+qint64 countElements(const Mesh<T> &mesh, int threads, bool (*holds)(const ElementData<T> &));
 
 /// A name on one line of a text header: line ends and other control characters become blanks.
 QByteArray singleLine(const QString &name);
 
 extern template class FormatExporter<float>;
-extern template Result<void> checkNodes(const Mesh<float> &mesh);
+extern template Result<void> checkNodes(const Mesh<float> &mesh, int threads);
+extern template qint64 countElements(const Mesh<float> &mesh, int threads,
+                                     bool (*holds)(const ElementData<float> &));
 
 } // namespace mesh::io

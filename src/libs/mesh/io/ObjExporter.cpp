@@ -1,7 +1,7 @@
 #include "ObjExporter.h"
 
 #include "BlockWriter.h"
-#include "ProgressTicker.h"
+#include "ItemWriter.h"
 
 #include <QIODevice>
 
@@ -20,6 +20,8 @@ public:
         , m_options(options)
         , m_precision(options.effectivePrecision())
         , m_writer(device)
+        , m_faceCount(countElements<T>(mesh, options.threads, isWritten))
+        , m_items(m_writer, options, mesh.vertices.size() + m_faceCount)
         , m_us(mesh.vertexAttributes.value(u"texCoordU"_s))
         , m_vs(mesh.vertexAttributes.value(u"texCoordV"_s))
         , m_texCoordCount(qMin(m_us.size(), m_vs.size()))
@@ -31,46 +33,55 @@ public:
     Result<void> write();
 
 private:
+    static constexpr qsizetype markInterval = 4096;
+
     static bool isWritten(const ElementData<T> &element) { return dimension(element.type) == 2; }
-    void writeHeader(qint64 faceCount);
-    void writeNumbers(QByteArrayView keyword, std::initializer_list<T> numbers);
-    bool writePoints(const ProgressTicker &ticker);
+    void writeHeader();
+    void writeNumbers(BlockWriter &to, QByteArrayView keyword,
+                      std::initializer_list<T> numbers) const;
+    bool writePoints();
     void writeTexCoords();
-    bool writeFaces(const ProgressTicker &ticker);
-    void writeGroup(qsizetype element);
-    void writeFace(const NodeList &nodes);
+    bool writeFaces();
+    int groupOf(qsizetype element) const;
+    void markGroups();
+    int groupBefore(qsizetype element) const;
+    void writeGroup(BlockWriter &to, int group) const;
+    void writeFace(BlockWriter &to, const NodeList &nodes) const;
 
     const Mesh<T> &m_mesh;
     const ExportOptions &m_options;
     const int m_precision;
     BlockWriter m_writer;
+    const qint64 m_faceCount;
+    ItemWriter m_items;
     const QList<T> m_us, m_vs;
     const qsizetype m_texCoordCount;
     const bool m_hasNormals;
     const QList<T> m_groups;
     const QStringList m_groupNames;
-    int m_group = -1;
+    QList<int> m_groupMarks; ///< the group before each element whose number is a multiple
 };
 
 template<typename T>
-void ObjWriter<T>::writeHeader(qint64 faceCount)
+void ObjWriter<T>::writeHeader()
 {
     const QByteArray name = singleLine(m_mesh.name.isEmpty() ? m_options.name : m_mesh.name);
     m_writer << "# OBJ file exported by pliskuk\n";
     if (!name.isEmpty())
         m_writer << "# Object: " << name << "\n";
-    m_writer << "# Vertices: " << m_mesh.vertices.size() << "\n# Faces: " << faceCount << "\n\n";
+    m_writer << "# Vertices: " << m_mesh.vertices.size() << "\n# Faces: " << m_faceCount << "\n\n";
 }
 
 template<typename T>
-void ObjWriter<T>::writeNumbers(QByteArrayView keyword, std::initializer_list<T> numbers)
+void ObjWriter<T>::writeNumbers(BlockWriter &to, QByteArrayView keyword,
+                                std::initializer_list<T> numbers) const
 {
-    m_writer << keyword;
+    to << keyword;
     for (const T number : numbers) {
-        m_writer << " ";
-        m_writer.appendReal(number, BlockWriter::Notation::Fixed, m_precision);
+        to << " ";
+        to.appendReal(number, BlockWriter::Notation::Fixed, m_precision);
     }
-    m_writer << "\n";
+    to << "\n";
 }
 
 template<typename T>
@@ -80,86 +91,126 @@ void ObjWriter<T>::writeTexCoords()
         return;
     m_writer << "\n# Texture coordinates\n";
     for (qsizetype i = 0; i < m_texCoordCount; ++i)
-        writeNumbers("vt", {m_us.at(i), m_vs.at(i)});
+        writeNumbers(m_writer, "vt", {m_us.at(i), m_vs.at(i)});
 }
 
-// False when cancelled, here and below.
+// False when cancelled or failed, here and below.
 template<typename T>
-bool ObjWriter<T>::writePoints(const ProgressTicker &ticker)
+bool ObjWriter<T>::writePoints()
 {
-    for (qsizetype i = 0; i < m_mesh.vertices.size() && !m_writer.hasFailed(); ++i) {
-        if (!ticker.tick(i))
-            return false;
-        const Vector3<T> &p = m_mesh.vertices.at(i);
-        writeNumbers("v", {p.x, p.y, p.z});
-    }
+    const auto format = [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+        for (qsizetype i = begin; i < end; ++i) {
+            const Vector3<T> &p = m_mesh.vertices.at(i);
+            writeNumbers(to, "v", {p.x, p.y, p.z});
+        }
+        return end - begin;
+    };
+    if (!m_items.write(m_mesh.vertices.size(), format))
+        return false;
     writeTexCoords();
     if (m_hasNormals) {
         m_writer << "\n# Vertex normals\n";
         for (const Vector3<T> &n : m_mesh.normals)
-            writeNumbers("vn", {n.x, n.y, n.z});
+            writeNumbers(m_writer, "vn", {n.x, n.y, n.z});
     }
     return true;
 }
 
+/// The group of an element; -1 where it names none.
 template<typename T>
-void ObjWriter<T>::writeGroup(qsizetype element)
+int ObjWriter<T>::groupOf(qsizetype element) const
 {
     constexpr T largestGroup = T(1 << 24); // whole numbers are exact up to here
     if (element >= m_groups.size() || !(m_groups.at(element) >= 0) ||
-        m_groups.at(element) > largestGroup || int(m_groups.at(element)) == m_group)
-        return;
-    m_group = int(m_groups.at(element));
-    const QByteArray name = singleLine(m_groupNames.value(m_group));
-    m_writer << "\ng ";
-    if (name.isEmpty())
-        m_writer << "group_" << qint64(m_group) << "\n";
-    else
-        m_writer << name << "\n";
+        m_groups.at(element) > largestGroup)
+        return -1;
+    return int(m_groups.at(element));
+}
+
+/// What groupBefore() begins from, so that no search goes far back.
+template<typename T>
+void ObjWriter<T>::markGroups()
+{
+    int group = -1;
+    for (qsizetype i = 0; i < qMin(m_mesh.elements.size(), m_groups.size()); ++i) {
+        if (i % markInterval == 0)
+            m_groupMarks.append(group);
+        if (isWritten(m_mesh.elements.at(i)) && groupOf(i) >= 0)
+            group = groupOf(i);
+    }
+    m_groupMarks.append(group);
+}
+
+/// The group that the faces before an element end in.
+template<typename T>
+int ObjWriter<T>::groupBefore(qsizetype element) const
+{
+    const qsizetype mark = qMin(element / markInterval, m_groupMarks.size() - 1);
+    int group = m_groupMarks.at(mark);
+    for (qsizetype i = mark * markInterval; i < qMin(element, m_groups.size()); ++i) {
+        if (isWritten(m_mesh.elements.at(i)) && groupOf(i) >= 0)
+            group = groupOf(i);
+    }
+    return group;
 }
 
 template<typename T>
-void ObjWriter<T>::writeFace(const NodeList &nodes)
+void ObjWriter<T>::writeGroup(BlockWriter &to, int group) const
+{
+    const QByteArray name = singleLine(m_groupNames.value(group));
+    to << "\ng ";
+    if (name.isEmpty())
+        to << "group_" << qint64(group) << "\n";
+    else
+        to << name << "\n";
+}
+
+template<typename T>
+void ObjWriter<T>::writeFace(BlockWriter &to, const NodeList &nodes) const
 {
     const bool hasTexCoords =
         std::all_of(nodes.begin(), nodes.end(), [this](int n) { return n < m_texCoordCount; });
-    m_writer << "f";
+    to << "f";
     for (const int node : nodes) {
         const qint64 number = qint64(node) + 1;
-        m_writer << " " << number;
+        to << " " << number;
         if (hasTexCoords)
-            m_writer << "/" << number;
+            to << "/" << number;
         if (m_hasNormals)
-            m_writer << (hasTexCoords ? "/" : "//") << number;
+            to << (hasTexCoords ? "/" : "//") << number;
     }
-    m_writer << "\n";
+    to << "\n";
 }
 
 template<typename T>
-bool ObjWriter<T>::writeFaces(const ProgressTicker &ticker)
+bool ObjWriter<T>::writeFaces()
 {
     m_writer << "\n# Faces\n";
-    qint64 done = m_mesh.vertices.size();
-    for (qsizetype i = 0; i < m_mesh.elements.size() && !m_writer.hasFailed(); ++i) {
-        if (!isWritten(m_mesh.elements.at(i)))
-            continue;
-        if (!ticker.tick(done++))
-            return false;
-        writeGroup(i);
-        writeFace(m_mesh.elements.at(i).nodes);
-    }
-    return true;
+    markGroups();
+    return m_items.write(m_mesh.elements.size(),
+                         [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+                             qsizetype count = 0;
+                             int current = groupBefore(begin);
+                             for (qsizetype i = begin; i < end; ++i) {
+                                 if (!isWritten(m_mesh.elements.at(i)))
+                                     continue;
+                                 const int group = groupOf(i);
+                                 if (group >= 0 && group != current)
+                                     writeGroup(to, group);
+                                 current = group >= 0 ? group : current;
+                                 writeFace(to, m_mesh.elements.at(i).nodes);
+                                 ++count;
+                             }
+                             return count;
+                         });
 }
 
 template<typename T>
 Result<void> ObjWriter<T>::write()
 {
-    const qint64 faceCount =
-        std::count_if(m_mesh.elements.cbegin(), m_mesh.elements.cend(), isWritten);
-    const ProgressTicker ticker(m_options, m_mesh.vertices.size() + faceCount);
-    writeHeader(faceCount);
-    if (!writePoints(ticker) || !writeFaces(ticker))
-        return cancelledByUser();
+    writeHeader();
+    if (!writePoints() || !writeFaces())
+        return m_writer.hasFailed() ? writeFailure(u"Failed to write mesh"_s) : cancelledByUser();
     if (!m_writer.flush())
         return writeFailure(u"Failed to write mesh"_s);
     return {};
@@ -178,7 +229,7 @@ Result<void> ObjExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    if (const auto checked = checkNodes(mesh); !checked)
+    if (const auto checked = checkNodes(mesh, options.threads); !checked)
         return checked;
     return ObjWriter<T>(mesh, device, options).write();
 }

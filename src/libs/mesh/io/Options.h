@@ -8,7 +8,7 @@
 namespace mesh::io {
 
 /// Told how far the work is (elements done, elements in all; a total of 0 is not known yet); false
-/// cancels. Called on the thread that reads or writes.
+/// cancels. Called on the thread that asked for the reading or writing.
 using Progress = std::function<bool(qint64 current, qint64 total)>;
 
 struct ImportOptions
@@ -29,6 +29,7 @@ struct ExportOptions
     Progress progress{};
     int progressInterval = 10'000; ///< elements between calls of `progress`
     QVariantMap extras{};          ///< "precision" (int) and "binary" (bool) win over the fields
+    int threads = 1;               ///< that may format; the bytes are the same for any number
 
     bool effectiveBinary() const;
     int effectivePrecision() const; ///< within 0..30

@@ -1,7 +1,7 @@
 #include "PlyExporter.h"
 
 #include "BlockWriter.h"
-#include "ProgressTicker.h"
+#include "ItemWriter.h"
 
 #include <QIODevice>
 
@@ -24,6 +24,8 @@ public:
         , m_binary(options.effectiveBinary())
         , m_precision(options.effectivePrecision())
         , m_writer(device)
+        , m_faceCount(countElements<T>(mesh, options.threads, isWritten))
+        , m_items(m_writer, options, mesh.vertices.size() + m_faceCount)
         , m_hasNormals(!mesh.normals.isEmpty() && mesh.normals.size() == mesh.vertices.size())
     {
         constexpr std::array names = {"color_r"_L1, "color_g"_L1, "color_b"_L1, "color_a"_L1};
@@ -41,22 +43,25 @@ private:
     static constexpr int mostCorners = 255; // the count of a face is one byte
 
     static bool isWritten(const ElementData<T> &element) { return dimension(element.type) == 2; }
-    void writeHeader(qint64 faceCount);
+    void writeHeader();
     void writeMaterials();
-    bool writeVertices(const ProgressTicker &ticker);
-    void writeBinaryVertex(qsizetype index);
-    void writeTextVertex(qsizetype index);
-    void writeTextPoint(const Vector3<T> &p);
+    bool writeVertices();
+    void writeBinaryVertex(BlockWriter &to, qsizetype index) const;
+    void writeTextVertex(BlockWriter &to, qsizetype index) const;
+    void writeTextPoint(BlockWriter &to, const Vector3<T> &p) const;
     std::array<quint8, 4> colorOf(qsizetype index) const;
-    Result<void> writeFaces(const ProgressTicker &ticker);
-    void writeBinaryFace(const NodeList &nodes);
-    void writeTextFace(const NodeList &nodes);
+    Result<void> checkFaces() const;
+    bool writeFaces();
+    void writeBinaryFace(BlockWriter &to, const NodeList &nodes) const;
+    void writeTextFace(BlockWriter &to, const NodeList &nodes) const;
 
     const Mesh<T> &m_mesh;
     const ExportOptions &m_options;
     const bool m_binary;
     const int m_precision;
     BlockWriter m_writer;
+    const qint64 m_faceCount;
+    ItemWriter m_items;
     const bool m_hasNormals;
     std::array<QList<T>, 4> m_colors;
     bool m_hasColors = false;
@@ -84,7 +89,7 @@ void PlyWriter<T>::writeMaterials()
 }
 
 template<typename T>
-void PlyWriter<T>::writeHeader(qint64 faceCount)
+void PlyWriter<T>::writeHeader()
 {
     const QByteArray name = singleLine(m_mesh.name.isEmpty() ? m_options.name : m_mesh.name);
     m_writer << "ply\n"
@@ -100,7 +105,7 @@ void PlyWriter<T>::writeHeader(qint64 faceCount)
     if (m_hasColors)
         m_writer << "property uchar red\nproperty uchar green\nproperty uchar blue\n"
                  << "property uchar alpha\n";
-    m_writer << "element face " << faceCount << "\n"
+    m_writer << "element face " << m_faceCount << "\n"
              << "property list uchar int vertex_indices\nend_header\n";
 }
 
@@ -116,114 +121,123 @@ std::array<quint8, 4> PlyWriter<T>::colorOf(qsizetype index) const
 }
 
 template<typename T>
-void PlyWriter<T>::writeBinaryVertex(qsizetype index)
+void PlyWriter<T>::writeBinaryVertex(BlockWriter &to, qsizetype index) const
 {
-    const auto putPoint = [](char *to, const Vector3<T> &p) {
-        return putLittleEndian(putLittleEndian(putLittleEndian(to, float(p.x)), float(p.y)),
+    const auto putPoint = [](char *at, const Vector3<T> &p) {
+        return putLittleEndian(putLittleEndian(putLittleEndian(at, float(p.x)), float(p.y)),
                                float(p.z));
     };
     constexpr qsizetype pointSize = 3 * sizeof(float);
-    char *to = m_writer.claim(pointSize * (m_hasNormals ? 2 : 1) + (m_hasColors ? 4 : 0));
-    to = putPoint(to, m_mesh.vertices.at(index));
+    char *at = to.claim(pointSize * (m_hasNormals ? 2 : 1) + (m_hasColors ? 4 : 0));
+    at = putPoint(at, m_mesh.vertices.at(index));
     if (m_hasNormals)
-        to = putPoint(to, m_mesh.normals.at(index));
+        at = putPoint(at, m_mesh.normals.at(index));
     if (m_hasColors)
         for (const quint8 channel : colorOf(index))
-            *to++ = char(channel);
+            *at++ = char(channel);
 }
 
 template<typename T>
-void PlyWriter<T>::writeTextPoint(const Vector3<T> &p)
+void PlyWriter<T>::writeTextPoint(BlockWriter &to, const Vector3<T> &p) const
 {
     const char *separator = "";
     for (const T coordinate : {p.x, p.y, p.z}) {
-        m_writer << std::exchange(separator, " ");
-        m_writer.appendReal(coordinate, BlockWriter::Notation::General, m_precision);
+        to << std::exchange(separator, " ");
+        to.appendReal(coordinate, BlockWriter::Notation::General, m_precision);
     }
 }
 
 template<typename T>
-void PlyWriter<T>::writeTextVertex(qsizetype index)
+void PlyWriter<T>::writeTextVertex(BlockWriter &to, qsizetype index) const
 {
-    writeTextPoint(m_mesh.vertices.at(index));
+    writeTextPoint(to, m_mesh.vertices.at(index));
     if (m_hasNormals) {
-        m_writer << " ";
-        writeTextPoint(m_mesh.normals.at(index));
+        to << " ";
+        writeTextPoint(to, m_mesh.normals.at(index));
     }
     if (m_hasColors)
         for (const quint8 channel : colorOf(index))
-            m_writer << " " << qint64(channel);
-    m_writer << "\n";
+            to << " " << qint64(channel);
+    to << "\n";
 }
 
-// False when cancelled.
+// False when cancelled or failed, here and below.
 template<typename T>
-bool PlyWriter<T>::writeVertices(const ProgressTicker &ticker)
+bool PlyWriter<T>::writeVertices()
 {
-    for (qsizetype i = 0; i < m_mesh.vertices.size() && !m_writer.hasFailed(); ++i) {
-        if (!ticker.tick(i))
-            return false;
-        if (m_binary)
-            writeBinaryVertex(i);
-        else
-            writeTextVertex(i);
-    }
-    return true;
+    return m_items.write(m_mesh.vertices.size(),
+                         [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+                             for (qsizetype i = begin; i < end; ++i) {
+                                 if (m_binary)
+                                     writeBinaryVertex(to, i);
+                                 else
+                                     writeTextVertex(to, i);
+                             }
+                             return end - begin;
+                         });
 }
 
 template<typename T>
-void PlyWriter<T>::writeBinaryFace(const NodeList &nodes)
+void PlyWriter<T>::writeBinaryFace(BlockWriter &to, const NodeList &nodes) const
 {
-    char *to = m_writer.claim(1 + qsizetype(sizeof(qint32)) * nodes.size());
-    *to++ = char(nodes.size());
+    char *at = to.claim(1 + qsizetype(sizeof(qint32)) * nodes.size());
+    *at++ = char(nodes.size());
     for (const int node : nodes)
-        to = putLittleEndian(to, qint32(node));
+        at = putLittleEndian(at, qint32(node));
 }
 
 template<typename T>
-void PlyWriter<T>::writeTextFace(const NodeList &nodes)
+void PlyWriter<T>::writeTextFace(BlockWriter &to, const NodeList &nodes) const
 {
-    m_writer << qint64(nodes.size());
+    to << qint64(nodes.size());
     for (const int node : nodes)
-        m_writer << " " << qint64(node);
-    m_writer << "\n";
+        to << " " << qint64(node);
+    to << "\n";
 }
 
 template<typename T>
-Result<void> PlyWriter<T>::writeFaces(const ProgressTicker &ticker)
+Result<void> PlyWriter<T>::checkFaces() const
 {
-    qint64 done = m_mesh.vertices.size();
-    for (const ElementData<T> &element : m_mesh.elements) {
-        if (!isWritten(element))
-            continue;
-        if (!ticker.tick(done++))
-            return cancelledByUser();
-        if (element.nodes.size() > mostCorners)
-            return Error{u"Face of %1 corners is too large for PLY"_s.arg(element.nodes.size()),
-                         MalformedData};
-        if (m_binary)
-            writeBinaryFace(element.nodes);
-        else
-            writeTextFace(element.nodes);
-        if (m_writer.hasFailed())
-            break;
-    }
-    return {};
+    const auto isTooLarge = [](const ElementData<T> &element) {
+        return isWritten(element) && element.nodes.size() > mostCorners;
+    };
+    const auto large = std::find_if(m_mesh.elements.cbegin(), m_mesh.elements.cend(), isTooLarge);
+    if (large == m_mesh.elements.cend())
+        return {};
+    return Error{u"Face of %1 corners is too large for PLY"_s.arg(large->nodes.size()),
+                 MalformedData};
+}
+
+template<typename T>
+bool PlyWriter<T>::writeFaces()
+{
+    return m_items.write(m_mesh.elements.size(),
+                         [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+                             qsizetype count = 0;
+                             for (qsizetype i = begin; i < end; ++i) {
+                                 const ElementData<T> &element = m_mesh.elements.at(i);
+                                 if (!isWritten(element))
+                                     continue;
+                                 if (m_binary)
+                                     writeBinaryFace(to, element.nodes);
+                                 else
+                                     writeTextFace(to, element.nodes);
+                                 ++count;
+                             }
+                             return count;
+                         });
 }
 
 template<typename T>
 Result<void> PlyWriter<T>::write()
 {
-    const qint64 faceCount =
-        std::count_if(m_mesh.elements.cbegin(), m_mesh.elements.cend(), isWritten);
-    const ProgressTicker ticker(m_options, m_mesh.vertices.size() + faceCount);
-    writeHeader(faceCount);
+    if (const auto checked = checkFaces(); !checked)
+        return checked;
+    writeHeader();
     if (!m_writer.flush())
         return writeFailure(u"Failed to write header"_s);
-    if (!writeVertices(ticker))
-        return cancelledByUser();
-    if (const auto written = writeFaces(ticker); !written)
-        return written;
+    if (!writeVertices() || !writeFaces())
+        return m_writer.hasFailed() ? writeFailure(u"Failed to write mesh"_s) : cancelledByUser();
     if (!m_writer.flush())
         return writeFailure(u"Failed to write mesh"_s);
     return {};
@@ -242,7 +256,7 @@ Result<void> PlyExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    if (const auto checked = checkNodes(mesh); !checked)
+    if (const auto checked = checkNodes(mesh, options.threads); !checked)
         return checked;
     return PlyWriter<T>(mesh, device, options).write();
 }

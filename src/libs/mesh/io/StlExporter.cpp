@@ -1,7 +1,7 @@
 #include "StlExporter.h"
 
 #include "BlockWriter.h"
-#include "ProgressTicker.h"
+#include "ItemWriter.h"
 
 #include <QIODevice>
 
@@ -23,15 +23,11 @@ bool isWritten(const ElementData<T> &element)
     return element.type == ElementType::Triangle && element.nodes.size() == 3;
 }
 
-template<typename T>
-qint64 writtenCount(const Mesh<T> &mesh)
+Error stoppedAt(qint64 triangle, const BlockWriter &writer)
 {
-    return std::count_if(mesh.elements.cbegin(), mesh.elements.cend(), isWritten<T>);
-}
-
-Error cancelledAt(qint64 triangle)
-{
-    return {u"Operation cancelled at triangle %1"_s.arg(triangle), Cancelled};
+    return writer.hasFailed()
+               ? writeFailure(u"Failed to write triangle %1"_s.arg(triangle))
+               : Error{u"Operation cancelled at triangle %1"_s.arg(triangle), Cancelled};
 }
 
 template<typename T>
@@ -92,6 +88,23 @@ void putFacet(char *to, const Facet<T> &facet)
     putLittleEndian(to, quint16(0));
 }
 
+/// The format of a list of elements: those that are written, one after the other.
+template<typename T, typename Put>
+ItemWriter::Format facetsOf(const Mesh<T> &mesh, const Put &put)
+{
+    return [&mesh, put](BlockWriter &to, qsizetype begin, qsizetype end) {
+        qsizetype count = 0;
+        for (qsizetype i = begin; i < end; ++i) {
+            const ElementData<T> &element = mesh.elements.at(i);
+            if (!isWritten(element))
+                continue;
+            put(to, facetOf(mesh, element));
+            ++count;
+        }
+        return count;
+    };
+}
+
 template<typename T>
 QString headerName(const Mesh<T> &mesh, const ExportOptions &options)
 {
@@ -107,24 +120,16 @@ Result<void> writeBinary(const Mesh<T> &mesh, QIODevice &device, const ExportOpt
     writer << text.left(headerSize).leftJustified(headerSize, '\0');
     if (!writer.flush())
         return writeFailure(u"Failed to write header"_s);
-    const qint64 count = writtenCount(mesh);
+    const qint64 count = countElements<T>(mesh, options.threads, isWritten<T>);
     putLittleEndian(writer.claim(sizeof(quint32)), quint32(count));
     if (!writer.flush())
         return writeFailure(u"Failed to write triangle count"_s);
-    const ProgressTicker ticker(options, count);
-    qint64 index = 0;
-    for (const ElementData<T> &element : mesh.elements) {
-        if (!isWritten(element))
-            continue;
-        if (!ticker.tick(index))
-            return cancelledAt(index);
-        putFacet(writer.claim(recordSize), facetOf(mesh, element));
-        if (writer.hasFailed())
-            break;
-        ++index;
-    }
-    if (!writer.flush())
-        return writeFailure(u"Failed to write triangle %1"_s.arg(index));
+    ItemWriter items(writer, options, count);
+    const auto put = [](BlockWriter &to, const Facet<T> &facet) {
+        putFacet(to.claim(recordSize), facet);
+    };
+    if (!items.write(mesh.elements.size(), facetsOf(mesh, put)) || !writer.flush())
+        return stoppedAt(items.done(), writer);
     return {};
 }
 
@@ -159,20 +164,13 @@ Result<void> writeAscii(const Mesh<T> &mesh, QIODevice &device, const ExportOpti
     writer << "solid " << name << "\n";
     if (!writer.flush())
         return writeFailure(u"Failed to write solid header"_s);
-    const ProgressTicker ticker(options, writtenCount(mesh));
-    qint64 index = 0;
-    for (const ElementData<T> &element : mesh.elements) {
-        if (!isWritten(element))
-            continue;
-        if (!ticker.tick(index))
-            return cancelledAt(index);
-        writeFacet(writer, facetOf(mesh, element), options.effectivePrecision());
-        if (writer.hasFailed())
-            break;
-        ++index;
-    }
-    if (!writer.flush())
-        return writeFailure(u"Failed to write triangle %1"_s.arg(index));
+    const int precision = options.effectivePrecision();
+    ItemWriter items(writer, options, countElements<T>(mesh, options.threads, isWritten<T>));
+    const auto put = [precision](BlockWriter &to, const Facet<T> &facet) {
+        writeFacet(to, facet, precision);
+    };
+    if (!items.write(mesh.elements.size(), facetsOf(mesh, put)) || !writer.flush())
+        return stoppedAt(items.done(), writer);
     writer << "endsolid " << name << "\n";
     if (!writer.flush())
         return writeFailure(u"Failed to write endsolid"_s);
@@ -192,7 +190,7 @@ Result<void> StlExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not open for writing"_s);
-    if (const auto checked = checkNodes(mesh); !checked)
+    if (const auto checked = checkNodes(mesh, options.threads); !checked)
         return checked;
     return options.effectiveBinary() ? writeBinary(mesh, device, options)
                                      : writeAscii(mesh, device, options);

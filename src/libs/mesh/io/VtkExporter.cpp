@@ -1,7 +1,7 @@
 #include "VtkExporter.h"
 
 #include "BlockWriter.h"
-#include "ProgressTicker.h"
+#include "ItemWriter.h"
 
 #include <QIODevice>
 
@@ -31,7 +31,7 @@ public:
         , m_options(options)
         , m_precision(options.effectivePrecision())
         , m_writer(device)
-        , m_ticker(options, mesh.vertices.size() + mesh.elements.size())
+        , m_items(m_writer, options, mesh.vertices.size() + mesh.elements.size())
     {}
 
     Result<void> write();
@@ -40,21 +40,21 @@ private:
     void writeHeader();
     bool writePoints();
     bool writeCells();
-    void writeCellTypes();
+    bool writeCellTypes();
     void writePointData();
     void writeCellData();
     void writeAttributes(const typename Mesh<T>::Attributes &attributes, qsizetype count);
-    void writePoint(T x, T y, T z);
-    void writeNumber(T number)
+    void writePoint(BlockWriter &to, T x, T y, T z) const;
+    void writeNumber(BlockWriter &to, T number) const
     {
-        m_writer.appendReal(number, BlockWriter::Notation::General, m_precision);
+        to.appendReal(number, BlockWriter::Notation::General, m_precision);
     }
 
     const Mesh<T> &m_mesh;
     const ExportOptions &m_options;
     const int m_precision;
     BlockWriter m_writer;
-    const ProgressTicker m_ticker;
+    ItemWriter m_items;
 };
 
 template<typename T>
@@ -68,28 +68,29 @@ void VtkWriter<T>::writeHeader()
 }
 
 template<typename T>
-void VtkWriter<T>::writePoint(T x, T y, T z)
+void VtkWriter<T>::writePoint(BlockWriter &to, T x, T y, T z) const
 {
-    writeNumber(x);
-    m_writer << " ";
-    writeNumber(y);
-    m_writer << " ";
-    writeNumber(z);
-    m_writer << "\n";
+    writeNumber(to, x);
+    to << " ";
+    writeNumber(to, y);
+    to << " ";
+    writeNumber(to, z);
+    to << "\n";
 }
 
-// False when cancelled, here and below.
+// False when cancelled or failed, here and below.
 template<typename T>
 bool VtkWriter<T>::writePoints()
 {
     m_writer << "\nPOINTS " << m_mesh.vertices.size() << " float\n";
-    for (qsizetype i = 0; i < m_mesh.vertices.size() && !m_writer.hasFailed(); ++i) {
-        if (!m_ticker.tick(i))
-            return false;
-        const Vector3<T> &p = m_mesh.vertices.at(i);
-        writePoint(p.x, p.y, p.z);
-    }
-    return true;
+    return m_items.write(m_mesh.vertices.size(),
+                         [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+                             for (qsizetype i = begin; i < end; ++i) {
+                                 const Vector3<T> &p = m_mesh.vertices.at(i);
+                                 writePoint(to, p.x, p.y, p.z);
+                             }
+                             return end - begin;
+                         });
 }
 
 template<typename T>
@@ -99,26 +100,30 @@ bool VtkWriter<T>::writeCells()
     for (const ElementData<T> &element : m_mesh.elements)
         total += 1 + element.nodes.size();
     m_writer << "\nCELLS " << m_mesh.elements.size() << " " << total << "\n";
-    qint64 done = m_mesh.vertices.size();
-    for (const ElementData<T> &element : m_mesh.elements) {
-        if (!m_ticker.tick(done++))
-            return false;
-        m_writer << qint64(element.nodes.size());
-        for (const int node : element.nodes)
-            m_writer << " " << qint64(node);
-        m_writer << "\n";
-        if (m_writer.hasFailed())
-            break;
-    }
-    return true;
+    return m_items.write(m_mesh.elements.size(),
+                         [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+                             for (qsizetype i = begin; i < end; ++i) {
+                                 const NodeList &nodes = m_mesh.elements.at(i).nodes;
+                                 to << qint64(nodes.size());
+                                 for (const int node : nodes)
+                                     to << " " << qint64(node);
+                                 to << "\n";
+                             }
+                             return end - begin;
+                         });
 }
 
 template<typename T>
-void VtkWriter<T>::writeCellTypes()
+bool VtkWriter<T>::writeCellTypes()
 {
     m_writer << "\nCELL_TYPES " << m_mesh.elements.size() << "\n";
-    for (const ElementData<T> &element : m_mesh.elements)
-        m_writer << qint64(vtkCellType(element.type)) << "\n";
+    // The elements have been counted with their nodes.
+    return m_items.write(m_mesh.elements.size(),
+                         [this](BlockWriter &to, qsizetype begin, qsizetype end) {
+                             for (qsizetype i = begin; i < end; ++i)
+                                 to << qint64(vtkCellType(m_mesh.elements.at(i).type)) << "\n";
+                             return qsizetype(0);
+                         });
 }
 
 template<typename T>
@@ -129,13 +134,13 @@ void VtkWriter<T>::writeAttributes(const typename Mesh<T>::Attributes &attribute
         if (values.size() == count) {
             m_writer << "SCALARS " << sanitizeName(it.key()) << " float 1\nLOOKUP_TABLE default\n";
             for (const T value : values) {
-                writeNumber(value);
+                writeNumber(m_writer, value);
                 m_writer << "\n";
             }
         } else if (values.size() == 3 * count) {
             m_writer << "VECTORS " << sanitizeName(it.key()) << " float\n";
             for (qsizetype i = 0; i < values.size(); i += 3)
-                writePoint(values.at(i), values.at(i + 1), values.at(i + 2));
+                writePoint(m_writer, values.at(i), values.at(i + 1), values.at(i + 2));
         }
     }
 }
@@ -151,7 +156,7 @@ void VtkWriter<T>::writePointData()
     if (hasNormals) {
         m_writer << "NORMALS normals float\n";
         for (const Vector3<T> &n : m_mesh.normals)
-            writePoint(n.x, n.y, n.z);
+            writePoint(m_writer, n.x, n.y, n.z);
     }
     writeAttributes(m_mesh.vertexAttributes, m_mesh.vertices.size());
 }
@@ -169,9 +174,8 @@ template<typename T>
 Result<void> VtkWriter<T>::write()
 {
     writeHeader();
-    if (!writePoints() || !writeCells())
-        return cancelledByUser();
-    writeCellTypes();
+    if (!writePoints() || !writeCells() || !writeCellTypes())
+        return m_writer.hasFailed() ? writeFailure(u"Failed to write mesh"_s) : cancelledByUser();
     writePointData();
     writeCellData();
     if (!m_writer.flush())
@@ -192,7 +196,7 @@ Result<void> VtkExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    if (const auto checked = checkNodes(mesh); !checked)
+    if (const auto checked = checkNodes(mesh, options.threads); !checked)
         return checked;
     return VtkWriter<T>(mesh, device, options).write();
 }

@@ -39,11 +39,13 @@ void ChunkRunner::run(int threads)
 /// One thread: takes the next chunk until there is none.
 void ChunkRunner::work()
 {
+    ChunkSurface surface; // one for all chunks: its memory stays warm
     for (qint64 index = m_next++; index < m_total && mayGoOn(); index = m_next++) {
-        ChunkSurface surface;
         QString error;
+        surface.triangles.resize(0);
+        surface.rowEnds.resize(0);
         if (m_processor.processChunk(m_scheduler.jobAt(index), m_cancelFlag, surface, error))
-            keep(index, std::move(surface));
+            keep(index, surface);
         else if (!error.isEmpty())
             fail(error);
     }
@@ -58,15 +60,11 @@ bool ChunkRunner::mayGoOn() const
            !m_failed.load(std::memory_order_relaxed);
 }
 
-void ChunkRunner::keep(qint64 index, ChunkSurface surface)
+void ChunkRunner::keep(qint64 index, const ChunkSurface &surface)
 {
-    // The list grew by doubling; what lies idle behind its end would be half of all memory.
-    surface.triangles.squeeze();
-    qint64 count = 0;
+    const qint64 count = m_surface.insert(index, surface);
     {
         const QMutexLocker lock(&m_mutex);
-        m_surface.insert(index, std::move(surface));
-        count = m_surface.triangleCount();
         ++m_done;
         m_changed.wakeAll();
     }

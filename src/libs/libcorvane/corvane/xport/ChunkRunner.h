@@ -33,7 +33,7 @@ public:
 private:
     void work();
     bool mayGoOn() const;
-    void keep(qint64 index, ChunkSurface surface);
+    void keep(qint64 index, const ChunkSurface &surface);
     void fail(const QString &error);
     void reportUntilDone();
 
@@ -45,9 +45,10 @@ private:
     std::atomic<qint64> m_next = 0;
     std::atomic_bool m_failed = false;
 
+    GridSurface m_surface;
+
     QMutex m_mutex; ///< of all below
     QWaitCondition m_changed;
-    GridSurface m_surface;
     qint64 m_done = 0;
     int m_working = 0;
     QString m_error;

@@ -1,10 +1,17 @@
 #include <corvane/xport/MeshBuilder.h>
 
+#include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/PostProcess.h>
 
+#include <mesh/BulkList.h>
 #include <mesh/io/IORegistry.h>
+#include <mesh/parallelFor.h>
 
 #include <QLoggingCategory>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace corvane::xport {
 
@@ -18,6 +25,9 @@ namespace {
 
 constexpr float degenerateCrossSquared = 1e-20f;
 
+// Enough that two threads seldom meet in one large page, few enough that all threads have some.
+constexpr qint64 trianglesPerPart = 32'768;
+
 Vertex vertexOf(const QVector3D &v)
 {
     return {v.x(), v.y(), v.z()};
@@ -29,35 +39,92 @@ bool isUsable(const Vertex &a, const Vertex &b, const Vertex &c)
            !((b - a).cross(c - a).lengthSquared() < degenerateCrossSquared);
 }
 
-/// False for a triangle that is no use.
-bool addTriangle(SurfaceMesh &out, const mesh::Triangle &triangle)
+/// Some slices of a surface that one thread puts into the mesh.
+struct Part
 {
-    const Vertex a = vertexOf(triangle.vertices[0]);
-    const Vertex b = vertexOf(triangle.vertices[1]);
-    const Vertex c = vertexOf(triangle.vertices[2]);
-    if (!isUsable(a, b, c))
-        return false;
-    const int first = static_cast<int>(out.vertices.size());
-    out.vertices << a << b << c;
-    out.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
-    return true;
+    std::span<const GridSurface::Slice> slices;
+    qint64 kept = 0; ///< triangles that are of use; set when it is done
+
+    qint64 begin() const { return slices.front().begin; }
+    qint64 end() const { return slices.back().begin + slices.back().count; }
+};
+
+std::vector<Part> partsOf(std::span<const GridSurface::Slice> slices)
+{
+    std::vector<Part> parts;
+    while (!slices.empty()) {
+        std::size_t count = 1;
+        while (count < slices.size() &&
+               slices[count].begin - slices.front().begin < trianglesPerPart)
+            ++count;
+        parts.push_back({.slices = slices.first(count)});
+        slices = slices.subspan(count);
+    }
+    return parts;
+}
+
+/// Makes the vertices of a part's triangles, from where its place begins, and the elements, which
+/// depend on nothing but their numbers.
+void makePart(const GridSurface &surface, Part &part, Vertex *vertices,
+              ::mesh::ElementData<float> *elements)
+{
+    Vertex *to = vertices + 3 * part.begin();
+    const auto add = [&to](const GridSurface::Corners &corners) {
+        const Vertex a = vertexOf(corners[0]);
+        const Vertex b = vertexOf(corners[1]);
+        const Vertex c = vertexOf(corners[2]);
+        if (!isUsable(a, b, c))
+            return;
+        for (const Vertex &vertex : {a, b, c})
+            std::construct_at(to++, vertex);
+    };
+    for (const GridSurface::Slice &slice : part.slices)
+        surface.visit(slice, [&add](std::span<const GridSurface::Corners> triangles) {
+            std::ranges::for_each(triangles, add);
+        });
+    part.kept = (to - vertices) / 3 - part.begin();
+    for (qint64 i = part.begin(); i < part.end(); ++i) {
+        const int id = static_cast<int>(i);
+        std::construct_at(elements + i, ::mesh::ElementType::Triangle,
+                          ::mesh::NodeList{3 * id, 3 * id + 1, 3 * id + 2}, id, 0);
+    }
+}
+
+/// Moves the vertices of all parts together where triangles are left out.
+/// @return  how many triangles there are then
+qint64 closeGaps(const std::vector<Part> &parts, Vertex *vertices)
+{
+    qint64 count = 0;
+    for (const Part &part : parts) {
+        const Vertex *const from = vertices + 3 * part.begin();
+        if (part.begin() != count)
+            std::copy(from, from + 3 * part.kept, vertices + 3 * count);
+        count += part.kept;
+    }
+    return count;
 }
 
 } // namespace
 
-SurfaceMesh MeshBuilder::assemble(GridSurface &&surface)
+SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads)
 {
+    const GridSurface source = std::move(surface);
+    const qint64 total = source.triangleCount();
+    ::mesh::BulkList<Vertex> vertices(3 * total);
+    ::mesh::BulkList<::mesh::ElementData<float>> elements(total);
+    const std::vector<GridSurface::Slice> slices = source.slices();
+    std::vector<Part> parts = partsOf(slices);
+    ::mesh::parallelFor(qsizetype(parts.size()), threads, [&](qsizetype i) {
+        makePart(source, parts[static_cast<std::size_t>(i)], vertices.data(), elements.data());
+    });
+    const qint64 count = closeGaps(parts, vertices.data());
+    if (count < total)
+        qCInfo(lcMeshBuilder) << "Export: skipped" << total - count << "degenerate triangles";
     SurfaceMesh result;
     result.name = u"SDF Export"_s;
-    result.vertices.reserve(surface.triangleCount() * 3);
-    result.elements.reserve(surface.triangleCount());
-    qsizetype skipped = 0;
-    std::move(surface).drain([&](std::span<const mesh::Triangle> triangles) {
-        for (const mesh::Triangle &triangle : triangles)
-            skipped += addTriangle(result, triangle) ? 0 : 1;
-    });
-    if (skipped > 0)
-        qCInfo(lcMeshBuilder) << "Export: skipped" << skipped << "degenerate triangles";
+    result.vertices = std::move(vertices).take(3 * count);
+    result.elements = std::move(elements).take(count);
+    result.nextElementId = static_cast<int>(count);
     return result;
 }
 
@@ -65,7 +132,8 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
                                            const std::atomic_bool &cancelFlag,
                                            const eval::DefinitionTable &definitions)
 {
-    SurfaceMesh mesh = assemble(std::move(surface));
+    const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
+    SurfaceMesh mesh = assemble(std::move(surface), threads);
     const QString error = postProcess(mesh, request, definitions, cancelFlag);
     if (cancelFlag.load())
         return ExportResult::failed(u"Export cancelled"_s);
@@ -76,6 +144,7 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
                                     "outside the export bounds"_s);
     ::mesh::io::ExportOptions options;
     options.progress = [&cancelFlag](qint64, qint64) { return !cancelFlag.load(); };
+    options.threads = threads;
     const auto saved =
         ::mesh::io::IORegistry<float>::instance().save(mesh, request.outputPath, options);
     if (!saved && cancelFlag.load())

@@ -15,9 +15,10 @@ class MeshBuilder
 {
 public:
     /// One mesh of all triangles, each with three vertices of its own. Triangles with a coordinate
-    /// that is not finite, or with no area, are left out and counted in the log. The chunks are
-    /// emptied on the way, so that triangles and mesh are not in memory twice.
-    static ::mesh::Mesh<float> assemble(GridSurface &&surface);
+    /// that is not finite, or with no area, are left out and counted in the log.
+    /// @param surface  is released before the mesh is returned
+    /// @param threads  how many may work; the mesh is the same for any number
+    static ::mesh::Mesh<float> assemble(GridSurface &&surface, int threads = 1);
 
     /// Assembles, runs the request's post-processing steps and saves by the extension of the output
     /// path.
