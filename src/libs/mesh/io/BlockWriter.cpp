@@ -41,15 +41,14 @@ void BlockWriter::makeRoom(qsizetype n)
 
 void BlockWriter::append(QByteArrayView bytes)
 {
-    if (m_used + bytes.size() > m_buffer.size()) {
-        // What is as long as the buffer gains nothing by a copy there.
-        if (m_device && bytes.size() >= m_buffer.size()) {
-            if (flush())
-                m_failed = m_device->write(bytes.data(), bytes.size()) != bytes.size();
-            return;
-        }
-        makeRoom(bytes.size());
+    // What is long gains nothing by a copy into the buffer.
+    if (m_device && bytes.size() >= blockSize / 4) {
+        if (flush())
+            m_failed = m_device->write(bytes.data(), bytes.size()) != bytes.size();
+        return;
     }
+    if (m_used + bytes.size() > m_buffer.size())
+        makeRoom(bytes.size());
     std::memcpy(m_buffer.data() + m_used, bytes.data(), std::size_t(bytes.size()));
     m_used += bytes.size();
 }

@@ -7,7 +7,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <atomic>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -17,16 +17,41 @@ namespace {
 
 constexpr qsizetype elementsPerBlock = 65'536;
 
-/// Calls body(begin, end) for all parts of a list.
-template<typename List, typename Body>
-void forBlocks(const List &list, int threads, const Body &body)
+/// What is known of a part of a mesh.
+struct BlockCount
 {
-    const qsizetype blocks = (list.size() + elementsPerBlock - 1) / elementsPerBlock;
-    parallelFor(blocks, threads, [&](qsizetype block) {
-        const qsizetype begin = block * elementsPerBlock;
-        body(list.cbegin() + begin,
-             list.cbegin() + std::min(begin + elementsPerBlock, list.size()));
-    });
+    qint64 written = 0;
+    qsizetype bad = -1; ///< the first element with a node that is not there; -1 for none
+};
+
+template<typename T>
+BlockCount countBlock(const Mesh<T> &mesh, qsizetype begin,
+                      bool (*isWritten)(const ElementData<T> &))
+{
+    const auto count = quint32(mesh.vertices.size());
+    const qsizetype end = std::min(begin + elementsPerBlock, mesh.elements.size());
+    BlockCount result;
+    for (qsizetype i = begin; i < end; ++i) {
+        const ElementData<T> &element = mesh.elements.at(i);
+        for (const int node : element.nodes) {
+            if (quint32(node) >= count && result.bad < 0)
+                result.bad = i;
+        }
+        result.written += isWritten(element) ? 1 : 0;
+    }
+    return result;
+}
+
+template<typename T>
+Error badElement(const Mesh<T> &mesh, qsizetype index)
+{
+    const qsizetype count = mesh.vertices.size();
+    const NodeList &nodes = mesh.elements.at(index).nodes;
+    const int node =
+        *std::find_if(nodes.begin(), nodes.end(), [count](int n) { return n < 0 || n >= count; });
+    return {u"Element %1 has vertex index %2, but there are %3 vertices"_s.arg(
+                QString::number(index), QString::number(node), QString::number(count)),
+            MalformedData};
 }
 
 } // namespace
@@ -81,39 +106,21 @@ Error cancelledByUser()
 }
 
 template<typename T>
-Result<void> checkNodes(const Mesh<T> &mesh, int threads)
+Result<qint64> countElements(const Mesh<T> &mesh, int threads,
+                             bool (*isWritten)(const ElementData<T> &))
 {
-    const qsizetype count = mesh.vertices.size();
-    const auto isBad = [count](const ElementData<T> &element) {
-        return std::any_of(element.nodes.begin(), element.nodes.end(),
-                           [count](int node) { return node < 0 || node >= count; });
-    };
-    std::atomic<qsizetype> first = mesh.elements.size();
-    forBlocks(mesh.elements, threads, [&](auto begin, auto end) {
-        const auto bad = std::find_if(begin, end, isBad);
-        const qsizetype index = bad - mesh.elements.cbegin();
-        for (qsizetype known = first; bad != end && index < known;) {
-            if (first.compare_exchange_weak(known, index))
-                break;
-        }
+    const qsizetype blocks = (mesh.elements.size() + elementsPerBlock - 1) / elementsPerBlock;
+    std::vector<BlockCount> counts(static_cast<std::size_t>(blocks));
+    parallelFor(blocks, threads, [&](qsizetype block) {
+        counts[std::size_t(block)] = countBlock(mesh, block * elementsPerBlock, isWritten);
     });
-    if (first == mesh.elements.size())
-        return {};
-    const NodeList &nodes = mesh.elements.at(first).nodes;
-    const int node =
-        *std::find_if(nodes.begin(), nodes.end(), [count](int n) { return n < 0 || n >= count; });
-    return Error{u"Element %1 has vertex index %2, but there are %3 vertices"_s.arg(
-                     QString::number(first), QString::number(node), QString::number(count)),
-                 MalformedData};
-}
-
-template<typename T>
-qint64 countElements(const Mesh<T> &mesh, int threads, bool (*holds)(const ElementData<T> &))
-{
-    std::atomic<qint64> count = 0;
-    forBlocks(mesh.elements, threads,
-              [&](auto begin, auto end) { count += std::count_if(begin, end, holds); });
-    return count;
+    qint64 written = 0;
+    for (const BlockCount &count : counts) {
+        if (count.bad >= 0)
+            return badElement(mesh, count.bad);
+        written += count.written;
+    }
+    return written;
 }
 
 QByteArray singleLine(const QString &name)
@@ -126,8 +133,7 @@ QByteArray singleLine(const QString &name)
 }
 
 template class FormatExporter<float>;
-template Result<void> checkNodes(const Mesh<float> &mesh, int threads);
-template qint64 countElements(const Mesh<float> &mesh, int threads,
-                              bool (*holds)(const ElementData<float> &));
+template Result<qint64> countElements(const Mesh<float> &mesh, int threads,
+                                      bool (*isWritten)(const ElementData<float> &));
 
 } // namespace mesh::io

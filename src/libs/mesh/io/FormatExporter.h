@@ -31,20 +31,17 @@ private:
 Error writeFailure(const QString &message); ///< code WriteFailure
 Error cancelledByUser();                    ///< "Export cancelled by user"
 
-/// An error for the first element with a node that is not among the vertices.
+/// Counts the elements that a format writes: those for which the predicate holds. An error for the
+/// first element, written or not, with a node that is not among the vertices.
 template<typename T>
-Result<void> checkNodes(const Mesh<T> &mesh, int threads);
-
-/// How many elements the predicate holds for.
-template<typename T>
-qint64 countElements(const Mesh<T> &mesh, int threads, bool (*holds)(const ElementData<T> &));
+Result<qint64> countElements(const Mesh<T> &mesh, int threads,
+                             bool (*isWritten)(const ElementData<T> &));
 
 /// A name on one line of a text header: line ends and other control characters become blanks.
 QByteArray singleLine(const QString &name);
 
 extern template class FormatExporter<float>;
-extern template Result<void> checkNodes(const Mesh<float> &mesh, int threads);
-extern template qint64 countElements(const Mesh<float> &mesh, int threads,
-                                     bool (*holds)(const ElementData<float> &));
+extern template Result<qint64> countElements(const Mesh<float> &mesh, int threads,
+                                             bool (*isWritten)(const ElementData<float> &));
 
 } // namespace mesh::io

@@ -18,7 +18,8 @@ namespace mesh::io {
 
 namespace {
 
-constexpr qsizetype itemsPerBlock = 4096;
+// So many that a block of them is written as it is, without a copy into another buffer.
+constexpr qsizetype itemsPerBlock = 8192;
 
 } // namespace
 

@@ -12,15 +12,22 @@ namespace mesh::io {
 namespace {
 
 template<typename T>
+bool isWritten(const ElementData<T> &element)
+{
+    return dimension(element.type) == 2;
+}
+
+template<typename T>
 class ObjWriter
 {
 public:
-    ObjWriter(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+    ObjWriter(const Mesh<T> &mesh, qint64 faceCount, QIODevice &device,
+              const ExportOptions &options)
         : m_mesh(mesh)
         , m_options(options)
         , m_precision(options.effectivePrecision())
         , m_writer(device)
-        , m_faceCount(countElements<T>(mesh, options.threads, isWritten))
+        , m_faceCount(faceCount)
         , m_items(m_writer, options, mesh.vertices.size() + m_faceCount)
         , m_us(mesh.vertexAttributes.value(u"texCoordU"_s))
         , m_vs(mesh.vertexAttributes.value(u"texCoordV"_s))
@@ -35,7 +42,6 @@ public:
 private:
     static constexpr qsizetype markInterval = 4096;
 
-    static bool isWritten(const ElementData<T> &element) { return dimension(element.type) == 2; }
     void writeHeader();
     void writeNumbers(BlockWriter &to, QByteArrayView keyword,
                       std::initializer_list<T> numbers) const;
@@ -229,9 +235,10 @@ Result<void> ObjExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    if (const auto checked = checkNodes(mesh, options.threads); !checked)
-        return checked;
-    return ObjWriter<T>(mesh, device, options).write();
+    const Result<qint64> count = countElements<T>(mesh, options.threads, isWritten<T>);
+    if (!count)
+        return count.error();
+    return ObjWriter<T>(mesh, count.value(), device, options).write();
 }
 
 template class ObjExporter<float>;

@@ -13,18 +13,25 @@ namespace mesh::io {
 
 namespace {
 
+template<typename T>
+bool isWritten(const ElementData<T> &element)
+{
+    return dimension(element.type) == 2;
+}
+
 // What both forms write, with the tables looked up once.
 template<typename T>
 class PlyWriter
 {
 public:
-    PlyWriter(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+    PlyWriter(const Mesh<T> &mesh, qint64 faceCount, QIODevice &device,
+              const ExportOptions &options)
         : m_mesh(mesh)
         , m_options(options)
         , m_binary(options.effectiveBinary())
         , m_precision(options.effectivePrecision())
         , m_writer(device)
-        , m_faceCount(countElements<T>(mesh, options.threads, isWritten))
+        , m_faceCount(faceCount)
         , m_items(m_writer, options, mesh.vertices.size() + m_faceCount)
         , m_hasNormals(!mesh.normals.isEmpty() && mesh.normals.size() == mesh.vertices.size())
     {
@@ -42,7 +49,6 @@ public:
 private:
     static constexpr int mostCorners = 255; // the count of a face is one byte
 
-    static bool isWritten(const ElementData<T> &element) { return dimension(element.type) == 2; }
     void writeHeader();
     void writeMaterials();
     bool writeVertices();
@@ -256,9 +262,10 @@ Result<void> PlyExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    if (const auto checked = checkNodes(mesh, options.threads); !checked)
-        return checked;
-    return PlyWriter<T>(mesh, device, options).write();
+    const Result<qint64> count = countElements<T>(mesh, options.threads, isWritten<T>);
+    if (!count)
+        return count.error();
+    return PlyWriter<T>(mesh, count.value(), device, options).write();
 }
 
 template class PlyExporter<float>;

@@ -112,7 +112,8 @@ QString headerName(const Mesh<T> &mesh, const ExportOptions &options)
 }
 
 template<typename T>
-Result<void> writeBinary(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+Result<void> writeBinary(const Mesh<T> &mesh, qint64 count, QIODevice &device,
+                         const ExportOptions &options)
 {
     BlockWriter writer(device);
     const QString name = headerName(mesh, options);
@@ -120,7 +121,6 @@ Result<void> writeBinary(const Mesh<T> &mesh, QIODevice &device, const ExportOpt
     writer << text.left(headerSize).leftJustified(headerSize, '\0');
     if (!writer.flush())
         return writeFailure(u"Failed to write header"_s);
-    const qint64 count = countElements<T>(mesh, options.threads, isWritten<T>);
     putLittleEndian(writer.claim(sizeof(quint32)), quint32(count));
     if (!writer.flush())
         return writeFailure(u"Failed to write triangle count"_s);
@@ -155,7 +155,8 @@ void writeFacet(BlockWriter &writer, const Facet<T> &facet, int precision)
 }
 
 template<typename T>
-Result<void> writeAscii(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+Result<void> writeAscii(const Mesh<T> &mesh, qint64 count, QIODevice &device,
+                        const ExportOptions &options)
 {
     BlockWriter writer(device);
     QByteArray name = singleLine(headerName(mesh, options));
@@ -165,7 +166,7 @@ Result<void> writeAscii(const Mesh<T> &mesh, QIODevice &device, const ExportOpti
     if (!writer.flush())
         return writeFailure(u"Failed to write solid header"_s);
     const int precision = options.effectivePrecision();
-    ItemWriter items(writer, options, countElements<T>(mesh, options.threads, isWritten<T>));
+    ItemWriter items(writer, options, count);
     const auto put = [precision](BlockWriter &to, const Facet<T> &facet) {
         writeFacet(to, facet, precision);
     };
@@ -190,10 +191,11 @@ Result<void> StlExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not open for writing"_s);
-    if (const auto checked = checkNodes(mesh, options.threads); !checked)
-        return checked;
-    return options.effectiveBinary() ? writeBinary(mesh, device, options)
-                                     : writeAscii(mesh, device, options);
+    const Result<qint64> count = countElements<T>(mesh, options.threads, isWritten<T>);
+    if (!count)
+        return count.error();
+    return options.effectiveBinary() ? writeBinary(mesh, count.value(), device, options)
+                                     : writeAscii(mesh, count.value(), device, options);
 }
 
 template class StlExporter<float>;

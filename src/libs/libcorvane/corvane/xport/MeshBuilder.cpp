@@ -8,6 +8,7 @@
 #include <mesh/parallelFor.h>
 
 #include <QLoggingCategory>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <memory>
@@ -104,6 +105,12 @@ qint64 closeGaps(const std::vector<Part> &parts, Vertex *vertices)
     return count;
 }
 
+/// To let go of millions of elements takes milliseconds that nobody needs to wait for.
+void releaseLater(SurfaceMesh &&mesh)
+{
+    QThreadPool::globalInstance()->start([released = std::move(mesh)] {});
+}
+
 } // namespace
 
 SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads)
@@ -155,6 +162,7 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
     result.success = true;
     result.triangleCount = mesh.elements.size();
     result.vertexCount = mesh.vertices.size();
+    releaseLater(std::move(mesh));
     return result;
 }
 
