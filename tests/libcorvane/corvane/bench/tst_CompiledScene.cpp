@@ -5,6 +5,8 @@
 
 #include <QFile>
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -73,10 +75,25 @@ private slots:
         QCOMPARE(scene->cellSize, 0.1f);
     }
 
-    void definitionsOfTheFileLeaveAgain()
+    void definitionsOfTheFileAreItsOwn_data()
     {
+        QTest::addColumn<QByteArray>("definition");
+        QTest::newRow("new") << QByteArray("dice");
+        QTest::newRow("in place of a built-in") << QByteArray("sphere");
+        QTest::newRow("as another open scene has one") << QByteArray("elsewhere");
+    }
+    void definitionsOfTheFileAreItsOwn()
+    {
+        QFETCH(QByteArray, definition);
         auto &registry = registry::Registry::instance();
-        const auto before = registry.count();
+        const auto other = registry::DefinitionPtr::create();
+        other->id = u"elsewhere"_s;
+        other->shaderCode = u"float sdf_elsewhere(vec3 p) { return length(p) - 9.0; }"_s;
+        registry.registerFileScopedPrimitive(other);
+        const auto leave = qScopeGuard([&] { registry.unregisterPrimitive(other->id); });
+        const auto before = registry.getAllPrimitives();
+        QSignalSpy registered(&registry, &registry::Registry::primitiveRegistered);
+        QSignalSpy unregistered(&registry, &registry::Registry::primitiveUnregistered);
         QString error;
         const auto scene =
             compileSceneFile(written("corvane:\n"
@@ -88,10 +105,11 @@ private slots:
                                      "max(abs(p.x), max(abs(p.y), abs(p.z))) - 1.5; }\"\n"
                                      "  instances:\n"
                                      "    one:\n"
-                                     "      type: dice\n"),
+                                     "      type: dice\n"_ba.replace("dice", definition)),
                              error);
         QVERIFY2(scene, qPrintable(error));
-        QCOMPARE(registry.count(), before);
+        QVERIFY(registered.isEmpty() && unregistered.isEmpty());
+        QCOMPARE(registry.getAllPrimitives(), before);
         corvane::eval::CPUFieldEvaluator field(scene->nodes, scene->rootIndex, scene->definitions);
         QCOMPARE(field.evaluate(2, 0, 0), 0.5f);
     }

@@ -8,8 +8,6 @@
 #include <corvane/render/SDFLayer.h>
 #include <corvane/shader/ShaderIndexManager.h>
 
-#include <QScopeGuard>
-
 namespace corvane::bench {
 
 using namespace Qt::StringLiterals;
@@ -64,15 +62,15 @@ void readSettings(const Corvane &scene, CompiledScene &compiled)
 
 std::optional<CompiledScene> compileSceneFile(const QString &path, QString &error)
 {
-    auto &registry = registry::Registry::instance();
+    const auto registry = registry::Registry::instance().withoutFileScoped();
+    const registry::RegistryScope scope(*registry);
     const QSharedPointer<Corvane> scene = load(path, error);
     if (!scene) {
         error = u"cannot load scene: %1"_s.arg(error);
         return std::nullopt;
     }
-    const auto forgetDefinitions = qScopeGuard([&] { scene->unregisterFileScopedDefinitions(); });
     expr::ExpressionManager(scene.data()).evaluateAll();
-    render::SDFLayer layer(&registry);
+    render::SDFLayer layer(registry.get());
     layer.setScene(scene.data());
     const render::SDFLayer::FieldNodes field = layer.nodesAsOneField();
     if (!layer.buildError().isEmpty() || field.nodes.isEmpty()) {
@@ -80,12 +78,12 @@ std::optional<CompiledScene> compileSceneFile(const QString &path, QString &erro
         return std::nullopt;
     }
     shader::ShaderIndexManager indices;
-    indices.rebuildIndices(&registry);
+    indices.rebuildIndices(registry.get());
     CompiledScene compiled;
     compiled.path = path;
     compiled.nodes = field.nodes;
     compiled.rootIndex = field.rootIndex;
-    compiled.definitions = eval::DefinitionTable::collect(field.nodes, registry, indices);
+    compiled.definitions = eval::DefinitionTable::collect(field.nodes, *registry, indices);
     readSettings(*scene, compiled);
     return compiled;
 }

@@ -26,7 +26,8 @@ struct CompiledScene
 
 /// Reads a scene file of either version, with its variables and expressions evaluated. Nothing,
 /// with an error, when it cannot be read or has no geometry. Definitions that the file brings are
-/// registered only while this runs. Main thread.
+/// its own: the process-wide registry does not see them, and those of open scenes do not count.
+/// Main thread.
 std::optional<CompiledScene> compileSceneFile(const QString &path, QString &error);
 
 } // namespace corvane::bench

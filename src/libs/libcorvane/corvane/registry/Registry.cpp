@@ -30,6 +30,9 @@ Q_LOGGING_CATEGORY(lcRegistry, "ondrel.registry", QtWarningMsg)
 
 namespace {
 
+// What instance() answers on this thread in place of the process-wide table.
+thread_local Registry *scopedRegistry = nullptr;
+
 constexpr auto conflictSource = "Registry: Function Conflict"_L1;
 constexpr int operatorGroup = 1;
 constexpr int modifierGroup = 2;
@@ -105,6 +108,8 @@ Registry::~Registry() = default;
 
 Registry &Registry::instance()
 {
+    if (scopedRegistry)
+        return *scopedRegistry;
     // Never destroyed: the program ends without running destructors.
     static Registry *const registry = [] {
         auto *const made = new Registry;
@@ -113,6 +118,18 @@ Registry &Registry::instance()
         return made;
     }();
     return *registry;
+}
+
+std::unique_ptr<Registry> Registry::withoutFileScoped() const
+{
+    auto table = std::make_unique<Registry>();
+    table->m_isForOneFile = true;
+    table->m_definitions = m_definitions;
+    table->m_overridden = m_overridden;
+    table->m_functions = m_functions;
+    for (const QString &id : m_fileScoped)
+        table->unregisterPrimitive(id);
+    return table;
 }
 
 DefinitionPtr Registry::getDefinition(const QString &id) const
@@ -179,7 +196,10 @@ void Registry::registerFileScopedPrimitives(const QList<DefinitionPtr> &definiti
     for (const DefinitionPtr &definition : definitions) {
         if (definition && !definition->shaderCode.isEmpty())
             analyzeShaderSignature(definition);
-        isChanged = insert(definition) || isChanged;
+        if (!insert(definition))
+            continue;
+        m_fileScoped.insert(definition->id);
+        isChanged = true;
     }
     if (isChanged)
         checkAndReportConflicts();
@@ -190,6 +210,7 @@ void Registry::unregisterPrimitive(const QString &id)
     if (!m_definitions.remove(id))
         return;
     m_functions.remove(id);
+    m_fileScoped.remove(id);
     qCInfo(lcRegistry).noquote() << "Unregistered SDF primitive:" << id;
     emit primitiveUnregistered(id);
     if (const DefinitionPtr builtin = m_overridden.take(id))
@@ -288,6 +309,7 @@ bool Registry::insert(const DefinitionPtr &definition)
         m_overridden.insert(id, known);
     m_definitions.insert(id, definition);
     m_functions.insert(*definition);
+    m_fileScoped.remove(id);
     qCInfo(lcRegistry).noquote() << "Registered SDF primitive:" << id;
     emit primitiveRegistered(id);
     return true;
@@ -314,6 +336,8 @@ void Registry::removeBuiltins()
 
 void Registry::checkAndReportConflicts()
 {
+    if (m_isForOneFile)
+        return;
     const QList<FunctionConflict> conflicts = m_functions.conflicts();
     // The register of problems holds the present state, so what was said before goes.
     if (m_hasReportedConflicts)
@@ -337,6 +361,15 @@ void Registry::logState() const
     for (int type = 0; type < nodeTypeCount; ++type)
         qCInfo(lcRegistry).noquote()
             << " " << nodeTypeToString(NodeType(type)) << counts[std::size_t(type)];
+}
+
+RegistryScope::RegistryScope(Registry &registry)
+    : m_outer(std::exchange(scopedRegistry, &registry))
+{}
+
+RegistryScope::~RegistryScope()
+{
+    scopedRegistry = m_outer;
 }
 
 } // namespace corvane::registry

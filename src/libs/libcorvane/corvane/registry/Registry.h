@@ -5,7 +5,10 @@
 
 #include <QHash>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
+
+#include <memory>
 
 namespace corvane::registry {
 
@@ -25,8 +28,13 @@ public:
     explicit Registry(QObject *parent = nullptr);
     ~Registry() override;
 
-    /// The process-wide table. The first call loads the built-ins and the user's library.
+    /// The process-wide table, or that of the RegistryScope on this thread. The first call loads
+    /// the built-ins and the user's library.
     static Registry &instance();
+
+    /// A table for a scene file that is read beside the open ones: what this one has, without what
+    /// scene files brought. Its conflicts are reported nowhere.
+    [[nodiscard]] std::unique_ptr<Registry> withoutFileScoped() const;
 
     /// Null when there is none.
     [[nodiscard]] DefinitionPtr getDefinition(const QString &id) const;
@@ -88,8 +96,30 @@ private:
 
     QHash<QString, DefinitionPtr> m_definitions;
     QHash<QString, DefinitionPtr> m_overridden; ///< built-ins whose id another definition holds
+    QSet<QString> m_fileScoped;                 ///< ids of what scene files brought
     FunctionIndex m_functions;
     bool m_hasReportedConflicts = false;
+    bool m_isForOneFile = false;
+};
+
+/// While one lives, Registry::instance() is another table on this thread. For reading a scene file
+/// whose definitions must not show in the process-wide table, not for a moment:
+///
+///     const auto table = Registry::instance().withoutFileScoped();
+///     const RegistryScope scope(*table);
+///
+/// Scopes nest; the last one made goes first. No event loop runs meanwhile, since its slots would
+/// meet the wrong table, and documents that are made meanwhile go before the scope.
+class RegistryScope
+{
+public:
+    explicit RegistryScope(Registry &registry);
+    ~RegistryScope();
+    RegistryScope(const RegistryScope &) = delete;
+    RegistryScope &operator=(const RegistryScope &) = delete;
+
+private:
+    Registry *const m_outer;
 };
 
 } // namespace corvane::registry
