@@ -1,5 +1,6 @@
 #include <corvane/asset/AssetFileMonitor.h>
 
+#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -32,14 +33,17 @@ private slots:
         QTest::newRow("written") << u"write"_s;
         QTest::newRow("replaced by rename") << u"rename"_s;
         QTest::newRow("removed and made again") << u"remove"_s;
+        QTest::newRow("gone with its folders and made again") << u"remove folders"_s;
     }
 
     void aChangeIsReported()
     {
         QFETCH(const QString, way);
         const QTemporaryDir dir;
-        const QString path = dir.filePath(u"part.stl"_s), next = dir.filePath(u"next"_s);
-        QVERIFY(write(path, "one"));
+        const QString path = dir.filePath(u"outer/inner/part.stl"_s),
+                      next = dir.filePath(u"next"_s);
+        const QString folder = QFileInfo(path).path();
+        QVERIFY(QDir().mkpath(folder) && write(path, "one"));
         AssetFileMonitor monitor;
         QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
         const QUuid a = QUuid::createUuid(), b = QUuid::createUuid();
@@ -54,9 +58,11 @@ private slots:
                 QVERIFY(write(next, QByteArray(round * 10, 'x')));
                 QVERIFY(std::rename(qPrintable(next), qPrintable(path)) == 0);
             } else {
-                QVERIFY(QFile::remove(path));
+                const bool folders = way == u"remove folders"_s;
+                QVERIFY(folders ? QDir(dir.filePath(u"outer"_s)).removeRecursively()
+                                : QFile::remove(path));
                 QCoreApplication::processEvents();
-                QVERIFY(write(path, QByteArray(round * 10, 'x')));
+                QVERIFY(QDir().mkpath(folder) && write(path, QByteArray(round * 10, 'x')));
             }
             QTRY_VERIFY(!changes.isEmpty());
             QCOMPARE(changes.first().at(0).toString(), path);
@@ -64,6 +70,28 @@ private slots:
             QCOMPARE(QSet<QUuid>(ids.cbegin(), ids.cend()), (QSet<QUuid>{a, b}));
             QTest::qWait(0);
         }
+    }
+
+    void aFloodOfChangesIsFewReports()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(u"part.stl"_s);
+        QVERIFY(write(path, "one"));
+        AssetFileMonitor monitor;
+        QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
+        QByteArray seen;
+        connect(&monitor, &AssetFileMonitor::fileChanged, this, [&] {
+            QFile file(path);
+            seen = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        });
+        monitor.watchPath(path, QUuid::createUuid());
+        constexpr int floods = 2000;
+        for (int i = 0; i < floods; ++i) {
+            QVERIFY(write(path, QByteArray::number(i)));
+            QCoreApplication::processEvents();
+        }
+        QTRY_COMPARE(seen, QByteArray::number(floods - 1));
+        QVERIFY2(changes.size() < floods / 10, qPrintable(QString::number(changes.size())));
     }
 
     void whatIsNotThereIsNotWatched()
