@@ -1,7 +1,7 @@
 #include "ShutdownLifecycle.h"
 
-#include <QDeadlineTimer>
-#include <QMutexLocker>
+#include <algorithm>
+#include <utility>
 
 namespace store {
 
@@ -20,7 +20,7 @@ quint64 ShutdownLifecycle::registerTask(const ShutdownTask &task)
 {
     quint64 id = 0;
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         id = m_nextId++;
         m_entries.insert(id,
                          {.id = id, .task = task, .startedAt = QDateTime::currentDateTimeUtc()});
@@ -33,12 +33,12 @@ void ShutdownLifecycle::deregisterTask(quint64 id)
 {
     bool ready = false;
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         if (!m_entries.remove(id))
             return;
         if (m_entries.isEmpty()) {
             ready = std::exchange(m_waiting, false);
-            m_idle.wakeAll();
+            m_idle.notify_all();
         }
     }
     emit changed();
@@ -49,7 +49,7 @@ void ShutdownLifecycle::deregisterTask(quint64 id)
 void ShutdownLifecycle::setProgress(quint64 id, qint64 current, qint64 total)
 {
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         const auto entry = m_entries.find(id);
         if (entry == m_entries.end())
             return;
@@ -63,7 +63,7 @@ QList<ShutdownLifecycle::Entry> ShutdownLifecycle::entries() const
 {
     QList<Entry> entries;
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         entries = m_entries.values();
     }
     std::sort(entries.begin(), entries.end(),
@@ -73,13 +73,13 @@ QList<ShutdownLifecycle::Entry> ShutdownLifecycle::entries() const
 
 bool ShutdownLifecycle::isIdle() const
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     return m_entries.isEmpty();
 }
 
 quint64 ShutdownLifecycle::registerProbe(std::function<void()> probe)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     const quint64 id = m_nextId++;
     m_probes.insert(id, std::move(probe));
     return id;
@@ -87,7 +87,7 @@ quint64 ShutdownLifecycle::registerProbe(std::function<void()> probe)
 
 void ShutdownLifecycle::removeProbe(quint64 id)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_probes.remove(id);
 }
 
@@ -95,7 +95,7 @@ void ShutdownLifecycle::runProbes()
 {
     QHash<quint64, std::function<void()>> probes;
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         probes = m_probes;
     }
     for (const auto &probe : std::as_const(probes))
@@ -106,7 +106,7 @@ void ShutdownLifecycle::beginShutdown()
 {
     runProbes();
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         m_waiting = !m_entries.isEmpty();
         if (m_waiting)
             return;
@@ -117,7 +117,7 @@ void ShutdownLifecycle::beginShutdown()
 void ShutdownLifecycle::abortShutdown()
 {
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         m_waiting = false;
     }
     emit shutdownAborted();
@@ -126,12 +126,8 @@ void ShutdownLifecycle::abortShutdown()
 bool ShutdownLifecycle::finishWork(std::chrono::milliseconds limit)
 {
     runProbes();
-    const QDeadlineTimer deadline(limit);
-    const QMutexLocker lock(&m_mutex);
-    while (!m_entries.isEmpty())
-        if (!m_idle.wait(&m_mutex, deadline))
-            return m_entries.isEmpty();
-    return true;
+    std::unique_lock lock(m_mutex);
+    return m_idle.wait_for(lock, limit, [this] { return m_entries.isEmpty(); });
 }
 
 ShutdownHold::ShutdownHold(const ShutdownTask &task, ShutdownLifecycle &lifecycle)

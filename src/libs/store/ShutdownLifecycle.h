@@ -3,13 +3,13 @@
 #include <QDateTime>
 #include <QHash>
 #include <QList>
-#include <QMutex>
 #include <QObject>
 #include <QString>
-#include <QWaitCondition>
 
 #include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 
 namespace store {
 
@@ -85,8 +85,10 @@ signals:
 private:
     void runProbes();
 
-    mutable QMutex m_mutex;
-    QWaitCondition m_idle;
+    // Of the standard library: a thread sanitizer does not see that Qt's condition lets go of a
+    // mutex.
+    mutable std::mutex m_mutex;
+    std::condition_variable m_idle;
     quint64 m_nextId = 1;
     QHash<quint64, Entry> m_entries;
     QHash<quint64, std::function<void()>> m_probes;
