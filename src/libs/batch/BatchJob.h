@@ -30,7 +30,7 @@ struct BatchJob
     BatchStatus status = BatchStatus::Pending;
     QString workerId{};         ///< of the worker that claimed it
     QString origin{};           ///< who asked: "directive", "zirn", "manual" or "system"
-    QString label{};            ///< free text for the user, shown in place of the type
+    QString label{};            ///< free text for the user, shown as the tooltip of the type
     QStringList requiredTags{}; ///< each must be among the worker's tags
     QString minWorkerVersion{}; ///< the worker's version must not compare less, as a plain string
 

@@ -1,6 +1,6 @@
 #include <corvane/bench/TestDB.h>
 
-#include "PostgresServer.h"
+#include <support/PostgresServer.h>
 
 #include <QFile>
 #include <QRegularExpression>

@@ -150,28 +150,49 @@ bool TestDB::open()
     return false;
 }
 
+bool TestDB::openForReading()
+{
+    if (m_isOpen)
+        return true;
+    m_isOpen = connect(Access::Read) && probe();
+    if (!m_isOpen)
+        close();
+    return m_isOpen;
+}
+
 bool TestDB::openOnce()
 {
     m_isDamaged = false;
-    const QString driver = wordOf(m_driver == Driver::SQLite);
-    if (!QSqlDatabase::isDriverAvailable(driver))
-        return fail(u"the driver %1 is not installed"_s.arg(driver));
-    if (m_driver == Driver::SQLite && !checkFile())
+    if (!connect(Access::Write))
         return false;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase(driver, m_connection);
-        configure(database);
-        if (!database.open())
-            return fail(database.lastError());
-    }
     if (m_driver == Driver::SQLite &&
         !(execute(u"PRAGMA journal_mode=WAL"_s) && execute(u"PRAGMA busy_timeout=30000"_s)))
         return false;
+    return createSchema() && probe();
+}
+
+bool TestDB::connect(Access access)
+{
+    const QString driver = wordOf(m_driver == Driver::SQLite);
+    if (!QSqlDatabase::isDriverAvailable(driver))
+        return fail(u"the driver %1 is not installed"_s.arg(driver));
+    if (m_driver == Driver::SQLite && !checkFile(access))
+        return false;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(driver, m_connection);
+        configure(database, access);
+        if (!database.open())
+            return fail(database.lastError());
+    }
+    if (m_driver == Driver::SQLite)
+        return true;
     // Else the server remarks on each table that is there already.
-    if (m_driver == Driver::PostgreSQL && !execute(u"SET client_min_messages TO WARNING"_s))
-        return false;
-    if (!createSchema())
-        return false;
+    return execute(u"SET client_min_messages TO WARNING"_s) &&
+           (access == Access::Write || execute(u"SET default_transaction_read_only TO on"_s));
+}
+
+bool TestDB::probe()
+{
     return std::all_of(std::begin(probes), std::end(probes),
                        [this](QLatin1String sql) { return execute(sql); });
 }
@@ -189,21 +210,24 @@ QSqlDatabase TestDB::database() const
 }
 
 // A FIFO or a device would be waited for, or worse.
-bool TestDB::checkFile()
+bool TestDB::checkFile(Access access)
 {
     const QFileInfo file(m_target);
+    if (access == Access::Read && !file.exists())
+        return fail(u"no such file"_s);
     if (file.exists() && !file.isFile())
         return fail(u"%1 is no regular file"_s.arg(m_target));
-    if (!QDir().mkpath(file.absolutePath()))
+    if (access == Access::Write && !QDir().mkpath(file.absolutePath()))
         return fail(u"cannot create the folder %1"_s.arg(file.absolutePath()));
     return true;
 }
 
-void TestDB::configure(QSqlDatabase &database) const
+void TestDB::configure(QSqlDatabase &database, Access access) const
 {
     if (m_driver == Driver::SQLite) {
+        const QString readOnly = access == Access::Read ? u";QSQLITE_OPEN_READONLY"_s : QString();
         database.setDatabaseName(m_target);
-        database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=30000"_s);
+        database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=30000"_s + readOnly);
         return;
     }
     const QUrl url(m_target);

@@ -55,7 +55,11 @@ public:
     /// A SQLite file that is damaged is set aside under a new name, with a warning, and a new one
     /// begun. A file that never was a database is left alone: the path is a mistake.
     bool open();
+    /// Connects to a database that is there, to read from it: nothing is made, changed or set
+    /// aside. False when there is none, or none of results; errorString() says why.
+    bool openForReading();
     bool isOpen() const { return m_isOpen; }
+    QString connectionName() const { return m_connection; }
     QString errorString() const { return m_error; } ///< of what failed last
 
     /// Adds a REAL column to the runs for each name that has none.
@@ -73,13 +77,16 @@ public:
 
 private:
     enum class Driver { SQLite, PostgreSQL };
+    enum class Access { Read, Write };
 
     TestDB(Driver driver, const QString &target, const QString &connectionName);
     QSqlDatabase database() const;
     bool openOnce();
+    bool connect(Access access);
+    bool probe();
     void close();
-    void configure(QSqlDatabase &database) const;
-    bool checkFile();
+    void configure(QSqlDatabase &database, Access access) const;
+    bool checkFile(Access access);
     bool createSchema();
     bool execute(const QString &sql, const QVariantList &values = {});
     std::optional<QSqlQuery> run(const QString &sql, const QVariantList &values);

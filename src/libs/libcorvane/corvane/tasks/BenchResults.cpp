@@ -3,13 +3,12 @@
 #include <corvane/bench/MeshMetrics.h>
 #include <corvane/bench/TestDB.h>
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QScopeGuard>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QSqlRecord>
 #include <QUuid>
 
 #include <algorithm>
@@ -53,17 +52,29 @@ QStringList scenesOf(const QString &paramsJson)
     return params.value("scenes"_L1).toVariant().toStringList();
 }
 
-BenchRow rowOf(const QSqlQuery &query, const QStringList &scenes)
+/// Of the metrics those that the database has a column for: an older one has fewer.
+QList<QLatin1String> metricsOf(const QSqlRecord &record)
+{
+    QList<QLatin1String> names;
+    for (const bench::MetricColumn &column : bench::metricColumns()) {
+        if (record.contains(column.name))
+            names.append(column.name);
+    }
+    return names;
+}
+
+BenchRow rowOf(const QSqlQuery &query, const QStringList &scenes,
+               const QList<QLatin1String> &metrics)
 {
     const int iteration = query.value(u"iteration"_s).toInt();
     BenchRow row{.scene = scenes.value(iteration, QString::number(iteration)),
                  .definition = query.value(0).toString(),
                  .success = query.value(u"success"_s).toBool(),
                  .score = query.value(u"score"_s).toDouble()};
-    for (const bench::MetricColumn &column : bench::metricColumns()) {
-        const QVariant value = query.value(QString(column.name));
+    for (const QLatin1String metric : metrics) {
+        const QVariant value = query.value(QString(metric));
         if (!value.isNull())
-            row.metrics.insert(column.name, value.toDouble());
+            row.metrics.insert(metric, value.toDouble());
     }
     return row;
 }
@@ -82,49 +93,18 @@ std::optional<QList<BenchRow>> readRows(const QSqlDatabase &database,
     if (!execute(query, error))
         return std::nullopt;
     QList<BenchRow> rows;
+    const QList<QLatin1String> metrics = metricsOf(query.record());
     QHash<QString, QStringList> scenes; ///< by the text that lists them: one for each session
     while (query.next()) {
         const QString params = query.value(1).toString();
         if (!scenes.contains(params))
             scenes.insert(params, scenesOf(params));
-        const BenchRow row = rowOf(query, scenes.value(params));
+        const BenchRow row = rowOf(query, scenes.value(params), metrics);
         const bool fits = (filter.scene.isEmpty() || row.scene == filter.scene) &&
                           (filter.definition.isEmpty() || row.definition == filter.definition);
         if (fits)
             rows.append(row);
     }
-    return rows;
-}
-
-std::optional<QList<BenchRow>> readServer(const QString &url, const BenchResults::Filter &filter,
-                                          const QString &connection, QString &error)
-{
-    auto server = lab::TestDB::fromTarget(url, connection);
-    if (server.open())
-        return readRows(QSqlDatabase::database(u"labtest_"_s + connection, false), filter, error);
-    error = server.errorString();
-    return std::nullopt;
-}
-
-std::optional<QList<BenchRow>> readFile(const QString &path, const BenchResults::Filter &filter,
-                                        const QString &connection, QString &error)
-{
-    if (!QFileInfo(path).isFile()) {
-        error = u"no such file"_s;
-        return std::nullopt;
-    }
-    const auto remove = qScopeGuard([&connection] { QSqlDatabase::removeDatabase(connection); });
-    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
-    database.setDatabaseName(path);
-    database.setConnectOptions(u"QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=30000"_s);
-    if (!database.open()) {
-        error = database.lastError().text();
-        database = {};
-        return std::nullopt;
-    }
-    const auto rows = readRows(database, filter, error);
-    database.close();
-    database = {};
     return rows;
 }
 
@@ -176,9 +156,13 @@ std::optional<double> BenchRow::metric(const QString &name) const
 std::optional<QList<BenchRow>> BenchResults::read(const QString &database, const Filter &filter,
                                                   QString &error)
 {
-    const QString connection = u"zirn-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces);
-    return lab::TestDB::isUrl(database) ? readServer(database, filter, connection, error)
-                                        : readFile(database, filter, connection, error);
+    // A connection of its own: plans read beside a bench that writes.
+    auto results =
+        lab::TestDB::fromTarget(database, QUuid::createUuid().toString(QUuid::WithoutBraces));
+    if (results.openForReading())
+        return readRows(QSqlDatabase::database(results.connectionName(), false), filter, error);
+    error = results.errorString();
+    return std::nullopt;
 }
 
 BenchComparison BenchComparison::of(const QList<BenchRow> &rows, const QString &definitionA,

@@ -33,8 +33,8 @@ public:
         QString definition{};  ///< empty: all
     };
 
-    /// By scene, then by definition. A SQLite file is opened for reading only and never made. On
-    /// failure none, and `error` says why.
+    /// By scene, then by definition. The database is opened for reading only: it is never made, and
+    /// no table either. On failure none, and `error` says why.
     /// @param database  a path, or the URL of a PostgreSQL database
     static std::optional<QList<BenchRow>> read(const QString &database, const Filter &filter,
                                                QString &error);

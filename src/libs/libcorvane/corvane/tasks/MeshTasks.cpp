@@ -200,12 +200,15 @@ ZirnTaskResult runBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
         return ZirnTaskResult::failed(
             u"mesh.bench.run needs '%1'. State: unchanged."_s.arg(missing));
     QVariantMap payload = arguments.toMap();
-    const QString name = arguments.getString(u"testSetName"_s);
-    batch::BatchJob job{.type = u"mesh-export-bench"_s,
-                        .source = u"zirn"_s,
-                        .payload = payload,
-                        .origin = u"zirn"_s,
-                        .label = name.isEmpty() ? u"Mesh bench"_s : name};
+    QString name = arguments.getString(u"testSetName"_s);
+    if (name.isEmpty())
+        name = bench::BenchOptions().testSetName;
+    payload.insert(u"testSetName"_s, name);
+    const batch::BatchJob job{.type = u"corvane/mesh-bench"_s,
+                              .source = u"mesh.bench.run"_s,
+                              .payload = payload,
+                              .origin = u"zirn"_s,
+                              .label = name};
     const auto id =
         onMainThread([&job] { return benchQueue() ? benchQueue()->submit(job) : quint64(0); });
     if (id.value_or(0) == 0)
