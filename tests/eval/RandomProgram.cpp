@@ -32,6 +32,20 @@ QString RandomProgram::text()
     return source + expression(pick(variableTypes), 3) + u'\n';
 }
 
+QString RandomProgram::field()
+{
+    m_isPlain = true;
+    QString source;
+    const int functions = 1 + below(4);
+    for (int i = 0; i < functions; ++i)
+        source += function();
+    m_variables = {{u"p"_s, Type::Vec3}, {u"k"_s, Type::Float}, {u"flag"_s, Type::Bool}};
+    m_result = Type::Float;
+    m_left = 100;
+    return source + u"float field(vec3 p) {\nfloat k = p.x + 1.0;\nbool flag = p.y > 0.0;\n"_s +
+           block(4) + u"return %1;\n}\n"_s.arg(expression(Type::Float, 3));
+}
+
 QString RandomProgram::function()
 {
     Function made;
@@ -90,7 +104,7 @@ QString RandomProgram::statement()
         source = m_loops < 2 ? loop() : assignment();
         break;
     case 6:
-        source = switchStatement();
+        source = m_isPlain ? ifStatement() : switchStatement();
         break;
     case 7:
         source = callWithOut();
@@ -133,7 +147,7 @@ QString RandomProgram::assignment()
     const QString assign = type == Type::Bool ? u" = "_s : pick(operators);
     if (eval::isVector(type) && oneIn(2)) {
         if (oneIn(3))
-            return u"%1[%2]%3%4;\n"_s.arg(name, oneIn(2) ? u"1"_s : intExpression(1), assign,
+            return u"%1[%2]%3%4;\n"_s.arg(name, oneIn(2) ? u"1"_s : index(), assign,
                                           floatExpression(2));
         static const QList<QString> pairs = {u"xy"_s, u"yx"_s, u"rg"_s, u"xx"_s};
         return oneIn(2)
@@ -141,7 +155,7 @@ QString RandomProgram::assignment()
                    : u"%1.%2%3%4;\n"_s.arg(name, pick(pairs), assign, expression(Type::Vec2, 2));
     }
     if (type == Type::Mat2 && oneIn(2))
-        return u"%1[%2] = %3;\n"_s.arg(name, oneIn(2) ? u"0"_s : intExpression(1),
+        return u"%1[%2] = %3;\n"_s.arg(name, oneIn(2) ? u"0"_s : index(),
                                        expression(Type::Vec2, 1));
     if (type == Type::Int && oneIn(3))
         return name + (oneIn(2) ? u"++;\n"_s : u"--;\n"_s);
@@ -299,13 +313,19 @@ QString RandomProgram::floatExpression(int depth)
     case 7:
         return u"(%1).%2"_s.arg(expression(vector, depth - 1), oneIn(2) ? u"x"_s : u"g"_s);
     case 8:
-        return oneIn(2) ? u"float(%1)"_s.arg(intExpression(depth - 1))
-                        : u"(%1 * %2)"_s.arg(intExpression(depth - 1), inner());
+        return m_isPlain || oneIn(2) ? u"float(%1)"_s.arg(intExpression(depth - 1))
+                                     : u"(%1 * %2)"_s.arg(intExpression(depth - 1), inner());
     default:
-        return oneIn(2) ? u"(%1)[%2]"_s.arg(expression(vector, depth - 1),
-                                            oneIn(3) ? intExpression(1) : u"1"_s)
-                        : u"determinant(%1)"_s.arg(expression(Type::Mat3, depth - 1));
+        return oneIn(2)
+                   ? u"(%1)[%2]"_s.arg(expression(vector, depth - 1), oneIn(3) ? index() : u"1"_s)
+               : m_isPlain ? u"(%1)[2].y"_s.arg(expression(Type::Mat3, depth - 1))
+                           : u"determinant(%1)"_s.arg(expression(Type::Mat3, depth - 1));
     }
+}
+
+QString RandomProgram::index()
+{
+    return m_isPlain ? u"1"_s : intExpression(1);
 }
 
 QString RandomProgram::intExpression(int depth)
@@ -314,6 +334,10 @@ QString RandomProgram::intExpression(int depth)
                                              u"&"_s, u"|"_s, u"^"_s, u"<<"_s, u">>"_s};
     if (depth <= 0 || --m_left < 0)
         return leaf(Type::Int);
+    if (m_isPlain)
+        return oneIn(2) ? u"(%1 %2 %3)"_s.arg(intExpression(depth - 1), operators[below(2)],
+                                              intExpression(depth - 1))
+                        : u"int(%1)"_s.arg(expression(Type::Float, depth - 1));
     switch (below(6)) {
     case 0:
     case 1:
@@ -342,8 +366,9 @@ QString RandomProgram::boolExpression(int depth)
     switch (below(6)) {
     case 0:
     case 1:
-        return u"(%1 %2 %3)"_s.arg(expression(Type::Float, depth - 1), pick(comparisons),
-                                   expression(oneIn(4) ? Type::Int : Type::Float, depth - 1));
+        return u"(%1 %2 %3)"_s.arg(
+            expression(Type::Float, depth - 1), pick(comparisons),
+            expression(!m_isPlain && oneIn(4) ? Type::Int : Type::Float, depth - 1));
     case 2:
         return u"(%1 %2 %3)"_s.arg(intExpression(depth - 1), pick(comparisons),
                                    intExpression(depth - 1));
@@ -419,7 +444,7 @@ QString RandomProgram::matrixExpression(Type type, int depth)
     case 3:
         return u"transpose(%1)"_s.arg(inner());
     case 4:
-        return u"inverse(%1)"_s.arg(inner());
+        return m_isPlain ? u"(-%1)"_s.arg(inner()) : u"inverse(%1)"_s.arg(inner());
     case 5:
         return u"outerProduct(%1, %2)"_s.arg(expression(column, depth - 1),
                                              expression(column, depth - 1));

@@ -17,6 +17,9 @@ class RandomProgram
 public:
     explicit RandomProgram(quint32 seed);
     QString text();
+    /// The same as a function `float field(vec3 p)` and what it calls, of what can be computed for
+    /// several points at a time: hardly any integers, no indexes but literal ones, no `switch`.
+    QString field();
 
 private:
     struct Variable
@@ -55,6 +58,7 @@ private:
     QString leaf(eval::Type type);
     QString floatExpression(int depth);
     QString intExpression(int depth);
+    QString index();
     QString boolExpression(int depth);
     QString vectorExpression(eval::Type type, int depth);
     QString matrixExpression(eval::Type type, int depth);
@@ -69,5 +73,6 @@ private:
     int m_names = 0;
     int m_loops = 0; ///< around the current statement
     int m_nesting = 0;
+    bool m_isPlain = false;
     int m_left = 0; ///< what the current function may still grow by
 };

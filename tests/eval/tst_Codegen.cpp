@@ -13,6 +13,7 @@
 #include <QTest>
 #include <QVector3D>
 
+#include <bit>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -59,6 +60,47 @@ NativeUnit unitOf(const QString &source)
     return compiled ? Codegen(*compiled.value()).emitUnit() : NativeUnit{.isSupported = false};
 }
 
+NativeUnit fieldUnitOf(const QString &source)
+{
+    CompileRequest request;
+    SlotBinding slot;
+    slot.name = u"p"_s;
+    slot.type = Type::Vec3;
+    slot.handle = 1;
+    request.inputs.append(slot);
+    SlotBinding distance;
+    distance.name = u"d"_s;
+    distance.handle = 2;
+    request.outputs.append(distance);
+    request.sources.append(source);
+    const CompiledResult compiled = GraphCompiler(request).compile();
+    return compiled ? Codegen(*compiled.value()).emitUnit() : NativeUnit{.isSupported = false};
+}
+
+/// A call of a built-in, over the inputs, that gives something with a slot.
+QString callOf(const BuiltinEntry &entry)
+{
+    const QString name = entry.name;
+    const bool isMatrix =
+        name == u"determinant"_s || name == u"transpose"_s || name == u"inverse"_s;
+    const bool isBool = name == u"any"_s || name == u"all"_s;
+    const bool isInteger = name.startsWith(u"bit"_s) || name.startsWith(u"find"_s);
+    const QString argument = isMatrix    ? u"mat3(k)"_s
+                             : isBool    ? u"lessThan(p, p)"_s
+                             : isInteger ? u"n"_s
+                                         : u"p"_s;
+    QString call = name + u'(' + QStringList(entry.arity, argument).join(u", "_s) + u')';
+    // What gives an integer or bool vector has no slot.
+    if (name == u"not"_s)
+        call = u"any(not(lessThan(p, p)))"_s;
+    else if (name.contains(u"Bits"_s) || name.startsWith(u"unpack"_s))
+        call = name + u"(k)"_s;
+    else if (name == u"isnan"_s || name == u"isinf"_s || name.startsWith(u"less"_s) ||
+             name.startsWith(u"greater"_s) || name.endsWith(u"qual"_s))
+        call = u"any("_s + call + u')';
+    return call;
+}
+
 QSet<QString> wordsOf(const QString &text)
 {
     static const QRegularExpression word(u"[A-Za-z_][A-Za-z_0-9]*"_s);
@@ -72,8 +114,9 @@ QSet<QString> wordsOf(const QString &text)
 QString strangerIn(const NativeUnit &unit)
 {
     static const QSet<QString> known =
-        wordsOf(QString::fromUtf8(Codegen::fixedText())) +
+        wordsOf(QString::fromUtf8(Codegen::fixedText() + Codegen::fixedLaneText())) +
         wordsOf(u"extern C void const float int unsigned long double bool static struct alignas "
+                "result left evalLanes "
                 "if else for switch default break return goto true false static_cast "
                 "eval_main eval_row evalPoint eval_in_ eval_out_ eval_arrays_ eval_arrayLens_ "
                 "eval_watch flag evalCancelFlag char _isCancelled "
@@ -85,8 +128,10 @@ QString strangerIn(const NativeUnit &unit)
         u"\\s+|(?<word>[A-Za-z_][A-Za-z_0-9]*)|"
         "(?:\\d+\\.\\d+|\\d+)(?:e[+-]?\\d+)?(?:f|u|ll|ull)?|\"C\"|"
         "[-+*/%&|^~<>=!?:;,.(){}\\[\\]]"_s);
-    const QString text =
-        QString::fromUtf8(unit.text).sliced(QString::fromUtf8(Codegen::fixedText()).size());
+    QString text = QString::fromUtf8(unit.text);
+    for (const QByteArray &fixed :
+         {Codegen::fixedText(), Codegen::fixedLaneText(), Codegen::rowsText()})
+        text.remove(QString::fromUtf8(fixed));
     qsizetype at = 0;
     while (at < text.size()) {
         const auto match = token.match(text, at, QRegularExpression::NormalMatch,
@@ -153,6 +198,8 @@ private slots:
     void recursionIsRefused();
     void largeProgramsAreRefusedByASentence();
     void randomProgramsComputeTheSame();
+    void assignmentsReachLaterOutputs();
+    void lanesComputeWhatTheirPointsDo();
     void loopsThatMayNotEndAreWatched_data();
     void loopsThatMayNotEndAreWatched();
     void endlessLoopsSeeACancel();
@@ -212,24 +259,7 @@ void TstCodegen::builtinsAreAllThere()
             return row.name == entry.name && row.arity == entry.arity;
         });
         QVERIFY2(found, entry.name.data());
-        const QString name = entry.name;
-        const bool isMatrix =
-            name == u"determinant"_s || name == u"transpose"_s || name == u"inverse"_s;
-        const bool isBool = name == u"any"_s || name == u"all"_s;
-        const bool isInteger = name.startsWith(u"bit"_s) || name.startsWith(u"find"_s);
-        const QString argument = isMatrix    ? u"mat3(k)"_s
-                                 : isBool    ? u"lessThan(p, p)"_s
-                                 : isInteger ? u"n"_s
-                                             : u"p"_s;
-        QString call = name + u'(' + QStringList(entry.arity, argument).join(u", "_s) + u')';
-        // What gives an integer or bool vector has no slot.
-        if (name == u"not"_s)
-            call = u"any(not(lessThan(p, p)))"_s;
-        else if (name.contains(u"Bits"_s) || name.startsWith(u"unpack"_s))
-            call = name + u"(k)"_s;
-        else if (name == u"isnan"_s || name == u"isinf"_s || name.startsWith(u"less"_s) ||
-                 name.startsWith(u"greater"_s) || name.endsWith(u"qual"_s))
-            call = u"any("_s + call + u')';
+        const QString call = callOf(entry);
         const NativeUnit unit = unitOf(call);
         QVERIFY2(unit.isSupported, qPrintable(call));
         QCOMPARE(strangerIn(unit), QString());
@@ -296,7 +326,7 @@ void TstCodegen::randomProgramsComputeTheSame()
     if (!hasCompiler())
         QSKIP("no compiler on this machine");
     constexpr int wanted = 24;
-    constexpr qsizetype mostText = 11'325; // beside what all units have
+    constexpr qsizetype mostText = 16'000; // beside what all units have
     QStringList sources;
     for (quint32 seed = 1000; sources.size() < wanted; ++seed) {
         QVERIFY2(seed < 2000, "hardly any random program can be compiled");
@@ -306,14 +336,20 @@ void TstCodegen::randomProgramsComputeTheSame()
         if (unit.isSupported && unit.refusal.isEmpty() && ownText < mostText)
             sources.append(source);
     }
-    // One unit for all: the compiler's time is in its start.
+    // One unit for all: the compiler's time is in its start. Inputs are for each its own, because
+    // what an output assigns to one reaches the outputs after it.
+    static const QRegularExpression inputName(u"\\b(p|k|n|flag)\\b"_s);
     eval::Graph graph;
-    QList<Handle> in;
+    QList<QList<Handle>> in(sources.size());
     QList<Handle> out;
-    for (const Input &input : inputs)
-        in.append(graph.declareInput(input.name, input.type));
-    for (qsizetype i = 0; i < sources.size(); ++i)
-        out.append(graph.declareOutput(u"output%1"_s.arg(i), sources[i]));
+    for (qsizetype i = 0; i < sources.size(); ++i) {
+        const QString ending = u"_%1"_s.arg(i);
+        for (const Input &input : inputs)
+            in[i].append(graph.declareInput(input.name + ending, input.type));
+        QString source = sources[i];
+        out.append(graph.declareOutput(u"output"_s + ending,
+                                       source.replace(inputName, u"\\1"_s + ending)));
+    }
     auto native = graph.compile(Backend::Native);
     QVERIFY2(native, qPrintable(native.firstError().message));
     int compared = 0;
@@ -327,8 +363,8 @@ void TstCodegen::randomProgramsComputeTheSame()
         QVERIFY(walked);
         for (const float x : {-1.5f, 0.25f, 2.0f}) {
             const QVariantList values = {QVector3D(x, 0.5f, -x), x + 1.0f, int(x) + 2, x > 0};
-            for (qsizetype j = 0; j < in.size(); ++j) {
-                native.value().set(in[j], values[j]);
+            for (qsizetype j = 0; j < own.size(); ++j) {
+                native.value().set(in[i][j], values[j]);
                 walked.value().set(own[j], values[j]);
             }
             QVERIFY(native.value().evaluate());
@@ -343,6 +379,107 @@ void TstCodegen::randomProgramsComputeTheSame()
         }
     }
     QVERIFY2(compared > wanted, qPrintable(QString::number(compared)));
+}
+
+void TstCodegen::assignmentsReachLaterOutputs()
+{
+    if (!hasCompiler())
+        QSKIP("no compiler on this machine");
+    for (const Backend backend : {Backend::Interpreted, Backend::Native}) {
+        eval::Graph graph;
+        const Handle k = graph.declareInput(u"k"_s, Type::Float);
+        const Handle before = graph.declareOutput(u"before"_s, u"k"_s);
+        const Handle change = graph.declareOutput(u"change"_s, u"(k = k * 2.0) + 1.0"_s);
+        const Handle after = graph.declareOutput(u"after"_s, u"k + before"_s);
+        auto compiled = graph.compile(backend);
+        QVERIFY2(compiled, qPrintable(compiled.firstError().message));
+        for (int round = 0; round < 2; ++round) { // the input itself stays what it was set to
+            compiled.value().set(k, round == 0 ? 3.0f : compiled.value().getFloat(k));
+            QVERIFY(compiled.value().evaluate());
+            QCOMPARE(compiled.value().getFloat(before), 3.0f);
+            QCOMPARE(compiled.value().getFloat(change), 7.0f);
+            QCOMPARE(compiled.value().getFloat(after), 9.0f);
+        }
+    }
+}
+
+/// Random fields and each built-in, in one unit and chosen by y: rows and scattered points have the
+/// bits that each point has by itself, however the lanes part.
+void TstCodegen::lanesComputeWhatTheirPointsDo()
+{
+    if (!hasCompiler())
+        QSKIP("no compiler on this machine");
+    constexpr int wanted = 12;
+    constexpr qsizetype mostText = 34'000; // beside what all units have
+    static const QRegularExpression functionName(u"\\bf(\\d+)\\b"_s);
+    static const QString point = u"vec3(p.x, p.z, p.x - p.z)"_s;
+    QString functions;
+    QString choice = u"p.x"_s;
+    int taken = 0;
+    for (quint32 seed = 5000; taken < wanted; ++seed) {
+        QVERIFY2(seed < 6000, "hardly any random field has lanes");
+        QString field = RandomProgram(seed).field();
+        const NativeUnit unit = fieldUnitOf(field + u" field(p)"_s);
+        if (!unit.hasLanes || unit.text.size() - Codegen::fixedText().size() > mostText)
+            continue;
+        const QString number = QString::number(taken++);
+        functions += field.replace(functionName, u"g%1_\\1"_s.arg(number))
+                         .replace(u" field("_s, u" field%1("_s.arg(number)) +
+                     u'\n';
+        choice = u"(p.y == %1.0 ? field%1(%2) : %3)"_s.arg(number, point, choice);
+    }
+    static const QString reduce =
+        u"float r(float v) { return v; } float r(int v) { return float(v); } "
+        "float r(bool v) { return v ? 1.0 : 2.0; } float r(vec3 v) { return v.x + 2.0 * v.y + v.z; "
+        "} "
+        "float r(mat3 m) { return m[0].y + 2.0 * m[2].z; }\n"_s;
+    functions += reduce;
+    for (const BuiltinEntry &entry : builtinTable()) {
+        const QString field = u"float field%1(vec3 p) { float k = p.y; int n = int(p.x * 4.0); "
+                              "return r(%2); }\n"_s.arg(QString::number(taken), callOf(entry));
+        if (!fieldUnitOf(reduce + field + u"field%1(p)"_s.arg(taken)).hasLanes)
+            continue;
+        functions += field;
+        choice = u"(p.y == %1.0 ? field%1(%2) : %3)"_s.arg(QString::number(taken++), point, choice);
+    }
+    QVERIFY2(taken > wanted + 45, qPrintable(QString::number(taken)));
+    eval::Graph graph;
+    const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
+    const Handle d = graph.declareOutput(u"d"_s, functions + choice);
+    QVERIFY(fieldUnitOf(functions + choice).hasLanes);
+    auto compiled = graph.compile(Backend::Native);
+    QVERIFY2(compiled, qPrintable(compiled.firstError().message));
+    eval::ThreadCopy copy = compiled.value().threadCopy();
+    std::vector<float> xs;
+    for (int i = 0; i < 21; ++i)
+        xs.push_back(static_cast<float>(i - 9) * 0.37f);
+    const auto bitsOf = [](float value) {
+        return std::isnan(value) ? 0x7fc00000u : std::bit_cast<quint32>(value);
+    };
+    for (int index = 0; index < taken; ++index) {
+        const auto y = static_cast<float>(index);
+        for (const float z : {-1.25f, 0.5f}) {
+            std::vector<float> row(xs.size());
+            QVERIFY(copy.evaluateRow(p, xs, y, z, d, row, 1e10f));
+            std::vector<float> points(xs.size());
+            const std::vector<float> ys(xs.size(), y);
+            const std::vector<float> zs(xs.size(), z);
+            QVERIFY(copy.evaluatePoints(p, xs, ys, zs, d, points, 1e10f));
+            for (size_t i = 0; i < xs.size(); ++i) {
+                copy.setFloats(p, std::array{xs[i], y, z});
+                QVERIFY(copy.evaluateQuick());
+                const float alone = copy.getFloat(d);
+                QVERIFY2(
+                    bitsOf(row[i]) == bitsOf(alone) && bitsOf(points[i]) == bitsOf(alone),
+                    qPrintable(u"field %1 at x %2, z %3: row %4, points %5, alone %6"_s.arg(index)
+                                   .arg(xs[i])
+                                   .arg(z)
+                                   .arg(row[i])
+                                   .arg(points[i])
+                                   .arg(alone)));
+            }
+        }
+    }
 }
 
 void TstCodegen::loopsThatMayNotEndAreWatched_data()

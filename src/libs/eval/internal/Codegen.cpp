@@ -171,11 +171,12 @@ void emitUserFunction(CodegenUnit &unit, qsizetype index)
     if (definition.type != Type::Void && definition.type != Type::Struct &&
         !isNativeVariableType(definition.type))
         unit.setUnsupported();
+    if (unit.isForLanes())
+        parameters.append("bool &parted");
     function.head = unit.typeText(definition.type, definition.structName) + ' ' + function.name +
                     '(' + parameters.join(", ") + ')';
     body.emitStatement(*definition.body);
-    function.text = function.head + "\n{\n" + body.text() +
-                    (definition.type == Type::Void ? "" : "    return {};\n") + "}\n\n";
+    function.text = function.head + "\n{\n" + body.functionText() + "}\n\n";
 }
 
 QList<QList<qsizetype>> callEdges(const CodegenUnit &unit)
@@ -250,6 +251,49 @@ bool isField(const CompiledProgram &program)
            program.outputs.size() == 1 && program.outputs[0].type == Type::Float;
 }
 
+void emitFunctions(CodegenUnit &unit, const CompiledProgram &program)
+{
+    for (const OutputCode &code : program.code) {
+        const qsizetype first = unit.functions.size();
+        unit.addFunctions(code.functions);
+        const FunctionTable table = makeFunctionTable(code.functions);
+        unit.setTable(&table);
+        for (qsizetype i = first; i < unit.functions.size(); ++i)
+            emitUserFunction(unit, i);
+    }
+}
+
+/// A field for several points at a time, as a function evalLanes(); empty where something in it can
+/// only be said for one.
+QByteArray lanesText(const CompiledProgram &program)
+{
+    CodegenUnit unit(program.structs, CodegenForm::Lanes);
+    const QByteArray structs = unit.structText();
+    emitFunctions(unit, program);
+    const FunctionTable table = makeFunctionTable(program.code[0].functions);
+    unit.setTable(&table);
+    CodegenBody body(unit, nullptr);
+    body.bindVariable(program.inputs[0].name, slotVariable(program.inputs[0], "in0", Type::Vec3));
+    const Operand value = body.emitExpression(*program.code[0].root);
+    if (!unit.isSupported() || unit.isTooLarge() || value.type != Type::Float ||
+        InlinedSize(unit).ofEntry() > inlineLimit)
+        return {};
+    return structs + functionsText(unit, true) +
+           "EVAL_INLINE Float evalLanes(V3 in0, bool &parted)\n{\n    (void)parted;\n" +
+           body.text() + "    return " + value.text + ";\n}\n";
+}
+
+QByteArray readParts(std::initializer_list<const char *> names)
+{
+    QByteArray all;
+    for (const char *const name : names) {
+        QFile file(u":/native/native_%1.inc.cpp"_s.arg(QLatin1StringView(name)));
+        if (file.open(QIODevice::ReadOnly))
+            all += file.readAll();
+    }
+    return all;
+}
+
 } // namespace
 
 Codegen::Codegen(const CompiledProgram &program)
@@ -261,14 +305,7 @@ NativeUnit Codegen::emitUnit()
     NativeUnit result;
     CodegenUnit unit(m_program.structs);
     const QByteArray structs = unit.structText();
-    for (const OutputCode &code : m_program.code) {
-        const qsizetype first = unit.functions.size();
-        unit.addFunctions(code.functions);
-        const FunctionTable table = makeFunctionTable(code.functions);
-        unit.setTable(&table);
-        for (qsizetype i = first; i < unit.functions.size(); ++i)
-            emitUserFunction(unit, i);
-    }
+    emitFunctions(unit, m_program);
     const QByteArray entry = EntryWriter(unit, m_program).write(result.outputs);
     result.isSupported = unit.isSupported() && !nodesOnCycles(callEdges(unit)).contains(true);
     if (!result.isSupported)
@@ -279,14 +316,23 @@ NativeUnit Codegen::emitUnit()
             CodegenUnit::statementLimit);
         return result;
     }
-    result.hasRow = isField(m_program);
-    result.text = fixedText() + '\n' + structs + functionsText(unit, isInlined) +
-                  (isInlined ? "EVAL_INLINE" : "static") +
+    const QByteArray lead = isInlined ? "EVAL_INLINE" : "static";
+    result.text = fixedText() + '\n' + structs + functionsText(unit, isInlined) + lead +
                   " void evalPoint(const float *eval_in_, float *eval_out_,\n"
                   "    const float *const *eval_arrays_, const int *eval_arrayLens_)\n{\n" +
-                  entry + "}\n" + entryText + (result.hasRow ? rowText : "") +
-                  (unit.isWatched() ? watchText : "");
+                  entry + "}\n" + entryText + (unit.isWatched() ? watchText : "");
+    if (isField(m_program))
+        addRows(result);
     return result;
+}
+
+void Codegen::addRows(NativeUnit &unit) const
+{
+    const QByteArray lanes = lanesText(m_program);
+    unit.hasRow = true;
+    unit.hasLanes = !lanes.isEmpty();
+    unit.text +=
+        unit.hasLanes ? fixedLaneText() + '\n' + lanes + "}\n" + rowsText() : QByteArray(rowText);
 }
 
 bool Codegen::isUnsupported(const CompiledProgram &program)
@@ -296,15 +342,20 @@ bool Codegen::isUnsupported(const CompiledProgram &program)
 
 QByteArray Codegen::fixedText()
 {
-    static const QByteArray text = [] {
-        QByteArray all;
-        for (const char *part : {"prelude", "vectors", "matrices", "functions", "bits"}) {
-            QFile file(u":/native/native_%1.inc.cpp"_s.arg(QLatin1StringView(part)));
-            if (file.open(QIODevice::ReadOnly))
-                all += file.readAll();
-        }
-        return all;
-    }();
+    static const QByteArray text =
+        readParts({"prelude", "scalars", "vectors", "functions", "matrices", "points", "bits"});
+    return text;
+}
+
+QByteArray Codegen::fixedLaneText()
+{
+    static const QByteArray text = readParts({"lanes", "vectors", "functions", "matrices"});
+    return text;
+}
+
+QByteArray Codegen::rowsText()
+{
+    static const QByteArray text = readParts({"rows"});
     return text;
 }
 

@@ -21,7 +21,8 @@ struct NativeUnit
     QString refusal{};       ///< set when the text would take too long to compile
     QByteArray text{};
     QList<NativeOutput> outputs{};
-    bool hasRow = false; ///< whether `eval_row` is there
+    bool hasRow = false;   ///< whether `eval_row` is there
+    bool hasLanes = false; ///< whether `eval_points` is, and both take several points at a time
 };
 
 /// Translates a checked program into one C++ translation unit.
@@ -35,7 +36,12 @@ struct NativeUnit
 ///
 ///     extern "C" void eval_row(const float *xs, float y, float z, float *out, long count)
 ///
-/// for points that differ in x. A unit with loops that may not end for long has a third,
+/// for points that differ in x, and, where all of it can be said for several points at a time,
+///
+///     extern "C" void eval_points(const float *xs, const float *ys, const float *zs, float *out,
+///                                 long count)
+///
+/// for any points. A unit with loops that may not end for long has a third,
 ///
 ///     extern "C" void eval_watch(const unsigned char *flag)
 ///
@@ -55,8 +61,14 @@ public:
     static bool isUnsupported(const CompiledProgram &program);
     /// The part of every unit that is the same: types, operators and functions.
     static QByteArray fixedText();
+    /// The same for several points at a time, which stands before such code, and the entries for
+    /// many points, which stand behind it.
+    static QByteArray fixedLaneText();
+    static QByteArray rowsText();
 
 private:
+    void addRows(NativeUnit &unit) const;
+
     const CompiledProgram &m_program;
 };
 

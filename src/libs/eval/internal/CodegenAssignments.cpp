@@ -55,20 +55,25 @@ Operand CodegenBody::emitStep(const AstNode &node)
     const Operand before = named(readTarget(target));
     const char *const delta = isIncrement ? " + 1" : " - 1";
     Operand after = before;
-    if (isIntegerLike(target.type)) {
+    if (target.type == Type::Int) {
+        after = keep("wrapAdd(" + before.text + (isIncrement ? ", Int{} + 1)" : ", Int{} - 1)"),
+                     target.type);
+    } else if (isIntegerLike(target.type)) {
         // Unsigned arithmetic wraps where signed has no meaning.
-        const Type wrapping =
-            target.type == Type::Int || target.type == Type::Uint ? Type::Uint : Type::Uint64;
+        const Type wrapping = target.type == Type::Uint ? Type::Uint : Type::Uint64;
         after = keep(nativeCast('(' + nativeCast(before.text, target.type, wrapping) + delta + ')',
                                 wrapping, target.type),
                      target.type);
     } else {
         QList<QByteArray> lanes;
         const Type scalar = scalarOf(target.type);
-        for (int i = 0; i < laneCount(target.type); ++i)
-            lanes.append(nativeCast('(' + nativeCast(nativeLane(before, i), scalar, Type::Double) +
-                                        delta + ".0)",
-                                    Type::Double, scalar));
+        for (int i = 0; i < laneCount(target.type); ++i) {
+            // For a float the same as in double and rounded once.
+            const Type computed = scalar == Type::Float ? scalar : Type::Double;
+            lanes.append(nativeCast('(' + nativeCast(nativeLane(before, i), scalar, computed) +
+                                        delta + (computed == Type::Float ? ".0f)" : ".0)"),
+                                    computed, scalar));
+        }
         after = keep(nativeCompose(target.type, lanes), target.type);
     }
     const Operand written = writeTarget(target, after);
@@ -164,14 +169,14 @@ Operand CodegenBody::writeTarget(const Target &target, const Operand &value)
 {
     const Operand stored = named(retag(value, target.type, target.leaf.structName));
     if (!target.isPartial) {
-        emitLine(target.leaf.text + " = " + stored.text + ';');
+        assign(target.leaf.text, stored.text);
         return stored;
     }
     for (qsizetype i = 0; i < target.lanes.size(); ++i) {
         const QByteArray &lane = target.lanes[i];
         const QByteArray part = nativeLane(stored, static_cast<int>(i));
         if (isNumber(lane))
-            emitLine(nativeLane(target.leaf, lane.toInt()) + " = " + part + ';');
+            assign(nativeLane(target.leaf, lane.toInt()), part);
         else
             emitLine("setLane(" + target.leaf.text + ", " + lane + ", " + part + ");");
     }
@@ -250,6 +255,8 @@ Operand CodegenBody::emitUserCall(const AstNode &node, const AstNode &function,
             m_variables.contains(node.arguments[i]->name))
             copies.append({copy, m_variables.value(node.arguments[i]->name)});
     }
+    if (m_unit.isForLanes())
+        texts.append("parted");
     const qsizetype callee = m_unit.indexOf(&function);
     if (m_function)
         m_function->calls.append(callee);
@@ -263,7 +270,7 @@ Operand CodegenBody::emitUserCall(const AstNode &node, const AstNode &function,
         result = keep(call, function.type, function.structName);
     for (const CopyBack &back : std::as_const(copies)) {
         const Operand &to = back.variable;
-        emitLine(to.text + " = " + retag(back.copy, to.type, to.structName).text + ';');
+        assign(to.text, retag(back.copy, to.type, to.structName).text);
     }
     return result;
 }

@@ -19,6 +19,11 @@ namespace eval::internal {
 /// the top, because a block opens no scope. Loops keep the interpreter's bound.
 ///
 /// What has no C++ form marks the unit and goes on with something harmless.
+///
+/// For several points at a time both branches of an `if` run one after the other, each for the
+/// lanes that take it: an assignment there keeps the other lanes as they are, and a return notes
+/// the value of its lanes. Loops go on while all lanes do; where lanes part, `parted` says so and
+/// the values mean nothing.
 class CodegenBody
 {
 public:
@@ -36,6 +41,8 @@ public:
 
     /// The variables, then everything emitted so far.
     QByteArray text() const { return m_declarations + m_lines; }
+    /// All of a function between its braces.
+    QByteArray functionText() const;
 
 private:
     /// What an assignment writes to: a variable or field, or lanes of it.
@@ -76,6 +83,10 @@ private:
     Operand emitIndex(const AstNode &node);
     Operand retag(const Operand &value, Type type, const QString &structName);
     QByteArray condition(const AstNode &node);
+    QByteArray branchCondition(const QByteArray &chosen) const;
+    QByteArray maskedBy(const QByteArray &condition);
+    void assign(const QByteArray &target, const QByteArray &value);
+    void emitGuarded(const QByteArray &block, const QByteArray &mask);
     QByteArray dynamicIndex(const Operand &index, int count);
 
     Operand emitAssignment(const AstNode &node);
@@ -93,10 +104,12 @@ private:
     void emitBlock(const AstNode &node);
     void emitDeclaration(const AstNode &node);
     void emitIf(const AstNode &node);
+    void emitMaskedIf(const AstNode &node, const QByteArray &chosen);
     void emitLoop(const AstNode &node);
     void emitSwitch(const AstNode &node);
     void emitReturn(const AstNode &node);
     void emitLeave();
+    void emitMaskedLeave(const QByteArray &value);
 
     CodegenUnit &m_unit;
     CodegenFunction *m_function;
@@ -108,6 +121,9 @@ private:
     QList<QByteArray> m_continueLabels; ///< of the loops around, innermost last
     QList<bool> m_continueUsed;
     int m_breakDepth = 0; ///< loops and switches around
+    QByteArray m_mask;    ///< for lanes: those that are on; empty when all are
+    int m_maskDepth = 0;  ///< branches around that not all lanes take
+    int m_partLeaves = 0; ///< returns of some lanes so far
     qsizetype m_names = 0;
     qsizetype m_variableValues = 0;
 };

@@ -33,9 +33,9 @@ const char *operatorText(BinaryKind kind)
     case BinaryKind::GreaterOrEqual:
         return " >= ";
     case BinaryKind::LogicalAnd:
-        return " && ";
+        return " & "; // nothing to be skipped: both sides are values
     case BinaryKind::LogicalOr:
-        return " || ";
+        return " | ";
     case BinaryKind::LogicalXor:
         return " != ";
     case BinaryKind::BitAnd:
@@ -57,13 +57,24 @@ QByteArray laneAs(const Operand &value, int lane, Type type)
 QByteArray arithmetic(BinaryKind kind, const QByteArray &a, const QByteArray &b)
 {
     if (kind == BinaryKind::Remainder)
-        return "std::fmod(" + a + ", " + b + ')';
+        return "evalMod(" + a + ", " + b + ')';
     return a + operatorText(kind) + b;
 }
 
 bool isFloatLanes(const Operand &value)
 {
     return scalarOf(value.type) == Type::Float;
+}
+
+/// What two values are compared in.
+Type comparedType(const Operand &left, const Operand &right)
+{
+    const auto isWhole = [](const Operand &side) {
+        return scalarOf(side.type) == Type::Int || scalarOf(side.type) == Type::Bool;
+    };
+    if (isWhole(left) && isWhole(right))
+        return Type::Int;
+    return isFloatLanes(left) && isFloatLanes(right) ? Type::Float : Type::Double;
 }
 
 /// The number of a literal index, or none.
@@ -83,7 +94,12 @@ Operand CodegenBody::emitExpression(const AstNode &node)
     case AstKind::Literal:
         if (!isScalar(node.type))
             return unsupported();
-        return {nativeLiteral(node.literal, node.type), node.type, {}, Type::Float, false};
+        return {m_unit.isForLanes() ? "splat(" + nativeLiteral(node.literal, node.type) + ')'
+                                    : nativeLiteral(node.literal, node.type),
+                node.type,
+                {},
+                Type::Float,
+                false};
     case AstKind::Identifier:
         return emitIdentifier(node);
     case AstKind::Unary:
@@ -186,7 +202,7 @@ Operand CodegenBody::emitUnary(const AstNode &node)
             (isVector(type) && isFloatLanes(operand)))
             return keep('-' + operand.text, type);
         if (type == Type::Int)
-            return keep("static_cast<int>(0u - static_cast<unsigned>(" + operand.text + "))", type);
+            return keep("wrapSubtract(Int{}, " + operand.text + ')', type);
         return operand;
     case UnaryKind::LogicalNot:
         return keep('!' + laneAs(operand, 0, Type::Bool), Type::Bool);
@@ -236,8 +252,7 @@ Operand CodegenBody::combine(BinaryKind kind, const Operand &left, const Operand
 Operand CodegenBody::emitComparison(BinaryKind kind, const Operand &left, const Operand &right)
 {
     const bool isLogical = kind >= BinaryKind::LogicalAnd;
-    const bool inFloat = isFloatLanes(left) && isFloatLanes(right);
-    const Type type = isLogical ? Type::Bool : inFloat ? Type::Float : Type::Double;
+    const Type type = isLogical ? Type::Bool : comparedType(left, right);
     return keep(laneAs(left, 0, type) + operatorText(kind) + laneAs(right, 0, type), Type::Bool);
 }
 
@@ -258,14 +273,14 @@ QByteArray CodegenBody::equality(const Operand &left, const Operand &right)
             terms.append(equality(part(left), part(right)));
         }
     } else if (isNativeLaneType(left.type) && isNativeLaneType(right.type)) {
-        const bool inFloat = isFloatLanes(left) && isFloatLanes(right);
-        const Type type = inFloat ? Type::Float : Type::Double;
+        const Type type = comparedType(left, right);
         for (int i = 0; i < std::max(laneCount(left.type), laneCount(right.type)); ++i)
-            terms.append(laneAs(left, i, type) + " == " + laneAs(right, i, type));
+            terms.append('(' + laneAs(left, i, type) + " == " + laneAs(right, i, type) + ')');
     } else {
         m_unit.setUnsupported();
     }
-    return terms.isEmpty() ? "true" : '(' + terms.join(" && ") + ')';
+    // Without a short cut, which several lanes have no use for.
+    return terms.isEmpty() ? "splat(true)" : '(' + terms.join(" & ") + ')';
 }
 
 Operand CodegenBody::emitBits(BinaryKind kind, const Operand &left, const Operand &right)
@@ -291,6 +306,11 @@ Operand CodegenBody::emitScalar(BinaryKind kind, const Operand &left, const Oper
     const Type computed = inFloat ? Type::Float : Type::Double;
     const QByteArray a = laneAs(left, 0, computed);
     const QByteArray b = laneAs(right, 0, computed);
+    const bool isSum = kind == BinaryKind::Add || kind == BinaryKind::Subtract;
+    if (isSum && left.type == Type::Int && right.type == Type::Int && type == Type::Int)
+        return keep((kind == BinaryKind::Add ? "wrapAdd(" : "wrapSubtract(") + left.text + ", " +
+                        right.text + ')',
+                    type);
     if (kind == BinaryKind::Remainder)
         return keep(nativeCast("evalRemainder(" + a + ", " + b + ')', computed, type), type);
     return keep(nativeCast('(' + arithmetic(kind, a, b) + ')', computed, type), type);
@@ -336,19 +356,37 @@ Operand CodegenBody::emitTernary(const AstNode &node)
     QByteArray blocks[2];
     const AstNode *const branches[2] = {node.left.data(), node.right.data()};
     const QByteArray name = newName('t');
+    const bool isMasked = m_unit.isForLanes();
+    const QByteArray outer = m_mask;
+    const QByteArray masks[2] = {isMasked ? maskedBy(chosen) : chosen,
+                                 isMasked ? maskedBy("(~" + chosen + ')') : QByteArray()};
+    m_maskDepth += isMasked ? 1 : 0;
     for (int i = 0; i < 2; ++i) {
+        m_mask = isMasked ? masks[i] : outer;
         blocks[i] = nested([&] {
             const Operand value = emitExpression(*branches[i]);
             values[i] = retag(value, ternaryType(value.type, node.type), value.structName);
-            emitLine(name + " = " + values[i].text + ';');
+            emitLine(name + " = " +
+                     (isMasked && i == 1
+                          ? "select(" + masks[1] + ", " + values[i].text + ", " + name + ')'
+                          : values[i].text) +
+                     ';');
         });
     }
+    m_maskDepth -= isMasked ? 1 : 0;
+    m_mask = outer;
     if (values[0].type != values[1].type || values[0].structName != values[1].structName ||
         values[0].type == Type::Array)
         return unsupported();
-    emitLine(m_unit.typeText(values[0].type, values[0].structName) + ' ' + name + ';');
-    m_lines += m_indent + "if (" + chosen + ") {\n" + blocks[0] + m_indent + "} else {\n" +
-               blocks[1] + m_indent + "}\n";
+    emitLine(m_unit.typeText(values[0].type, values[0].structName) + ' ' + name +
+             (isMasked ? "{};" : ";"));
+    if (isMasked) {
+        emitGuarded(blocks[0], masks[0]);
+        emitGuarded(blocks[1], masks[1]);
+    } else {
+        m_lines += m_indent + "if (" + chosen + ") {\n" + blocks[0] + m_indent + "} else {\n" +
+                   blocks[1] + m_indent + "}\n";
+    }
     return {name, values[0].type, values[0].structName, Type::Float, false};
 }
 
@@ -358,6 +396,36 @@ QByteArray CodegenBody::condition(const AstNode &node)
     if (!isNativeLaneType(value.type))
         m_unit.setUnsupported();
     return laneAs(value, 0, Type::Bool);
+}
+
+/// A condition that sends all lanes the same way.
+QByteArray CodegenBody::branchCondition(const QByteArray &chosen) const
+{
+    if (!m_unit.isForLanes())
+        return chosen;
+    return "oneWay(" + chosen + ", " + (m_mask.isEmpty() ? "splat(true)" : m_mask) + ", parted)";
+}
+
+/// Of the lanes that are on, those for which a condition holds.
+QByteArray CodegenBody::maskedBy(const QByteArray &condition)
+{
+    return keep(m_mask.isEmpty() ? condition : '(' + m_mask + " & " + condition + ')', Type::Bool)
+        .text;
+}
+
+void CodegenBody::assign(const QByteArray &target, const QByteArray &value)
+{
+    emitLine(target + " = " +
+             (m_mask.isEmpty() ? value : "select(" + m_mask + ", " + value + ", " + target + ')') +
+             ';');
+}
+
+/// A block that does nothing unless one of its lanes is on; a short one is not worth the question.
+void CodegenBody::emitGuarded(const QByteArray &block, const QByteArray &mask)
+{
+    const bool isShort = block.count('\n') <= 4 && !block.contains("fn") && !block.contains("if (");
+    m_lines +=
+        m_indent + (isShort ? "{\n" : "if (anyLane(" + mask + ")) {\n") + block + m_indent + "}\n";
 }
 
 Operand CodegenBody::retag(const Operand &value, Type type, const QString &structName)
@@ -392,7 +460,7 @@ Operand CodegenBody::emitConstructor(const AstNode &node)
             if (column < matrixColumns(only.type) && row < matrixRows(only.type))
                 lanes.append(nativeLane(only, column * matrixRows(only.type) + row));
             else
-                lanes.append(column == row ? "1.0f" : "0.0f");
+                lanes.append(column == row ? "(Float{} + 1.0f)" : nativeZero(Type::Float));
         }
         return keep(nativeCompose(node.type, lanes), node.type);
     }

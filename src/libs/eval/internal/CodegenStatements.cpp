@@ -1,8 +1,26 @@
 #include <eval/internal/CodegenBody.h>
 
+#include <eval/internal/AstWalk.h>
 #include <eval/internal/Interpreter.h>
 
 namespace eval::internal {
+
+namespace {
+
+/// Whether something below a statement may end it, a loop around it or the function.
+bool jumpsOut(const AstNode &statement)
+{
+    bool jumps = false;
+    const auto look = [&jumps](const AstNode &node) {
+        jumps = jumps || node.kind == AstKind::Break || node.kind == AstKind::Continue ||
+                node.kind == AstKind::Return || node.kind == AstKind::Discard;
+    };
+    forEachNode(statement.left, look);
+    forEachNode(statement.right, look);
+    return jumps;
+}
+
+} // namespace
 
 CodegenBody::CodegenBody(CodegenUnit &unit, CodegenFunction *function)
     : m_unit(unit)
@@ -18,6 +36,8 @@ void CodegenBody::emitLine(const QByteArray &line)
 {
     if (!m_unit.countStatement())
         return;
+    if (!m_unit.canSay(line))
+        m_unit.setUnsupported();
     m_lines += m_indent + line + '\n';
     if (m_function)
         ++m_function->statements;
@@ -96,7 +116,7 @@ void CodegenBody::emitDeclaration(const AstNode &node)
         // Which of two types a name has would depend on the way taken.
         if (known->type != node.type || known->structName != node.structName)
             m_unit.setUnsupported();
-        emitLine(known->text + " = " + value + ';');
+        assign(known->text, value);
         return;
     }
     const StructDef *const definition =
@@ -106,14 +126,18 @@ void CodegenBody::emitDeclaration(const AstNode &node)
         m_unit.setTooLarge();
     const Operand variable{newName('v'), node.type, node.structName, Type::Float, true};
     m_declarations += "    " + type + ' ' + variable.text + "{};\n";
-    emitLine(variable.text + " = " + value + ';');
+    assign(variable.text, value);
     m_variables.insert(node.name, variable);
 }
 
 void CodegenBody::emitIf(const AstNode &node)
 {
     const QByteArray chosen = condition(*node.condition);
-    emitLine("if (" + chosen + ") {");
+    if (m_unit.isForLanes() && (m_breakDepth == 0 || !jumpsOut(node))) {
+        emitMaskedIf(node, chosen);
+        return;
+    }
+    emitLine("if (" + branchCondition(chosen) + ") {");
     m_lines += nested([&] {
         if (node.left)
             emitStatement(*node.left);
@@ -125,6 +149,31 @@ void CodegenBody::emitIf(const AstNode &node)
     m_lines += m_indent + "}\n";
 }
 
+void CodegenBody::emitMaskedIf(const AstNode &node, const QByteArray &chosen)
+{
+    const QByteArray outer = m_mask;
+    const int leavesBefore = m_partLeaves;
+    ++m_maskDepth;
+    for (const auto &[branch, taken] :
+         {std::pair(node.left, chosen), {node.right, "(~" + chosen + ')'}}) {
+        m_mask = outer;
+        if (!branch)
+            continue;
+        const QByteArray mask = maskedBy(taken);
+        m_mask = mask;
+        emitGuarded(nested([&] { emitStatement(*branch); }), mask);
+    }
+    --m_maskDepth;
+    m_mask = outer;
+    if (m_partLeaves == leavesBefore)
+        return;
+    m_mask = maskedBy("(~left)");
+    if (m_maskDepth == 0) {
+        const bool isVoid = m_function->definition->type == Type::Void;
+        emitLine("if (!anyLane(" + m_mask + (isVoid ? ")) return;" : ")) return result;"));
+    }
+}
+
 /// The condition has statements of its own, so every loop is one that a break leaves. `continue`
 /// jumps behind the body, where the step of a `for` stands.
 void CodegenBody::emitLoop(const AstNode &node)
@@ -132,7 +181,9 @@ void CodegenBody::emitLoop(const AstNode &node)
     if (node.kind == AstKind::For && node.left)
         emitStatement(*node.left);
     const QByteArray round = newName('r');
-    const auto leaveUnless = [&] { emitLine("if (!" + condition(*node.condition) + ") break;"); };
+    const auto leaveUnless = [&] {
+        emitLine("if (!" + branchCondition(condition(*node.condition)) + ") break;");
+    };
     emitLine("for (int " + round + " = 0; " + round + " < " +
              QByteArray::number(Interpreter::loopRoundLimit) + "; ++" + round + ") {");
     const QByteArray body = nested([&] {
@@ -165,7 +216,7 @@ void CodegenBody::emitLoop(const AstNode &node)
 void CodegenBody::emitSwitch(const AstNode &node)
 {
     const Operand value = emitExpression(*node.condition);
-    if (!isNativeLaneType(value.type)) {
+    if (!isNativeLaneType(value.type) || m_unit.isForLanes()) {
         m_unit.setUnsupported();
         return;
     }
@@ -194,6 +245,10 @@ void CodegenBody::emitSwitch(const AstNode &node)
 /// Without a value: the caller gets the default.
 void CodegenBody::emitLeave()
 {
+    if (!m_mask.isEmpty()) {
+        emitMaskedLeave({});
+        return;
+    }
     emitLine(m_function->definition->type == Type::Void ? "return;" : "return {};");
 }
 
@@ -206,10 +261,38 @@ void CodegenBody::emitReturn(const AstNode &node)
     }
     const Operand value = emitExpression(*node.left);
     if (function.type == Type::Void) {
-        emitLine("return;");
+        emitLeave();
+        return;
+    }
+    if (!m_mask.isEmpty()) {
+        emitMaskedLeave(retag(value, function.type, function.structName).text);
         return;
     }
     emitLine("return " + retag(value, function.type, function.structName).text + ';');
+}
+
+/// The lanes that are on leave with a value; the others go on. Empty text: with the default.
+void CodegenBody::emitMaskedLeave(const QByteArray &value)
+{
+    // Out of a loop or switch only all together.
+    if (m_breakDepth > 0)
+        m_unit.setUnsupported();
+    if (!value.isEmpty())
+        assign("result", value);
+    emitLine("left = left | " + m_mask + ';');
+    ++m_partLeaves;
+}
+
+QByteArray CodegenBody::functionText() const
+{
+    const CodegenFunction &function = *m_function;
+    const AstNode &definition = *function.definition;
+    if (definition.type == Type::Void)
+        return (m_unit.isForLanes() ? "    Bool left{};\n" : "") + text();
+    if (!m_unit.isForLanes())
+        return text() + "    return {};\n";
+    return "    " + m_unit.typeText(definition.type, definition.structName) +
+           " result{};\n    Bool left{};\n" + text() + "    return result;\n";
 }
 
 } // namespace eval::internal

@@ -1,9 +1,23 @@
 #include <eval/internal/CodegenUnit.h>
 
+#include <algorithm>
+
 namespace eval::internal {
 
-CodegenUnit::CodegenUnit(const StructRegistry &structs)
+namespace {
+
+/// Words and beginnings of names that have a meaning for one point only: 64 bits, unsigned and
+/// double numbers, single bits, lanes by number, and what branches a lot inside.
+constexpr const char *pointWords[] = {"static_cast", "double",       "unsigned", "long",  "within(",
+                                      "lane(",       "setLane(",     "element(", "shift", "Bits",
+                                      "bit",         "determinant(", "inverse(", "find",  "pack",
+                                      "toUint",      "toInt64"};
+
+} // namespace
+
+CodegenUnit::CodegenUnit(const StructRegistry &structs, CodegenForm form)
     : m_structs(structs)
+    , m_form(form)
 {
     for (const StructDef &definition : structs.all())
         m_structIndexes.insert(definition.name, m_structIndexes.size());
@@ -35,7 +49,7 @@ QByteArray CodegenUnit::typeText(Type type, const QString &structName)
         return 'S' + QByteArray::number(m_structIndexes.value(structName));
     if (type == Type::Void)
         return "void";
-    if (!isNativeLaneType(type))
+    if (!isNativeLaneType(type) || !canSay(nativeTypeName(type)))
         setUnsupported();
     return nativeTypeName(type);
 }
@@ -47,11 +61,30 @@ bool CodegenUnit::mustWatch(const AstNode &loop)
     return watches;
 }
 
+bool CodegenUnit::canSay(const QByteArray &line) const
+{
+    return !isForLanes() || std::ranges::none_of(pointWords, [&line](const char *word) {
+        return line.contains(word);
+    });
+}
+
+/// The choice between two structs, field by field.
+QByteArray CodegenUnit::selectText(const StructDef &definition)
+{
+    const QByteArray name = typeText(Type::Struct, definition.name);
+    QList<QByteArray> fields;
+    for (qsizetype i = 0; i < definition.fields.size(); ++i)
+        fields.append("select(chosen, a." + fieldName(i) + ", b." + fieldName(i) + ')');
+    return "EVAL_INLINE " + name + " select(Bool chosen, const " + name + " &a, const " + name +
+           " &b)\n{\n    return {" + fields.join(", ") + "};\n}\n\n";
+}
+
 QByteArray CodegenUnit::structText()
 {
     QByteArray text;
     for (const StructDef &definition : m_structs.all()) {
-        text += "struct alignas(16) " + typeText(Type::Struct, definition.name) + " {\n";
+        text += (isForLanes() ? "struct " : "struct alignas(16) ") +
+                typeText(Type::Struct, definition.name) + " {\n";
         for (qsizetype i = 0; i < definition.fields.size(); ++i) {
             const StructField &field = definition.fields[i];
             if (field.type != Type::Struct && !isNativeVariableType(field.type))
@@ -59,6 +92,8 @@ QByteArray CodegenUnit::structText()
             text += "    " + typeText(field.type, field.structName) + ' ' + fieldName(i) + ";\n";
         }
         text += "};\n\n";
+        if (isForLanes())
+            text += selectText(definition);
     }
     return text;
 }

@@ -24,6 +24,12 @@ struct CodegenFunction
     qsizetype statements = 0;
 };
 
+/// How many points a text computes at a time.
+enum class CodegenForm {
+    Point,
+    Lanes ///< conditions are masks, and what is assigned is chosen lane by lane
+};
+
 /// What the bodies of one translation unit share: names, functions, and what has gone wrong.
 class CodegenUnit
 {
@@ -33,7 +39,8 @@ public:
     /// What a function keeps in variables, in values: all of it may be on one stack.
     static constexpr qsizetype variableLimit = 16'384;
 
-    explicit CodegenUnit(const StructRegistry &structs);
+    explicit CodegenUnit(const StructRegistry &structs, CodegenForm form = CodegenForm::Point);
+    bool isForLanes() const { return m_form == CodegenForm::Lanes; }
 
     /// Enters the functions of one output. Their order is kept; of equal signatures the last one
     /// counts.
@@ -49,6 +56,8 @@ public:
     /// "float", "V3", "S2"; marks the unit as not expressible for what has no C++ type.
     QByteArray typeText(Type type, const QString &structName);
     QByteArray structText();
+    /// Whether a line says nothing but what there is in the form of this unit.
+    bool canSay(const QByteArray &line) const;
     static QByteArray fieldName(qsizetype index) { return 'm' + QByteArray::number(index); }
 
     void setUnsupported() { m_isSupported = false; }
@@ -69,7 +78,10 @@ public:
     QList<qsizetype> entryCalls; ///< the functions that the outputs call, once for each call
 
 private:
+    QByteArray selectText(const StructDef &definition);
+
     const StructRegistry &m_structs;
+    CodegenForm m_form;
     QHash<QString, qsizetype> m_structIndexes;
     QHash<const AstNode *, qsizetype> m_indexes;
     const FunctionTable *m_table = nullptr;

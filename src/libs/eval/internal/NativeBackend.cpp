@@ -19,6 +19,7 @@ public:
     NativeCode(const CompiledProgram &program, const JitResult &jit, QList<NativeOutput> outputs)
         : m_entry(jit.entry)
         , m_row(jit.row)
+        , m_points(jit.points)
         , m_watch(jit.watch)
         , m_outputs(std::move(outputs))
         , m_inputWidth(static_cast<size_t>(program.inputFloatCount))
@@ -57,6 +58,10 @@ public:
         if (!m_row)
             return false;
         const Watch watch(m_watch, cancelled);
+        if (m_points) {
+            m_points(xs.data(), ys.data(), zs.data(), out.data(), static_cast<long>(out.size()));
+            return true;
+        }
         for (size_t i = 0; i < out.size(); ++i) {
             const float point[] = {xs[i], ys[i], zs[i]};
             m_entry(point, out.data() + i, nullptr, nullptr);
@@ -113,6 +118,7 @@ private:
 
     NativeEntry m_entry;
     NativeRowEntry m_row;
+    NativePointsEntry m_points;
     NativeWatch m_watch;
     QList<NativeOutput> m_outputs;
     QList<int> m_elementWidths; ///< of the array inputs, in floats

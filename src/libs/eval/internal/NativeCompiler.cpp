@@ -97,6 +97,7 @@ void load(const QString &path, JitResult &result)
                result.handle);
     result.entry = reinterpret_cast<NativeEntry>(dlsym(result.handle, "eval_main"));
     result.row = reinterpret_cast<NativeRowEntry>(dlsym(result.handle, "eval_row"));
+    result.points = reinterpret_cast<NativePointsEntry>(dlsym(result.handle, "eval_points"));
     result.watch = reinterpret_cast<NativeWatch>(dlsym(result.handle, "eval_watch"));
     if (!result.entry)
         result.error = u"eval_main symbol not found in %1"_s.arg(path);

@@ -10,6 +10,7 @@ namespace eval::internal {
 /// The entry points of a loaded unit, see Codegen.
 using NativeEntry = void (*)(const float *, float *, const float *const *, const int *);
 using NativeRowEntry = void (*)(const float *, float, float, float *, long);
+using NativePointsEntry = void (*)(const float *, const float *, const float *, float *, long);
 using NativeWatch = void (*)(const unsigned char *);
 
 /// What a compiler, a child process, may take.
@@ -26,9 +27,10 @@ struct JitResult
 {
     void *handle = nullptr; ///< never closed: the entry points stay valid
     NativeEntry entry = nullptr;
-    NativeRowEntry row = nullptr; ///< null where the unit has none
-    NativeWatch watch = nullptr;  ///< likewise
-    QString error;                ///< empty on success
+    NativeRowEntry row = nullptr;       ///< null where the unit has none
+    NativePointsEntry points = nullptr; ///< likewise
+    NativeWatch watch = nullptr;        ///< likewise
+    QString error;                      ///< empty on success
     std::chrono::milliseconds elapsed{0};
     bool wasCached = false;
 };

@@ -51,7 +51,7 @@ QByteArray nativeTypeName(Type type)
     case Type::Double:
         return "double";
     case Type::Int:
-        return "int";
+        return "Int";
     case Type::Uint:
         return "unsigned";
     case Type::Int64:
@@ -59,7 +59,7 @@ QByteArray nativeTypeName(Type type)
     case Type::Uint64:
         return "unsigned long long";
     case Type::Bool:
-        return "bool";
+        return "Bool";
     default:
         break;
     }
@@ -68,7 +68,7 @@ QByteArray nativeTypeName(Type type)
                QByteArray::number(matrixRows(type)) + '>';
     if (isVector(type))
         return (scalarOf(type) == Type::Bool ? 'B' : 'V') + QByteArray::number(laneCount(type));
-    return "float";
+    return "Float";
 }
 
 QByteArray nativeInteger(qint64 value)
@@ -94,7 +94,7 @@ QByteArray nativeLiteral(const QVariant &value, Type type)
     case Type::Int:
         // The smallest int has no literal of its own.
         return value.toInt() >= 0 ? QByteArray::number(value.toInt())
-                                  : staticCast(type, nativeInteger(value.toInt()));
+                                  : '(' + QByteArray::number(value.toInt() + 1) + " - 1)";
     default:
         return nativeInteger(static_cast<qint64>(value.typeId() == QMetaType::ULongLong
                                                      ? static_cast<qint64>(value.toULongLong())
@@ -104,7 +104,8 @@ QByteArray nativeLiteral(const QVariant &value, Type type)
 
 QByteArray nativeZero(Type type)
 {
-    return type == Type::Float ? "0.0f" : staticCast(type, "0");
+    const bool isOneWord = type == Type::Float || type == Type::Int || type == Type::Bool;
+    return isOneWord ? nativeTypeName(type) + "{}" : staticCast(type, "0");
 }
 
 QByteArray nativeLane(const Operand &value, int lane)
@@ -130,9 +131,13 @@ QByteArray nativeCast(const QByteArray &scalar, Type from, Type to)
     case Type::Bool:
         return '(' + scalar + " != " + nativeZero(from) + ')';
     case Type::Float:
+        if (from == Type::Int || from == Type::Bool)
+            return call(from == Type::Int ? "toFloat" : "boolToFloat", scalar);
         // Through double, as everything of 64 bits: rounded twice, like the reference.
         return staticCast(to, isWide(from) ? staticCast(Type::Double, scalar) : scalar);
     case Type::Int:
+        if (from == Type::Bool)
+            return call("boolToInt", scalar);
         return fromReal ? call("toInt", scalar) : staticCast(to, scalar);
     case Type::Uint:
         return fromReal ? call("toUint", scalar) : staticCast(to, scalar);

@@ -26,7 +26,8 @@ bool isNativeLaneType(Type type);
 /// The same without bool vectors: what a variable, parameter or field may be; structs apart.
 bool isNativeVariableType(Type type);
 
-/// The C++ name of a lane type.
+/// The C++ name of a lane type. "Float", "Int" and "Bool" are those of one point or of several, by
+/// the text around them.
 QByteArray nativeTypeName(Type type);
 /// A literal by its value, never by its spelling.
 QByteArray nativeLiteral(const QVariant &value, Type type);
