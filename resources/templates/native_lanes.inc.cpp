@@ -129,10 +129,18 @@ EVAL_INLINE Int toInt(Float v)
     return result;
 }
 
-// What has no vector form is computed lane after lane.
+// What has no vector form is computed lane after lane; once where it is the same in all, as what
+// comes from parameters, y and z often is.
+EVAL_INLINE bool areSame(Float x)
+{
+    const Int bits = (Int)x;
+    return !anyLane(bits != bits[0]);
+}
 #define EVAL_UNARY(NAME)                                                                           \
     EVAL_INLINE Float NAME(Float x)                                                                \
     {                                                                                              \
+        if (areSame(x))                                                                            \
+            return splat(::NAME(x[0]));                                                            \
         for (int i = 0; i < laneCount; ++i)                                                        \
             x[i] = ::NAME(x[i]);                                                                   \
         return x;                                                                                  \
@@ -159,6 +167,8 @@ EVAL_UNARY(evalRoundEven)
 #define EVAL_BINARY(NAME)                                                                          \
     EVAL_INLINE Float NAME(Float x, Float y)                                                       \
     {                                                                                              \
+        if (areSame(x) && areSame(y))                                                              \
+            return splat(::NAME(x[0], y[0]));                                                      \
         for (int i = 0; i < laneCount; ++i)                                                        \
             x[i] = ::NAME(x[i], y[i]);                                                             \
         return x;                                                                                  \
