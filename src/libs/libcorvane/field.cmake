@@ -44,5 +44,6 @@ corvane_library(corvane_field
         corvane/xport/PostProcessStep.cpp
         corvane/xport/SealedField.cpp
         corvane/xport/VolumeExport.cpp
+        corvane/xport/VolumeMesh.cpp
     LINKS corvane_model mesh eval Qt6::Core Qt6::Gui
     PRIVATE_LINKS Qt6::Concurrent)

@@ -25,6 +25,7 @@ corvane_library(corvane_model
         corvane/model/IconShapes.cpp
         corvane/model/Instance.cpp
         corvane/model/ItemTable.cpp
+        corvane/model/ItemWrappers.cpp
         corvane/model/LogicalExpressions.cpp
         corvane/model/LogicalInstance.cpp
         corvane/model/LogicalScene.cpp
@@ -40,6 +41,7 @@ corvane_library(corvane_model
         corvane/model/NestedValue.cpp
         corvane/model/NodeCompilation.cpp
         corvane/model/NodeKeys.cpp
+        corvane/model/NodeRecovery.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
         corvane/model/PromotionExpressions.cpp

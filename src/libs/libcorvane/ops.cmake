@@ -1,10 +1,7 @@
-# Edits of a scene with undo, and the models that show its tree.
-
-set(CORVANE_ITEM_SOURCES)
-include(${CMAKE_CURRENT_LIST_DIR}/item_sources.cmake OPTIONAL)
+# Edits of a scene with undo.
 
 corvane_library(corvane_ops
-    AREAS ops item
+    AREAS ops
     SOURCES
         corvane/ops/ComponentEditOps.cpp
         corvane/ops/ComponentMaterializer.cpp
@@ -23,10 +20,10 @@ corvane_library(corvane_ops
         corvane/ops/OpCall.cpp
         corvane/ops/OpCatalogue.cpp
         corvane/ops/OpContext.cpp
+        corvane/ops/Operands.cpp
         corvane/ops/SceneSnapshot.cpp
         corvane/ops/SdfOps.cpp
         corvane/ops/SettingsOps.cpp
         corvane/ops/VarsetOps.cpp
         corvane/ops/WrapperMerge.cpp
-        ${CORVANE_ITEM_SOURCES}
     LINKS corvane_model Qt6::Core Qt6::Gui)

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <QByteArray>
 #include <QByteArrayView>
 #include <QtEndian>
+
+#include <cstring>
+#include <vector>
 
 class QIODevice;
 
@@ -21,7 +23,13 @@ public:
     BlockWriter() = default;
     explicit BlockWriter(QIODevice &device);
 
-    void append(QByteArrayView bytes);
+    void append(QByteArrayView bytes)
+    {
+        if (bytes.size() > room() || bytes.size() >= directSize)
+            return appendLong(bytes);
+        std::memcpy(m_buffer.data() + m_used, bytes.data(), std::size_t(bytes.size()));
+        m_used += bytes.size();
+    }
     BlockWriter &operator<<(QByteArrayView bytes)
     {
         append(bytes);
@@ -34,11 +42,9 @@ public:
     /// Room for n bytes (up to 4096) that the caller fills before the next call.
     char *claim(qsizetype n)
     {
-        if (m_used + n > m_buffer.size())
-            makeRoom(n);
-        char *const room = m_buffer.data() + m_used;
+        char *const place = reserve(n);
         m_used += n;
-        return room;
+        return place;
     }
 
     /// Writes out what is buffered. False once anything has failed.
@@ -46,15 +52,27 @@ public:
     bool hasFailed() const { return m_failed; }
 
     /// What is buffered.
-    QByteArrayView bytes() const { return QByteArrayView(m_buffer).first(m_used); }
+    QByteArrayView bytes() const { return {m_buffer.data(), m_used}; }
     /// Forgets what is buffered; the memory is kept.
     void clear() { m_used = 0; }
 
 private:
+    static constexpr qsizetype directSize = 64 * 1024; ///< what is longer is not copied
+
+    qsizetype room() const { return qsizetype(m_buffer.size()) - m_used; }
+    char *reserve(qsizetype n)
+    {
+        if (n > room())
+            makeRoom(n);
+        return m_buffer.data() + m_used;
+    }
     void makeRoom(qsizetype n);
+    void appendLong(QByteArrayView bytes);
+    template<typename Number>
+    void appendNumber(Number number, Notation notation, int precision);
 
     QIODevice *m_device = nullptr;
-    QByteArray m_buffer;
+    std::vector<char> m_buffer;
     qsizetype m_used = 0;
     bool m_failed = false;
 };

@@ -20,7 +20,7 @@ constexpr qsizetype elementsPerBlock = 65'536;
 /// What is known of a part of a mesh.
 struct BlockCount
 {
-    qint64 written = 0;
+    ElementCount written{};
     qsizetype bad = -1; ///< the first element with a node that is not there; -1 for none
 };
 
@@ -37,7 +37,10 @@ BlockCount countBlock(const Mesh<T> &mesh, qsizetype begin,
             if (quint32(node) >= count && result.bad < 0)
                 result.bad = i;
         }
-        result.written += isWritten(element) ? 1 : 0;
+        if (isWritten(element)) {
+            ++result.written.elements;
+            result.written.nodes += element.nodes.size();
+        }
     }
     return result;
 }
@@ -106,19 +109,20 @@ Error cancelledByUser()
 }
 
 template<typename T>
-Result<qint64> countElements(const Mesh<T> &mesh, int threads,
-                             bool (*isWritten)(const ElementData<T> &))
+Result<ElementCount> countElements(const Mesh<T> &mesh, int threads,
+                                   bool (*isWritten)(const ElementData<T> &))
 {
     const qsizetype blocks = (mesh.elements.size() + elementsPerBlock - 1) / elementsPerBlock;
     std::vector<BlockCount> counts(static_cast<std::size_t>(blocks));
     parallelFor(blocks, threads, [&](qsizetype block) {
         counts[std::size_t(block)] = countBlock(mesh, block * elementsPerBlock, isWritten);
     });
-    qint64 written = 0;
+    ElementCount written;
     for (const BlockCount &count : counts) {
         if (count.bad >= 0)
             return badElement(mesh, count.bad);
-        written += count.written;
+        written.elements += count.written.elements;
+        written.nodes += count.written.nodes;
     }
     return written;
 }
@@ -133,7 +137,7 @@ QByteArray singleLine(const QString &name)
 }
 
 template class FormatExporter<float>;
-template Result<qint64> countElements(const Mesh<float> &mesh, int threads,
-                                      bool (*isWritten)(const ElementData<float> &));
+template Result<ElementCount> countElements(const Mesh<float> &mesh, int threads,
+                                            bool (*isWritten)(const ElementData<float> &));
 
 } // namespace mesh::io

@@ -31,17 +31,24 @@ private:
 Error writeFailure(const QString &message); ///< code WriteFailure
 Error cancelledByUser();                    ///< "Export cancelled by user"
 
-/// Counts the elements that a format writes: those for which the predicate holds. An error for the
-/// first element, written or not, with a node that is not among the vertices.
+/// What a format writes of a mesh.
+struct ElementCount
+{
+    qint64 elements = 0;
+    qint64 nodes = 0; ///< of those elements, together
+};
+
+/// Counts the elements for which the predicate holds. An error for the first element, counted or
+/// not, with a node that is not among the vertices.
 template<typename T>
-Result<qint64> countElements(const Mesh<T> &mesh, int threads,
-                             bool (*isWritten)(const ElementData<T> &));
+Result<ElementCount> countElements(const Mesh<T> &mesh, int threads,
+                                   bool (*isWritten)(const ElementData<T> &));
 
 /// A name on one line of a text header: line ends and other control characters become blanks.
 QByteArray singleLine(const QString &name);
 
 extern template class FormatExporter<float>;
-extern template Result<qint64> countElements(const Mesh<float> &mesh, int threads,
-                                             bool (*isWritten)(const ElementData<float> &));
+extern template Result<ElementCount> countElements(const Mesh<float> &mesh, int threads,
+                                                   bool (*isWritten)(const ElementData<float> &));
 
 } // namespace mesh::io

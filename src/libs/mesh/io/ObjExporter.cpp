@@ -235,10 +235,10 @@ Result<void> ObjExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    const Result<qint64> count = countElements<T>(mesh, options.threads, isWritten<T>);
+    const Result<ElementCount> count = countElements<T>(mesh, options.threads, isWritten<T>);
     if (!count)
         return count.error();
-    return ObjWriter<T>(mesh, count.value(), device, options).write();
+    return ObjWriter<T>(mesh, count.value().elements, device, options).write();
 }
 
 template class ObjExporter<float>;

@@ -262,10 +262,10 @@ Result<void> PlyExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
-    const Result<qint64> count = countElements<T>(mesh, options.threads, isWritten<T>);
+    const Result<ElementCount> count = countElements<T>(mesh, options.threads, isWritten<T>);
     if (!count)
         return count.error();
-    return PlyWriter<T>(mesh, count.value(), device, options).write();
+    return PlyWriter<T>(mesh, count.value().elements, device, options).write();
 }
 
 template class PlyExporter<float>;

@@ -191,11 +191,11 @@ Result<void> StlExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
 {
     if (!device.isWritable())
         return writeFailure(u"Device is not open for writing"_s);
-    const Result<qint64> count = countElements<T>(mesh, options.threads, isWritten<T>);
+    const Result<ElementCount> count = countElements<T>(mesh, options.threads, isWritten<T>);
     if (!count)
         return count.error();
-    return options.effectiveBinary() ? writeBinary(mesh, count.value(), device, options)
-                                     : writeAscii(mesh, count.value(), device, options);
+    return options.effectiveBinary() ? writeBinary(mesh, count.value().elements, device, options)
+                                     : writeAscii(mesh, count.value().elements, device, options);
 }
 
 template class StlExporter<float>;

@@ -26,8 +26,10 @@ template<typename T>
 class VtkWriter
 {
 public:
-    VtkWriter(const Mesh<T> &mesh, QIODevice &device, const ExportOptions &options)
+    VtkWriter(const Mesh<T> &mesh, qint64 nodeCount, QIODevice &device,
+              const ExportOptions &options)
         : m_mesh(mesh)
+        , m_nodeCount(nodeCount)
         , m_options(options)
         , m_precision(options.effectivePrecision())
         , m_writer(device)
@@ -51,6 +53,7 @@ private:
     }
 
     const Mesh<T> &m_mesh;
+    const qint64 m_nodeCount; ///< of all elements, together
     const ExportOptions &m_options;
     const int m_precision;
     BlockWriter m_writer;
@@ -96,10 +99,8 @@ bool VtkWriter<T>::writePoints()
 template<typename T>
 bool VtkWriter<T>::writeCells()
 {
-    qint64 total = 0;
-    for (const ElementData<T> &element : m_mesh.elements)
-        total += 1 + element.nodes.size();
-    m_writer << "\nCELLS " << m_mesh.elements.size() << " " << total << "\n";
+    const qint64 count = m_mesh.elements.size();
+    m_writer << "\nCELLS " << count << " " << count + m_nodeCount << "\n";
     return m_items.write(m_mesh.elements.size(),
                          [this](BlockWriter &to, qsizetype begin, qsizetype end) {
                              for (qsizetype i = begin; i < end; ++i) {
@@ -197,9 +198,10 @@ Result<void> VtkExporter<T>::write(const Mesh<T> &mesh, QIODevice &device,
     if (!device.isWritable())
         return writeFailure(u"Device is not writable"_s);
     const auto isWritten = [](const ElementData<T> &) { return true; };
-    if (const auto count = countElements<T>(mesh, options.threads, isWritten); !count)
+    const Result<ElementCount> count = countElements<T>(mesh, options.threads, isWritten);
+    if (!count)
         return count.error();
-    return VtkWriter<T>(mesh, device, options).write();
+    return VtkWriter<T>(mesh, count.value().nodes, device, options).write();
 }
 
 template class VtkExporter<float>;

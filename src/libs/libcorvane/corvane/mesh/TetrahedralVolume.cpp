@@ -139,13 +139,29 @@ void clip(const Corner *const (&corners)[4], QList<Tetrahedron> &out)
     }
 }
 
-/// @param value  of the lowest corner of a cell
-bool anyCornerInside(const float *value, const size_t (&steps)[3])
+/// Calls visit(i) for the cells of a row that have a corner inside. Most are outside, and nothing
+/// needs to be known of them.
+template<typename Visit>
+void visitCellsWithInside(const ScalarField3D &field, int j, int k, const Visit &visit)
 {
-    bool inside = false;
-    for (const size_t side : {size_t(0), steps[1], steps[2], steps[1] + steps[2]})
-        inside = inside || value[side] <= 0.0f || value[side + steps[0]] <= 0.0f;
-    return inside;
+    if (field.nx < 2)
+        return;
+    const size_t row = size_t(field.nx);
+    const size_t slice = row * size_t(field.ny);
+    const float *const value = field.values + field.index(0, j, k);
+    const auto anyInside = [&](int i) {
+        bool inside = false;
+        for (const size_t side : {size_t(0), row, slice, slice + row})
+            inside = inside || value[size_t(i) + side] <= 0.0f;
+        return inside;
+    };
+    bool low = anyInside(0);
+    for (int i = 0; i + 1 < field.nx; ++i) {
+        const bool high = anyInside(i + 1);
+        if (low || high)
+            visit(i);
+        low = high;
+    }
 }
 
 void fillCell(const ScalarField3D &field, int i, int j, int k, QList<Tetrahedron> &out)
@@ -169,21 +185,27 @@ void fillCell(const ScalarField3D &field, int i, int j, int k, QList<Tetrahedron
 
 } // namespace
 
+void tetrahedraInRow(const ScalarField3D &field, int j, int k, QList<Tetrahedron> &out)
+{
+    visitCellsWithInside(field, j, k, [&](int i) { fillCell(field, i, j, k, out); });
+}
+
+qint64 cellsWithInside(const ScalarField3D &field, int k)
+{
+    qint64 count = 0;
+    for (int j = 0; j + 1 < field.ny; ++j)
+        visitCellsWithInside(field, j, k, [&count](int) { ++count; });
+    return count;
+}
+
 void tetrahedralVolume(const ScalarField3D &field, QList<Tetrahedron> &out,
                        const std::atomic_bool *cancel)
 {
     for (int k = 0; k + 1 < field.nz; ++k) {
         if (cancel && cancel->load(std::memory_order_relaxed))
             return;
-        for (int j = 0; j + 1 < field.ny; ++j) {
-            const size_t steps[3] = {1, size_t(field.nx), size_t(field.nx) * size_t(field.ny)};
-            const float *value = field.values + field.index(0, j, k);
-            for (int i = 0; i + 1 < field.nx; ++i, ++value) {
-                // Most cells are outside, and nothing needs to be known of them.
-                if (anyCornerInside(value, steps))
-                    fillCell(field, i, j, k, out);
-            }
-        }
+        for (int j = 0; j + 1 < field.ny; ++j)
+            tetrahedraInRow(field, j, k, out);
     }
 }
 

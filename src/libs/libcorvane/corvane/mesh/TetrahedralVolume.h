@@ -19,4 +19,11 @@ namespace corvane::mesh {
 void tetrahedralVolume(const ScalarField3D &field, QList<Tetrahedron> &out,
                        const std::atomic_bool *cancel = nullptr);
 
+/// The part of it that lies in the row of cells (0, j, k) to (nx - 2, j, k). Rows may be taken in
+/// any order and on any thread.
+void tetrahedraInRow(const ScalarField3D &field, int j, int k, QList<Tetrahedron> &out);
+
+/// How many cells between the slices of nodes k and k + 1 have a corner inside.
+qint64 cellsWithInside(const ScalarField3D &field, int k);
+
 } // namespace corvane::mesh

@@ -29,6 +29,13 @@ QUuid combined(const QUuid &id, const QUuid &mask)
     return made;
 }
 
+/// What tells the items of a node apart: the wrapper, or nothing for the core.
+QUuid maskOf(const QString &wrapperId)
+{
+    static const QUuid space(u"{0d3b1b1e-6a53-4f0c-9c4e-5a7d1f0b2c86}"_s);
+    return QUuid::createUuidV5(space, wrapperId);
+}
+
 } // namespace
 
 CompiledItems::CompiledItems(Corvane &document, CompileMemory &memory, const QSet<QUuid> &replaced,
@@ -293,14 +300,18 @@ QString CompiledItems::nameFor(const QUuid &nodeId, const QString &suffix, bool 
     return name;
 }
 
+QUuid CompiledItems::itemId(const QUuid &nodeId, const QString &wrapperId)
+{
+    static const QUuid coreMask = maskOf({});
+    return combined(nodeId, wrapperId.isEmpty() ? coreMask : maskOf(wrapperId));
+}
+
 /// Of the core for an empty wrapper.
 QUuid CompiledItems::wrapperItemId(const QUuid &nodeId, const QString &wrapperId)
 {
     auto mask = m_masks.constFind(wrapperId);
-    if (mask == m_masks.cend()) {
-        static const QUuid space(u"{0d3b1b1e-6a53-4f0c-9c4e-5a7d1f0b2c86}"_s);
-        mask = m_masks.insert(wrapperId, QUuid::createUuidV5(space, wrapperId));
-    }
+    if (mask == m_masks.cend())
+        mask = m_masks.insert(wrapperId, maskOf(wrapperId));
     return combined(nodeId, *mask);
 }
 

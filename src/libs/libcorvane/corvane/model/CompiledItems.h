@@ -55,6 +55,9 @@ public:
     /// Stores all in the document, takes out of it what is not replaced, and its roots.
     void store();
 
+    /// The id that the item of a node's wrapper has, or its core for none, in any document.
+    static QUuid itemId(const QUuid &nodeId, const QString &wrapperId);
+
 private:
     struct Pending
     {

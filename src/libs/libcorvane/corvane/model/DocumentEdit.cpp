@@ -93,16 +93,21 @@ void DocumentEdit::rename(const QUuid &id, const QString &newName)
 
 void DocumentEdit::redirect(const QUuid &id, const QUuid &newId)
 {
-    replaceReferences(id, referenceTo(newId));
-    for (QUuid &root : m_roots) {
-        if (root == id)
-            root = newId;
-    }
+    redirectUsers(id, newId);
     const QList<QUuid> below = m_document.hierarchyChildIds(id);
     for (const QUuid &child : below) {
         SceneItem moved = item(child);
         moved.parentId = newId;
         put(moved);
+    }
+}
+
+void DocumentEdit::redirectUsers(const QUuid &id, const QUuid &newId)
+{
+    replaceReferences(id, referenceTo(newId));
+    for (QUuid &root : m_roots) {
+        if (root == id)
+            root = newId;
     }
 }
 
@@ -149,17 +154,26 @@ bool DocumentEdit::commit(QUndoStack *undoStack, const QString &text)
     return true;
 }
 
-/// New items first, so that no reference is ever without its item.
+/// New items first, so that no reference is ever without its item. Names last: who follows a rename
+/// rewrites expressions, in items too that this edit changes for another reason.
 void DocumentEdit::apply(Corvane &document, const State &state, const QList<QUuid> &roots)
 {
     for (auto it = state.cbegin(); it != state.cend(); ++it) {
         if (*it && !document.hasItem(it.key()))
             document.addItem(**it);
     }
-    for (auto it = state.cbegin(); it != state.cend(); ++it) {
-        if (*it && document.item(it.key()) != **it)
-            document.updateItem(**it);
+    QList<SceneItem> renamed;
+    for (const std::optional<SceneItem> &wanted : state) {
+        const SceneItem now = wanted ? document.item(wanted->id) : SceneItem(QUuid());
+        if (!wanted || now == *wanted)
+            continue;
+        if (now.name != wanted->name)
+            renamed.append(*wanted);
+        else
+            document.updateItem(*wanted);
     }
+    for (const SceneItem &item : std::as_const(renamed))
+        document.updateItem(item);
     if (document.roots() != roots)
         document.setRoots(roots);
     for (auto it = state.cbegin(); it != state.cend(); ++it) {

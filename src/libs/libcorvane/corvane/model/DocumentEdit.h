@@ -35,6 +35,8 @@ public:
     /// Lets every reference to `id` name `newId` instead, which the edit holds: in "children", in
     /// the roots and in the hierarchy.
     void redirect(const QUuid &id, const QUuid &newId);
+    /// The same, but what stands below in the hierarchy stays there.
+    void redirectUsers(const QUuid &id, const QUuid &newId);
     /// What refers to an item: "@" and its name, or its id where the name would lead to another.
     QString referenceTo(const QUuid &id) const;
 

@@ -11,7 +11,7 @@ namespace corvane::model {
 
 QString LogicalExpressions::Rename::apply(const QString &text) const
 {
-    return expr::rewriteName(text, oldName, newName, expr::RenamedKind::Variable, context);
+    return expr::rewriteName(text, oldName, newName, kind, context);
 }
 
 bool LogicalExpressions::Rename::apply(QVariantMap &values) const
@@ -34,12 +34,24 @@ bool LogicalExpressions::Rename::apply(QVariantMap &values) const
 void LogicalExpressions::renameVariable(const QString &oldName, const QString &newName,
                                         const Corvane &document)
 {
-    Rename rename{oldName, newName, expr::buildVariableContext(document)};
+    Rename change{oldName, newName, expr::RenamedKind::Variable,
+                  expr::buildVariableContext(document)};
     // The names as the expressions were written against them.
     for (const QString &prefix : {QString(), u"default."_s}) {
-        const auto type = rename.context.variables.take(prefix + newName);
-        rename.context.variables.insert(prefix + oldName, type);
+        const auto type = change.context.variables.take(prefix + newName);
+        change.context.variables.insert(prefix + oldName, type);
     }
+    rename(change);
+}
+
+void LogicalExpressions::renameItem(const QString &oldName, const QString &newName,
+                                    const Corvane &document)
+{
+    rename({oldName, newName, expr::RenamedKind::Instance, expr::buildCompileContext(document)});
+}
+
+void LogicalExpressions::rename(const Rename &rename)
+{
     const LogicalScene::Batch batch(m_scene);
     renameInNodes(rename);
     renameInComponents(rename);

@@ -30,6 +30,8 @@ public:
     /// component gives to a value of its own is left alone in that component's promotions.
     /// @param document  whose variable it is; it may have been renamed there already
     void renameVariable(const QString &oldName, const QString &newName, const Corvane &document);
+    /// The same for an item of the document that has its new name already.
+    void renameItem(const QString &oldName, const QString &newName, const Corvane &document);
 
     /// Nodes that changed, and that place no component.
     QList<QUuid> changedNodes() const { return m_changedNodes; }
@@ -41,6 +43,7 @@ private:
     {
         QString oldName;
         QString newName;
+        expr::RenamedKind kind;
         expr::CompileContext context;
 
         QString apply(const QString &text) const;
@@ -48,6 +51,7 @@ private:
         bool apply(QVariantMap &values) const;
     };
 
+    void rename(const Rename &rename);
     void renameInNodes(const Rename &rename);
     void renameInComponents(const Rename &rename);
     static bool renameInStructure(component::ComponentDefinition &definition, const Rename &rename);

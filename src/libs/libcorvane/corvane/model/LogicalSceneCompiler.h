@@ -16,6 +16,7 @@
 namespace corvane::model {
 
 class CompiledItems;
+class LogicalExpressions;
 struct CompileMemory;
 
 /// The items that one logical node became: a core, and one per wrapper around it.
@@ -127,6 +128,8 @@ private:
 
     void onVarsetChanged();
     void onVariableRenamed(const QString &oldName, const QString &newName);
+    void onItemRenamed(const QUuid &id, const QString &oldName, const QString &newName);
+    void followRename(LogicalExpressions &expressions, const std::function<void()> &rename);
     void onInstanceParameterChanged(const QUuid &id);
     void onInstanceTransformChanged(const QUuid &id);
     void onInstanceNameChanged(const QUuid &id, const QString &name);

@@ -73,6 +73,7 @@ void LogicalSceneCompiler::setTarget(Corvane *target)
         return;
     connect(target, &Corvane::varsetChanged, this, &LogicalSceneCompiler::onVarsetChanged);
     connect(target, &Corvane::variableRenamed, this, &LogicalSceneCompiler::onVariableRenamed);
+    connect(target, &Corvane::instanceRenamed, this, &LogicalSceneCompiler::onItemRenamed);
 }
 
 /// Expressions of plain nodes live on in the items' parameters; those of promotions are evaluated
@@ -88,9 +89,25 @@ void LogicalSceneCompiler::onVariableRenamed(const QString &oldName, const QStri
     if (!m_source)
         return;
     LogicalExpressions expressions(*m_source);
+    followRename(expressions, [&] { expressions.renameVariable(oldName, newName, *m_target); });
+}
+
+/// Names of compiled items stand in no expression of the tree.
+void LogicalSceneCompiler::onItemRenamed(const QUuid &id, const QString &oldName,
+                                         const QString &newName)
+{
+    if (!m_source || m_target->item(id).hasTag(ItemTags::Compiled))
+        return;
+    LogicalExpressions expressions(*m_source);
+    followRename(expressions, [&] { expressions.renameItem(oldName, newName, *m_target); });
+}
+
+void LogicalSceneCompiler::followRename(LogicalExpressions &expressions,
+                                        const std::function<void()> &rename)
+{
     {
         const QScopedValueRollback own(m_isRenaming, true);
-        expressions.renameVariable(oldName, newName, *m_target);
+        rename();
     }
     if (expressions.haveComponentsChanged()) {
         compileSoon();

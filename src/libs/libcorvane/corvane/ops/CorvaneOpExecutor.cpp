@@ -58,11 +58,28 @@ bool changesNothing(const OpChange &change)
 
 } // namespace
 
+/// What waits until the undo stack is done.
+struct CorvaneOpExecutor::Restoring
+{
+    explicit Restoring(model::LogicalScene *tree)
+    {
+        if (tree)
+            oneCompile.emplace(*tree);
+    }
+
+    std::optional<model::LogicalScene::Batch> oneCompile{};
+    QVariantMap keptValues{};
+};
+
 CorvaneOpExecutor::CorvaneOpExecutor(const QSharedPointer<model::Corvane> &scene, QObject *parent)
     : QObject(parent)
     , m_scene(scene)
     , m_undoStack(new QUndoStack(this))
-{}
+{
+    // The stack says nothing before it begins; this comes once for a macro, and first of all for
+    // us, so that whoever else hears it finds the scene compiled.
+    connect(m_undoStack, &QUndoStack::indexChanged, this, &CorvaneOpExecutor::finishRestoring);
+}
 
 CorvaneOpExecutor::~CorvaneOpExecutor() = default;
 
@@ -110,12 +127,28 @@ QVariantMap CorvaneOpExecutor::keptValues()
     return m_expressions->keptValues();
 }
 
+void CorvaneOpExecutor::beginRestoring()
+{
+    if (!m_restoring)
+        m_restoring = std::make_unique<Restoring>(m_logicalScene);
+}
+
 void CorvaneOpExecutor::restoreKeptValues(const QVariantMap &values)
 {
+    if (m_restoring)
+        m_restoring->keptValues = values;
+}
+
+void CorvaneOpExecutor::finishRestoring()
+{
+    if (!m_restoring)
+        return;
+    const QVariantMap kept = m_restoring->keptValues;
+    m_restoring.reset();
     if (!m_expressions)
         return;
     m_expressions->evaluateNewItems();
-    m_expressions->restoreKeptValues(values);
+    m_expressions->restoreKeptValues(kept);
 }
 
 void CorvaneOpExecutor::clearHistory()
@@ -272,6 +305,7 @@ void CorvaneOpExecutor::cancelCoalescing()
     const QList<Pending> pending = takePending();
     for (auto step = pending.crbegin(); step != pending.crend(); ++step)
         CorvaneUndoCommand(this, *step->entry, step->args, step->change, {}).undo();
+    finishRestoring(); // the stack has no part in this
 }
 
 QString CorvaneOpExecutor::beginBatch(const QString &label)

@@ -11,6 +11,8 @@
 #include <QSharedPointer>
 #include <QUuid>
 
+#include <memory>
+
 class QUndoStack;
 
 namespace corvane::component {
@@ -104,6 +106,10 @@ public:
     void undoItemRemove(const QVariantMap &before);
     void redoItemRemove(const QVariantMap &before);
     void restoreModifyState(const OpEntry &entry, const QUuid &itemId, const QVariantMap &state);
+    /// To be called before one of these. The tree's structureChanged() then waits until the stack
+    /// has done all that it is about to do: a macro of many steps is compiled once.
+    void beginRestoring();
+    /// The values on which failing expressions stay after this step; the last ones count.
     void restoreKeptValues(const QVariantMap &values);
 
 signals:
@@ -111,6 +117,7 @@ signals:
     void applied(const QString &kind, const QUuid &itemId);
 
 private:
+    struct Restoring;
     struct Pending
     {
         const OpEntry *entry = nullptr;
@@ -128,6 +135,7 @@ private:
     void beginPush();
     /// Of the expressions as they are once all is evaluated.
     QVariantMap keptValues();
+    void finishRestoring();
     QList<Pending> takePending();
 
     QSharedPointer<model::Corvane> m_scene;
@@ -138,6 +146,7 @@ private:
     QPointer<expr::ExpressionManager> m_expressions;
     QVariantMap m_editSessions; ///< components being edited, by the id of the branch's root
     QUuid m_lastCreatedId;
+    std::unique_ptr<Restoring> m_restoring; ///< while the undo stack is at work
 
     bool m_isCoalescing = false;
     QString m_coalesceLabel;

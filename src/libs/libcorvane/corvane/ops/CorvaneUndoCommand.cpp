@@ -21,6 +21,7 @@ CorvaneUndoCommand::CorvaneUndoCommand(CorvaneOpExecutor *executor, const OpEntr
 
 void CorvaneUndoCommand::undo()
 {
+    m_executor->beginRestoring();
     switch (m_category) {
     case OpCategory::ItemAdded:
         m_executor->undoItemAdd(m_after);
@@ -39,6 +40,7 @@ void CorvaneUndoCommand::redo()
 {
     if (std::exchange(m_skipFirstRedo, false))
         return;
+    m_executor->beginRestoring();
     switch (m_category) {
     case OpCategory::ItemAdded:
         m_executor->redoItemAdd(m_after);

@@ -2,7 +2,6 @@
 
 #include <corvane/component/ComponentRegistry.h>
 #include <corvane/expr/CompileContext.h>
-#include <corvane/expr/NameRewriter.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/ParameterValue.h>
@@ -44,25 +43,24 @@ bool isOfInterest(const OpContext &context, const model::SceneItem &item)
            !(context.tree && item.hasTag(model::ItemTags::Compiled));
 }
 
-model::VarsetEntries allVariables(const OpContext &context)
+QVariantMap expressionsOf(const model::VarsetEntries &entries)
 {
-    model::VarsetEntries all = context.document.varsetEntries();
-    const auto named = context.document.namedVarsets();
-    for (auto varset = named.cbegin(); varset != named.cend(); ++varset) {
-        for (auto it = varset->cbegin(); it != varset->cend(); ++it)
-            all.insert(varset.key() + u'.' + it.key(), *it);
+    QVariantMap texts;
+    for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
+        if (!it->expression.isEmpty())
+            texts.insert(texts.cend(), it.key(), it->expression);
     }
-    return all;
+    return texts;
 }
 
+/// By varset, the unnamed one under an empty name. Not by full names: "a.b" may be an entry of the
+/// unnamed varset and one of the varset "a" at once.
 QVariantMap captureVariables(const OpContext &context)
 {
-    QVariantMap captured;
-    const model::VarsetEntries all = allVariables(context);
-    for (auto it = all.cbegin(); it != all.cend(); ++it) {
-        if (!it->expression.isEmpty())
-            captured.insert(it.key(), it->expression);
-    }
+    QVariantMap captured{{QString(), expressionsOf(context.document.varsetEntries())}};
+    const auto named = context.document.namedVarsets();
+    for (auto varset = named.cbegin(); varset != named.cend(); ++varset)
+        captured.insert(varset.key(), expressionsOf(*varset));
     return captured;
 }
 
@@ -102,18 +100,37 @@ QVariantMap captureComponents(const OpContext &context)
     return captured;
 }
 
+/// Whether one of the entries had another text.
+bool setExpressions(model::VarsetEntries &entries, const QVariantMap &texts)
+{
+    bool isChanged = false;
+    for (auto it = texts.cbegin(); it != texts.cend(); ++it) {
+        const auto entry = entries.find(it.key());
+        if (entry == entries.end() || entry->expression == it->toString())
+            continue;
+        entry->expression = it->toString();
+        isChanged = true;
+    }
+    return isChanged;
+}
+
 void restoreVariables(OpContext &context, const QVariantMap &captured)
 {
-    model::VarsetEntries entries;
+    model::VarsetTable table = context.document.variables();
+    bool isChanged = false;
     for (auto it = captured.cbegin(); it != captured.cend(); ++it) {
-        if (!context.document.hasVariable(it.key()))
+        const bool isNamed = !it.key().isEmpty();
+        model::VarsetEntries entries = isNamed ? table.namedVarset(it.key()) : table.entries();
+        if (!setExpressions(entries, it->toMap()))
             continue;
-        model::VarsetEntry entry = context.document.variableEntry(it.key());
-        entry.expression = it->toString();
-        entries.insert(it.key(), entry);
+        isChanged = true;
+        if (isNamed)
+            table.setNamed(it.key(), entries, table.namedVarsetEntryOrder(it.key()));
+        else
+            table.setEntries(entries, table.order());
     }
-    if (!entries.isEmpty())
-        context.document.setVariableEntries(entries);
+    if (isChanged)
+        context.document.setVariables(table);
 }
 
 void restoreItems(OpContext &context, const QVariantMap &captured)
@@ -170,8 +187,12 @@ QVariantMap rewrittenParams(QVariantMap params, const Rewrite &rewrite)
 void rewriteVariables(OpContext &context, const Rewrite &rewrite)
 {
     QVariantMap captured = captureVariables(context);
-    for (QVariant &text : captured)
-        text = rewrite(text.toString());
+    for (QVariant &varset : captured) {
+        QVariantMap texts = varset.toMap();
+        for (QVariant &text : texts)
+            text = rewrite(text.toString());
+        varset = texts;
+    }
     restoreVariables(context, captured);
 }
 
@@ -286,13 +307,14 @@ void renameWithoutRewriting(OpContext &context, const std::function<void()> &ren
     restoreExpressions(context, before);
 }
 
-void renameVariableInExpressions(OpContext &context, const QString &oldName, const QString &newName)
+void renameInExpressions(OpContext &context, const QString &oldName, const QString &newName,
+                         expr::RenamedKind kind)
 {
-    // Made when the variable has its new name already: a reference that the names do not know is
-    // then taken at its word, which is the old one's.
+    // Made when the new name holds already: a reference that the names do not know is then taken at
+    // its word, which is the old one's.
     const expr::CompileContext names = expr::buildCompileContext(context.document);
     const Rewrite rewrite = [&](const QString &text) {
-        return expr::rewriteName(text, oldName, newName, expr::RenamedKind::Variable, names);
+        return expr::rewriteName(text, oldName, newName, kind, names);
     };
     rewriteVariables(context, rewrite);
     rewriteItems(context, rewrite);

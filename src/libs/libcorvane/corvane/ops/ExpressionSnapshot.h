@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvane/expr/NameRewriter.h>
+
 #include <QString>
 #include <QVariantMap>
 
@@ -23,8 +25,9 @@ void restoreExpressions(OpContext &context, const QVariantMap &expressions);
 /// reads the name, those too that had read it in vain before: all are put back as they were.
 void renameWithoutRewriting(OpContext &context, const std::function<void()> &rename);
 
-/// Rewrites a variable's name wherever the scene's expressions read it.
-void renameVariableInExpressions(OpContext &context, const QString &oldName,
-                                 const QString &newName);
+/// Rewrites the name of a variable or an item wherever the scene's expressions read it. It has its
+/// new name already.
+void renameInExpressions(OpContext &context, const QString &oldName, const QString &newName,
+                         expr::RenamedKind kind);
 
 } // namespace corvane::ops

@@ -1,5 +1,7 @@
 // Changes of what any node or item has: name, transform, material, tags, type data, proxy.
 #include <corvane/model/Corvane.h>
+#include <corvane/model/DocumentEdit.h>
+#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/ExpressionSnapshot.h>
 #include <corvane/ops/ItemOps.h>
@@ -14,12 +16,8 @@ namespace corvane::ops {
 
 namespace {
 
-struct Transform
-{
-    QVector3D translate{};
-    QVector3D rotate{};
-    QVector3D scale{1.0f, 1.0f, 1.0f};
-};
+using model::ItemWrappers;
+using model::Transform;
 
 /// The parts of a transform: their argument, the letter of their state keys, and the field.
 struct TransformPart
@@ -40,21 +38,27 @@ QString axisKey(const TransformPart &part, int axis)
     return QString(QChar(part.letter)) + QChar(u"xyz"[axis]);
 }
 
+/// Whether wrappers stand for what moves it: its own fields do nothing to the field.
+bool isOfField(const OpContext &context, const QUuid &id)
+{
+    return !context.node(id) && context.document.item(id).itemType == model::ItemTypes::Sdf;
+}
+
+Transform ownTransform(const model::SceneItem &item)
+{
+    return {item.translate, item.rotate, item.scale};
+}
+
 Transform transformOf(const OpContext &context, const QUuid &id)
 {
     if (const model::LogicalInstance *node = context.node(id))
         return {node->translate, node->rotate, node->scale};
-    const model::SceneItem item = context.document.item(id);
-    return {item.translate, item.rotate, item.scale};
+    return isOfField(context, id) ? ItemWrappers(context.document, id).transform()
+                                  : ownTransform(context.document.item(id));
 }
 
-void setTransform(OpContext &context, const QUuid &id, const Transform &transform)
+void setOwnTransform(OpContext &context, const QUuid &id, const Transform &transform)
 {
-    if (context.node(id)) {
-        context.tree->setInstanceTransform(id, transform.translate, transform.rotate,
-                                           transform.scale);
-        return;
-    }
     model::SceneItem item = context.document.item(id);
     item.translate = transform.translate;
     item.rotate = transform.rotate;
@@ -62,12 +66,44 @@ void setTransform(OpContext &context, const QUuid &id, const Transform &transfor
     context.document.updateItem(item);
 }
 
-QVariantMap transformState(const Transform &transform)
+bool setTransform(OpContext &context, const QUuid &id, const Transform &transform)
+{
+    if (isOfField(context, id))
+        return ItemWrappers::setTransform(context.document, id, transform);
+    if (context.node(id))
+        context.tree->setInstanceTransform(id, transform.translate, transform.rotate,
+                                           transform.scale);
+    else
+        setOwnTransform(context, id, transform);
+    return true;
+}
+
+QVariantMap stateOf(const Transform &transform)
 {
     QVariantMap state;
     for (const TransformPart &part : transformParts) {
         for (int axis = 0; axis < 3; ++axis)
             state.insert(axisKey(part, axis), (transform.*part.field)[axis]);
+    }
+    return state;
+}
+
+Transform transformIn(const QVariantMap &state)
+{
+    Transform transform;
+    for (const TransformPart &part : transformParts) {
+        for (int axis = 0; axis < 3; ++axis)
+            (transform.*part.field)[axis] = state.value(axisKey(part, axis)).toFloat();
+    }
+    return transform;
+}
+
+QVariantMap transformState(const OpContext &context, const QUuid &id)
+{
+    QVariantMap state = stateOf(transformOf(context, id));
+    if (isOfField(context, id)) {
+        state.insert(u"wrappers"_s, ItemWrappers(context.document, id).wrapperIds());
+        state.insert(u"own"_s, stateOf(ownTransform(context.document.item(id))));
     }
     return state;
 }
@@ -190,6 +226,62 @@ void setName(OpContext &context, const QUuid &id, const QString &name)
     context.document.updateItem(item);
 }
 
+/// With all that names it.
+void rename(OpContext &context, const QUuid &id, const QString &name)
+{
+    if (context.node(id)) {
+        setName(context, id, name);
+        return;
+    }
+    const QString oldName = context.nameOf(id);
+    model::DocumentEdit edit(context.document);
+    edit.rename(id, name);
+    edit.commit(nullptr, {});
+    if (!oldName.isEmpty() && oldName != name)
+        renameInExpressions(context, oldName, name, expr::RenamedKind::Instance);
+}
+
+/// The "children" parameters that name an item, by owner.
+QVariantMap referencesTo(const OpContext &context, const QUuid &id)
+{
+    QVariantMap references;
+    const auto items = context.document.items();
+    for (const model::SceneItem &item : items) {
+        const model::Instance owner(item);
+        const QStringList children = owner.childReferences();
+        const bool refers =
+            std::any_of(children.cbegin(), children.cend(), [&](const QString &reference) {
+                return context.document.resolveReference(reference) == id;
+            });
+        if (refers)
+            references.insert(idText(item.id), owner.rawParams().value(u"children"_s));
+    }
+    return references;
+}
+
+void restoreReferences(OpContext &context, const QVariantMap &references)
+{
+    for (auto it = references.cbegin(); it != references.cend(); ++it) {
+        model::Instance owner = context.document.instance(QUuid::fromString(it.key()));
+        QVariantMap params = owner.rawParams();
+        params.insert(u"children"_s, *it);
+        owner.setRawParams(params);
+        if (context.document.hasItem(owner.id) && owner != context.document.instance(owner.id))
+            context.document.updateItem(owner);
+    }
+}
+
+QVariantMap nameState(const OpContext &context, const QUuid &id)
+{
+    QVariantMap state{{u"name"_s, context.nameOf(id)}};
+    if (context.node(id))
+        return state;
+    const QVariantMap references = referencesTo(context, id);
+    if (!references.isEmpty())
+        state.insert(u"references"_s, references);
+    return state;
+}
+
 } // namespace
 
 OpOutcome applyItemRename(OpContext &context, const OpCall &call)
@@ -198,12 +290,10 @@ OpOutcome applyItemRename(OpContext &context, const OpCall &call)
     if (!context.contains(id))
         return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
     const QString name = context.uniqueName(call.text("newName"_L1), id);
-    OpChange change{.itemId = id,
-                    .before = {{u"name"_s, context.nameOf(id)}},
-                    .after = {{u"name"_s, name}},
-                    .textArgs = {name}};
+    OpChange change{.itemId = id, .before = nameState(context, id), .textArgs = {name}};
     QVariantMap expressionsBefore = captureExpressions(context);
-    setName(context, id, name);
+    rename(context, id, name);
+    change.after = nameState(context, id);
     QVariantMap expressionsAfter = captureExpressions(context);
     keepDifferences(expressionsBefore, expressionsAfter);
     if (expressionsBefore != expressionsAfter) {
@@ -217,6 +307,7 @@ void restoreName(OpContext &context, const QUuid &itemId, const QVariantMap &sta
 {
     renameWithoutRewriting(context,
                            [&] { setName(context, itemId, state.value(u"name"_s).toString()); });
+    restoreReferences(context, state.value(u"references"_s).toMap());
     restoreExpressions(context, state.value(u"expressions"_s).toMap());
 }
 
@@ -225,28 +316,27 @@ OpOutcome applyItemSetTransform(OpContext &context, const OpCall &call)
     const QUuid id = call.id("itemId"_L1);
     if (!context.contains(id))
         return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
-    const Transform before = transformOf(context, id);
-    Transform after = before;
+    Transform after = transformOf(context, id);
     const int given = readTransform(call, after);
     if (given < 0)
         return call.refuse(u"translate, rotate and scale are three finite numbers each"_s);
     if (given == 0)
         return call.refuse(u"missing translate, rotate or scale"_s);
-    setTransform(context, id, after);
-    return OpChange{.itemId = id,
-                    .before = transformState(before),
-                    .after = transformState(after),
-                    .scope = idText(id) + u"/transform"_s};
+    OpChange change{
+        .itemId = id, .before = transformState(context, id), .scope = idText(id) + u"/transform"_s};
+    if (!setTransform(context, id, after))
+        return call.refuse(u"the id of a wrapper is taken:"_s, id);
+    change.after = transformState(context, id);
+    return change;
 }
 
 void restoreTransform(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
-    Transform transform;
-    for (const TransformPart &part : transformParts) {
-        for (int axis = 0; axis < 3; ++axis)
-            (transform.*part.field)[axis] = state.value(axisKey(part, axis)).toFloat();
-    }
-    setTransform(context, itemId, transform);
+    setTransform(context, itemId, transformIn(state));
+    if (!isOfField(context, itemId))
+        return;
+    ItemWrappers::keepOnly(context.document, itemId, state.value(u"wrappers"_s).toStringList());
+    setOwnTransform(context, itemId, transformIn(state.value(u"own"_s).toMap()));
 }
 
 OpOutcome applyItemSetMaterial(OpContext &context, const OpCall &call)

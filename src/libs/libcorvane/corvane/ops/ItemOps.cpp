@@ -2,9 +2,13 @@
 #include <corvane/ops/ItemOps.h>
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/DocumentEdit.h>
+#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/MaterialLibrary.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
+#include <corvane/ops/Operands.h>
 #include <corvane/ops/SceneSnapshot.h>
 #include <corvane/registry/Registry.h>
 
@@ -65,8 +69,8 @@ bool isKnownDefinition(const OpContext &context, const QString &definitionId)
            registry::Registry::instance().contains(definitionId);
 }
 
-/// The place for a new node in the tree, or why there is none. An item of the document has no place
-/// in the tree: its nodes are at the top.
+/// The place for a new node in the tree, or why there is none. Items of the document are not in the
+/// tree: below those that list nothing the node is at the top.
 struct NodePlace
 {
     QUuid parentId{};
@@ -92,6 +96,35 @@ void settleName(OpContext &context, const QUuid &id, const QString &wanted)
     context.tree->setInstanceName(id, context.uniqueName(name, id));
 }
 
+/// Behind the last of the siblings, since a tie would be broken by the ids, that is, at random.
+qint32 nextSortOrder(const OpContext &context, const QUuid &parentId)
+{
+    const QList<QUuid> siblings = parentId.isNull() ? context.document.hierarchyRootIds()
+                                                    : context.document.hierarchyChildIds(parentId);
+    return siblings.isEmpty() ? 0 : context.document.item(siblings.last()).sortOrder + 1;
+}
+
+/// Below an operator that no tree stands behind: an item of the document as well.
+OpOutcome addOperand(OpContext &context, const OpCall &call, const QUuid &operatorId)
+{
+    const QString definitionId = call.text("definitionId"_L1);
+    if (!registry::Registry::instance().contains(definitionId))
+        return call.refuse(u"only nodes of the tree hold components:"_s, operatorId);
+    if (!hasRoom(context.document, operatorId))
+        return call.refuse(u"no room for another child:"_s, operatorId);
+    const QString label = labelOf(context, definitionId);
+    const QString name = call.text("name"_L1);
+    model::Instance item(definitionId);
+    item.name = context.uniqueName(name.isEmpty() ? label + u" 1"_s : name);
+    item.capabilities = model::ItemCapabilities::sdfItem;
+    item.materialId = context.materials.defaultMaterialId();
+    item.parentId = operatorId;
+    item.sortOrder = nextSortOrder(context, operatorId);
+    context.document.addItem(item);
+    insertOperand(context.document, operatorId, item.id, call.number("insertIndex"_L1, -1));
+    return added(context, item.id, label);
+}
+
 OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
 {
     const QString definitionId = call.text("definitionId"_L1);
@@ -101,6 +134,9 @@ OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
         return call.refuse(u"no LogicalScene"_s);
     if (!isContainer && !isKnownDefinition(context, definitionId))
         return call.refuse(u"unknown definition:"_s, definitionId);
+    const QUuid parentId = call.id("parentId"_L1);
+    if (!isContainer && !context.node(parentId) && isOperator(context.document, parentId))
+        return addOperand(context, call, parentId);
     const NodePlace place = placeForNode(context, call, "parentId"_L1);
     if (!place.refusal.isEmpty())
         return call.refuse(place.refusal, call.text("parentId"_L1));
@@ -116,14 +152,6 @@ OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
         tree.moveInstance(id, place.parentId, index);
     settleName(context, id, call.text("name"_L1));
     return added(context, id, isContainer ? u"Group"_s : labelOf(context, definitionId));
-}
-
-/// Behind the last of the siblings, since a tie would be broken by the ids, that is, at random.
-qint32 nextSortOrder(const OpContext &context, const QUuid &parentId)
-{
-    const QList<QUuid> siblings = parentId.isNull() ? context.document.hierarchyRootIds()
-                                                    : context.document.hierarchyChildIds(parentId);
-    return siblings.isEmpty() ? 0 : context.document.item(siblings.last()).sortOrder + 1;
 }
 
 QVariantMap withoutCommonKeys(QVariantMap typeData)
@@ -198,21 +226,82 @@ QUuid copyItem(OpContext &context, model::SceneItem item, const QUuid &parentId)
     return context.document.addItem(item);
 }
 
-QUuid copyItems(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
+/// What stands below an item, in the display tree or in its expression; wrappers go with theirs.
+QList<QUuid> itemsToCopy(const OpContext &context, const QUuid &sourceId)
 {
-    model::SceneItem top = context.document.item(sourceId);
-    top.sortOrder = nextSortOrder(context, parentId);
-    const QVariantList below =
-        snapshotOf(context, sourceId).value(StateKeys::documentItems).toList();
-    QHash<QUuid, QUuid> copies{{sourceId, copyItem(context, top, parentId)}};
-    for (const QVariant &snapshot : below) {
-        const model::SceneItem item = itemOf(snapshot.toMap());
-        copies.insert(item.id, copyItem(context, item, copies.value(item.parentId)));
+    QList<QUuid> ids{sourceId};
+    QSet<QUuid> seen{sourceId};
+    for (qsizetype i = 0; i < ids.size(); ++i) {
+        const QList<QUuid> below = context.document.hierarchyChildIds(ids.at(i)) +
+                                   context.document.childInstanceIds(ids.at(i));
+        for (const QUuid &child : below) {
+            const QUuid owner =
+                model::ItemWrappers::ownerOf(context.document, context.document.item(child));
+            const QUuid id = owner.isNull() ? child : owner;
+            if (seen.contains(id) || context.node(id))
+                continue;
+            seen.insert(id);
+            ids.append(id);
+        }
     }
-    // The copy of what is drawn is drawn.
-    if (context.document.roots().contains(sourceId))
-        context.document.addRoot(copies.value(sourceId));
-    return copies.value(sourceId);
+    return ids;
+}
+
+/// The copies of operators list the copies, and what moves an item moves its copy.
+void copyExpression(OpContext &context, const QHash<QUuid, QUuid> &copies)
+{
+    const model::Corvane &document = context.document;
+    QHash<QUuid, QUuid> standIns;
+    for (auto it = copies.cbegin(); it != copies.cend(); ++it) {
+        const model::ItemWrappers wrappers(document, it.key());
+        if (document.item(it.key()).itemType == model::ItemTypes::Sdf)
+            model::ItemWrappers::setTransform(context.document, *it, wrappers.transform());
+        standIns.insert(wrappers.outerId(), model::ItemWrappers(document, *it).outerId());
+    }
+    for (const QUuid &copy : copies) {
+        QStringList references = document.instance(copy).childReferences();
+        for (QString &reference : references) {
+            const QUuid standIn = standIns.value(document.resolveReference(reference));
+            if (!standIn.isNull())
+                reference = model::DocumentEdit(context.document).referenceTo(standIn);
+        }
+        restoreOperands(context.document, {{idText(copy), references}});
+    }
+}
+
+/// The copy of what is drawn is drawn, and the copy of an operand is one.
+void placeCopy(OpContext &context, const QUuid &sourceId, const QUuid &copy, const QUuid &parentId)
+{
+    const QUuid source = model::ItemWrappers(context.document, sourceId).outerId();
+    const QUuid outer = model::ItemWrappers(context.document, copy).outerId();
+    const QList<QUuid> users = operatorsOver(context.document, source);
+    QUuid user = users.value(0);
+    if (parentId != context.document.parentInstanceId(sourceId))
+        user = isOperator(context.document, parentId) ? parentId : QUuid();
+    if (!user.isNull() && hasRoom(context.document, user))
+        insertOperand(context.document, user, outer, -1);
+    else if (context.document.roots().contains(source) || !user.isNull() || !users.isEmpty())
+        context.document.addRoot(outer);
+}
+
+OpChange copyItems(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
+{
+    const qint32 sortOrder = nextSortOrder(context, parentId);
+    const QList<QUuid> ids = itemsToCopy(context, sourceId);
+    QHash<QUuid, QUuid> copies;
+    for (const QUuid &id : ids) {
+        model::SceneItem item = context.document.item(id);
+        const QUuid below = copies.value(item.parentId, item.parentId);
+        if (id == sourceId)
+            item.sortOrder = sortOrder;
+        copies.insert(id, copyItem(context, item, id == sourceId ? parentId : below));
+    }
+    copyExpression(context, copies);
+    const QUuid copy = copies.value(sourceId);
+    placeCopy(context, sourceId, copy, parentId);
+    OpChange change = added(context, copy, context.nameOf(copy));
+    addToSnapshot(context, change.after, copies.values());
+    return change;
 }
 
 } // namespace
@@ -254,8 +343,9 @@ OpOutcome applyItemDuplicate(OpContext &context, const OpCall &call)
         return call.refuse(u"parent not found:"_s, parentId);
     if (isNode && context.tree->isComponentInstance(parentId))
         return call.refuse(u"cannot add into a component instance:"_s, parentId);
-    const QUuid copy =
-        isNode ? copyNodes(context, sourceId, parentId) : copyItems(context, sourceId, parentId);
+    if (!isNode)
+        return copyItems(context, sourceId, parentId);
+    const QUuid copy = copyNodes(context, sourceId, parentId);
     return added(context, copy, context.nameOf(copy));
 }
 

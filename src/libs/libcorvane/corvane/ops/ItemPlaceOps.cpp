@@ -1,9 +1,11 @@
 // Moving nodes in the tree, and items in the display tree.
 #include <corvane/model/Corvane.h>
+#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/ItemOps.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
+#include <corvane/ops/Operands.h>
 #include <corvane/ops/SceneSnapshot.h>
 
 using namespace Qt::StringLiterals;
@@ -31,29 +33,81 @@ OpOutcome moveNode(OpContext &context, const OpCall &call, const QUuid &id)
     return change;
 }
 
-/// Moving an item numbers its new siblings anew, so that their numbers are part of the state.
-QVariantMap itemPlace(const OpContext &context, const QUuid &id, const QList<QUuid> &siblings)
+/// Moving an item numbers its new siblings anew, and changes what operators list and what is drawn:
+/// all that is part of the state.
+QVariantMap itemPlace(const OpContext &context, const QUuid &id, const QList<QUuid> &siblings,
+                      const QList<QUuid> &operators)
 {
     QVariantMap order;
     for (const QUuid &sibling : siblings)
         order.insert(idText(sibling), context.document.item(sibling).sortOrder);
     const model::SceneItem item = context.document.item(id);
-    return {{u"parentId"_s, idText(item.parentId)},
-            {u"sortOrder"_s, item.sortOrder},
-            {u"order"_s, order},
-            {StateKeys::itemType, item.itemType}};
+    QVariantMap state{{u"parentId"_s, idText(item.parentId)},
+                      {u"sortOrder"_s, item.sortOrder},
+                      {u"order"_s, order},
+                      {StateKeys::itemType, item.itemType}};
+    if (item.itemType != model::ItemTypes::Sdf)
+        return state;
+    state.insert(u"operands"_s, operandsOf(context.document, operators));
+    if (!context.document.drawsAllItems())
+        state.insert(u"roots"_s, idList(context.document.roots()));
+    return state;
+}
+
+/// Of the same domain as what they are around.
+void takeWrappersAlong(OpContext &context, const QUuid &id)
+{
+    const QUuid parentId = context.document.item(id).parentId;
+    const QList<QUuid> wrappers = model::ItemWrappers(context.document, id).ids();
+    for (const QUuid &wrapperId : wrappers) {
+        model::SceneItem wrapper = context.document.item(wrapperId);
+        if (std::exchange(wrapper.parentId, parentId) != parentId)
+            context.document.updateItem(wrapper);
+    }
+}
+
+/// Takes the item out of the operators that list it, and gives it to another one, or draws it.
+void moveInExpression(OpContext &context, const QUuid &outerId, const QUuid &newOperator, int index)
+{
+    model::Corvane &document = context.document;
+    const QList<QUuid> operators = operatorsOver(document, outerId);
+    for (const QUuid &user : operators)
+        removeOperand(document, user, outerId);
+    if (!newOperator.isNull()) {
+        insertOperand(document, newOperator, outerId, index);
+        document.removeRoot(outerId);
+    } else if (!operators.isEmpty() && !document.drawsAllItems()) {
+        document.addRoot(outerId);
+    }
 }
 
 OpOutcome moveItem(OpContext &context, const OpCall &call, const QUuid &id)
 {
+    model::Corvane &document = context.document;
     const QUuid parentId = call.id("newParentId"_L1);
-    if (!parentId.isNull() && !context.document.hasItem(parentId))
+    if (!parentId.isNull() && !document.hasItem(parentId))
         return call.refuse(u"parent not found:"_s, parentId);
-    const QList<QUuid> siblings = context.document.hierarchyChildIds(parentId);
-    OpChange change{.itemId = id, .before = itemPlace(context, id, siblings)};
-    if (!context.document.moveHierarchyItem(id, parentId, call.number("insertIndex"_L1, -1)))
+    const bool isOfField = document.item(id).itemType == model::ItemTypes::Sdf;
+    const QUuid newOperator = isOfField && isOperator(document, parentId) ? parentId : QUuid();
+    if (!newOperator.isNull() && expressionOf(document, id).contains(newOperator))
+        return call.refuse(u"refused, the new parent stands below the item:"_s, id);
+    const QUuid outerId = model::ItemWrappers(document, id).outerId();
+    QList<QUuid> operators = isOfField ? operatorsOver(document, outerId) : QList<QUuid>();
+    if (!newOperator.isNull() && !operators.contains(newOperator)) {
+        if (!hasRoom(document, newOperator))
+            return call.refuse(u"no room for another child:"_s, newOperator);
+        operators.append(newOperator);
+    }
+    const QList<QUuid> siblings = document.hierarchyChildIds(parentId);
+    OpChange change{.itemId = id, .before = itemPlace(context, id, siblings, operators)};
+    const int index = call.number("insertIndex"_L1, -1);
+    if (!document.moveHierarchyItem(id, parentId, index))
         return call.refuse(u"refused:"_s, id);
-    change.after = itemPlace(context, id, siblings);
+    if (isOfField) {
+        takeWrappersAlong(context, id);
+        moveInExpression(context, outerId, newOperator, index);
+    }
+    change.after = itemPlace(context, id, siblings, operators);
     return change;
 }
 
@@ -104,6 +158,10 @@ void restorePlace(OpContext &context, const QUuid &itemId, const QVariantMap &st
     const QVariantMap order = state.value(u"order"_s).toMap();
     for (auto it = order.cbegin(); it != order.cend(); ++it)
         restoreSortOrder(context, QUuid::fromString(it.key()), it->toInt());
+    takeWrappersAlong(context, itemId);
+    restoreOperands(context.document, state.value(u"operands"_s).toMap());
+    if (state.contains(u"roots"_s))
+        context.document.setRoots(idsOf(state.value(u"roots"_s)));
 }
 
 } // namespace corvane::ops

@@ -1,10 +1,12 @@
 #include <corvane/ops/SceneSnapshot.h>
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/Logging.h>
 #include <corvane/ops/OpChange.h>
 #include <corvane/ops/OpContext.h>
+#include <corvane/ops/Operands.h>
 
 using namespace Qt::StringLiterals;
 
@@ -40,13 +42,43 @@ QList<QUuid> itemsBelow(const OpContext &context, const QUuid &id)
     return found;
 }
 
+/// The wrappers of each come right behind it.
+QList<QUuid> withWrappers(const OpContext &context, const QList<QUuid> &ids)
+{
+    QList<QUuid> all;
+    for (const QUuid &id : ids)
+        all += QList<QUuid>{id} + model::ItemWrappers(context.document, id).ids();
+    return all;
+}
+
+/// Operators that stay when these items go.
+QList<QUuid> usersOf(const OpContext &context, const QList<QUuid> &ids)
+{
+    const QSet<QUuid> gone(ids.cbegin(), ids.cend());
+    QList<QUuid> users;
+    const auto items = context.document.items();
+    for (const model::SceneItem &item : items) {
+        if (item.itemType != model::ItemTypes::Sdf || gone.contains(item.id))
+            continue;
+        const QList<QUuid> operands = context.document.childInstanceIds(item.id);
+        if (std::any_of(operands.cbegin(), operands.cend(),
+                        [&gone](const QUuid &id) { return gone.contains(id); }))
+            users.append(item.id);
+    }
+    return users;
+}
+
 QVariantMap documentSnapshot(const OpContext &context, const QUuid &id)
 {
+    const QList<QUuid> ids = withWrappers(context, QList<QUuid>{id} + itemsBelow(context, id));
     QVariantMap snapshot = itemSnapshot(context.document.item(id));
     snapshot.insert(StateKeys::itemType, context.document.item(id).itemType);
-    const QVariantList below = documentItemsOf(context, itemsBelow(context, id));
+    const QVariantList below = documentItemsOf(context, ids.mid(1));
     if (!below.isEmpty())
         snapshot.insert(StateKeys::documentItems, below);
+    const QVariantMap operands = operandsOf(context.document, usersOf(context, ids));
+    if (!operands.isEmpty())
+        snapshot.insert(StateKeys::operands, operands);
     return snapshot;
 }
 
@@ -152,7 +184,7 @@ model::SceneItem itemOf(const QVariantMap &snapshot)
     QVariantMap map = snapshot;
     map.removeIf([](QVariantMap::iterator it) {
         return it.key() == StateKeys::itemType || it.key() == StateKeys::documentItems ||
-               it.key() == StateKeys::roots;
+               it.key() == StateKeys::roots || it.key() == StateKeys::operands;
     });
     return model::SceneItem::fromVariantMap(map);
 }
@@ -177,6 +209,16 @@ QVariantMap snapshotOf(const OpContext &context, const QUuid &id)
     return snapshot;
 }
 
+void addToSnapshot(const OpContext &context, QVariantMap &snapshot, const QList<QUuid> &ids)
+{
+    QList<QUuid> lacking = withWrappers(context, ids);
+    const QList<QUuid> present = documentIdsOf(snapshot);
+    const QSet<QUuid> known(present.cbegin(), present.cend());
+    lacking.removeIf([&known](const QUuid &id) { return known.contains(id); });
+    snapshot.insert(StateKeys::documentItems, snapshot.value(StateKeys::documentItems).toList() +
+                                                  documentItemsOf(context, lacking));
+}
+
 void insertSnapshot(OpContext &context, const QVariantMap &snapshot)
 {
     if (!isOfTree(snapshot))
@@ -184,6 +226,7 @@ void insertSnapshot(OpContext &context, const QVariantMap &snapshot)
     const QVariantList items = snapshot.value(StateKeys::documentItems).toList();
     for (const QVariant &item : items)
         context.document.addItem(itemOf(item.toMap()));
+    restoreOperands(context.document, snapshot.value(StateKeys::operands).toMap());
     if (snapshot.contains(StateKeys::roots))
         context.document.setRoots(idsOf(snapshot.value(StateKeys::roots)));
     if (isOfTree(snapshot) && context.tree) {
@@ -197,6 +240,11 @@ void removeSnapshot(OpContext &context, const QVariantMap &snapshot)
     if (isOfTree(snapshot) && context.tree)
         context.tree->removeInstance(QUuid::fromString(snapshot.value(u"id"_s).toString()));
     const QList<QUuid> items = documentIdsOf(snapshot);
+    const QVariantMap operands = snapshot.value(StateKeys::operands).toMap();
+    for (auto user = operands.keyBegin(); user != operands.keyEnd(); ++user) {
+        for (const QUuid &id : items)
+            removeOperand(context.document, QUuid::fromString(*user), id);
+    }
     for (auto id = items.crbegin(); id != items.crend(); ++id)
         context.document.removeItem(*id);
 }

@@ -40,8 +40,10 @@ QVariantMap itemSnapshot(const model::SceneItem &item);
 model::SceneItem itemOf(const QVariantMap &snapshot);
 
 /// A node with all below it and the document's items of the same ids; or an item with those that
-/// stand below it in the display tree and are no nodes.
+/// stand below it in the display tree and are no nodes, their wrappers, and what lists them.
 QVariantMap snapshotOf(const OpContext &context, const QUuid &id);
+/// Adds these items and their wrappers to an item's snapshot, those that it lacks.
+void addToSnapshot(const OpContext &context, QVariantMap &snapshot, const QList<QUuid> &ids);
 /// Puts back, or takes out, what a snapshot of snapshotOf() describes.
 void insertSnapshot(OpContext &context, const QVariantMap &snapshot);
 void removeSnapshot(OpContext &context, const QVariantMap &snapshot);

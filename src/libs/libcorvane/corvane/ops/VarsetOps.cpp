@@ -256,7 +256,7 @@ OpOutcome applyVarsetRenameVariable(OpContext &context, const OpCall &call)
         return OpChange{};
     withExpressions(context, change, [&context, &from, &to] {
         context.document.renameVariable(from.fullName(), to.fullName());
-        renameVariableInExpressions(context, from.fullName(), to.fullName());
+        renameInExpressions(context, from.fullName(), to.fullName(), expr::RenamedKind::Variable);
     });
     return change;
 }
@@ -367,7 +367,7 @@ OpOutcome applyVarsetMoveEntry(OpContext &context, const OpCall &call)
     change.textArgs = {from.name, CorvaneOpDescriber::varsetLabel(to.varset)};
     withExpressions(context, change, [&context, &from, &to] {
         context.document.moveEntryToVarset(from.name, from.varset, to.varset);
-        renameVariableInExpressions(context, from.fullName(), to.fullName());
+        renameInExpressions(context, from.fullName(), to.fullName(), expr::RenamedKind::Variable);
     });
     const QVariant expressions = change.after.value(u"expressions"_s);
     change.after = placeState(context.document.variables(), to, from.varset);

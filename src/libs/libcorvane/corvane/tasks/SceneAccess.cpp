@@ -1,5 +1,6 @@
 #include <corvane/tasks/SceneAccess.h>
 
+#include <corvane/model/CompiledItems.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
@@ -24,6 +25,16 @@ QUuid coreOf(const model::Corvane &document, const QUuid &sourceId)
     return {};
 }
 
+/// The node that compiles to a core of that id; null when none does.
+QUuid nodeOf(const model::LogicalScene &tree, const QUuid &coreId)
+{
+    const auto &nodes = tree.instances();
+    const auto node = std::find_if(nodes.keyBegin(), nodes.keyEnd(), [&coreId](const QUuid &id) {
+        return model::CompiledItems::itemId(id, {}) == coreId;
+    });
+    return node == nodes.keyEnd() ? QUuid() : *node;
+}
+
 } // namespace
 
 SceneAccess SceneAccess::current()
@@ -46,7 +57,8 @@ QUuid SceneAccess::resolve(const QString &text) const
     const QUuid id = QUuid::fromString(text);
     if (id.isNull() || isNode(id) || document->hasItem(id))
         return id;
-    return coreOf(*document, id);
+    const QUuid node = tree ? nodeOf(*tree, id) : QUuid();
+    return node.isNull() ? coreOf(*document, id) : node;
 }
 
 bool SceneAccess::isNode(const QUuid &id) const

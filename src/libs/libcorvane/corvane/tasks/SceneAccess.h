@@ -25,9 +25,9 @@ struct SceneAccess
     /// Whether this is still what is open: a plan's thread may come back after a scene has gone.
     bool isCurrent() const;
 
-    /// The id under which tree or document have what `text` names: itself, or of a node that an
-    /// earlier run compiled into the document, the core item that it became. Null when there is
-    /// nothing of it.
+    /// The id under which tree or document have what `text` names: itself; of a node's core, the
+    /// node; of a node that an earlier run compiled into the document, the core item that it
+    /// became. Null when there is nothing of it.
     QUuid resolve(const QString &text) const;
     bool isNode(const QUuid &id) const;
 };

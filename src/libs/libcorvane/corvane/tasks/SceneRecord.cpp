@@ -1,6 +1,7 @@
 #include <corvane/tasks/SceneRecord.h>
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/tasks/SceneErrors.h>
 #include <corvane/tasks/TaskJson.h>
@@ -78,13 +79,19 @@ SceneRecords::SceneRecords(const SceneAccess &access)
     for (const model::SceneItem &item : items) {
         if (standsForNode(item, access.tree))
             continue;
-        m_ids.append(item.id);
-        if (item.itemType != model::ItemTypes::Sdf)
+        const QUuid owner = model::ItemWrappers::ownerOf(*access.document, item);
+        if (owner.isNull())
+            m_ids.append(item.id);
+        else
+            m_owners.insert(item.id, owner);
+    }
+    for (const QUuid &id : std::as_const(m_ids)) {
+        if (access.isNode(id) || access.document->item(id).itemType != model::ItemTypes::Sdf)
             continue;
-        const QList<QUuid> children = access.document->childInstanceIds(item.id);
+        const QList<QUuid> children = access.document->childInstanceIds(id);
         for (const QUuid &child : children) {
-            if (child != item.id && !m_operators.contains(child))
-                m_operators.insert(child, item.id);
+            if (shown(child) != id && !m_operators.contains(shown(child)))
+                m_operators.insert(shown(child), id);
         }
     }
 }
@@ -107,11 +114,12 @@ QList<QUuid> SceneRecords::childrenOf(const QUuid &id) const
         return roots();
     if (m_access.isNode(id))
         return m_access.tree->children(id);
-    QList<QUuid> children = m_access.document->hierarchyChildIds(id);
-    const QList<QUuid> operands = m_access.document->childInstanceIds(id);
-    for (const QUuid &operand : operands) {
-        if (!children.contains(operand))
-            children.append(operand);
+    QList<QUuid> children;
+    const QList<QUuid> below =
+        m_access.document->hierarchyChildIds(id) + m_access.document->childInstanceIds(id);
+    for (const QUuid &child : below) {
+        if (shown(child) != id && !children.contains(shown(child)))
+            children.append(shown(child));
     }
     return children;
 }
@@ -168,14 +176,18 @@ SceneRecord SceneRecords::ofItem(const model::SceneItem &item) const
                        .name = shownName(item),
                        .type = item.itemType,
                        .parentId = parentOfItem(item),
-                       .translate = item.translate,
-                       .rotate = item.rotate,
-                       .scale = item.scale,
                        .material = item.material,
                        .materialId = item.materialId,
                        .tags = item.tags,
                        .children = childrenOf(item.id)};
-    if (item.itemType != model::ItemTypes::Sdf) {
+    const bool isOfField = item.itemType == model::ItemTypes::Sdf;
+    const model::Transform transform =
+        isOfField ? model::ItemWrappers(*m_access.document, item.id).transform()
+                  : model::Transform{item.translate, item.rotate, item.scale};
+    record.translate = transform.translate;
+    record.rotate = transform.rotate;
+    record.scale = transform.scale;
+    if (!isOfField) {
         record.typeData = item.typeData;
         return record;
     }

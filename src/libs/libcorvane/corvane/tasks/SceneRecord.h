@@ -45,7 +45,8 @@ struct SceneRecord
 };
 
 /// All that a user sees of a scene: the nodes of the tree in its order, then the items of the
-/// document less those that stand for nodes. Made once for each query.
+/// document less those that stand for nodes or are the wrappers of others. Made once for each
+/// query.
 class SceneRecords
 {
 public:
@@ -64,9 +65,12 @@ private:
     SceneRecord ofNode(const model::LogicalInstance &node) const;
     SceneRecord ofItem(const model::SceneItem &item) const;
     QUuid parentOfItem(const model::SceneItem &item) const;
+    /// The item that a user sees in place of a wrapper.
+    QUuid shown(const QUuid &id) const { return m_owners.value(id, id); }
 
     const SceneAccess &m_access;
     QList<QUuid> m_ids;
+    QHash<QUuid, QUuid> m_owners;    ///< a wrapper to the item that it is around
     QHash<QUuid, QUuid> m_operators; ///< an item of the document to the first that lists it
 };
 

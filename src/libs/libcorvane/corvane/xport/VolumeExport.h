@@ -1,16 +1,14 @@
 #pragma once
 
 #include <corvane/eval/DefinitionTable.h>
-#include <corvane/mesh/Tetrahedron.h>
+#include <corvane/mesh/ScalarField3D.h>
 #include <corvane/xport/ExportRequest.h>
 
 #include <mesh/Mesh.h>
 
-#include <QList>
-
 #include <atomic>
 #include <functional>
-#include <vector>
+#include <memory>
 
 namespace corvane::xport {
 
@@ -25,26 +23,24 @@ public:
     VolumeExport(const ExportRequest &request, const eval::DefinitionTable &definitions,
                  const std::atomic_bool &cancelFlag, Progress progress);
 
-    /// Samples on a pool of its own, cuts and saves on the calling thread. A grid that cannot fit
-    /// in memory is refused before any sampling.
+    /// Samples, cuts and saves on threads of its own. A grid that cannot fit in memory is refused
+    /// before any sampling.
     ExportResult run();
-
-    /// One mesh of all tetrahedra, named "SDF Tet Export", with vertices merged that lie in the
-    /// same cube of 0.002 cells. What then names a vertex twice is left out and counted in the log.
-    static ::mesh::Mesh<float> assemble(const QList<mesh::Tetrahedron> &tetrahedra, float cellSize);
 
 private:
     QString sizeError() const;
     bool sample(QString &error);
+    mesh::ScalarField3D field() const;
     QString tetrahedraError() const;
-    ExportResult buildAndSaveTetMesh(const QList<mesh::Tetrahedron> &tetrahedra) const;
+    ExportResult saveTetMesh(const ::mesh::Mesh<float> &mesh) const;
 
     const ExportRequest &m_request;
     const eval::DefinitionTable &m_definitions;
     const std::atomic_bool &m_cancelFlag;
     Progress m_progress;
+    int m_threads;
     int m_nodes[3] = {};
-    std::vector<float> m_samples; ///< X fastest
+    std::unique_ptr<float[]> m_samples; ///< X fastest
 };
 
 } // namespace corvane::xport
