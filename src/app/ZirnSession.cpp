@@ -8,6 +8,7 @@
 #include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/model/NodeRecovery.h>
 #include <corvane/ops/CorvaneServiceLocator.h>
 #include <corvane/tasks/SceneErrors.h>
 #include <corvane/zirn/ZirnAuthContext.h>
@@ -69,6 +70,19 @@ QList<QUuid> drawnItems(const Corvane &document)
     return items;
 }
 
+/// The ids, each once: those that `order` lists first and in its order, the others as they come.
+QList<QUuid> inOrderOf(const QList<QUuid> &order, const QList<QUuid> &ids)
+{
+    QSet<QUuid> open(ids.cbegin(), ids.cend());
+    QList<QUuid> sorted;
+    const QList<QUuid> wanted = order + ids;
+    for (const QUuid &id : wanted) {
+        if (open.remove(id))
+            sorted.append(id);
+    }
+    return sorted;
+}
+
 bool isSameFile(const QString &a, const QString &b)
 {
     const QString canonical = QFileInfo(a).canonicalFilePath();
@@ -102,8 +116,11 @@ ZirnSession::ZirnSession(const QString &scenePath, const QSharedPointer<Corvane>
     , m_document(document)
     , m_tree(tree)
     , m_isVersion2(isVersion2)
+    , m_openedRoots(drawnItems(*document))
     , m_executor(document)
 {
+    if (m_tree->instances().isEmpty())
+        corvane::model::NodeRecovery::recover(*m_document, *m_tree);
     m_executor.setLogicalScene(m_tree.data());
     auto &locator = CorvaneServiceLocator::instance();
     locator.setScene(m_document);
@@ -143,18 +160,12 @@ std::optional<TaskPlanResult> ZirnSession::run(const TaskPlan &plan)
 void ZirnSession::compile()
 {
     if (!m_tree->instances().isEmpty()) {
-        QList<QUuid> roots = drawnItems(*m_document);
+        const QList<QUuid> kept = drawnItems(*m_document);
         corvane::model::LogicalSceneCompiler compiler;
         compiler.setSource(m_tree.data());
         compiler.setTarget(m_document.data());
         compiler.fullCompile();
-        roots.removeIf([this](const QUuid &id) { return !m_document->hasItem(id); });
-        const QList<QUuid> compiled = m_document->roots();
-        for (const QUuid &id : compiled) {
-            if (!roots.contains(id))
-                roots.append(id);
-        }
-        m_document->setRoots(roots);
+        m_document->setRoots(inOrderOf(m_openedRoots, kept + m_document->roots()));
     }
     corvane::expr::ExpressionManager expressions(m_document.data());
     expressions.evaluateAll();

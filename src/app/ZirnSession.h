@@ -18,7 +18,8 @@ class ZirnSession
 public:
     /// Reads a scene file, or makes a new scene when the path is empty. Null when the file can't be
     /// read. Nodes of a version 2 file are there under their own ids, and in a tree as the user
-    /// knows them; items of a version 1 file stay items of the document.
+    /// knows them; so are those that a version 1 file holds in compiled form, while its other items
+    /// stay items of the document.
     static std::unique_ptr<ZirnSession> open(const QString &scenePath);
     ~ZirnSession();
     ZirnSession(const ZirnSession &) = delete;
@@ -44,5 +45,6 @@ private:
     const QSharedPointer<corvane::model::Corvane> m_document;
     const QSharedPointer<corvane::model::LogicalScene> m_tree;
     const bool m_isVersion2;
+    const QList<QUuid> m_openedRoots; ///< what the document drew when it was opened
     corvane::ops::CorvaneOpExecutor m_executor;
 };

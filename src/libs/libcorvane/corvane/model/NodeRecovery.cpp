@@ -1,0 +1,394 @@
+#include <corvane/model/NodeRecovery.h>
+
+#include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
+#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/model/NodeCompilation.h>
+#include <corvane/model/PlainValue.h>
+#include <corvane/registry/Registry.h>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace corvane::model {
+
+namespace {
+
+const QString childrenKey = QStringLiteral("children");
+constexpr auto compiledPrefix = "__c_"_L1;
+
+/// The items of one node.
+struct Group
+{
+    QUuid coreId{};
+    QList<QUuid> wrappers{}; ///< outermost first
+    QUuid outerId{};
+    qsizetype wrapperCount = 0; ///< that name the node as their source
+    bool isSound = true;
+};
+
+// ------------------------------------------------------------------ are two items the same
+
+bool isNumber(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Files do not tell 1 from 1.0.
+bool isSameValue(const QVariant &a, const QVariant &b)
+{
+    if (isNumber(a) && isNumber(b))
+        return a.toDouble() == b.toDouble();
+    if (a.typeId() != b.typeId())
+        return false;
+    if (a.typeId() == QMetaType::QVariantList) {
+        const QVariantList listA = a.toList(), listB = b.toList();
+        return std::equal(listA.cbegin(), listA.cend(), listB.cbegin(), listB.cend(), isSameValue);
+    }
+    if (a.typeId() == QMetaType::QVariantMap) {
+        const QVariantMap mapA = a.toMap(), mapB = b.toMap();
+        return mapA.keys() == mapB.keys() &&
+               std::equal(mapA.cbegin(), mapA.cend(), mapB.cbegin(), isSameValue);
+    }
+    return a == b;
+}
+
+/// All of an item's data but where it comes from.
+QVariantMap plainData(const Instance &item)
+{
+    QVariantMap params = item.rawParams();
+    for (QVariant &value : params)
+        value = parameterForFile(value);
+    QVariantMap data = item.typeData;
+    data.remove(u"__provenance"_s);
+    data.remove(u"params"_s);
+    data = plainForFile(data).toMap();
+    if (!params.isEmpty())
+        data.insert(u"params"_s, params);
+    return data;
+}
+
+QSet<QString> lastingTags(const SceneItem &item)
+{
+    return item.tags - QSet<QString>{ItemTags::Selected, ItemTags::Hovered};
+}
+
+bool isSameItem(const Instance &a, const Instance &b)
+{
+    const auto fields = [](const SceneItem &item) {
+        return std::tie(item.itemType, item.name, item.capabilities, item.material, item.materialId,
+                        item.translate, item.rotate, item.scale, item.parentId, item.sortOrder);
+    };
+    return fields(a) == fields(b) && lastingTags(a) == lastingTags(b) &&
+           a.provenance() == b.provenance() && isSameValue(plainData(a), plainData(b));
+}
+
+// ------------------------------------------------------------------ from items to nodes
+
+/// What of a wrapper's parameters its node has to say: not what the definition or the node's
+/// transform says anyway.
+QVariantMap ownValues(const Instance &wrapper)
+{
+    const QString wrapperId = wrapper.definitionId();
+    const auto definition = registry::Registry::instance().getDefinition(wrapperId);
+    const QVariantMap defaults = definition ? definition->getDefaultParameters() : QVariantMap();
+    QVariantMap values = wrapper.rawParams();
+    values.remove(childrenKey);
+    values.remove(NodeCompilation::connectedParameter(wrapperId));
+    values.removeIf([&defaults](QVariantMap::iterator value) {
+        const auto preset = defaults.constFind(value.key());
+        return preset != defaults.cend() &&
+               isSameValue(parameterForFile(*value), parameterForFile(*preset));
+    });
+    return values;
+}
+
+void takeTransform(const Instance &wrapper, LogicalInstance &node)
+{
+    const QString wrapperId = wrapper.definitionId();
+    const QVariant value = wrapper.parameter(NodeCompilation::connectedParameter(wrapperId));
+    const auto triple = readFloats<3>(value);
+    const auto single = readFloat(value);
+    if (wrapperId == "translate"_L1 && triple)
+        node.translate = {triple->at(0), triple->at(1), triple->at(2)};
+    else if (wrapperId == "rotate"_L1 && triple)
+        node.rotate = {triple->at(0), triple->at(1), triple->at(2)};
+    else if (wrapperId == "scale"_L1 && single)
+        node.scale = {*single, *single, *single};
+}
+
+class Recovery
+{
+public:
+    explicit Recovery(Corvane &document)
+        : m_document(document)
+        , m_items(document.items())
+    {
+        const QList<QUuid> roots = document.roots();
+        m_roots = QSet<QUuid>(roots.cbegin(), roots.cend());
+    }
+
+    /// Finds the groups of items that make nodes.
+    void find()
+    {
+        collect();
+        for (auto group = m_groups.begin(); group != m_groups.end(); ++group)
+            group->isSound = group->isSound && findWrappers(group.key(), *group) && isAlone(*group);
+        for (auto group = m_groups.begin(); group != m_groups.end(); ++group)
+            group->isSound = group->isSound && hasSoundLinks(*group);
+        spreadFlaws();
+    }
+
+    /// Gives up those that would not compile to the items that there are.
+    void check()
+    {
+        LogicalScene tree;
+        fill(tree);
+        Corvane compiled;
+        const auto materials = m_document.materials();
+        for (const CatalogMaterial &material : materials)
+            compiled.addMaterial(material);
+        LogicalSceneCompiler compiler;
+        compiler.setSource(&tree);
+        compiler.setTarget(&compiled);
+        compiler.fullCompile();
+        for (Group &group : m_groups) {
+            const auto isSame = [&](const QUuid &id) {
+                return compiled.hasItem(id) &&
+                       isSameItem(compiled.instance(id), m_document.instance(id));
+            };
+            group.isSound = group.isSound && isSame(group.coreId) &&
+                            std::all_of(group.wrappers.cbegin(), group.wrappers.cend(), isSame);
+        }
+        spreadFlaws();
+    }
+
+    void fill(LogicalScene &tree) const
+    {
+        QVariantList nodes;
+        for (auto group = m_groups.cbegin(); group != m_groups.cend(); ++group) {
+            if (group->isSound)
+                nodes.append(nodeOf(group.key(), *group).toVariantMap());
+        }
+        if (nodes.isEmpty())
+            return;
+        QVariantList roots;
+        const QList<QUuid> drawn = m_document.roots();
+        for (const QUuid &id : drawn) {
+            if (m_groups.value(m_sources.value(id)).isSound)
+                roots.append(m_sources.value(id).toString(QUuid::WithoutBraces));
+        }
+        tree.fromVariantMap({{u"instances"_s, nodes}, {u"roots"_s, roots}});
+    }
+
+    void takeFromDocument()
+    {
+        QSet<QUuid> taken;
+        for (const Group &group : std::as_const(m_groups)) {
+            if (!group.isSound)
+                continue;
+            taken.insert(group.coreId);
+            taken.unite(QSet<QUuid>(group.wrappers.cbegin(), group.wrappers.cend()));
+        }
+        if (taken.isEmpty())
+            return;
+        QList<QUuid> roots = m_document.roots();
+        roots.removeIf([&taken](const QUuid &id) { return taken.contains(id); });
+        m_document.exchangeItems(taken, {});
+        m_document.setRoots(roots);
+    }
+
+    bool isEmpty() const
+    {
+        return std::none_of(m_groups.cbegin(), m_groups.cend(),
+                            [](const Group &group) { return group.isSound; });
+    }
+
+private:
+    void collect()
+    {
+        for (const SceneItem &item : std::as_const(m_items)) {
+            if (item.itemType != ItemTypes::Sdf)
+                continue;
+            const QList<QUuid> children = m_document.childInstanceIds(item.id);
+            for (const QUuid &child : children)
+                m_referrers[child].append(item.id);
+            if (item.hasTag(ItemTags::Compiled))
+                collectCompiled(item);
+        }
+    }
+
+    void collectCompiled(const SceneItem &item)
+    {
+        const SDFNodeProvenance from = Instance(item).provenance();
+        if (from.sourceItemId.isNull())
+            return;
+        Group &group = m_groups[from.sourceItemId];
+        m_sources.insert(item.id, from.sourceItemId);
+        if (from.role != SDFNodeProvenance::Role::Core) {
+            ++group.wrapperCount;
+            return;
+        }
+        group.isSound = group.coreId.isNull();
+        group.coreId = item.id;
+    }
+
+    /// From the core outwards, each around the one before and nothing else.
+    bool findWrappers(const QUuid &source, Group &group) const
+    {
+        group.outerId = group.coreId;
+        while (group.wrappers.size() < group.wrapperCount) {
+            const QList<QUuid> referrers = m_referrers.value(group.outerId);
+            if (referrers.size() != 1 || m_sources.value(referrers.first()) != source ||
+                m_roots.contains(group.outerId))
+                return false;
+            group.outerId = referrers.first();
+            group.wrappers.prepend(group.outerId);
+        }
+        return !group.coreId.isNull();
+    }
+
+    /// A tree has room for a node in one place.
+    bool isAlone(const Group &group) const
+    {
+        const qsizetype users = m_referrers.value(group.outerId).size();
+        return m_roots.contains(group.outerId) ? users == 0 : users <= 1;
+    }
+
+    bool hasSoundLinks(const Group &group) const
+    {
+        const QList<QUuid> referrers = m_referrers.value(group.outerId);
+        for (const QUuid &id : referrers) {
+            if (m_groups.value(m_sources.value(id)).coreId != id)
+                return false;
+        }
+        const QList<QUuid> children = m_document.childInstanceIds(group.coreId);
+        return std::all_of(children.cbegin(), children.cend(), [this](const QUuid &child) {
+            return m_groups.value(m_sources.value(child)).outerId == child;
+        });
+    }
+
+    /// What hangs together with a group that is none is none.
+    void spreadFlaws()
+    {
+        QList<QUuid> open;
+        for (auto group = m_groups.cbegin(); group != m_groups.cend(); ++group) {
+            if (!group->isSound)
+                open.append(group.key());
+        }
+        QSet<QUuid> done(open.cbegin(), open.cend());
+        while (!open.isEmpty()) {
+            const QList<QUuid> near = neighboursOf(open.takeLast());
+            for (const QUuid &source : near) {
+                if (done.contains(source))
+                    continue;
+                done.insert(source);
+                open.append(source);
+                m_groups[source].isSound = false;
+            }
+        }
+    }
+
+    QList<QUuid> neighboursOf(const QUuid &source) const
+    {
+        const Group group = m_groups.value(source);
+        QList<QUuid> items = m_referrers.value(group.outerId);
+        items += m_document.childInstanceIds(group.coreId);
+        QList<QUuid> sources;
+        for (const QUuid &id : std::as_const(items)) {
+            if (m_sources.contains(id))
+                sources.append(m_sources.value(id));
+        }
+        return sources;
+    }
+
+    LogicalInstance nodeOf(const QUuid &source, const Group &group) const
+    {
+        const Instance core = m_document.instance(group.coreId);
+        LogicalInstance node(source);
+        node.definitionId = core.definitionId();
+        node.name = core.provenance().sourceItemName;
+        node.params = core.rawParams();
+        node.params.remove(childrenKey);
+        for (const QUuid &id : group.wrappers) {
+            const Instance wrapper = m_document.instance(id);
+            node.wrappers.append({wrapper.definitionId(), ownValues(wrapper)});
+            takeTransform(wrapper, node);
+        }
+        const QList<QUuid> children = m_document.childInstanceIds(group.coreId);
+        for (const QUuid &child : children)
+            node.children.append(m_sources.value(child));
+        node.material = core.material;
+        node.materialId = core.materialId;
+        node.tags = lastingTags(core) - QSet<QString>{ItemTags::Compiled};
+        node.blendSharpness = core.blendSharpness();
+        node.materialMode = core.materialMode();
+        node.densityScale = core.densityScale();
+        node.shellThickness = core.shellThickness();
+        if (m_document.item(group.outerId).hasTag(ItemTags::Selected))
+            node.tags.insert(ItemTags::Selected);
+        return node;
+    }
+
+    Corvane &m_document;
+    const QMap<QUuid, SceneItem> m_items;
+    QSet<QUuid> m_roots;
+    QHash<QUuid, Group> m_groups;             ///< by the id of the node
+    QHash<QUuid, QUuid> m_sources;            ///< an item to its node
+    QHash<QUuid, QList<QUuid>> m_referrers{}; ///< an item to those whose children name it
+};
+
+bool namesCompiledItem(const QVariantMap &params)
+{
+    return std::any_of(params.cbegin(), params.cend(), [](const QVariant &stored) {
+        const auto value = ParameterValue::fromVariant(stored);
+        return value.isExpression() && value.expression.contains(compiledPrefix);
+    });
+}
+
+bool namesCompiledItem(const VarsetEntries &entries)
+{
+    return std::any_of(entries.cbegin(), entries.cend(), [](const VarsetEntry &entry) {
+        return entry.expression.contains(compiledPrefix);
+    });
+}
+
+/// An expression may read parameters by the names of items, which nodes do not have.
+bool readsCompiledItems(const Corvane &document)
+{
+    const auto items = document.items();
+    const auto varsets = document.namedVarsets();
+    return namesCompiledItem(document.varsetEntries()) ||
+           std::any_of(varsets.cbegin(), varsets.cend(),
+                       [](const VarsetEntries &entries) { return namesCompiledItem(entries); }) ||
+           std::any_of(items.cbegin(), items.cend(), [](const SceneItem &item) {
+               return item.itemType == ItemTypes::Sdf &&
+                      namesCompiledItem(Instance(item).rawParams());
+           });
+}
+
+} // namespace
+
+void NodeRecovery::recover(Corvane &document, LogicalScene &tree)
+{
+    if (document.drawsAllItems() || readsCompiledItems(document))
+        return;
+    Recovery recovery(document);
+    recovery.find();
+    if (recovery.isEmpty())
+        return;
+    recovery.check();
+    recovery.fill(tree);
+    recovery.takeFromDocument();
+}
+
+} // namespace corvane::model
