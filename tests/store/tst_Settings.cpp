@@ -230,6 +230,18 @@ private slots:
         QCOMPARE(onDisk(u"mine"_s), 1);
         QCOMPARE(onDisk(u"both"_s), 2);
         QCOMPARE(second.getCustomSettingInt(u"mine"_s), 1);
+        // Neither the size nor the time of the file need tell.
+        const QDateTime time = QFileInfo(path()).lastModified();
+        first.setCustomSettingInt(u"mine"_s, 3);
+        first.flush();
+        QFile file(path());
+        QVERIFY(file.open(QIODevice::ReadWrite) &&
+                file.setFileTime(time, QFileDevice::FileModificationTime));
+        file.close();
+        second.setCustomSettingInt(u"both"_s, 4);
+        second.flush();
+        QCOMPARE(onDisk(u"mine"_s), 3);
+        QCOMPARE(onDisk(u"both"_s), 4);
     }
 
     void aFailedWriteLeavesTheOldFile()

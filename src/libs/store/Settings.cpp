@@ -14,6 +14,7 @@
 #include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 
 #include <optional>
 
@@ -56,9 +57,15 @@ Reading readFile(const QString &path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {.values = {}, .damage = {}, .unreachable = file.errorString()};
-    if (holdsBinaryValues(file.readAll()))
+    const QByteArray bytes = file.readAll();
+    if (holdsBinaryValues(bytes))
         return {.values = {}, .damage = u"it holds values of unknown types"_s, .unreachable = {}};
-    const QSettings ini(path, QSettings::IniFormat);
+    // QSettings keeps what it has read of a path, and takes a file of the same size and millisecond
+    // for the one that it knows. Under a name of its own it reads what is there.
+    QTemporaryFile copy;
+    if (!copy.open() || copy.write(bytes) != bytes.size() || !copy.flush())
+        return {.values = {}, .damage = {}, .unreachable = copy.errorString()};
+    const QSettings ini(copy.fileName(), QSettings::IniFormat);
     Values values;
     const QStringList keys = ini.allKeys();
     for (const QString &key : keys)
