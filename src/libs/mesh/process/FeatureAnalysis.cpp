@@ -3,7 +3,9 @@
 #include "ProcessLog.h"
 #include "StepProgress.h"
 
+#include <algorithm>
 #include <numbers>
+#include <vector>
 
 namespace mesh::process {
 
@@ -184,54 +186,108 @@ Vector3<T> directionInto(const Mesh<T> &mesh, int face, int a, int b)
     return (to - along * along.dot(to)).normalized();
 }
 
-// The unit gradient on the surface nearest to a point; zero where the field does not say.
 template<typename T>
-Vector3<T> gradientNear(const FieldSampler<T> &sampler, Vector3<T> point)
+std::vector<SdfSample<T>> samplesAt(const BlockSampler<T> &sampler,
+                                    const std::vector<Vector3<T>> &points)
 {
-    constexpr T least = T(1e-12);
-    const SdfSample<T> off = sampler(point);
-    if (!isUsable(off) || off.gradient.length() < least)
-        return {};
-    const SdfSample<T> on =
-        sampler(point - off.gradient * (off.distance / off.gradient.lengthSquared()));
-    return isUsable(on) && on.gradient.length() >= least ? on.gradient.normalized() : Vector3<T>{};
+    std::vector<SdfSample<T>> samples(points.size());
+    if (!points.empty())
+        sampler(points, samples);
+    return samples;
 }
 
+// The unit gradients on the surface nearest to some points; zero where the field does not say.
 template<typename T>
-bool isSharpInField(const Mesh<T> &mesh, const FeatureAnalysis<T> &features, int edge,
-                    const FieldSampler<T> &sampler, T probeDistance, T cosine)
+std::vector<Vector3<T>> gradientsNear(const BlockSampler<T> &sampler,
+                                      const std::vector<Vector3<T>> &points)
 {
-    const auto faces = features.edges.faces(edge);
+    constexpr T least = T(1e-12);
+    const auto hasDirection = [](const SdfSample<T> &sample) {
+        return isUsable(sample) && !(sample.gradient.length() < least);
+    };
+    const std::vector<SdfSample<T>> off = samplesAt(sampler, points);
+    std::vector<Vector3<T>> feet;
+    std::vector<size_t> origins;
+    for (size_t i = 0; i < points.size(); ++i)
+        if (hasDirection(off[i])) {
+            feet.push_back(points[i] -
+                           off[i].gradient * (off[i].distance / off[i].gradient.lengthSquared()));
+            origins.push_back(i);
+        }
+    const std::vector<SdfSample<T>> on = samplesAt(sampler, feet);
+    std::vector<Vector3<T>> gradients(points.size());
+    for (size_t i = 0; i < on.size(); ++i)
+        if (hasDirection(on[i]))
+            gradients[origins[i]] = on[i].gradient.normalized();
+    return gradients;
+}
+
+// One point beside the middle of an edge on each of its two faces.
+template<typename T>
+void appendProbes(const Mesh<T> &mesh, const FeatureAnalysis<T> &features, int edge, T distance,
+                  std::vector<Vector3<T>> &points)
+{
     const int a = features.edges.lower(edge), b = features.edges.upper(edge);
     const Vector3<T> middle = (mesh.vertices.at(a) + mesh.vertices.at(b)) * T(0.5);
-    Vector3<T> gradients[2];
-    for (size_t side = 0; side < 2; ++side) {
-        const Vector3<T> step = directionInto(mesh, faces[side], a, b) * probeDistance;
-        gradients[side] = gradientNear(sampler, middle + step);
-        if (gradients[side] == Vector3<T>{})
-            return true;
-    }
-    return gradients[0].dot(gradients[1]) < cosine;
+    for (const int face : features.edges.faces(edge))
+        points.push_back(middle + directionInto(mesh, face, a, b) * distance);
 }
 
 } // namespace
+
+template<typename T>
+BlockSampler<T> pointByPoint(FieldSampler<T> sampler)
+{
+    if (!sampler)
+        return {};
+    return [sampler = std::move(sampler)](std::span<const Vector3<T>> points,
+                                          std::span<SdfSample<T>> samples) {
+        std::ranges::transform(points, samples.begin(), sampler);
+    };
+}
 
 template<typename T>
 bool confirmFeaturesAgainstField(const Mesh<T> &mesh, FeatureAnalysis<T> &features,
                                  const FieldSampler<T> &sampler, T probeDistance,
                                  double angleDegrees, const io::Progress &progress)
 {
+    return confirmFeaturesAgainstField(mesh, features, pointByPoint(sampler), probeDistance,
+                                       angleDegrees, progress);
+}
+
+template<typename T>
+bool confirmFeaturesAgainstField(const Mesh<T> &mesh, FeatureAnalysis<T> &features,
+                                 const BlockSampler<T> &sampler, T probeDistance,
+                                 double angleDegrees, const io::Progress &progress)
+{
     constexpr double slack = 0.9;
+    constexpr size_t blockSize = 256;
     const T cosine = T(cosineOf(slack * angleDegrees));
     QList<bool> confirmed = features.featureEdges;
-    StepProgress watch(progress, features.edges.size(), 256);
+    std::vector<int> edges;
+    std::vector<Vector3<T>> points;
+    const auto decide = [&] {
+        const std::vector<Vector3<T>> gradients = gradientsNear(sampler, points);
+        for (size_t i = 0; i < edges.size(); ++i) {
+            const Vector3<T> &one = gradients[2 * i], &other = gradients[2 * i + 1];
+            confirmed[edges[i]] =
+                one == Vector3<T>{} || other == Vector3<T>{} || one.dot(other) < cosine;
+        }
+        edges.clear();
+        points.clear();
+    };
+    StepProgress watch(progress, features.edges.size(), blockSize);
     for (int e = 0; e < features.edges.size(); ++e) {
         if (!features.featureEdges.at(e) || features.edges.faces(e).size() != 2)
             continue;
-        confirmed[e] = isSharpInField(mesh, features, e, sampler, probeDistance, cosine);
+        edges.push_back(e);
+        appendProbes(mesh, features, e, probeDistance, points);
+        if (edges.size() == blockSize)
+            decide();
         if (!watch.advance())
             return false;
     }
+    decide();
     features.featureEdges = confirmed;
     features.classifyVertices();
     return true;
@@ -285,6 +341,10 @@ template FeatureAnalysis<float> analyzeFeatures(const Mesh<float> &, double, con
 template bool confirmFeaturesAgainstField(const Mesh<float> &, FeatureAnalysis<float> &,
                                           const FieldSampler<float> &, float, double,
                                           const io::Progress &);
+template bool confirmFeaturesAgainstField(const Mesh<float> &, FeatureAnalysis<float> &,
+                                          const BlockSampler<float> &, float, double,
+                                          const io::Progress &);
+template BlockSampler<float> pointByPoint(FieldSampler<float>);
 template void addMaterialBorders(const Mesh<float> &, FeatureAnalysis<float> &);
 template float meanEdgeLength(const Mesh<float> &, const EdgeTable &);
 template bool moveFlipsFace(const Mesh<float> &, const FeatureAnalysis<float> &, int,

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <functional>
+#include <span>
 
 namespace mesh::process {
 
@@ -21,6 +22,16 @@ struct SdfSample
 /// in size, count as "no field here".
 template<typename T>
 using FieldSampler = std::function<SdfSample<T>(const Vector3<T> &)>;
+
+/// The same field at many points at once, which it may compute faster: samples[i] is that at
+/// points[i], as many of each.
+template<typename T>
+using BlockSampler =
+    std::function<void(std::span<const Vector3<T>> points, std::span<SdfSample<T>> samples)>;
+
+/// Asks for one point after the other; null where the sampler is.
+template<typename T>
+BlockSampler<T> pointByPoint(FieldSampler<T> sampler);
 
 /// How freely a vertex may move: anywhere on the surface, along a sharp line, not at all.
 enum class VertexClass : quint8 { Smooth = 0, Crease = 1, Corner = 2 };
@@ -69,6 +80,10 @@ FeatureAnalysis<T> analyzeFeatures(const Mesh<T> &mesh, double angleDegrees,
 template<typename T>
 bool confirmFeaturesAgainstField(const Mesh<T> &mesh, FeatureAnalysis<T> &features,
                                  const FieldSampler<T> &sampler, T probeDistance,
+                                 double angleDegrees, const io::Progress &progress = {});
+template<typename T>
+bool confirmFeaturesAgainstField(const Mesh<T> &mesh, FeatureAnalysis<T> &features,
+                                 const BlockSampler<T> &sampler, T probeDistance,
                                  double angleDegrees, const io::Progress &progress = {});
 
 /// A sample of the field that is to be used: finite, and not so large that it means "failed".

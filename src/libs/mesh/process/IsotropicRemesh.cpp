@@ -37,6 +37,7 @@ public:
     Remesher(const IsotropicRemeshSettings<T> &settings, double targetLength, qsizetype maxFaces,
              const io::Progress &progress)
         : m_settings(settings)
+        , m_field(settings.blocks ? settings.blocks : pointByPoint(settings.sampler))
         , m_target(targetLength)
         , m_longest(square(4.0 / 3.0 * targetLength))
         , m_shortest(square(4.0 / 5.0 * targetLength))
@@ -62,6 +63,7 @@ private:
     bool smooth(Mesh<T> &mesh, StepProgress &watch) const;
 
     const IsotropicRemeshSettings<T> &m_settings;
+    BlockSampler<T> m_field;
     double m_target, m_longest, m_shortest;
     qsizetype m_maxFaces; // past these no edge is split
     const io::Progress &m_progress;
@@ -75,9 +77,8 @@ bool Remesher<T>::analyze(const Mesh<T> &mesh)
     if (!goesOn(m_progress))
         return false;
     const T mean = meanEdgeLength(mesh, m_features.edges);
-    if (m_settings.sampler &&
-        !confirmFeaturesAgainstField(mesh, m_features, m_settings.sampler, T(0.3) * mean,
-                                     m_settings.featureAngle, m_progress))
+    if (m_field && !confirmFeaturesAgainstField(mesh, m_features, m_field, T(0.3) * mean,
+                                                m_settings.featureAngle, m_progress))
         return false;
     addMaterialBorders(mesh, m_features);
     return true;
@@ -250,7 +251,7 @@ bool Remesher<T>::smooth(Mesh<T> &mesh, StepProgress &watch) const
                                           .moveLimit = T(0.75 * m_target),
                                           .probeDistance = T(0.1 * m_target),
                                           .leastGradientSquared = T(1e-12)};
-    SurfaceMover<T> mover(mesh, m_features, m_settings.sampler, moves);
+    SurfaceMover<T> mover(mesh, m_features, m_field, moves);
     return mover.moveAll(watch);
 }
 

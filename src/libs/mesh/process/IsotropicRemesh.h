@@ -9,6 +9,7 @@ template<typename T>
 struct IsotropicRemeshSettings
 {
     FieldSampler<T> sampler{};   ///< keeps vertices on the field; without one they are only evened
+    BlockSampler<T> blocks{};    ///< the same field, asked instead where it is there
     int iterations = 3;          ///< rounds, at least 1
     double featureAngle = 45;    ///< degrees between faces from which an edge is sharp
     double projectionStep = 0.5; ///< share of the way to the middle of the neighbours in a round

@@ -23,7 +23,9 @@ template<typename T>
 io::Result<void> SdfProjection<T>::process(Mesh<T> &mesh, const ProcessOptions &options) const
 {
     constexpr int maxIterations = 8;
-    if (mesh.isEmpty() || !m_settings.sampler)
+    const BlockSampler<T> field =
+        m_settings.blocks ? m_settings.blocks : pointByPoint(m_settings.sampler);
+    if (mesh.isEmpty() || !field)
         return {};
     const int iterations = std::clamp(
         options.parameters.value(u"iterations"_s, defaultIterations).toInt(), 1, maxIterations);
@@ -32,8 +34,8 @@ io::Result<void> SdfProjection<T>::process(Mesh<T> &mesh, const ProcessOptions &
     const T mean = watch.advance(0) ? meanEdgeLength(mesh, features.edges) : T(0);
     if (!(mean > 0) || !std::isfinite(mean))
         return {};
-    if (!confirmFeaturesAgainstField(mesh, features, m_settings.sampler, T(0.3) * mean,
-                                     m_settings.featureAngle, options.progress))
+    if (!confirmFeaturesAgainstField(mesh, features, field, T(0.3) * mean, m_settings.featureAngle,
+                                     options.progress))
         return {};
     addMaterialBorders(mesh, features);
     const SurfaceMoveSettings<T> moves = {.tangentialStep = T(m_settings.tangentialStep),
@@ -41,7 +43,7 @@ io::Result<void> SdfProjection<T>::process(Mesh<T> &mesh, const ProcessOptions &
                                           .probeDistance = T(0.1) * mean,
                                           .leastGradientSquared = T(1.1920929e-7)};
     Mesh<T> moved = mesh;
-    SurfaceMover<T> mover(moved, features, m_settings.sampler, moves);
+    SurfaceMover<T> mover(moved, features, field, moves);
     for (int i = 0; i < iterations && mover.moveAll(watch); ++i)
         mesh.vertices = moved.vertices;
     if (!mesh.normals.isEmpty())

@@ -8,7 +8,8 @@ namespace mesh::process {
 template<typename T>
 struct SdfProjectionSettings
 {
-    FieldSampler<T> sampler{};   ///< without one the step does nothing
+    FieldSampler<T> sampler{};   ///< without a field the step does nothing
+    BlockSampler<T> blocks{};    ///< the same field, asked instead where it is there
     double featureAngle = 30;    ///< degrees between faces from which an edge is sharp
     double tangentialStep = 0.5; ///< share of the way to the middle of the neighbours; 0 for none
 };

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <span>
+#include <vector>
 
 namespace corvane::xport {
 
@@ -21,7 +23,7 @@ namespace {
 
 namespace process = ::mesh::process;
 using SurfaceMesh = ::mesh::Mesh<float>;
-using Sampler = process::FieldSampler<float>;
+using Sampler = process::BlockSampler<float>;
 using Done = ::mesh::io::Result<void>;
 
 /// One step as it is to run.
@@ -54,7 +56,7 @@ Done sdfProject(SurfaceMesh &mesh, const Call &call)
     constexpr double most = 1000; // the step clamps further, and needs an int
     const double wanted =
         std::clamp(std::round(call.parameterOr(Projection::defaultIterations)), -most, most);
-    return Projection({.sampler = call.sampler, .featureAngle = 30, .tangentialStep = 0.5})
+    return Projection({.blocks = call.sampler, .featureAngle = 30, .tangentialStep = 0.5})
         .process(mesh, call.options({{u"iterations"_s, static_cast<int>(wanted)}}));
 }
 
@@ -63,10 +65,8 @@ Done remesh(SurfaceMesh &mesh, const Call &call)
     QVariantMap parameters;
     if (call.step.hasParameter)
         parameters.insert(u"targetEdgeLength"_s, call.step.parameter);
-    return process::IsotropicRemesh<float>({.sampler = call.sampler,
-                                            .iterations = 3,
-                                            .featureAngle = 45,
-                                            .projectionStep = 0.5})
+    return process::IsotropicRemesh<float>(
+               {.blocks = call.sampler, .iterations = 3, .featureAngle = 45, .projectionStep = 0.5})
         .process(mesh, call.options(parameters));
 }
 
@@ -111,9 +111,20 @@ const StepEntry &entryOf(const PostProcessStep &step)
 
 Sampler samplerOf(eval::IFieldEvaluator &field)
 {
-    return [&field](const ::mesh::Vector3<float> &p) -> process::SdfSample<float> {
-        const eval::DistanceGradient at = field.evaluateWithGradient(p.x, p.y, p.z);
-        return {at.distance, {at.gradientX, at.gradientY, at.gradientZ}};
+    return [&field](std::span<const ::mesh::Vector3<float>> points,
+                    std::span<process::SdfSample<float>> samples) {
+        std::vector<float> xs, ys, zs;
+        for (const ::mesh::Vector3<float> &point : points) {
+            xs.push_back(point.x);
+            ys.push_back(point.y);
+            zs.push_back(point.z);
+        }
+        std::vector<eval::DistanceGradient> values(points.size());
+        field.evaluateWithGradients(xs, ys, zs, values);
+        std::ranges::transform(values, samples.begin(), [](const eval::DistanceGradient &at) {
+            return process::SdfSample<float>{at.distance,
+                                             {at.gradientX, at.gradientY, at.gradientZ}};
+        });
     };
 }
 
