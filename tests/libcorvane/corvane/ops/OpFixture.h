@@ -81,7 +81,7 @@ struct OpFixture
         for (const auto &definition : definitions)
             published.insert(definition.id, definition.toVariantMap());
         all.insert(QStringLiteral("library"), published);
-        return QJsonDocument::fromVariant(all).toJson();
+        return QJsonDocument::fromVariant(all).toJson(QJsonDocument::Compact);
     }
 };
 

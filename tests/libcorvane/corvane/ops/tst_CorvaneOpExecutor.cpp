@@ -5,6 +5,7 @@
 #include <corvane/ops/OpCatalogue.h>
 
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -43,6 +44,7 @@ private slots:
     void dragIsOneStep();
     void dragThatIsCancelledLeavesNothing();
     void batchIsOneStepWithAMarker();
+    void batchIsCompiledOnceWhenUndoneAndRedone();
     void batchThatWasOverwrittenIsGone();
     void opThatChangesNothingLeavesNoStep();
     void locatorForgetsWhatIsGone();
@@ -292,6 +294,29 @@ void TstCorvaneOpExecutor::batchIsOneStepWithAMarker()
     QCOMPARE(fixture.state(), before);
     QVERIFY(!fixture.executor.undoBatch(id));
     QVERIFY(!fixture.executor.undoBatch(u"another"_s));
+}
+
+void TstCorvaneOpExecutor::batchIsCompiledOnceWhenUndoneAndRedone()
+{
+    OpFixture fixture;
+    const EditorFollowers followers(fixture);
+    const QUuid top = fixture.addNode(u"union"_s);
+    const QString id = fixture.executor.beginBatch(u"Build SDF Tree"_s);
+    for (int i = 0; i < 5; ++i)
+        fixture.addNode(u"box"_s, top);
+    fixture.executor.endBatch();
+    const QByteArray after = fixture.state();
+    QSignalSpy compiled(&followers.compiler, &model::LogicalSceneCompiler::compiled);
+    QVERIFY(fixture.executor.undoBatch(id));
+    QCOMPARE(compiled.size(), 1);
+    QCOMPARE(followers.compiler.mappings().size(), 1);
+    fixture.stack().redo();
+    QCOMPARE(compiled.size(), 2);
+    QCOMPARE(fixture.state(), after);
+    // The step below it as well: to any place on the stack at once.
+    fixture.stack().setIndex(0);
+    QCOMPARE(compiled.size(), 3);
+    QVERIFY(followers.compiler.mappings().isEmpty());
 }
 
 void TstCorvaneOpExecutor::batchThatWasOverwrittenIsGone()

@@ -175,7 +175,8 @@ void TstRandomEdits::everyStepIsExact_data()
 {
     QTest::addColumn<quint32>("seed");
     QTest::addColumn<bool>("inEditor");
-    // More rounds by hand: CORVANE_EDIT_ROUNDS=100 for a hundred thousand ops.
+    // More rounds by hand: CORVANE_EDIT_ROUNDS=100 for a hundred thousand ops, which take longer
+    // than QTEST_FUNCTION_TIMEOUT leaves a function by default.
     const int rounds = qEnvironmentVariableIntValue("CORVANE_EDIT_ROUNDS");
     for (quint32 seed = 1; seed <= quint32(std::max(rounds, 1)); ++seed) {
         QTest::addRow("seed %u", seed) << seed << false;

@@ -61,6 +61,9 @@ private slots:
     void namesAreUnique();
     void compiledItemKeepsParametersUnderParams();
     void renamedVariableTakesExpressionsAlong();
+    void renamedItemIsFollowedByAllThatNameIt_data();
+    void renamedItemIsFollowedByAllThatNameIt();
+    void variablesOfTwoVarsetsMayShareAFullName();
     void brokenExpressionsGetTheirValuesBack();
     void settingLeavesNoKeyBehind();
     void nestingIntoItselfIsRefused();
@@ -203,6 +206,68 @@ void TstSceneOps::renamedVariableTakesExpressionsAlong()
     fixture.stack().undo();
     QCOMPARE(text(), before);
     QCOMPARE(fixture.document->variableEntry(u"h"_s).expression, u"w + 1"_s);
+}
+
+void TstSceneOps::renamedItemIsFollowedByAllThatNameIt_data()
+{
+    QTest::addColumn<bool>("inEditor");
+    QTest::newRow("by the op alone") << false;
+    QTest::newRow("in an editor, where others follow as well") << true;
+}
+
+void TstSceneOps::renamedItemIsFollowedByAllThatNameIt()
+{
+    QFETCH(const bool, inEditor);
+    OpFixture fixture;
+    std::optional<EditorFollowers> followers;
+    const QUuid node = fixture.addNode(u"sphere"_s);
+    const QVariant readsBall = u"=Ball.radius * 2.0"_s;
+    model::Instance ball(u"sphere"_s);
+    ball.name = u"Ball"_s;
+    ball.setParameter(u"radius"_s, 3.0);
+    model::Instance top(u"union"_s);
+    top.name = u"Top"_s;
+    top.setParameter(u"children"_s, QVariantList{u"@Ball"_s});
+    top.setParameter(u"smoothness"_s, readsBall);
+    fixture.document->addItem(ball);
+    fixture.document->addItem(top);
+    if (inEditor)
+        followers.emplace(fixture);
+    fixture.apply(OpKind::SdfSetParameter,
+                  {{u"itemId"_s, node}, {u"paramName"_s, u"radius"_s}, {u"value"_s, readsBall}});
+    const QByteArray before = fixture.state();
+
+    QVERIFY(
+        fixture.apply(OpKind::ItemRename, {{u"itemId"_s, ball.id}, {u"newName"_s, u"Big ball"_s}}));
+    const model::Instance renamed = fixture.document->instance(top.id);
+    QCOMPARE(renamed.childReferences(), QStringList{u"@Big ball"_s});
+    const QString expected = u"\"Big ball\".radius * 2.0"_s;
+    QCOMPARE(renamed.parameterValue(u"smoothness"_s).expression, expected);
+    const QVariant ofNode = fixture.tree.instance(node)->params.value(u"radius"_s);
+    QCOMPARE(model::ParameterValue::fromVariant(ofNode).expression, expected);
+    const QByteArray after = fixture.state();
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    QCOMPARE(fixture.state(), after);
+}
+
+void TstSceneOps::variablesOfTwoVarsetsMayShareAFullName()
+{
+    OpFixture fixture;
+    for (const auto &name : {u"a"_s, u"size.a"_s})
+        fixture.apply(OpKind::VarsetSetVariable, {{u"name"_s, name}, {u"value"_s, u"=b"_s}});
+    fixture.apply(OpKind::VarsetAddNamed, {{u"varsetName"_s, u"size"_s}});
+    fixture.apply(OpKind::VarsetSetVariable,
+                  {{u"name"_s, u"a"_s}, {u"varsetName"_s, u"size"_s}, {u"value"_s, 5}});
+    fixture.apply(OpKind::VarsetSetVariable, {{u"name"_s, u"b"_s}, {u"value"_s, 1}});
+    const QByteArray before = fixture.state();
+    QVERIFY(
+        fixture.apply(OpKind::VarsetRenameVar, {{u"oldName"_s, u"b"_s}, {u"newName"_s, u"c"_s}}));
+    QCOMPARE(fixture.document->varsetEntries().value(u"size.a"_s).expression, u"c"_s);
+    QCOMPARE(fixture.document->namedVarset(u"size"_s).value(u"a"_s).expression, QString());
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
 }
 
 void TstSceneOps::brokenExpressionsGetTheirValuesBack()
