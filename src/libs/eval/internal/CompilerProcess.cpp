@@ -7,6 +7,7 @@
 
 #include <csignal>
 
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -40,6 +41,8 @@ void limitResource(int resource, qint64 most)
 void confine(const CompilerLimits &limits)
 {
     setpgid(0, 0);
+    // Nobody ends the group of a process that was killed itself.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     limitResource(RLIMIT_AS, limits.memory);
     limitResource(RLIMIT_CPU, limits.processorSeconds);
     limitResource(RLIMIT_FSIZE, limits.object);

@@ -1,0 +1,157 @@
+#include "app/Program.h"
+
+#include <QDirIterator>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray scene = "formatVersion: 1\n"
+                         "corvane:\n"
+                         "  version: 1\n"
+                         "  name: \"Ball\"\n"
+                         "  settings:\n"
+                         "    export:\n"
+                         "      bounds:\n"
+                         "        minX: -2\n        minY: -2\n        minZ: -2\n"
+                         "        maxX: 2\n        maxY: 2\n        maxZ: 2\n"
+                         "      cellSize: 0.2\n"
+                         "  instances:\n"
+                         "    ball:\n"
+                         "      type: sphere\n"
+                         "      params:\n"
+                         "        radius: 1.5\n"
+                         "  roots:\n"
+                         "    - ball\n";
+
+bool isRunning(const QByteArray &process)
+{
+    QFile status(u"/proc/%1/stat"_s.arg(QString::fromLatin1(process.trimmed())));
+    return status.open(QIODevice::ReadOnly) && !status.readAll().contains(") Z ");
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+/// Several processes over one folder of compiled objects, and what becomes of it when one is
+/// killed. A script in the place of the compiler tells when it runs.
+class TstNativeExport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void twoAtOnceBothCompile();
+    void aKilledOneLeavesNothingBehind();
+
+private:
+    void install(const QString &script) const;
+    std::unique_ptr<QProcess> startExport(const QString &output) const;
+    QStringList cached() const
+    {
+        const QDir folder(m_folder->filePath(u"cache"_s));
+        QStringList objects;
+        QDirIterator files(folder.path(), QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            objects.append(files.next());
+        return objects;
+    }
+    /// How often the compiler was asked for an object.
+    qsizetype compilerRuns() const { return contentOf(m_folder->filePath(u"runs"_s)).count('\n'); }
+
+    QString m_compiler;
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void TstNativeExport::initTestCase()
+{
+    m_compiler = QStandardPaths::findExecutable(u"g++"_s);
+    if (m_compiler.isEmpty())
+        QSKIP("no compiler on this machine");
+}
+
+void TstNativeExport::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    m_folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_folder->isValid());
+    QVERIFY(QDir(m_folder->path()).mkdir(u"bin"_s));
+    QVERIFY(!writeFile(*m_folder, u"ball.corvane"_s, scene).isEmpty());
+}
+
+/// @param script  what is done before the compiler itself runs
+void TstNativeExport::install(const QString &script) const
+{
+    const QString text = u"#!/bin/sh\nPATH=/usr/bin:/bin\nif [ \"$1\" != --version ]; then\n"
+                         "cd '%1'\necho $$ >> runs\n%2\nfi\nexec %3 \"$@\"\n"_s.arg(
+                             m_folder->path(), script, m_compiler);
+    const QString path = writeFile(*m_folder, u"bin/g++"_s, text.toUtf8());
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
+std::unique_ptr<QProcess> TstNativeExport::startExport(const QString &output) const
+{
+    auto process = std::make_unique<QProcess>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"PATH"_s, m_folder->filePath(u"bin"_s));
+    environment.insert(u"XDG_CACHE_HOME"_s, m_folder->filePath(u"cache"_s));
+    process->setProcessEnvironment(environment);
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->start(QStringLiteral(CORVANE_PROGRAM),
+                   {u"export"_s, m_folder->filePath(u"ball.corvane"_s), u"-o"_s,
+                    m_folder->filePath(output), u"--backend"_s, u"native"_s});
+    return process;
+}
+
+void TstNativeExport::twoAtOnceBothCompile()
+{
+    // Neither begins before the other has come as far.
+    install(u"while [ $(wc -l < runs) -lt 2 ]; do :; done"_s);
+    const auto one = startExport(u"one.stl"_s);
+    const auto other = startExport(u"other.stl"_s);
+    for (QProcess *const process : {one.get(), other.get()}) {
+        QVERIFY(process->waitForFinished(120'000));
+        const QByteArray said = process->readAll();
+        QVERIFY2(process->exitCode() == 0 && !said.contains("CPU"), said.constData());
+    }
+    QCOMPARE(compilerRuns(), 2);
+    QCOMPARE(cached().size(), 1);
+    QVERIFY(contentOf(m_folder->filePath(u"one.stl"_s)).size() > 1000);
+    QCOMPARE(contentOf(m_folder->filePath(u"one.stl"_s)),
+             contentOf(m_folder->filePath(u"other.stl"_s)));
+}
+
+void TstNativeExport::aKilledOneLeavesNothingBehind()
+{
+    install(u"[ $(wc -l < runs) -lt 2 ] && exec sleep 1000"_s);
+    const auto killed = startExport(u"killed.stl"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(compilerRuns(), 1, 60'000);
+    QCOMPARE(kill(static_cast<pid_t>(killed->processId()), SIGKILL), 0);
+    QVERIFY(killed->waitForFinished());
+    QTRY_VERIFY(!isRunning(contentOf(m_folder->filePath(u"runs"_s))));
+    QCOMPARE(cached(), QStringList());
+    // The next one compiles, and the one after that has its object.
+    for (const QString &output : {u"next.stl"_s, u"last.stl"_s}) {
+        const auto process = startExport(output);
+        QVERIFY(process->waitForFinished(120'000));
+        const QByteArray said = process->readAll();
+        QVERIFY2(process->exitCode() == 0 && !said.contains("CPU"), said.constData());
+        QCOMPARE(compilerRuns(), 2);
+        QCOMPARE(cached().size(), 1);
+    }
+}
+
+QTEST_GUILESS_MAIN(TstNativeExport)
+#include "tst_NativeExport.moc"
