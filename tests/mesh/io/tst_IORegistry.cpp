@@ -166,6 +166,45 @@ private slots:
         QVERIFY(seen.last() < total);
     }
 
+    void anyNumberOfThreadsWritesTheSame_data() { formatRows(); }
+    void anyNumberOfThreadsWritesTheSame()
+    {
+        QFETCH(const int, index);
+        FloatMesh sphere = support::makeSphere(2, 120, 180);
+        sphere.recalculateNormals();
+        QList<float> &groups = sphere.elementAttributes[u"group"_s];
+        for (qsizetype i = 0; i < sphere.elements.size(); ++i) {
+            sphere.elements[i].type =
+                i % 7 == 0 ? mesh::ElementType::Line : sphere.elements[i].type;
+            groups.append(i % 3 == 0 ? -1.0f : float(i / 10'000)); // others begin within a block
+        }
+        const auto &exporter = m_registry.exporters().at(size_t(index));
+        for (const bool binary : {true, false}) {
+            QByteArray expected;
+            for (const int threads : {1, 2, 5}) {
+                QBuffer buffer;
+                buffer.open(QIODevice::WriteOnly);
+                QVERIFY(
+                    exporter->write(sphere, buffer, {.binary = binary, .threads = threads}).isOk());
+                expected = threads == 1 ? buffer.data() : expected;
+                QVERIFY(buffer.data() == expected);
+            }
+        }
+        // A cancel and a bad element are met where one thread meets them.
+        const auto stop = [](qint64 current, qint64) { return current < 9'000; };
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        const auto cancelled = exporter->write(
+            sphere, buffer, {.progress = stop, .progressInterval = 1'000, .threads = 3});
+        QCOMPARE(cancelled.error().message, index == 0 ? u"Operation cancelled at triangle 9000"_s
+                                                       : u"Export cancelled by user"_s);
+        for (const qsizetype bad : {40'000, 39'999})
+            sphere.elements[bad].nodes[1] = -1;
+        QVERIFY(exporter->write(sphere, buffer, {.threads = 3})
+                    .error()
+                    .message.startsWith(u"Element 39999 has vertex index -1"_s));
+    }
+
     void aFailedSaveLeavesTheOldFile_data() { formatRows(); }
     void aFailedSaveLeavesTheOldFile()
     {

@@ -3,6 +3,7 @@
 // other.
 
 #include <corvane/mesh/TetrahedralVolume.h>
+#include <corvane/xport/VolumeMesh.h>
 #include <support/RandomSolid.h>
 
 #include <QHash>
@@ -133,6 +134,8 @@ private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void randomSolidsAreFilledOnce();
     void noiseIsFilledOnce();
+    void meshNumbersVerticesAsTheyAreNamed_data();
+    void meshNumbersVerticesAsTheyAreNamed();
 };
 
 void TstTetrahedralVolume::randomSolidsAreFilledOnce()
@@ -166,6 +169,51 @@ void TstTetrahedralVolume::noiseIsFilledOnce()
         QCOMPARE(cracks(faces), 0);
         QVERIFY(std::abs(enclosed(faces) / faces.volume() - 1) < 1e-5);
     }
+}
+
+void TstTetrahedralVolume::meshNumbersVerticesAsTheyAreNamed_data()
+{
+    QTest::addColumn<float>("distance"); // of the grid from the origin
+    QTest::addColumn<int>("threads");
+    QTest::newRow("one thread") << 0.0f << 1;
+    QTest::newRow("three threads") << 0.0f << 3;
+    // Coordinates have steps of an eighth of a cell there, and planes of vertices fall together.
+    QTest::newRow("far out") << 2e5f << 1;
+    QTest::newRow("far out, by threads") << 2e5f << 3;
+}
+
+void TstTetrahedralVolume::meshNumbersVerticesAsTheyAreNamed()
+{
+    QFETCH(float, distance);
+    QFETCH(int, threads);
+    const std::vector<float> values = support::sampled(support::noise(7));
+    corvane::mesh::ScalarField3D grid = support::gridOf(values);
+    grid.origin += QVector3D(distance, distance, distance);
+    const std::atomic_bool never = false;
+    corvane::xport::VolumeMesh volume(grid, threads, never);
+    const qint64 skipped = volume.skippedCount();
+    const auto mesh = std::move(volume).take();
+
+    QList<Tetrahedron> tetrahedra;
+    corvane::mesh::tetrahedralVolume(grid, tetrahedra);
+    QCOMPARE(mesh.elements.size() + skipped, tetrahedra.size());
+    QHash<QList<double>, int> numbers;
+    qsizetype element = 0;
+    for (const Tetrahedron &tetrahedron : std::as_const(tetrahedra)) {
+        QList<int> nodes;
+        for (const QVector3D &corner : tetrahedron.corners) {
+            QList<double> cube;
+            for (int axis = 0; axis < 3; ++axis)
+                cube.append(std::floor(double(corner[axis]) / (0.002 * double(grid.cellSize))));
+            nodes.append(numbers.value(cube, int(numbers.size())));
+            numbers.insert(cube, nodes.last());
+        }
+        if (QSet<int>(nodes.begin(), nodes.end()).size() < 4)
+            continue;
+        QCOMPARE(mesh.elements.at(element).id, int(element));
+        QCOMPARE(mesh.elements.at(element++).nodes.toList(), nodes);
+    }
+    QCOMPARE(mesh.vertices.size(), numbers.size());
 }
 
 QTEST_GUILESS_MAIN(TstTetrahedralVolume)

@@ -170,6 +170,7 @@ void TstChunkScheduler::threadsGetEnoughChunks_data()
     QTest::newRow("not below four") << 10 << 64 << 8 << 4;
     QTest::newRow("never larger than asked for") << 400 << 20 << 1 << 20;
     QTest::newRow("smaller than four when asked for") << 100 << 2 << 1 << 2;
+    QTest::newRow("four where there are too few") << 4 << 2 << 8 << 4;
     QTest::newRow("within memory") << 2000 << 1000000 << 1 << 256;
 }
 

@@ -38,7 +38,7 @@ GridSurface cubeSurface()
 }
 
 /// A chunk of a cubic grid with one triangle a cell, whose first coordinate is the number of the
-/// cell.
+/// cell. Each eleventh has no area.
 ChunkSurface numberedChunk(int index, int side, int cells)
 {
     const int count = (cells + side - 1) / side;
@@ -53,9 +53,11 @@ ChunkSurface numberedChunk(int index, int side, int cells)
     for (int z = z0; z < z1; ++z)
         for (int y = y0; y < y1; ++y) {
             for (int x = x0; x < x1; ++x) {
-                const QVector3D corner(static_cast<float>(x + cells * (y + cells * z)), 0, 0);
+                const int cell = x + cells * (y + cells * z);
+                const QVector3D corner(static_cast<float>(cell), 0, 0);
+                const QVector3D third(0, 0, cell % 11 == 0 ? 0 : 1);
                 chunk.triangles.append(
-                    {.vertices = {corner, corner + QVector3D(0, 1, 0), corner + QVector3D(0, 0, 1)},
+                    {.vertices = {corner, corner + QVector3D(0, 1, 0), corner + third},
                      .normal = {}});
             }
             chunk.rowEnds.append(static_cast<int>(chunk.triangles.size()));
@@ -151,25 +153,41 @@ void TstMeshBuilder::badStepsAreNamed()
 
 void TstMeshBuilder::trianglesStandInTheOrderOfCells_data()
 {
+    QTest::addColumn<int>("cells");
     QTest::addColumn<int>("side");
-    QTest::newRow("one chunk") << 4;
-    QTest::newRow("eight chunks") << 2;
-    QTest::newRow("chunks that are cut") << 3;
-    QTest::newRow("a chunk a cell") << 1;
+    QTest::addColumn<int>("threads");
+    QTest::newRow("one chunk") << 4 << 4 << 1;
+    QTest::newRow("eight chunks") << 4 << 2 << 1;
+    QTest::newRow("chunks that are cut") << 4 << 3 << 2;
+    QTest::newRow("a chunk a cell") << 4 << 1 << 1;
+    QTest::newRow("several parts") << 50 << 17 << 1;
+    QTest::newRow("several parts, by threads") << 50 << 17 << 3;
 }
 
 void TstMeshBuilder::trianglesStandInTheOrderOfCells()
 {
+    QFETCH(int, cells);
     QFETCH(int, side);
-    const int cells = 4;
+    QFETCH(int, threads);
     const int count = (cells + side - 1) / side;
+    const int all = cells * cells * cells;
     GridSurface surface({count, count, count});
     for (int index = count * count * count - 1; index >= 0; --index)
         surface.insert(index, numberedChunk(index, side, cells));
-    QCOMPARE(surface.triangleCount(), cells * cells * cells);
-    const auto mesh = MeshBuilder::assemble(std::move(surface));
-    for (int i = 0; i < cells * cells * cells; ++i)
-        QCOMPARE(mesh.vertices.at(3 * i).x, static_cast<float>(i));
+    QCOMPARE(surface.triangleCount(), all);
+    const auto mesh = MeshBuilder::assemble(std::move(surface), threads);
+    // Each eleventh triangle is of no use: the others close up.
+    QCOMPARE(mesh.elements.size(), all - (all + 10) / 11);
+    QCOMPARE(mesh.vertices.size(), 3 * mesh.elements.size());
+    for (int cell = 0, i = 0; cell < all; ++cell) {
+        if (cell % 11 == 0)
+            continue;
+        QCOMPARE(mesh.vertices.at(3 * i).x, static_cast<float>(cell));
+        const ::mesh::ElementData<float> expected{
+            ::mesh::ElementType::Triangle, {3 * i, 3 * i + 1, 3 * i + 2}, i, 0};
+        QVERIFY(mesh.elements.at(i) == expected);
+        ++i;
+    }
 }
 
 void TstMeshBuilder::soupIsNamedAndWhole()

@@ -320,11 +320,16 @@ void Detection::refineFaces()
         best.point = gridPoint(face, number % columns, m_config.refineGrid);
         best.point[face.axis] = *coordinate;
     }
+    int moved = 0;
     for (int number = 0; number < faceCount; ++number) {
         const Face face = faceOf(number);
-        if (m_hits[size_t(number)].hit)
-            m_box.setFace(face.axis, face.positive, m_hits[size_t(number)].point[face.axis]);
+        if (!m_hits[size_t(number)].hit)
+            continue;
+        m_box.setFace(face.axis, face.positive, m_hits[size_t(number)].point[face.axis]);
+        ++moved;
     }
+    qCInfo(lcBounds).noquote() << u"Phase 3 (refine): faces-with-hits=%1 of %2"_s.arg(moved).arg(
+        faceCount);
 }
 
 bool Detection::climbOnce(const Face &face, float outerLimit, float step, FaceHit &best,
@@ -380,7 +385,8 @@ void Detection::sharpenFaces()
         if (m_hits[size_t(number)].hit)
             m_box.setFace(face.axis, face.positive, m_hits[size_t(number)].point[face.axis]);
     }
-    qCInfo(lcBounds) << "Phase 3.5 (sharpen): samples=" << m_pool.samples() - before;
+    qCInfo(lcBounds).noquote() << u"Phase 3.5 (sharpen): samples=%1"_s.arg(m_pool.samples() -
+                                                                           before);
 }
 
 // ------------------------------------------------------------------ the run

@@ -133,7 +133,7 @@ int ChunkScheduler::chooseSide(int wantedSide, qint64 wantedChunks) const
     const qint64 largest = *std::max_element(m_cells.begin(), m_cells.end());
     const auto perAxis =
         static_cast<qint64>(std::ceil(std::cbrt(static_cast<double>(wantedChunks))));
-    side = std::min(side, std::max<qint64>(smallestSide, largest / perAxis));
+    side = std::clamp<qint64>(largest / perAxis, smallestSide, maxSide);
     while (side > smallestSide && chunksAt(side) < wantedChunks)
         --side;
     return static_cast<int>(side);
