@@ -129,21 +129,35 @@ EVAL_INLINE Int toInt(Float v)
     return result;
 }
 
-// What has no vector form is computed lane after lane; once where it is the same in all, as what
-// comes from parameters, y and z often is.
+// What has no vector form is computed lane after lane, out of line; once where it is the same in
+// all, as what comes from y and z often is. What is constant is so in all lanes, and is folded.
 EVAL_INLINE bool areSame(Float x)
 {
     const Int bits = (Int)x;
     return !anyLane(bits != bits[0]);
 }
+template<float (*function)(float)>
+__attribute__((noinline, EVAL_LANE_TARGET)) Float eachLane(Float x)
+{
+    if (areSame(x))
+        return splat(function(x[0]));
+    for (int i = 0; i < laneCount; ++i)
+        x[i] = function(x[i]);
+    return x;
+}
+template<float (*function)(float, float)>
+__attribute__((noinline, EVAL_LANE_TARGET)) Float eachLane(Float x, Float y)
+{
+    if (areSame(x) && areSame(y))
+        return splat(function(x[0], y[0]));
+    for (int i = 0; i < laneCount; ++i)
+        x[i] = function(x[i], y[i]);
+    return x;
+}
 #define EVAL_UNARY(NAME)                                                                           \
     EVAL_INLINE Float NAME(Float x)                                                                \
     {                                                                                              \
-        if (areSame(x))                                                                            \
-            return splat(::NAME(x[0]));                                                            \
-        for (int i = 0; i < laneCount; ++i)                                                        \
-            x[i] = ::NAME(x[i]);                                                                   \
-        return x;                                                                                  \
+        return __builtin_constant_p(x[0]) ? splat(::NAME(x[0])) : eachLane<::NAME>(x);             \
     }
 EVAL_UNARY(evalSin)
 EVAL_UNARY(evalCos)
@@ -167,11 +181,9 @@ EVAL_UNARY(evalRoundEven)
 #define EVAL_BINARY(NAME)                                                                          \
     EVAL_INLINE Float NAME(Float x, Float y)                                                       \
     {                                                                                              \
-        if (areSame(x) && areSame(y))                                                              \
-            return splat(::NAME(x[0], y[0]));                                                      \
-        for (int i = 0; i < laneCount; ++i)                                                        \
-            x[i] = ::NAME(x[i], y[i]);                                                             \
-        return x;                                                                                  \
+        return __builtin_constant_p(x[0]) && __builtin_constant_p(y[0])                            \
+                   ? splat(::NAME(x[0], y[0]))                                                     \
+                   : eachLane<::NAME>(x, y);                                                       \
     }
 EVAL_BINARY(evalMod)
 EVAL_BINARY(evalPow)

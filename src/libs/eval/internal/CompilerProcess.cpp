@@ -17,7 +17,7 @@ namespace eval::internal {
 
 namespace {
 
-constexpr int startMilliseconds = 5'000;
+constexpr int endMilliseconds = 5'000; // for one that was killed
 constexpr int pollMilliseconds = 50;
 constexpr qint64 keptOutput = 64 << 10;
 
@@ -85,7 +85,7 @@ CompilerRun runCompiler(const QString &program, const QStringList &arguments, co
     process.setStandardInputFile(QProcess::nullDevice());
     process.setChildProcessModifier([&limits] { confine(limits); });
     process.start(program, arguments);
-    if (!process.waitForStarted(startMilliseconds))
+    if (!process.waitForStarted(static_cast<int>(limits.start.count())))
         return {false, u"Could not start %1: %2"_s.arg(program, process.errorString())};
     // The group has the number of its leader; what the leader leaves behind ends with it.
     const auto group = static_cast<pid_t>(process.processId());
@@ -95,7 +95,7 @@ CompilerRun runCompiler(const QString &program, const QStringList &arguments, co
         const auto endGroup = qScopeGuard([group] { kill(-group, SIGKILL); });
         ended = watch(process, limits, output);
     }
-    process.waitForFinished(startMilliseconds);
+    process.waitForFinished(endMilliseconds);
     if (!ended.isEmpty())
         return {false, ended};
     if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
@@ -110,6 +110,7 @@ CompilerRun runCompiler(const QString &program, const QStringList &arguments, co
 QString findCompiler(const QString &folder, const CompilerLimits &limits)
 {
     CompilerLimits quick = limits;
+    quick.start = std::min<std::chrono::milliseconds>(quick.start, std::chrono::seconds(2));
     quick.time = std::min<std::chrono::milliseconds>(quick.time, std::chrono::seconds(5));
     for (const QString &name : {u"g++"_s, u"clang++"_s}) {
         if (runCompiler(name, {u"--version"_s}, folder, quick).succeeded)

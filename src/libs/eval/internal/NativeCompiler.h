@@ -16,6 +16,7 @@ using NativeWatch = void (*)(const unsigned char *);
 /// What a compiler, a child process, may take.
 struct CompilerLimits
 {
+    std::chrono::milliseconds start{5'000};
     std::chrono::milliseconds time{120'000};
     qint64 memory = 4ll << 30;     ///< bytes of address space of one of its processes
     qint64 processorSeconds = 120; ///< of one of its processes
