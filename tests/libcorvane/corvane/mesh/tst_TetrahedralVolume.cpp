@@ -177,9 +177,9 @@ void TstTetrahedralVolume::meshNumbersVerticesAsTheyAreNamed_data()
     QTest::addColumn<int>("threads");
     QTest::newRow("one thread") << 0.0f << 1;
     QTest::newRow("three threads") << 0.0f << 3;
-    // Coordinates have steps of an eighth of a cell there, and planes of vertices fall together.
-    QTest::newRow("far out") << 2e5f << 1;
-    QTest::newRow("far out, by threads") << 2e5f << 3;
+    // Coordinates have steps of more than a cell there, and planes of nodes fall together.
+    QTest::newRow("far out") << 2e6f << 1;
+    QTest::newRow("far out, by threads") << 2e6f << 3;
 }
 
 void TstTetrahedralVolume::meshNumbersVerticesAsTheyAreNamed()

@@ -113,8 +113,10 @@ void releaseLater(SurfaceMesh &&mesh)
 
 } // namespace
 
-SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads)
+SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads,
+                                  const std::atomic_bool *cancel)
 {
+    const auto isCancelled = [cancel] { return cancel && cancel->load(std::memory_order_relaxed); };
     const GridSurface source = std::move(surface);
     const qint64 total = source.triangleCount();
     ::mesh::BulkList<Vertex> vertices(3 * total);
@@ -122,8 +124,11 @@ SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads)
     const std::vector<GridSurface::Slice> slices = source.slices();
     std::vector<Part> parts = partsOf(slices);
     ::mesh::parallelFor(qsizetype(parts.size()), threads, [&](qsizetype i) {
-        makePart(source, parts[static_cast<std::size_t>(i)], vertices.data(), elements.data());
+        if (!isCancelled())
+            makePart(source, parts[static_cast<std::size_t>(i)], vertices.data(), elements.data());
     });
+    if (isCancelled())
+        return {};
     const qint64 count = closeGaps(parts, vertices.data());
     if (count < total)
         qCInfo(lcMeshBuilder) << "Export: skipped" << total - count << "degenerate triangles";
@@ -140,7 +145,7 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
                                            const eval::DefinitionTable &definitions)
 {
     const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
-    SurfaceMesh mesh = assemble(std::move(surface), threads);
+    SurfaceMesh mesh = assemble(std::move(surface), threads, &cancelFlag);
     const QString error = postProcess(mesh, request, definitions, cancelFlag);
     if (cancelFlag.load())
         return ExportResult::failed(u"Export cancelled"_s);

@@ -18,7 +18,9 @@ public:
     /// that is not finite, or with no area, are left out and counted in the log.
     /// @param surface  is released before the mesh is returned
     /// @param threads  how many may work; the mesh is the same for any number
-    static ::mesh::Mesh<float> assemble(GridSurface &&surface, int threads = 1);
+    /// @param cancel   when it turns true the mesh is empty
+    static ::mesh::Mesh<float> assemble(GridSurface &&surface, int threads = 1,
+                                        const std::atomic_bool *cancel = nullptr);
 
     /// Assembles, runs the request's post-processing steps and saves by the extension of the output
     /// path.

@@ -202,6 +202,8 @@ ExportResult VolumeExport::run()
     if (volume.skippedCount() > 0)
         qCInfo(lcVolume) << "Export: skipped" << volume.skippedCount() << "degenerate tetrahedra";
     ::mesh::Mesh<float> mesh = std::move(volume).take();
+    if (m_cancelFlag.load())
+        return ExportResult::failed(u"Export cancelled"_s);
     mesh.name = u"SDF Tet Export"_s;
     return saveTetMesh(mesh);
 }

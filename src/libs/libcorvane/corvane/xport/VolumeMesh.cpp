@@ -90,13 +90,14 @@ VolumeMesh::VolumeMesh(const mesh::ScalarField3D &field, int threads,
                        const std::atomic_bool &cancel)
     : m_scale(1.0 / (2.0 * 0.001 * static_cast<double>(field.cellSize)))
     , m_threads(threads)
+    , m_cancel(cancel)
 {
     const int slices = std::max(field.nz - 1, 0);
     const int perBlock = std::clamp(slices / (threads * blocksPerThread), 1, mostSlicesPerBlock);
     m_blocks.resize(static_cast<std::size_t>((slices + perBlock - 1) / perBlock));
     ::mesh::parallelFor(qsizetype(m_blocks.size()), threads, [&](qsizetype i) {
         const int first = static_cast<int>(i) * perBlock;
-        cut(field, first, std::min(first + perBlock, slices), cancel,
+        cut(field, first, std::min(first + perBlock, slices),
             m_blocks[static_cast<std::size_t>(i)]);
     });
     numberAll();
@@ -110,7 +111,7 @@ std::array<qint64, 3> VolumeMesh::cubeOf(const Vertex &vertex) const
 }
 
 void VolumeMesh::cut(const mesh::ScalarField3D &field, int firstSlice, int endSlice,
-                     const std::atomic_bool &cancel, Block &block) const
+                     Block &block) const
 {
     block.lowest = std::numeric_limits<qint64>::max();
     block.highest = std::numeric_limits<qint64>::min();
@@ -118,7 +119,7 @@ void VolumeMesh::cut(const mesh::ScalarField3D &field, int firstSlice, int endSl
     RecentVertices recent;
     for (int k = firstSlice; k < endSlice; ++k) {
         for (int j = 0; j + 1 < field.ny; ++j) {
-            if (cancel.load(std::memory_order_relaxed))
+            if (isCancelled())
                 return;
             row.resize(0);
             mesh::tetrahedraInRow(field, j, k, row);
@@ -173,7 +174,7 @@ int VolumeMesh::placeOf(const Vertex &vertex, Block &block) const
 
 void VolumeMesh::numberAll()
 {
-    for (std::size_t i = 0; i < m_blocks.size(); ++i) {
+    for (std::size_t i = 0; i < m_blocks.size() && !isCancelled(); ++i) {
         numberBlock(i);
         m_blocks[i].firstTetrahedron = m_tetrahedronCount;
         m_tetrahedronCount += static_cast<int>(m_blocks[i].tetrahedra.size());
@@ -213,33 +214,39 @@ int VolumeMesh::numberInEarlier(std::size_t index, const Vertex &vertex, quint64
     return -1;
 }
 
+/// Copies the vertices and the elements of a block to where they belong.
+void VolumeMesh::place(const Block &block, Vertex *vertices,
+                       ::mesh::ElementData<float> *elements) const
+{
+    for (std::size_t n = 0; n < block.vertices.size(); ++n) {
+        if (block.numbers[n] >= block.firstNumber)
+            std::construct_at(vertices + block.numbers[n], block.vertices[n]);
+    }
+    const auto numberOf = [&block](int n) { return block.numbers[static_cast<std::size_t>(n)]; };
+    int id = block.firstTetrahedron;
+    for (const auto &[a, b, c, d] : block.tetrahedra) {
+        const ::mesh::NodeList nodes{numberOf(a), numberOf(b), numberOf(c), numberOf(d)};
+        std::construct_at(elements + id, ::mesh::ElementType::Tetrahedron, nodes, id, 0);
+        ++id;
+    }
+}
+
 ::mesh::Mesh<float> VolumeMesh::take() &&
 {
-    using Element = ::mesh::ElementData<float>;
     ::mesh::BulkList<Vertex> vertices(m_vertexCount);
-    ::mesh::BulkList<Element> elements(m_tetrahedronCount);
+    ::mesh::BulkList<::mesh::ElementData<float>> elements(m_tetrahedronCount);
     ::mesh::parallelFor(qsizetype(m_blocks.size()), m_threads, [&](qsizetype i) {
         const Block block = std::move(m_blocks[static_cast<std::size_t>(i)]);
-        for (std::size_t place = 0; place < block.vertices.size(); ++place) {
-            if (block.numbers[place] >= block.firstNumber)
-                std::construct_at(vertices.data() + block.numbers[place], block.vertices[place]);
-        }
-        int id = block.firstTetrahedron;
-        for (const auto &[a, b, c, d] : block.tetrahedra) {
-            const auto numberOf = [&block](int place) {
-                return block.numbers[static_cast<std::size_t>(place)];
-            };
-            std::construct_at(elements.data() + id, ::mesh::ElementType::Tetrahedron,
-                              ::mesh::NodeList{numberOf(a), numberOf(b), numberOf(c), numberOf(d)},
-                              id, 0);
-            ++id;
-        }
+        if (!isCancelled())
+            place(block, vertices.data(), elements.data());
     });
+    m_blocks.clear();
     ::mesh::Mesh<float> result;
+    if (isCancelled())
+        return result;
     result.vertices = std::move(vertices).take(m_vertexCount);
     result.elements = std::move(elements).take(m_tetrahedronCount);
     result.nextElementId = m_tetrahedronCount;
-    m_blocks.clear();
     return result;
 }
 

@@ -22,7 +22,7 @@ class VolumeMesh
 public:
     /// @param field    a whole grid; read until this returns
     /// @param threads  how many may work, here and in take()
-    /// @param cancel   when it turns true the rest is left out
+    /// @param cancel   when it turns true the mesh is empty; read until take() returns
     VolumeMesh(const mesh::ScalarField3D &field, int threads, const std::atomic_bool &cancel);
 
     /// The mesh, once.
@@ -52,18 +52,20 @@ private:
 
     class RecentVertices;
 
-    void cut(const mesh::ScalarField3D &field, int firstSlice, int endSlice,
-             const std::atomic_bool &cancel, Block &block) const;
+    bool isCancelled() const { return m_cancel.load(std::memory_order_relaxed); }
+    void cut(const mesh::ScalarField3D &field, int firstSlice, int endSlice, Block &block) const;
     void add(const mesh::Tetrahedron &tetrahedron, RecentVertices &recent, Block &block) const;
     int placeOf(const Vertex &vertex, Block &block) const;
     quint32 find(const Vertex &vertex, quint64 hash, const Block &block) const;
     void numberAll();
     void numberBlock(std::size_t index);
+    void place(const Block &block, Vertex *vertices, ::mesh::ElementData<float> *elements) const;
     int numberInEarlier(std::size_t index, const Vertex &vertex, quint64 hash, qint64 cubeZ) const;
     std::array<qint64, 3> cubeOf(const Vertex &vertex) const;
 
     double m_scale;
     int m_threads;
+    const std::atomic_bool &m_cancel;
     std::vector<Block> m_blocks;
     int m_vertexCount = 0;
     int m_tetrahedronCount = 0;
