@@ -30,7 +30,7 @@ bool isSmall(const LogicalScene &scene)
 void compile(LogicalScene &scene, const QVariantMap &block)
 {
     Corvane document;
-    DocumentBlock::apply(document, block);
+    DocumentBlock::apply(block, document);
     LogicalSceneCompiler compiler;
     compiler.setSource(&scene);
     compiler.setTarget(&document);
