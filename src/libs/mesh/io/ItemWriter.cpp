@@ -21,6 +21,9 @@ namespace {
 // So many that a block of them is written as it is, without a copy into another buffer.
 constexpr qsizetype itemsPerBlock = 8192;
 
+// More would wait for the device, each with a block in memory.
+constexpr int mostThreads = 16;
+
 } // namespace
 
 class ItemWriter::Blocks
@@ -121,7 +124,7 @@ ItemWriter::ItemWriter(BlockWriter &writer, const ExportOptions &options, qint64
 
 bool ItemWriter::write(qsizetype count, const Format &format)
 {
-    const int threads = std::max(m_options.threads, 1);
+    const int threads = std::clamp(m_options.threads, 1, mostThreads);
     Blocks blocks(count, format, threads);
     QThreadPool pool;
     pool.setObjectName(u"Ondrel.mesh.io"_s);
