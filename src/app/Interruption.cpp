@@ -24,4 +24,6 @@ void installInterruptionHandler()
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    // A file that grows past the limit of the process is a failed write like any other.
+    std::signal(SIGXFSZ, SIG_IGN);
 }

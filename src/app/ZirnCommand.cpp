@@ -50,7 +50,7 @@ int runPlan(ZirnSession &session, const TaskPlan &plan, const QString &savePath)
     printError(LLMSession::formatResultForLLM(*result));
     if (!result->success)
         return CorvaneMain::OperationFailed;
-    if (savePath.isEmpty())
+    if (savePath.isNull())
         return CorvaneMain::Success;
     if (!session.save(savePath))
         return writeFailure(savePath);
@@ -91,7 +91,7 @@ int runZirn(int argc, char **argv)
     }
     // Found before the plan, whose work would be lost.
     const QString savePath = options->savePath();
-    if (!savePath.isEmpty() && !store::probeWritable(savePath))
+    if (!savePath.isNull() && !store::probeWritable(savePath))
         return writeFailure(savePath);
     corvane::zirn::registerCorvaneTasks();
     return runPlan(*session, plan, savePath);

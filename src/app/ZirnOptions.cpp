@@ -19,7 +19,7 @@ std::optional<ZirnOptions> ZirnOptions::parse(int argc, char **argv, QString &er
         } else if (argument.startsWith(u'-')) {
             error = u"Error: unrecognised argument '%1'"_s.arg(argument);
             return std::nullopt;
-        } else if (options.scenePath.isEmpty()) {
+        } else if (options.scenePath.isNull()) {
             options.scenePath = argument;
         } else {
             error = u"Error: unexpected extra argument '%1'"_s.arg(argument);

@@ -83,20 +83,15 @@ QList<QUuid> inOrderOf(const QList<QUuid> &order, const QList<QUuid> &ids)
     return sorted;
 }
 
-bool isSameFile(const QString &a, const QString &b)
-{
-    const QString canonical = QFileInfo(a).canonicalFilePath();
-    return !canonical.isEmpty() && canonical == QFileInfo(b).canonicalFilePath();
-}
-
 } // namespace
 
 std::unique_ptr<ZirnSession> ZirnSession::open(const QString &scenePath)
 {
     const auto emptyTree = QSharedPointer<LogicalScene>::create();
-    if (scenePath.isEmpty())
+    const SceneFile file(scenePath);
+    if (scenePath.isNull())
         return std::unique_ptr<ZirnSession>(
-            new ZirnSession(scenePath, Corvane::create(), emptyTree, false));
+            new ZirnSession(file, Corvane::create(), emptyTree, false));
     const auto parsed = CorvaneDSLParser::parseFile(scenePath);
     tell(parsed.warnings);
     for (const auto &error : parsed.errors)
@@ -105,14 +100,14 @@ std::unique_ptr<ZirnSession> ZirnSession::open(const QString &scenePath)
         return nullptr;
     if (parsed.logicalScene)
         return std::unique_ptr<ZirnSession>(
-            new ZirnSession(scenePath, documentBeside(parsed.rawMap), parsed.logicalScene, true));
+            new ZirnSession(file, documentBeside(parsed.rawMap), parsed.logicalScene, true));
     parsed.scene->registerFileScopedDefinitions();
-    return std::unique_ptr<ZirnSession>(new ZirnSession(scenePath, parsed.scene, emptyTree, false));
+    return std::unique_ptr<ZirnSession>(new ZirnSession(file, parsed.scene, emptyTree, false));
 }
 
-ZirnSession::ZirnSession(const QString &scenePath, const QSharedPointer<Corvane> &document,
+ZirnSession::ZirnSession(const SceneFile &file, const QSharedPointer<Corvane> &document,
                          const QSharedPointer<LogicalScene> &tree, bool isVersion2)
-    : m_scenePath(scenePath)
+    : m_file(file)
     , m_document(document)
     , m_tree(tree)
     , m_isVersion2(isVersion2)
@@ -173,21 +168,34 @@ void ZirnSession::compile()
 
 bool ZirnSession::save(const QString &path)
 {
-    if (m_isVersion2 && isSameFile(path, m_scenePath) && !keepOriginal(path))
-        return false;
-    return m_document->saveToFile(path);
+    if (!m_file.isAt(path))
+        return m_document->saveToFile(path);
+    QString error;
+    if (m_file.replace([this, &path] { return saveOver(path); }, error))
+        return true;
+    if (!error.isEmpty())
+        CorvaneMain::printError(u"Error: cannot save over %1: %2"_s.arg(path, error));
+    return false;
 }
 
-bool ZirnSession::keepOriginal(const QString &path) const
+bool ZirnSession::saveOver(const QString &path) const
 {
+    if (!m_isVersion2)
+        return m_document->saveToFile(path);
     const QString kept = path + u".bak"_s;
-    QFile file(path);
-    QString error = u"it can't be read"_s;
-    if (!file.open(QIODevice::ReadOnly) || !store::writeFile(kept, file.readAll(), &error)) {
-        CorvaneMain::printError(u"Error: cannot keep the original as %1: %2"_s.arg(kept, error));
+    if (!keepOriginal(kept) || !m_document->saveToFile(path))
         return false;
-    }
     CorvaneMain::printError(u"The scene is saved in its compiled form; the original is kept as "_s +
                             kept);
     return true;
+}
+
+bool ZirnSession::keepOriginal(const QString &kept) const
+{
+    QFile file(m_file.path());
+    QString error = u"it can't be read"_s;
+    if (file.open(QIODevice::ReadOnly) && store::writeFile(kept, file.readAll(), &error))
+        return true;
+    CorvaneMain::printError(u"Error: cannot keep the original as %1: %2"_s.arg(kept, error));
+    return false;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SceneFile.h"
+
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 #include <corvane/zirn/TaskPlan.h>
@@ -33,15 +35,17 @@ public:
     /// the picture, ahead of the tree.
     void compile();
     /// Saves the document, compiled. What a version 2 file holds more than that is kept as
-    /// "<file>.bak" when it is saved over. False when the file could not be written.
+    /// "<file>.bak" when it is saved over. False, with a line for the user where there is more to
+    /// say, when the file could not be written, or is another one than it was when it was read.
     bool save(const QString &path);
 
 private:
-    ZirnSession(const QString &scenePath, const QSharedPointer<corvane::model::Corvane> &document,
+    ZirnSession(const SceneFile &file, const QSharedPointer<corvane::model::Corvane> &document,
                 const QSharedPointer<corvane::model::LogicalScene> &tree, bool isVersion2);
-    bool keepOriginal(const QString &path) const;
+    bool saveOver(const QString &path) const;
+    bool keepOriginal(const QString &kept) const;
 
-    const QString m_scenePath;
+    const SceneFile m_file; ///< that the scene was read from
     const QSharedPointer<corvane::model::Corvane> m_document;
     const QSharedPointer<corvane::model::LogicalScene> m_tree;
     const bool m_isVersion2;

@@ -89,7 +89,7 @@ OpOutcome moveItem(OpContext &context, const OpCall &call, const QUuid &id)
         return call.refuse(u"parent not found:"_s, parentId);
     const bool isOfField = document.item(id).itemType == model::ItemTypes::Sdf;
     const QUuid newOperator = isOfField && isOperator(document, parentId) ? parentId : QUuid();
-    if (!newOperator.isNull() && expressionOf(document, id).contains(newOperator))
+    if (isOfField && expressionOf(document, id).contains(parentId))
         return call.refuse(u"refused, the new parent stands below the item:"_s, id);
     const QUuid outerId = model::ItemWrappers(document, id).outerId();
     QList<QUuid> operators = isOfField ? operatorsOver(document, outerId) : QList<QUuid>();
