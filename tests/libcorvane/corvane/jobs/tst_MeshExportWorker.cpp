@@ -166,26 +166,33 @@ private slots:
 
     void cancelKeepsTheOldFile_data()
     {
-        QTest::addColumn<bool>("another");
-        QTest::newRow("and that is all") << false;
-        QTest::newRow("and another job follows") << true;
+        QTest::addColumn<QString>("then");
+        QTest::newRow("and that is all") << QString();
+        QTest::newRow("and another job follows") << u"another job"_s;
+        QTest::newRow("whose worker goes away") << u"no worker"_s;
     }
     void cancelKeepsTheOldFile()
     {
-        QFETCH(bool, another);
+        QFETCH(QString, then);
         QFile old(output());
         QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
         old.close();
-        MeshExportWorker worker(&m_contexts);
-        support::JobRunner runner(&worker);
+        auto worker = std::make_unique<MeshExportWorker>(&m_contexts);
+        support::JobRunner runner(worker.get());
         // So fine a grid that it takes hours.
         const quint64 id = runner.start(type, payload(0.002f));
-        QVERIFY(runner.queue.cancel(id));
-        QCOMPARE(runner.ended(id).status, BatchStatus::Cancelled);
+        if (then == u"no worker"_s) {
+            runner.registry.unregisterWorker(worker.get());
+            worker.reset();
+            QCOMPARE(runner.queue.job(id)->status, BatchStatus::InProgress);
+        } else {
+            QVERIFY(runner.queue.cancel(id));
+            QCOMPARE(runner.ended(id).status, BatchStatus::Cancelled);
+            QVERIFY(!m_contexts.contains(u"key"_s));
+        }
         QVERIFY(old.open(QIODevice::ReadOnly));
         QCOMPARE(old.readAll(), "old");
-        QVERIFY(!m_contexts.contains(u"key"_s));
-        if (!another)
+        if (then != u"another job"_s)
             return;
         // The slot is free again, and the next job is not disturbed by the one before.
         init();

@@ -161,22 +161,36 @@ private slots:
         QVERIFY(worker.canAccept());
     }
 
-    void cancelledImportIsNotFiled()
+    void whatNobodyWaitsForIsNotFiled_data()
     {
+        QTest::addColumn<bool>("workerGoes");
+        QTest::newRow("cancelled") << false;
+        QTest::newRow("worker goes away") << true;
+    }
+    void whatNobodyWaitsForIsNotFiled()
+    {
+        QFETCH(bool, workerGoes);
         const QString path = m_folder->filePath(u"ball.stl"_s);
         QVERIFY(mesh::io::IORegistry<float>::instance()
                     .save(support::makeSphere(1, 200, 400), path)
                     .isOk());
-        MeshImportWorker worker(&m_assets, &m_contexts);
-        support::JobRunner runner(&worker);
+        auto worker = std::make_unique<MeshImportWorker>(&m_assets, &m_contexts);
+        support::JobRunner runner(worker.get());
+        QSignalSpy finished(worker.get(), &MeshImportWorker::importFinished);
         m_contexts.add(u"key"_s, {.absolutePath = path, .assetId = m_id});
         const quint64 id = runner.start(type, {{u"snapshotId"_s, u"key"_s}});
-        QVERIFY(runner.queue.cancel(id));
-        QSignalSpy finished(&worker, &MeshImportWorker::importFinished);
-        QTRY_COMPARE(finished.size(), 1);
-        QCOMPARE(runner.queue.job(id)->status, BatchStatus::Cancelled);
+        if (workerGoes) {
+            runner.registry.unregisterWorker(worker.get());
+            worker.reset();
+            QCoreApplication::processEvents();
+            QCOMPARE(runner.queue.job(id)->status, BatchStatus::InProgress);
+        } else {
+            QVERIFY(runner.queue.cancel(id));
+            QTRY_COMPARE(finished.size(), 1);
+            QCOMPARE(runner.queue.job(id)->status, BatchStatus::Cancelled);
+            QVERIFY(m_contexts.size() == 0);
+        }
         QVERIFY(!m_assets.hasRenderMesh(m_id));
-        QVERIFY(m_contexts.size() == 0);
     }
 
     void twoAtOnceAndNoMore()

@@ -82,9 +82,10 @@ void MeshImportWorker::start(std::unique_ptr<Run> made, const MeshImportContext 
     m_pool.start([this, run, context] {
         int told = -1;
         MeshImport import([&](int percent) {
-            if (percent != std::exchange(told, percent))
+            const bool wanted = run->watch.wanted();
+            if (wanted && percent != std::exchange(told, percent))
                 run->queue->setProgress(run->jobId, percent, 100);
-            return run->watch.wanted();
+            return wanted;
         });
         const auto result = Result::create(import.run(context));
         QMetaObject::invokeMethod(

@@ -49,9 +49,9 @@ void ChunkRunner::work()
         else if (!error.isEmpty())
             fail(error);
     }
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     --m_working;
-    m_changed.wakeAll();
+    m_changed.notify_all();
 }
 
 bool ChunkRunner::mayGoOn() const
@@ -64,9 +64,9 @@ void ChunkRunner::keep(qint64 index, const ChunkSurface &surface)
 {
     const qint64 count = m_surface.insert(index, surface);
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         ++m_done;
-        m_changed.wakeAll();
+        m_changed.notify_all();
     }
     if (count > GridSurface::maxTriangles)
         fail(u"the surface has more than %1 triangles"_s.arg(GridSurface::maxTriangles));
@@ -77,7 +77,7 @@ void ChunkRunner::fail(const QString &error)
     bool expected = false;
     if (!m_failed.compare_exchange_strong(expected, true))
         return;
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_error = error;
 }
 
@@ -89,9 +89,8 @@ void ChunkRunner::reportUntilDone()
     while (working) {
         qint64 done = 0;
         {
-            QMutexLocker lock(&m_mutex);
-            while (m_done == reported && m_working > 0)
-                m_changed.wait(&m_mutex);
+            std::unique_lock lock(m_mutex);
+            m_changed.wait(lock, [&] { return m_done != reported || m_working == 0; });
             done = m_done;
             working = m_working > 0;
         }

@@ -3,11 +3,12 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/IChunkProcessor.h>
 
-#include <QMutex>
-#include <QWaitCondition>
+#include <QString>
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 
 namespace corvane::xport {
 
@@ -47,8 +48,10 @@ private:
 
     GridSurface m_surface;
 
-    QMutex m_mutex; ///< of all below
-    QWaitCondition m_changed;
+    // Of the standard library: a thread sanitizer does not see that Qt's condition lets go of a
+    // mutex.
+    std::mutex m_mutex; ///< of all below
+    std::condition_variable m_changed;
     qint64 m_done = 0;
     int m_working = 0;
     QString m_error;

@@ -37,7 +37,13 @@ MeshExportWorker::MeshExportWorker(MeshExportContextStore *contexts, QObject *pa
     , m_contexts(contexts)
 {}
 
-MeshExportWorker::~MeshExportWorker() = default;
+MeshExportWorker::~MeshExportWorker()
+{
+    // A pipeline that no thread has begun yet runs while it is destroyed, cancelled, and would
+    // report to what is left of us.
+    if (m_pipeline)
+        m_pipeline->disconnect(this);
+}
 
 QString MeshExportWorker::workerId() const
 {
