@@ -161,7 +161,7 @@ void CodegenBody::emitMaskedIf(const AstNode &node, const QByteArray &chosen)
             continue;
         const QByteArray mask = maskedBy(taken);
         m_mask = mask;
-        emitGuarded(nested([&] { emitStatement(*branch); }), mask);
+        emitGuarded(nested([this, part = branch] { emitStatement(*part); }), mask);
     }
     --m_maskDepth;
     m_mask = outer;
