@@ -250,10 +250,8 @@ void Settings::sync()
 void Settings::delayedSync()
 {
     m_timer.stop();
-    if (!m_dirty)
-        return;
     m_lastSyncMs = m_clock();
-    if (write())
+    if (m_dirty && write())
         m_dirty = false;
 }
 
