@@ -45,6 +45,7 @@ corvane_library(corvane_model
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
         corvane/model/PromotionExpressions.cpp
+        corvane/model/RowModel.cpp
         corvane/model/SDFNodeProvenance.cpp
         corvane/model/SceneItem.cpp
         corvane/model/SceneItemView.cpp
@@ -59,6 +60,7 @@ corvane_library(corvane_model
         corvane/model/TreeBuilder.cpp
         corvane/model/TreeModel.cpp
         corvane/model/TreeModelDrops.cpp
+        corvane/model/TreeModelRows.cpp
         corvane/model/Varset.cpp
         corvane/model/VarsetTable.cpp
         corvane/model/Version1Parts.cpp

@@ -2,6 +2,7 @@
 #include <corvane/item/ScenePanelModelAdapter.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
+#include <support/KeptRows.h>
 #include <support/LogicalSceneMaker.h>
 
 #include <QAbstractItemModelTester>
@@ -312,8 +313,10 @@ void TstScenePanel::moves()
     const QStringList names = moved.split(u' ');
     for (const QString &name : names)
         ids.append(world.idOf(name));
+    const support::KeptRows rows(world.model, ScenePanelItemModel::UuidRole);
     QVERIFY(world.panel.moveItems(ids, world.idOf(parent), index));
     QTEST(outline(world), "expected");
+    QCOMPARE(rows.lost(), QStringList());
     QCOMPARE(world.executor.undoStack()->index(), 1);
     world.executor.undoStack()->undo();
     QCOMPARE(world.fingerprint(), before);

@@ -1,6 +1,7 @@
 #include <corvane/item/ScenePanelItemModel.h>
 
 #include <corvane/model/IconShapes.h>
+#include <corvane/model/RowUpdate.h>
 
 #include <QMimeData>
 
@@ -47,7 +48,7 @@ QStringList sortedTags(const SceneItemView &view)
 } // namespace
 
 ScenePanelItemModel::ScenePanelItemModel(QObject *parent)
-    : QAbstractItemModel(parent)
+    : RowModel(parent)
     , m_rows(1)
 {}
 
@@ -61,7 +62,7 @@ void ScenePanelItemModel::setPanel(IScenePanelModel *panel)
     forgetRows();
     if (!panel)
         return;
-    connect(panel, &IScenePanelModel::structureChanged, this, &ScenePanelItemModel::forgetRows);
+    connect(panel, &IScenePanelModel::structureChanged, this, &ScenePanelItemModel::touch);
     connect(panel, &IScenePanelModel::itemUpdated, this, &ScenePanelItemModel::onItemUpdated);
     connect(panel, &IScenePanelModel::itemRenamed, this, &ScenePanelItemModel::onItemUpdated);
     connect(panel, &QObject::destroyed, this, &ScenePanelItemModel::forgetRows);
@@ -75,20 +76,70 @@ void ScenePanelItemModel::forgetRows()
     beginResetModel();
     m_rows.clear();
     m_rows.resize(1);
+    m_spareRows.clear();
     m_byId.clear();
+    m_updated.clear();
+    settle();
     endResetModel();
+}
+
+void ScenePanelItemModel::updateRows()
+{
+    if (m_rows.front().isRead)
+        model::RowUpdate(*this).run(m_rows.front());
+    const QSet<QUuid> updated = std::exchange(m_updated, {});
+    for (const QUuid &id : updated)
+        onItemUpdated(id);
+}
+
+QList<QUuid> ScenePanelItemModel::wantedBelow(const Row &row)
+{
+    m_wanted = idsBelow(row);
+    return m_wanted;
+}
+
+ScenePanelItemModel::Row *ScenePanelItemModel::makeRow(const Row &parent, qsizetype index)
+{
+    Q_UNUSED(parent)
+    return newRow(m_wanted.at(index));
+}
+
+void ScenePanelItemModel::dropRow(Row *row)
+{
+    QList<Row *> dropped{row};
+    for (qsizetype next = 0; next < dropped.size(); ++next) {
+        Row *gone = dropped.at(next);
+        dropped += gone->children;
+        if (m_byId.value(gone->id) == gone)
+            m_byId.remove(gone->id);
+    }
+    m_spareRows += dropped;
+}
+
+/// What rows show is asked for when it is needed.
+void ScenePanelItemModel::match(Row &parent, const QList<Row *> &placed)
+{
+    Q_UNUSED(parent)
+    Q_UNUSED(placed)
 }
 
 void ScenePanelItemModel::onItemUpdated(const QUuid &id)
 {
-    const QModelIndex index = indexOf(id);
+    if (isStale()) {
+        m_updated.insert(id);
+        return;
+    }
+    const QModelIndex index = indexOfRow(m_byId.value(id));
     if (index.isValid())
         emit dataChanged(index, index);
 }
 
 ScenePanelItemModel::Row &ScenePanelItemModel::rowAt(const QModelIndex &index) const
 {
-    return index.isValid() ? *static_cast<Row *>(index.internalPointer()) : m_rows.front();
+    if (index.isValid())
+        return *static_cast<Row *>(index.internalPointer());
+    ask();
+    return m_rows.front();
 }
 
 const QList<ScenePanelItemModel::Row *> &ScenePanelItemModel::childrenOf(Row &row) const
@@ -96,18 +147,35 @@ const QList<ScenePanelItemModel::Row *> &ScenePanelItemModel::childrenOf(Row &ro
     if (row.isRead)
         return row.children;
     row.isRead = true;
+    const QList<QUuid> ids = idsBelow(row);
+    for (const QUuid &id : ids) {
+        Row *child = newRow(id);
+        child->parent = &row;
+        child->row = int(row.children.size());
+        row.children.append(child);
+    }
+    return row.children;
+}
+
+ScenePanelItemModel::Row *ScenePanelItemModel::newRow(const QUuid &id) const
+{
+    Row *row = m_spareRows.isEmpty() ? &m_rows.emplace_back() : m_spareRows.takeLast();
+    *row = {};
+    row->id = id;
+    m_byId.insert(id, row);
+    return row;
+}
+
+QList<QUuid> ScenePanelItemModel::idsBelow(const Row &row) const
+{
     QList<SceneItemView> views;
     if (m_panel)
         views = row.parent ? m_panel->childrenOf(row.id) : m_panel->rootItems();
-    for (const SceneItemView &view : std::as_const(views)) {
-        Row &child = m_rows.emplace_back();
-        child.id = view.id();
-        child.parent = &row;
-        child.row = int(row.children.size());
-        row.children.append(&child);
-        m_byId.insert(child.id, &child);
-    }
-    return row.children;
+    QList<QUuid> ids;
+    ids.reserve(views.size());
+    for (const SceneItemView &view : std::as_const(views))
+        ids.append(view.id());
+    return ids;
 }
 
 QUuid ScenePanelItemModel::idAt(const QModelIndex &index) const
@@ -117,6 +185,7 @@ QUuid ScenePanelItemModel::idAt(const QModelIndex &index) const
 
 QModelIndex ScenePanelItemModel::indexOf(const QUuid &id) const
 {
+    ask();
     return indexOfRow(m_byId.value(id));
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <corvane/item/IScenePanelModel.h>
+#include <corvane/model/RowModel.h>
 
-#include <QAbstractItemModel>
 #include <QHash>
 #include <QPointer>
 
@@ -12,9 +12,10 @@ namespace corvane::item {
 
 /// An IScenePanelModel for views.
 ///
-/// Rows are read when somebody asks for them, level by level. A change of the structure resets the
-/// model. Main thread.
-class ScenePanelItemModel : public QAbstractItemModel
+/// Rows are read when somebody asks for them, level by level. After a change of the structure the
+/// levels that were read are compared, and what differs is inserted, moved and removed; see
+/// RowModel for bursts of changes. Main thread.
+class ScenePanelItemModel : public model::RowModel
 {
     Q_OBJECT
 
@@ -59,7 +60,11 @@ public:
                       const QModelIndex &parent) override;
     Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
 
+protected:
+    void updateRows() override;
+
 private:
+    friend class model::RowUpdate<ScenePanelItemModel>;
     struct Row
     {
         QUuid id{};
@@ -69,15 +74,30 @@ private:
         bool isRead = false;
     };
 
+    // For RowUpdate
+    using RowKey = QUuid;
+    static bool isRead(const Row &row) { return row.isRead; }
+    QList<QUuid> wantedBelow(const Row &row);
+    static QUuid keyOf(const Row &row) { return row.id; }
+    Row *rowElsewhere(const QUuid &id) const { return m_byId.value(id); }
+    Row *makeRow(const Row &parent, qsizetype index);
+    void dropRow(Row *row);
+    void match(Row &parent, const QList<Row *> &placed);
+    QModelIndex indexOfRow(const Row *row) const;
+
     void forgetRows();
     void onItemUpdated(const QUuid &id);
     Row &rowAt(const QModelIndex &index) const;
+    Row *newRow(const QUuid &id) const;
     const QList<Row *> &childrenOf(Row &row) const;
-    QModelIndex indexOfRow(const Row *row) const;
+    QList<QUuid> idsBelow(const Row &row) const;
 
     QPointer<IScenePanelModel> m_panel;
-    mutable std::deque<Row> m_rows; ///< the root first
+    mutable std::deque<Row> m_rows;   ///< the root first
+    mutable QList<Row *> m_spareRows; ///< of these, rows that are gone
     mutable QHash<QUuid, Row *> m_byId;
+    QList<QUuid> m_wanted; ///< below the row that is updated
+    QSet<QUuid> m_updated; ///< to tell of when the rows are up to date
 };
 
 } // namespace corvane::item

@@ -77,7 +77,7 @@ QString provenanceTip(const Instance &instance, bool isOrphan)
 } // namespace
 
 TreeModel::TreeModel(QObject *parent)
-    : QAbstractItemModel(parent)
+    : RowModel(parent)
 {}
 
 TreeModel::~TreeModel() = default;
@@ -102,9 +102,9 @@ void TreeModel::setScene(Corvane *scene)
     connect(scene, &QObject::destroyed, this, &TreeModel::forgetRows);
     // The slots of an operator are a matter of its definition.
     const auto *registry = &registry::Registry::instance();
-    connect(registry, &registry::Registry::primitiveRegistered, this, &TreeModel::forgetRows);
-    connect(registry, &registry::Registry::primitiveUnregistered, this, &TreeModel::forgetRows);
-    connect(registry, &registry::Registry::registryReset, this, &TreeModel::forgetRows);
+    connect(registry, &registry::Registry::primitiveRegistered, this, &TreeModel::touchLater);
+    connect(registry, &registry::Registry::primitiveUnregistered, this, &TreeModel::touchLater);
+    connect(registry, &registry::Registry::registryReset, this, &TreeModel::touchLater);
 }
 
 void TreeModel::setUndoStack(QUndoStack *undoStack)
@@ -116,39 +116,9 @@ void TreeModel::rebuildTree()
 {
     beginResetModel();
     m_isBuilt = false;
+    m_spare.clear();
+    settle();
     ensureBuilt();
-    endResetModel();
-}
-
-void TreeModel::ensureBuilt() const
-{
-    if (m_isBuilt)
-        return;
-    m_isBuilt = true;
-    m_nodes.clear();
-    m_places.clear();
-    TreeNode &root = m_nodes.emplace_back();
-    if (!m_scene)
-        return;
-    m_builtRevision = m_scene->itemsRevision();
-    m_builtRoots = m_scene->roots();
-    TreeBuilder(*m_scene, m_nodes).build(root);
-    for (TreeNode &node : m_nodes) {
-        if (!node.instanceId.isNull())
-            m_places[node.instanceId].append(&node);
-    }
-}
-
-/// Without rows nobody has seen any of the next state: until somebody asks there is nothing to
-/// tell.
-void TreeModel::forgetRows()
-{
-    if (!m_isBuilt)
-        return;
-    beginResetModel();
-    m_isBuilt = false;
-    m_nodes.clear();
-    m_places.clear();
     endResetModel();
 }
 
@@ -157,8 +127,8 @@ void TreeModel::onSceneChanged()
 {
     const bool isSame =
         m_scene && m_builtRevision == m_scene->itemsRevision() && m_builtRoots == m_scene->roots();
-    if (!isSame)
-        forgetRows();
+    if (m_isBuilt && !isSame)
+        touchLater();
 }
 
 void TreeModel::onSceneInstanceUpdated(const QUuid &id)
@@ -170,9 +140,18 @@ void TreeModel::onSceneInstanceUpdated(const QUuid &id)
         return;
     // Another definition has other slots.
     if (places.first()->definitionId != m_scene->instance(id).definitionId()) {
-        forgetRows();
+        touchLater();
         return;
     }
+    if (isStale())
+        m_updated.insert(id);
+    else
+        tellUpdated(id);
+}
+
+void TreeModel::tellUpdated(const QUuid &id)
+{
+    const QList<TreeNode *> places = m_places.value(id);
     for (const TreeNode *node : places) {
         const QModelIndex index = indexFromNode(node);
         emit dataChanged(index, index);
@@ -210,7 +189,9 @@ QModelIndexList TreeModel::selectedRows() const
 
 const TreeNode *TreeModel::nodeFromIndex(const QModelIndex &index) const
 {
-    ensureBuilt();
+    // An index is of the rows as they are, whatever has happened to the scene.
+    if (!index.isValid())
+        ensureBuilt();
     return index.isValid() ? static_cast<const TreeNode *>(index.constInternalPointer())
                            : &m_nodes.front();
 }

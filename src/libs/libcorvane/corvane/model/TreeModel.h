@@ -1,10 +1,10 @@
 #pragma once
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/RowModel.h>
 #include <corvane/model/SlotMoves.h>
 #include <corvane/model/TreeNode.h>
 
-#include <QAbstractItemModel>
 #include <QHash>
 #include <QPointer>
 
@@ -20,11 +20,12 @@ namespace corvane::model {
 /// An empty slot has a row to drop on. Instances that no root leads to stand under a last row
 /// "Orphans".
 ///
-/// The model follows the document. A change of the structure resets it, and the rows are made again
-/// when somebody asks for them: many changes in a row cost one rebuild. Renaming and drag and drop
-/// edit the document; instances that are compiled from a user's tree can't be edited here, since
+/// The model follows the document. After a change of the structure all rows are made anew and
+/// compared, and what differs is inserted, moved and removed; see RowModel for bursts of changes.
+/// An instance that has one row takes it along wherever it goes. Renaming and drag and drop edit
+/// the document; instances that are compiled from a user's tree can't be edited here, since
 /// the next compile would undo it. Main thread.
-class TreeModel : public QAbstractItemModel
+class TreeModel : public RowModel
 {
     Q_OBJECT
 
@@ -101,9 +102,29 @@ signals:
     /// A drop was refused, for the user to read.
     void moveRefused(const QString &reason);
 
+protected:
+    void updateRows() override;
+
 private:
+    // For RowUpdate
+    friend class RowUpdate<TreeModel>;
+    using Row = TreeNode;
+    using RowKey = std::pair<QUuid, int>;
+    struct Wanted;
+    bool isRead(const TreeNode &node) const;
+    QList<RowKey> wantedBelow(const TreeNode &node) const;
+    RowKey keyOf(const TreeNode &node) const;
+    TreeNode *rowElsewhere(const RowKey &key) const;
+    TreeNode *makeRow(const TreeNode &parent, qsizetype index);
+    void dropRow(TreeNode *node);
+    void match(TreeNode &parent, const QList<TreeNode *> &placed);
+    QModelIndex indexOfRow(const TreeNode *node) const { return indexFromNode(node); }
+
     void ensureBuilt() const;
+    void build(std::deque<TreeNode> &nodes) const;
+    void findPlaces() const;
     void forgetRows();
+    void tellUpdated(const QUuid &id);
     void onSceneChanged();
     SlotPlace placeOf(const TreeNode &node) const;
     SlotPlace dropPlace(const TreeNode &target, int row) const;
@@ -117,6 +138,9 @@ private:
     QPointer<Corvane> m_scene;
     QPointer<QUndoStack> m_undoStack;
     mutable std::deque<TreeNode> m_nodes; ///< the root first
+    QList<TreeNode *> m_spare;            ///< of these, rows that are gone
+    QSet<QUuid> m_updated;                ///< instances to tell of when the rows are up to date
+    Wanted *m_wanted = nullptr;           ///< while rows are updated
     mutable QHash<QUuid, QList<TreeNode *>> m_places;
     mutable bool m_isBuilt = false;
     mutable quint64 m_builtRevision = 0;

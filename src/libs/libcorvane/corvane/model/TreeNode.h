@@ -21,7 +21,10 @@ struct TreeNode
     int slotIndex = -1;        ///< in the "children" of the instance above
     QString slotName{};
     int row = 0;
+    int repeat = 0; ///< how many rows in front of it, below the same one, show the same
     int depth = -1; ///< 0 for the rows at the top
+
+    bool operator==(const TreeNode &) const = default;
 };
 
 } // namespace corvane::model
