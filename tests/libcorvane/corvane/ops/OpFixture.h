@@ -6,12 +6,69 @@
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/model/PlainValue.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/registry/Definition.h>
 
 #include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QTemporaryDir>
 #include <QUndoStack>
+
+/// All that ops can change, by implicitly shared copies: document, tree, selection and libraries.
+struct SceneState
+{
+    QMap<QUuid, corvane::model::SceneItem> items{}; ///< their tags hold the selection
+    QList<QUuid> itemRoots{};
+    QVariantMap settings{};
+    QMap<QString, corvane::model::VarsetEntries> varsets{}; ///< the unnamed one under no name
+    QMap<QString, QStringList> orders{};
+    QList<QSharedPointer<corvane::registry::Definition>> customDefinitions{};
+    QMap<QUuid, corvane::model::CatalogMaterial> ownMaterials{};
+    QMap<QUuid, corvane::model::LogicalInstance> nodes{};
+    QList<QUuid> nodeRoots{};
+    QMap<QString, corvane::component::ComponentDefinition> components{};
+    QList<corvane::model::CatalogMaterial> materials{};
+    QMap<QString, corvane::component::ComponentDefinition> library{};
+
+    bool operator==(const SceneState &) const = default;
+
+    /// What a file would hold: the same for states that are stored in different ways.
+    QByteArray text() const
+    {
+        QVariantMap all{{QStringLiteral("settings"), settings},
+                        {QStringLiteral("itemRoots"), QVariant::fromValue(itemRoots)},
+                        {QStringLiteral("nodeRoots"), QVariant::fromValue(nodeRoots)}};
+        all.insert(QStringLiteral("items"), maps(items));
+        all.insert(QStringLiteral("ownMaterials"), maps(ownMaterials));
+        all.insert(QStringLiteral("nodes"), maps(nodes));
+        all.insert(QStringLiteral("components"), maps(components));
+        all.insert(QStringLiteral("materials"), maps(materials));
+        all.insert(QStringLiteral("library"), maps(library));
+        QVariantList definitions;
+        for (const auto &definition : customDefinitions)
+            definitions.append(definition->toVariantMap());
+        all.insert(QStringLiteral("customDefinitions"), definitions);
+        for (auto varset = varsets.cbegin(); varset != varsets.cend(); ++varset) {
+            QVariantMap entries;
+            for (auto it = varset->cbegin(); it != varset->cend(); ++it)
+                entries.insert(it.key(), it->toVariant());
+            all.insert(QStringLiteral("varset ") + varset.key(),
+                       QVariantList{entries, orders.value(varset.key())});
+        }
+        return QJsonDocument::fromVariant(all).toJson();
+    }
+
+private:
+    template<class Records>
+    static QVariantList maps(const Records &records)
+    {
+        QVariantList list;
+        for (const auto &record : records)
+            list.append(corvane::model::plainForFile(record.toVariantMap()));
+        return list;
+    }
+};
 
 /// A scene with a tree, libraries in a folder of their own, and the executor over them.
 struct OpFixture
@@ -58,6 +115,28 @@ struct OpFixture
                     {QStringLiteral("parentId"), parentId}});
     }
     QUndoStack &stack() { return *executor.undoStack(); }
+
+    /// The same as state(), at the cost of what changes.
+    SceneState sceneState()
+    {
+        SceneState now{.items = document->items(),
+                       .itemRoots = document->roots(),
+                       .settings = document->sceneSettings(),
+                       .varsets = document->namedVarsets(),
+                       .orders = document->variables().entryOrder(),
+                       .customDefinitions = document->customDefinitions(),
+                       .ownMaterials = document->materials(),
+                       .nodes = tree.instances(),
+                       .nodeRoots = tree.roots(),
+                       .components = tree.componentRegistry()->definitions(),
+                       .materials = materials.allMaterials(),
+                       .library = library.definitions()};
+        now.varsets.insert(QString(), document->varsetEntries());
+        now.orders.insert(QString(), document->variables().order());
+        const auto byId = [](const auto &a, const auto &b) { return a.id < b.id; };
+        std::sort(now.materials.begin(), now.materials.end(), byId);
+        return now;
+    }
 
     /// All that ops can change: two are equal when document, tree, selection and libraries are.
     QByteArray state()

@@ -28,25 +28,32 @@ public:
     bool note()
     {
         const int index = m_fixture.stack().index();
-        const QByteArray state = m_fixture.state();
         if (index < m_states.size() && index == m_lastIndex)
             return isAsNoted();
         m_states.resize(index);
-        m_states.append(state);
+        m_states.append(m_fixture.sceneState());
         m_lastIndex = index;
         return true;
     }
     bool isAsNoted()
     {
         m_lastIndex = m_fixture.stack().index();
-        const QByteArray state = m_fixture.state();
-        const QByteArray &noted = m_states.at(m_lastIndex);
-        if (state == noted)
+        const SceneState now = m_fixture.sceneState();
+        const SceneState &noted = m_states.at(m_lastIndex);
+        if (now == noted)
             return true;
-        const auto differing = std::mismatch(state.cbegin(), state.cend(), noted.cbegin());
-        const qsizetype at = std::max<qsizetype>(differing.first - state.cbegin() - 300, 0);
-        qInfo().noquote() << m_way << "\nnow:" << state.mid(at, 600)
-                          << "\nnoted:" << noted.mid(at, 600);
+        // A value that came back may be stored in another way, an expression as a map, say.
+        const QByteArray nowText = now.text();
+        const QByteArray notedText = noted.text();
+        if (nowText == notedText) {
+            m_states[m_lastIndex] = now;
+            return true;
+        }
+        const auto differing =
+            std::mismatch(nowText.cbegin(), nowText.cend(), notedText.cbegin(), notedText.cend());
+        const qsizetype at = std::max<qsizetype>(differing.first - nowText.cbegin() - 300, 0);
+        qInfo().noquote() << m_way << "\nnow:" << nowText.mid(at, 600)
+                          << "\nnoted:" << notedText.mid(at, 600);
         return false;
     }
     bool undo()
@@ -64,7 +71,7 @@ public:
 
 private:
     OpFixture &m_fixture;
-    QList<QByteArray> m_states;
+    QList<SceneState> m_states;
     QString m_way;
     int m_lastIndex = -1;
 };
