@@ -659,6 +659,9 @@ void TstSceneVersion2::mixedGenerations_data()
         << u"formatVersion: 2\ninstances:\n  a: {type: union, params: {k: 1, children: [\"@b\", "
            u"\"@c\"]}}\n"
            "  b: {type: box}\n  c: {type: sphere}\nroots: [\"@a\"]\n"_s;
+    QTest::newRow("keys of the oldest files")
+        << u"formatVersion: 2\ninstances:\n  a: {definition: union, parameters: {k: 1}, "
+           "children: [b, c]}\n  b: {definition: box}\n  c: {definition: sphere}\nroots: [a]\n"_s;
     QTest::newRow("by name and id")
         << u"formatVersion: 2\ninstances:\n  x: {type: union, name: a, params: {k: 1}, "
            "children: [b, 6d1f7c52-9a3e-4b0d-8f21-3c5e7790ab14]}\n  y: {type: box, name: b}\n"
@@ -677,6 +680,7 @@ void TstSceneVersion2::mixedGenerations()
     QCOMPARE(namesOf(scene, scene.nodesInOrder()), QStringList({u"a"_s, u"b"_s, u"c"_s}));
     QCOMPARE(namesOf(scene, scene.roots()), QStringList{u"a"_s});
     QCOMPARE(nodeOf(scene, u"a"_s).params, QVariantMap({{u"k"_s, 1}}));
+    QCOMPARE(nodeOf(scene, u"a"_s).definitionId, u"union"_s);
 }
 
 void TstSceneVersion2::definitionsOfTheFileSayTheWrappers()

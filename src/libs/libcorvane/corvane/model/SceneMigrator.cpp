@@ -40,23 +40,18 @@ void splitTransform(QVariantMap &instance)
         instance.insert(u"wrappers"_s, wrappers);
 }
 
-QVariantMap withCurrentKeys(const QVariantMap &instances)
+QVariantMap allWithCurrentKeys(const QVariantMap &instances)
 {
     QVariantMap current;
-    for (auto it = instances.cbegin(); it != instances.cend(); ++it) {
-        QVariantMap instance = it->toMap();
-        renameKey(instance, u"definition"_s, u"type"_s);
-        renameKey(instance, u"parameters"_s, u"params"_s);
-        splitTransform(instance);
-        current.insert(current.cend(), it.key(), instance);
-    }
+    for (auto it = instances.cbegin(); it != instances.cend(); ++it)
+        current.insert(current.cend(), it.key(), SceneMigrator::withCurrentKeys(it->toMap()));
     return current;
 }
 
 /// Makes a tree of the instances and absorbs what are wrappers. False when there are too many.
 bool migrateInstances(QVariantMap &block, const registry::Registry &registry, WarningList &warnings)
 {
-    const QVariantMap instances = withCurrentKeys(block.value(u"instances"_s).toMap());
+    const QVariantMap instances = allWithCurrentKeys(block.value(u"instances"_s).toMap());
     const bool hasRoots = block.value(u"roots"_s).isValid();
     QStringList roots = block.value(u"roots"_s).toStringList();
     Version1Unfolder unfolder(instances, warnings);
@@ -84,6 +79,14 @@ int SceneMigrator::detectVersion(const QVariantMap &file)
     bool isNumber = false;
     const int version = file.value(u"formatVersion"_s).toInt(&isNumber);
     return isNumber ? version : 1;
+}
+
+QVariantMap SceneMigrator::withCurrentKeys(QVariantMap instance)
+{
+    renameKey(instance, u"definition"_s, u"type"_s);
+    renameKey(instance, u"parameters"_s, u"params"_s);
+    splitTransform(instance);
+    return instance;
 }
 
 QVariantMap SceneMigrator::migrateV1toV2(const QVariantMap &file, QStringList &warnings,

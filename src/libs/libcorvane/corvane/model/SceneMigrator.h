@@ -16,6 +16,10 @@ public:
     /// The top-level "formatVersion"; a file without one, or with no number there, is of version 1.
     static int detectVersion(const QVariantMap &file);
 
+    /// An instance with the keys of today for those of the oldest files: "type" for "definition",
+    /// "params" for "parameters", wrappers for the parts of a "transform".
+    static QVariantMap withCurrentKeys(QVariantMap instance);
+
     /// The map of a version 1 file as one of version 2, with the same geometry.
     ///
     /// Instances that only move, turn or scale one other become wrappers of that, where its

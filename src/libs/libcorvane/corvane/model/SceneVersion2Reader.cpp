@@ -5,6 +5,7 @@
 #include <corvane/model/NodeKeys.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/SceneKeys.h>
+#include <corvane/model/SceneMigrator.h>
 
 using namespace Qt::StringLiterals;
 
@@ -138,7 +139,7 @@ SceneVersion2Reader::Nodes SceneVersion2Reader::readNodes(const QVariant &stored
             m_warnings.add(
                 u"Instance '%1' occurs twice; the later one was dropped"_s.arg(quoted(key)));
         else
-            nodes.add(key, completed(entry.toMap()));
+            nodes.add(key, completed(SceneMigrator::withCurrentKeys(entry.toMap())));
     };
     if (stored.typeId() == QMetaType::QVariantList) {
         const QVariantList list = stored.toList();
