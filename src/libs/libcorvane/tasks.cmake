@@ -13,6 +13,7 @@ corvane_library(corvane_tasks
         corvane/tasks/EditTaskRows.cpp
         corvane/tasks/MeshTasks.cpp
         corvane/tasks/OpTask.cpp
+        corvane/tasks/ParameterCheck.cpp
         corvane/tasks/QueryTaskRows.cpp
         corvane/tasks/SceneAccess.cpp
         corvane/tasks/SceneBuildTreeTask.cpp

@@ -4,6 +4,7 @@
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/tasks/Arguments.h>
+#include <corvane/tasks/ParameterCheck.h>
 #include <corvane/tasks/SceneAccess.h>
 
 #include <cmath>
@@ -27,6 +28,13 @@ bool isFinite(const QVariant &value)
     bool isNumber = false;
     const double number = value.toDouble(&isNumber);
     return isNumber && std::isfinite(number);
+}
+
+bool isColour(const QVariant &value)
+{
+    const QVariantList parts = value.toList();
+    return (parts.size() == 3 || parts.size() == 4) &&
+           std::all_of(parts.cbegin(), parts.cend(), isFinite);
 }
 
 QVariantMap givenParameters(const QVariantMap &arguments)
@@ -74,6 +82,19 @@ QString typeFor(const QString &given, const model::VarsetEntry &known)
         return given.isEmpty() ? known.type : given;
     const QString inferred = known.effectiveType();
     return inferred == "string"_L1 ? QString() : inferred;
+}
+
+/// Why the value is none of the type; empty when it is, and for an expression.
+QString valueFlaw(const QVariant &value, const QString &type)
+{
+    const QString text = value.toString();
+    if (value.typeId() == QMetaType::QString && text.startsWith(u'='))
+        return {};
+    if (value.typeId() == QMetaType::QVariantMap)
+        return u"value is a JSON object"_s;
+    if (type == "number"_L1 && !isFinite(unquoted(value)))
+        return u"value '%1' is no number"_s.arg(text);
+    return {};
 }
 
 /// An expression begins with "="; anything else is a value, of the type that the variable has.
@@ -157,24 +178,46 @@ Prepared prepareItemMaterial(const SceneAccess &access, const QVariantMap &argum
         model::MaterialLibrary::instance().material(id) || access.document->material(id);
     if (!text.isEmpty() && !isKnown)
         return refuse(cause, u"material %1 not found"_s.arg(text));
+    if (arguments.contains(u"albedo"_s) && !isColour(arguments.value(u"albedo"_s)))
+        return refuse(cause, u"albedo is no colour as [r,g,b] or [r,g,b,a]"_s);
     return arguments;
 }
 
-Prepared prepareParameter(const SceneAccess &, const QVariantMap &arguments, QString &)
+Prepared prepareParameter(const SceneAccess &access, const QVariantMap &arguments, QString &cause)
 {
+    const QUuid id = QUuid::fromString(arguments.value(u"itemId"_s).toString());
+    const QVariant value = unquoted(arguments.value(u"value"_s));
+    cause = parameterFlaw(access, id, {{arguments.value(u"paramName"_s).toString(), value}});
+    if (!cause.isEmpty())
+        return std::nullopt;
     QVariantMap prepared = arguments;
-    prepared.insert(u"value"_s, unquoted(arguments.value(u"value"_s)));
+    prepared.insert(u"value"_s, value);
     return prepared;
 }
 
-Prepared prepareParameters(const SceneAccess &, const QVariantMap &arguments, QString &cause)
+Prepared prepareParameters(const SceneAccess &access, const QVariantMap &arguments, QString &cause)
 {
+    const QUuid id = QUuid::fromString(arguments.value(u"itemId"_s).toString());
     const QVariant parameters = arguments.value(u"parameters"_s);
     if (parameters.typeId() != QMetaType::QVariantMap)
         return refuse(cause, u"parameters is no JSON object"_s);
+    const QVariantMap values = withoutQuotes(parameters.toMap());
+    cause = parameterFlaw(access, id, values);
+    if (!cause.isEmpty())
+        return std::nullopt;
     QVariantMap prepared = arguments;
-    prepared.insert(u"parameters"_s, withoutQuotes(parameters.toMap()));
+    prepared.insert(u"parameters"_s, values);
     return prepared;
+}
+
+QString noteUnreadParameters(const SceneAccess &access, const QVariantMap &arguments,
+                             const QUuid &itemId)
+{
+    QVariantMap given = givenParameters(arguments);
+    given.insert(arguments.value(u"parameters"_s).toMap());
+    if (arguments.contains(u"paramName"_s))
+        given.insert(arguments.value(u"paramName"_s).toString(), {});
+    return unreadParameters(access, itemId, given);
 }
 
 Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QString &cause)
@@ -196,6 +239,9 @@ Prepared prepareVariable(const SceneAccess &access, const QVariantMap &arguments
     const QString givenType = arguments.value(u"type"_s).toString();
     if (!givenType.isEmpty() && !types.contains(givenType))
         return refuse(cause, u"type '%1' is none of %2"_s.arg(givenType, types.join(u", "_s)));
+    const QString flaw = valueFlaw(arguments.value(u"value"_s), givenType);
+    if (!flaw.isEmpty())
+        return refuse(cause, flaw);
     const QString name = fullVariableName(arguments);
     const bool isKnown = access.document->hasVariable(name);
     const model::VarsetEntry known =

@@ -16,6 +16,9 @@ std::optional<QVariantMap> prepareTransform(const SceneAccess &access, const QVa
                                             QString &cause);
 std::optional<QVariantMap> prepareItemMaterial(const SceneAccess &access,
                                                const QVariantMap &arguments, QString &cause);
+/// The parameters of the call that nothing reads.
+QString noteUnreadParameters(const SceneAccess &access, const QVariantMap &arguments,
+                             const QUuid &itemId);
 std::optional<QVariantMap> prepareParameter(const SceneAccess &access, const QVariantMap &arguments,
                                             QString &cause);
 std::optional<QVariantMap> prepareParameters(const SceneAccess &access,

@@ -255,7 +255,8 @@ ZirnTaskResult OpTask::succeeded(const SceneAccess &access, const QVariantMap &a
     }
     if (const QString called = nameOf(access, id); !called.isEmpty())
         words.insert(u"name"_s, called);
-    return ZirnTaskResult::succeeded(filled(op.success, words), made);
+    const QString note = op.note ? op.note(access, arguments, id) : QString();
+    return ZirnTaskResult::succeeded(filled(op.success, words) + note, made);
 }
 
 // ------------------------------------------------------------------ tasks that are functions

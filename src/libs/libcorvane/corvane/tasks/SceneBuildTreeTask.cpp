@@ -5,6 +5,7 @@
 #include <corvane/ops/CorvaneOpExecutor.h>
 #include <corvane/tasks/CameraTasks.h>
 #include <corvane/tasks/MainThread.h>
+#include <corvane/tasks/ParameterCheck.h>
 #include <corvane/tasks/TreeDescription.h>
 #include <corvane/zirn/FailureText.h>
 #include <corvane/zirn/ZirnTaskContext.h>
@@ -45,6 +46,7 @@ public:
     }
     qsizetype count() const { return m_count; }
     QString idOf(const QString &name) const { return m_ids.value(name); }
+    QString notes() const { return m_notes; }
 
 private:
     QString create(const TreeDescription::Node &node)
@@ -70,12 +72,23 @@ private:
             !m_executor.apply({ops::OpKind::SdfSetAllParams,
                                {{u"itemId"_s, idText}, {u"parameters"_s, node.params}}}))
             return u"Failed to set parameters on '%1'."_s.arg(node.name);
+        noteParameters(node, id);
         return {};
+    }
+
+    void noteParameters(const TreeDescription::Node &node, const QUuid &id)
+    {
+        constexpr int mostNotes = 5;
+        const QString note = unreadParameters(SceneAccess::current(), id, node.params);
+        if (!note.isEmpty() && m_noteCount++ < mostNotes)
+            m_notes += note;
     }
 
     ops::CorvaneOpExecutor &m_executor;
     model::LogicalScene *m_tree;
     ZirnTaskContext &m_context;
+    QString m_notes;
+    int m_noteCount = 0;
     QHash<QString, QString> m_ids; ///< by the names of the description
     qsizetype m_count = 0;
 };
@@ -94,7 +107,7 @@ ZirnTaskResult built(const TreeDescription &description, const TreeBuilder &buil
         rootIds.append(builder.idOf(name));
     const QString count = QString::number(builder.count());
     return ZirnTaskResult::succeeded(
-        u"Built SDF tree: %1 instances created"_s.arg(count),
+        u"Built SDF tree: %1 instances created"_s.arg(count) + builder.notes(),
         {{u"rootIds"_s, rootIds.join(u',')}, {u"count"_s, count}, {u"batchId"_s, batchId}});
 }
 

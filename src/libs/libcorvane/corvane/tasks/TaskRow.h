@@ -65,6 +65,10 @@ struct OpRow
     using FollowUp = std::optional<ops::CorvaneOp> (*)(const QVariantMap &arguments,
                                                        const QUuid &createdId);
     FollowUp followUp = nullptr;
+    /// What is added to the words of success: a sentence with a blank before it, or nothing.
+    using Note = QString (*)(const SceneAccess &, const QVariantMap &arguments,
+                             const QUuid &itemId);
+    Note note = nullptr;
 };
 
 /// One task of the catalogue. What it does is one of the last five.
