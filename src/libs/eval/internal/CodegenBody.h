@@ -9,6 +9,8 @@
 #include <QList>
 #include <QSet>
 
+#include <utility>
+
 namespace eval::internal {
 
 /// The statements of one function, or of the outputs' expressions, as C++.
@@ -86,7 +88,9 @@ private:
     QByteArray branchCondition(const QByteArray &chosen) const;
     QByteArray maskedBy(const QByteArray &condition);
     void assign(const QByteArray &target, const QByteArray &value);
-    void emitGuarded(const QByteArray &block, const QByteArray &mask);
+    QByteArray guarded(const QByteArray &block, const QByteArray &mask) const;
+    template<class Write>
+    std::pair<QByteArray, QByteArray> emitBranches(const QByteArray &chosen, Write write);
     QByteArray dynamicIndex(const Operand &index, int count);
 
     Operand emitAssignment(const AstNode &node);
@@ -136,6 +140,27 @@ QByteArray CodegenBody::nested(Emit body)
     body();
     m_indent.chop(4);
     return std::exchange(m_lines, outer);
+}
+
+/// The texts of both branches of a condition, from `write(0 or 1, mask)`. For lanes each is for
+/// those that take it, whose mask stands before it.
+template<class Write>
+std::pair<QByteArray, QByteArray> CodegenBody::emitBranches(const QByteArray &chosen, Write write)
+{
+    if (!m_unit.isForLanes())
+        return {write(0, QByteArray()), write(1, QByteArray())};
+    QByteArray texts[2];
+    const QByteArray outer = m_mask;
+    ++m_maskDepth;
+    for (int i = 0; i < 2; ++i) {
+        m_mask = outer;
+        const QByteArray mask = maskedBy(i == 0 ? chosen : "(~" + chosen + ')');
+        m_mask = mask;
+        texts[i] = guarded(write(i, mask), mask);
+    }
+    --m_maskDepth;
+    m_mask = outer;
+    return {texts[0], texts[1]};
 }
 
 } // namespace eval::internal

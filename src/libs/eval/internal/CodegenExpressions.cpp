@@ -352,41 +352,27 @@ Operand CodegenBody::emitProduct(const Operand &left, const Operand &right, Type
 Operand CodegenBody::emitTernary(const AstNode &node)
 {
     const QByteArray chosen = condition(*node.condition);
-    Operand values[2];
-    QByteArray blocks[2];
-    const AstNode *const branches[2] = {node.left.data(), node.right.data()};
     const QByteArray name = newName('t');
-    const bool isMasked = m_unit.isForLanes();
-    const QByteArray outer = m_mask;
-    const QByteArray masks[2] = {isMasked ? maskedBy(chosen) : chosen,
-                                 isMasked ? maskedBy("(~" + chosen + ')') : QByteArray()};
-    m_maskDepth += isMasked ? 1 : 0;
-    for (int i = 0; i < 2; ++i) {
-        m_mask = isMasked ? masks[i] : outer;
-        blocks[i] = nested([&] {
-            const Operand value = emitExpression(*branches[i]);
+    Operand values[2];
+    const auto emitBranch = [&](int i, const QByteArray &mask) {
+        return nested([&] {
+            const Operand value = emitExpression(i == 0 ? *node.left : *node.right);
             values[i] = retag(value, ternaryType(value.type, node.type), value.structName);
             emitLine(name + " = " +
-                     (isMasked && i == 1
-                          ? "select(" + masks[1] + ", " + values[i].text + ", " + name + ')'
-                          : values[i].text) +
+                     (i == 0 || mask.isEmpty()
+                          ? values[i].text
+                          : "select(" + mask + ", " + values[i].text + ", " + name + ')') +
                      ';');
         });
-    }
-    m_maskDepth -= isMasked ? 1 : 0;
-    m_mask = outer;
+    };
+    const auto [first, second] = emitBranches(chosen, emitBranch);
     if (values[0].type != values[1].type || values[0].structName != values[1].structName ||
         values[0].type == Type::Array)
         return unsupported();
-    emitLine(m_unit.typeText(values[0].type, values[0].structName) + ' ' + name +
-             (isMasked ? "{};" : ";"));
-    if (isMasked) {
-        emitGuarded(blocks[0], masks[0]);
-        emitGuarded(blocks[1], masks[1]);
-    } else {
-        m_lines += m_indent + "if (" + chosen + ") {\n" + blocks[0] + m_indent + "} else {\n" +
-                   blocks[1] + m_indent + "}\n";
-    }
+    emitLine(m_unit.typeText(values[0].type, values[0].structName) + ' ' + name + "{};");
+    m_lines += m_unit.isForLanes() ? first + second
+                                   : m_indent + "if (" + chosen + ") {\n" + first + m_indent +
+                                         "} else {\n" + second + m_indent + "}\n";
     return {name, values[0].type, values[0].structName, Type::Float, false};
 }
 
@@ -396,36 +382,6 @@ QByteArray CodegenBody::condition(const AstNode &node)
     if (!isNativeLaneType(value.type))
         m_unit.setUnsupported();
     return laneAs(value, 0, Type::Bool);
-}
-
-/// A condition that sends all lanes the same way.
-QByteArray CodegenBody::branchCondition(const QByteArray &chosen) const
-{
-    if (!m_unit.isForLanes())
-        return chosen;
-    return "oneWay(" + chosen + ", " + (m_mask.isEmpty() ? "splat(true)" : m_mask) + ", parted)";
-}
-
-/// Of the lanes that are on, those for which a condition holds.
-QByteArray CodegenBody::maskedBy(const QByteArray &condition)
-{
-    return keep(m_mask.isEmpty() ? condition : '(' + m_mask + " & " + condition + ')', Type::Bool)
-        .text;
-}
-
-void CodegenBody::assign(const QByteArray &target, const QByteArray &value)
-{
-    emitLine(target + " = " +
-             (m_mask.isEmpty() ? value : "select(" + m_mask + ", " + value + ", " + target + ')') +
-             ';');
-}
-
-/// A block that does nothing unless one of its lanes is on; a short one is not worth the question.
-void CodegenBody::emitGuarded(const QByteArray &block, const QByteArray &mask)
-{
-    const bool isShort = block.count('\n') <= 4 && !block.contains("fn") && !block.contains("if (");
-    m_lines +=
-        m_indent + (isShort ? "{\n" : "if (anyLane(" + mask + ")) {\n") + block + m_indent + "}\n";
 }
 
 Operand CodegenBody::retag(const Operand &value, Type type, const QString &structName)

@@ -149,31 +149,6 @@ void CodegenBody::emitIf(const AstNode &node)
     m_lines += m_indent + "}\n";
 }
 
-void CodegenBody::emitMaskedIf(const AstNode &node, const QByteArray &chosen)
-{
-    const QByteArray outer = m_mask;
-    const int leavesBefore = m_partLeaves;
-    ++m_maskDepth;
-    for (const auto &[branch, taken] :
-         {std::pair(node.left, chosen), {node.right, "(~" + chosen + ')'}}) {
-        m_mask = outer;
-        if (!branch)
-            continue;
-        const QByteArray mask = maskedBy(taken);
-        m_mask = mask;
-        emitGuarded(nested([this, part = branch] { emitStatement(*part); }), mask);
-    }
-    --m_maskDepth;
-    m_mask = outer;
-    if (m_partLeaves == leavesBefore)
-        return;
-    m_mask = maskedBy("(~left)");
-    if (m_maskDepth == 0) {
-        const bool isVoid = m_function->definition->type == Type::Void;
-        emitLine("if (!anyLane(" + m_mask + (isVoid ? ")) return;" : ")) return result;"));
-    }
-}
-
 /// The condition has statements of its own, so every loop is one that a break leaves. `continue`
 /// jumps behind the body, where the step of a `for` stands.
 void CodegenBody::emitLoop(const AstNode &node)
@@ -269,30 +244,6 @@ void CodegenBody::emitReturn(const AstNode &node)
         return;
     }
     emitLine("return " + retag(value, function.type, function.structName).text + ';');
-}
-
-/// The lanes that are on leave with a value; the others go on. Empty text: with the default.
-void CodegenBody::emitMaskedLeave(const QByteArray &value)
-{
-    // Out of a loop or switch only all together.
-    if (m_breakDepth > 0)
-        m_unit.setUnsupported();
-    if (!value.isEmpty())
-        assign("result", value);
-    emitLine("left = left | " + m_mask + ';');
-    ++m_partLeaves;
-}
-
-QByteArray CodegenBody::functionText() const
-{
-    const CodegenFunction &function = *m_function;
-    const AstNode &definition = *function.definition;
-    if (definition.type == Type::Void)
-        return (m_unit.isForLanes() ? "    Bool left{};\n" : "") + text();
-    if (!m_unit.isForLanes())
-        return text() + "    return {};\n";
-    return "    " + m_unit.typeText(definition.type, definition.structName) +
-           " result{};\n    Bool left{};\n" + text() + "    return result;\n";
 }
 
 } // namespace eval::internal
