@@ -47,10 +47,10 @@ NoticeWidget *ToastHostOverlay::card(quint64 id) const
     return m_shown.value(id).card;
 }
 
-int ToastHostOverlay::remainingDwellMs(quint64 id) const
+int ToastHostOverlay::dwellMs(quint64 id) const
 {
     const QTimer *const dwell = m_shown.value(id).dwell;
-    return dwell ? dwell->remainingTime() : -1;
+    return dwell && dwell->isActive() ? dwell->interval() : -1;
 }
 
 // A notice that came again after its card went gets a new card; one whose card is still there moves

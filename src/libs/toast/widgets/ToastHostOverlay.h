@@ -36,8 +36,8 @@ public:
     void setInset(const QMargins &inset);
 
     NoticeWidget *card(quint64 id) const; ///< null when none is shown for it
-    /// Milliseconds until the card goes by itself; -1 when it stays.
-    int remainingDwellMs(quint64 id) const;
+    /// Milliseconds after which the card goes by itself; -1 while it stays.
+    int dwellMs(quint64 id) const;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
