@@ -66,16 +66,64 @@ void setOwnTransform(OpContext &context, const QUuid &id, const Transform &trans
     context.document.updateItem(item);
 }
 
+qsizetype transformRank(const QString &wrapperId)
+{
+    const auto it =
+        std::find_if(transformParts.begin(), transformParts.end(),
+                     [&wrapperId](const TransformPart &part) { return part.key == wrapperId; });
+    return it - transformParts.begin();
+}
+
+/// A wrapper alone applies its part of a transform, and definitions like modifiers offer none.
+QList<model::WrapperValues> wrappersFor(const model::LogicalInstance &node,
+                                        const Transform &transform)
+{
+    QList<model::WrapperValues> wrappers = node.wrappers;
+    for (const TransformPart &part : transformParts) {
+        const bool doesNothing = transform.*part.field == Transform().*part.field;
+        if (doesNothing || node.isContainer() || node.wrapper(part.key))
+            continue;
+        // Points are moved, then turned, then scaled: outside of what comes behind it.
+        const auto behind = std::find_if(
+            wrappers.cbegin(), wrappers.cend(), [&part](const model::WrapperValues &wrapper) {
+                return transformRank(wrapper.definitionId) > transformRank(part.key);
+            });
+        wrappers.insert(behind, {part.key, {}});
+    }
+    return wrappers;
+}
+
+void setNodeTransform(OpContext &context, const QUuid &id, const Transform &transform)
+{
+    const model::LogicalScene::Batch batch(*context.tree);
+    const model::LogicalInstance &node = *context.node(id);
+    const QList<model::WrapperValues> wrappers = wrappersFor(node, transform);
+    if (wrappers.size() != node.wrappers.size())
+        context.tree->setWrappers(id, wrappers);
+    context.tree->setInstanceTransform(id, transform.translate, transform.rotate, transform.scale);
+}
+
 bool setTransform(OpContext &context, const QUuid &id, const Transform &transform)
 {
     if (isOfField(context, id))
         return ItemWrappers::setTransform(context.document, id, transform);
     if (context.node(id))
-        context.tree->setInstanceTransform(id, transform.translate, transform.rotate,
-                                           transform.scale);
+        setNodeTransform(context, id, transform);
     else
         setOwnTransform(context, id, transform);
     return true;
+}
+
+/// Takes away the wrappers that came with a transform.
+void keepNodeWrappers(OpContext &context, const QUuid &id, const QStringList &wrapperIds)
+{
+    QList<model::WrapperValues> wrappers = context.node(id)->wrappers;
+    const qsizetype removed = wrappers.removeIf([&](const model::WrapperValues &wrapper) {
+        return transformRank(wrapper.definitionId) < qsizetype(transformParts.size()) &&
+               !wrapperIds.contains(wrapper.definitionId);
+    });
+    if (removed > 0)
+        context.tree->setWrappers(id, wrappers);
 }
 
 QVariantMap stateOf(const Transform &transform)
@@ -101,7 +149,12 @@ Transform transformIn(const QVariantMap &state)
 QVariantMap transformState(const OpContext &context, const QUuid &id)
 {
     QVariantMap state = stateOf(transformOf(context, id));
-    if (isOfField(context, id)) {
+    if (const model::LogicalInstance *node = context.node(id)) {
+        QStringList wrapperIds;
+        for (const model::WrapperValues &wrapper : node->wrappers)
+            wrapperIds.append(wrapper.definitionId);
+        state.insert(u"wrappers"_s, wrapperIds);
+    } else if (isOfField(context, id)) {
         state.insert(u"wrappers"_s, ItemWrappers(context.document, id).wrapperIds());
         state.insert(u"own"_s, stateOf(ownTransform(context.document.item(id))));
     }
@@ -333,9 +386,12 @@ OpOutcome applyItemSetTransform(OpContext &context, const OpCall &call)
 void restoreTransform(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
     setTransform(context, itemId, transformIn(state));
+    const QStringList wrapperIds = state.value(u"wrappers"_s).toStringList();
+    if (context.node(itemId))
+        keepNodeWrappers(context, itemId, wrapperIds);
     if (!isOfField(context, itemId))
         return;
-    ItemWrappers::keepOnly(context.document, itemId, state.value(u"wrappers"_s).toStringList());
+    ItemWrappers::keepOnly(context.document, itemId, wrapperIds);
     setOwnTransform(context, itemId, transformIn(state.value(u"own"_s).toMap()));
 }
 
