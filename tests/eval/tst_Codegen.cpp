@@ -174,6 +174,27 @@ bool areClose(const QVariant &found, const QVariant &wanted)
     });
 }
 
+/// Fields whose points go different ways within a row.
+const QStringList partingFields = {
+    u"float field(vec3 p) { if (p.x < 0.0) { if (p.z < 0.3) return p.x * 2.0; p.x = -p.x; } "
+    "else if (p.x > 2.0) { return 7.0; } return p.x + p.z; }"_s,
+    u"void f0(inout float k, float x) { if (x > 0.5) { k = 3.0; return; } k -= x; } "
+    "float field(vec3 p) { float k = 1.0; if (p.x > -1.0) { f0(k, p.x); k *= 2.0; } else { k++; } "
+    "return k; }"_s,
+    u"float field(vec3 p) { float s = 0.0; for (int i = 0; i < 6; i++) { if (float(i) > p.x) "
+    "s += p.z; else s -= 0.25; } return s; }"_s,
+    u"float field(vec3 p) { float s = 0.0; for (int i = 0; i < 9; i++) { if (float(i) < p.x) "
+    "continue; s += p.z; if (s > 2.0) break; if (s < -3.0) return p.x; } return s; }"_s,
+    u"float field(vec3 p) { float k = 0.5; float d = p.x > 0.0 ? (k = p.x) * 2.0 : (p.z > 0.0 ? "
+    "k + 1.0 : (k -= 1.0)); return d + k; }"_s,
+    u"struct S { float a; vec3 b; }; S f0(vec3 p) { S s = S(1.0, p); if (p.x > p.z) return s; "
+    "s.a = 5.0; return s; } float field(vec3 p) { S s = f0(p); mat2 m = mat2(1.0); "
+    "if (p.x > 0.0) { s.b.zy = p.xy; m[1] = p.xz; s.a += 1.0; s = S(s.a, s.b.zxy); } "
+    "return s.a + s.b.y - s.b.z + m[1].x * m[0].y + m[1].y; }"_s,
+    u"float field(vec3 p) { bool on = p.x > 0.0; if (p.z > p.x) on = !on; "
+    "while (on && p.x < 3.0) { p.x += 1.0; } return p.x; }"_s,
+};
+
 bool hasCompiler()
 {
     return !QStandardPaths::findExecutable(u"g++"_s).isEmpty() ||
@@ -403,25 +424,30 @@ void TstCodegen::assignmentsReachLaterOutputs()
     }
 }
 
-/// Random fields and each built-in, in one unit and chosen by y: rows and scattered points have the
-/// bits that each point has by itself, however the lanes part.
+/// Such fields, random ones and each built-in, in one unit and chosen by y: rows and scattered
+/// points have the bits that each point has by itself, however the lanes part.
 void TstCodegen::lanesComputeWhatTheirPointsDo()
 {
     if (!hasCompiler())
         QSKIP("no compiler on this machine");
-    constexpr int wanted = 12;
-    constexpr qsizetype mostText = 34'000; // beside what all units have
+    constexpr int wanted = 8;
+    constexpr qsizetype mostText = 50'000; // beside what all units have
     static const QRegularExpression functionName(u"\\bf(\\d+)\\b"_s);
     static const QString point = u"vec3(p.x, p.z, p.x - p.z)"_s;
+    QStringList fields = partingFields;
+    for (quint32 seed = 5000; fields.size() < partingFields.size() + wanted; ++seed) {
+        QVERIFY2(seed < 8000, "hardly any random field has lanes");
+        const QString field = RandomProgram(seed).field();
+        const NativeUnit unit = fieldUnitOf(field + u" field(p)"_s);
+        if (unit.hasLanes && unit.text.count("if (anyLane(") >= 4 &&
+            unit.text.size() - Codegen::fixedText().size() < mostText)
+            fields.append(field);
+    }
     QString functions;
     QString choice = u"p.x"_s;
     int taken = 0;
-    for (quint32 seed = 5000; taken < wanted; ++seed) {
-        QVERIFY2(seed < 6000, "hardly any random field has lanes");
-        QString field = RandomProgram(seed).field();
-        const NativeUnit unit = fieldUnitOf(field + u" field(p)"_s);
-        if (!unit.hasLanes || unit.text.size() - Codegen::fixedText().size() > mostText)
-            continue;
+    for (QString field : std::as_const(fields)) {
+        QVERIFY2(fieldUnitOf(field + u" field(p)"_s).hasLanes, qPrintable(field));
         const QString number = QString::number(taken++);
         functions += field.replace(functionName, u"g%1_\\1"_s.arg(number))
                          .replace(u" field("_s, u" field%1("_s.arg(number)) +
@@ -442,7 +468,7 @@ void TstCodegen::lanesComputeWhatTheirPointsDo()
         functions += field;
         choice = u"(p.y == %1.0 ? field%1(%2) : %3)"_s.arg(QString::number(taken++), point, choice);
     }
-    QVERIFY2(taken > wanted + 45, qPrintable(QString::number(taken)));
+    QVERIFY2(taken > fields.size() + 45, qPrintable(QString::number(taken)));
     eval::Graph graph;
     const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
     const Handle d = graph.declareOutput(u"d"_s, functions + choice);
