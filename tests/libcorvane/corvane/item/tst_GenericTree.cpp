@@ -4,6 +4,8 @@
 #include <corvane/item/SceneTreeEntries.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
+#include <support/KeptRows.h>
+
 #include <QAbstractItemModelTester>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -231,9 +233,11 @@ void TstGenericTree::itemsFollowTheDocument()
     scene.updateItem(mesh);
     QCOMPARE(changed.size(), 1);
     QCOMPARE(resets.size(), 0);
+    const support::KeptRows rows(tree, GenericTree::UuidRole);
     mesh.parentId = group;
     scene.updateItem(mesh);
     QCOMPARE(outline(tree), u"g(mesh)"_s);
+    QCOMPARE(rows.lost(), QStringList());
     scene.exchangeItems({group}, {itemOf(ItemTypes::Camera, u"c"_s, mesh.id)});
     QCOMPARE(outline(tree), u"mesh(c)"_s);
     scene.removeItem(mesh.id);

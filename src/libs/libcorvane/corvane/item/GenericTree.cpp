@@ -28,9 +28,9 @@ constexpr RoleName roleTable[] = {
 } // namespace
 
 GenericTree::GenericTree(QObject *parent)
-    : QAbstractItemModel(parent)
+    : RowModel(parent)
 {
-    connect(&m_rows, &DocumentRows::structureChanged, this, &GenericTree::forgetDocumentRows);
+    connect(&m_rows, &DocumentRows::structureChanged, this, &GenericTree::touch);
     connect(&m_rows, &DocumentRows::itemUpdated, this, &GenericTree::onItemUpdated);
 }
 
@@ -48,43 +48,105 @@ void GenericTree::setExecutor(ops::CorvaneOpExecutor *executor)
 
 void GenericTree::ensureFilled() const
 {
-    if (m_isFilled)
+    if (m_isFilled) {
+        ask();
         return;
-    m_isFilled = true;
-    QList<QUuid> open = m_rows.topIds();
-    for (const QUuid &id : std::as_const(open))
-        addDocumentRow(m_root, id);
-    for (qsizetype next = 0; next < open.size(); ++next) {
-        const auto row = m_documentItems.constFind(open.at(next));
-        if (row == m_documentItems.cend())
-            continue;
-        const QList<QUuid> below = m_rows.childIds(open.at(next));
-        for (const QUuid &id : below)
-            addDocumentRow(**row, id);
-        open += below;
     }
+    m_isFilled = true;
+    QList<GenericTreeItem *> open{&m_root};
+    for (qsizetype next = 0; next < open.size(); ++next) {
+        GenericTreeItem &parent = *open.at(next);
+        const QList<QUuid> ids = documentIdsBelow(parent);
+        for (const QUuid &id : ids) {
+            open.append(newDocumentRow(id).data());
+            parent.insertChild(open.last());
+        }
+    }
+    ask();
 }
 
-void GenericTree::addDocumentRow(GenericTreeItem &parent, const QUuid &id) const
+/// An item of the document may have the id of an entry only by mistake: the entry stays.
+QList<QUuid> GenericTree::documentIdsBelow(const GenericTreeItem &row) const
 {
-    // An item of the document may have the id of an entry only by mistake: the entry stays.
-    if (isOwn(id))
-        return;
+    QList<QUuid> ids = &row == &m_root ? m_rows.topIds() : m_rows.childIds(keyOf(row));
+    ids.removeIf([this](const QUuid &id) { return isOwn(id); });
+    return ids;
+}
+
+GenericTree::ItemPtr GenericTree::newDocumentRow(const QUuid &id) const
+{
     const EntryPtr made = ItemRegistry::instance().createEntry(m_rows.scene()->item(id));
     const ItemPtr row = ItemPtr::create(made);
-    parent.insertChild(row.data());
     m_documentItems.insert(id, row);
+    return row;
 }
 
-void GenericTree::forgetDocumentRows()
+void GenericTree::updateRows()
 {
     if (!m_isFilled)
         return;
-    beginResetModel();
-    m_isFilled = false;
-    m_root.cutChildren(m_ownTopCount);
-    m_documentItems.clear();
-    endResetModel();
+    model::RowUpdate(*this).run(m_root);
+    const QSet<QUuid> updated = std::exchange(m_updated, {});
+    for (const QUuid &id : updated)
+        onItemUpdated(id);
+}
+
+/// What stands below the program's entries does not follow the document.
+bool GenericTree::isRead(const GenericTreeItem &row) const
+{
+    return &row == &m_root || !isOwn(keyOf(row));
+}
+
+QList<QUuid> GenericTree::wantedBelow(const GenericTreeItem &row)
+{
+    m_wanted.clear();
+    if (&row == &m_root) {
+        for (qsizetype i = 0; i < m_ownTopCount; ++i)
+            m_wanted.append(keyOf(*m_root.children().at(i)));
+    }
+    m_wanted += documentIdsBelow(row);
+    return m_wanted;
+}
+
+GenericTreeItem *GenericTree::rowElsewhere(const QUuid &id) const
+{
+    return m_documentItems.value(id).data();
+}
+
+GenericTreeItem *GenericTree::makeRow(const GenericTreeItem &parent, qsizetype index)
+{
+    Q_UNUSED(parent)
+    return newDocumentRow(m_wanted.at(index)).data();
+}
+
+void GenericTree::dropRow(GenericTreeItem *row)
+{
+    QList<const GenericTreeItem *> dropped{row};
+    QList<QUuid> ids;
+    for (qsizetype next = 0; next < dropped.size(); ++next) {
+        const auto &below = dropped.at(next)->children();
+        dropped += QList<const GenericTreeItem *>(below.cbegin(), below.cend());
+        ids.append(keyOf(*dropped.at(next)));
+    }
+    for (const QUuid &id : std::as_const(ids))
+        m_documentItems.remove(id);
+}
+
+/// The document may have changed its items without a word about each.
+void GenericTree::match(GenericTreeItem &parent, const QList<GenericTreeItem *> &placed)
+{
+    Q_UNUSED(parent)
+    for (GenericTreeItem *row : placed) {
+        if (isOwn(keyOf(*row)))
+            continue;
+        const EntryPtr now =
+            ItemRegistry::instance().createEntry(m_rows.scene()->item(keyOf(*row)));
+        const EntryPtr &before = row->entry();
+        if (now->name() != before->name() || now->typeName() != before->typeName())
+            m_updated.insert(keyOf(*row));
+        else
+            row->setEntry(now);
+    }
 }
 
 void GenericTree::onItemUpdated(const QUuid &id)
@@ -92,6 +154,10 @@ void GenericTree::onItemUpdated(const QUuid &id)
     const auto row = m_documentItems.constFind(id);
     if (row == m_documentItems.cend())
         return;
+    if (isStale()) {
+        m_updated.insert(id);
+        return;
+    }
     (*row)->setEntry(ItemRegistry::instance().createEntry(m_rows.scene()->item(id)));
     entryChanged(id);
 }
@@ -183,7 +249,9 @@ void GenericTree::clear()
 {
     beginResetModel();
     m_isFilled = false;
-    m_root.cutChildren(0);
+    m_root.clearChildren();
+    m_updated.clear();
+    settle();
     m_ownTopCount = 0;
     m_own.clear();
     m_documentItems.clear();
@@ -237,7 +305,9 @@ QModelIndex GenericTree::parent(const QModelIndex &index) const
 
 int GenericTree::rowCount(const QModelIndex &parent) const
 {
-    ensureFilled();
+    // An index is of the rows as they are, whatever has happened to the document.
+    if (!parent.isValid())
+        ensureFilled();
     return parent.column() > 0 ? 0 : int(itemAt(parent)->children().size());
 }
 

@@ -3,7 +3,6 @@
 #include <corvane/item/DocumentRows.h>
 #include <corvane/item/GenericTreeItem.h>
 
-#include <QAbstractItemModel>
 #include <QHash>
 #include <QPointer>
 #include <QSharedPointer>
@@ -17,10 +16,10 @@ namespace corvane::item {
 /// All objects of the viewport in one tree: first the entries that the program adds, such as layers
 /// and post effects, then the items of the document in its display tree.
 ///
-/// Items that are compiled from a user's tree are left out. The items' rows follow the document: a
-/// change of its structure resets the model, and their rows are made again when somebody asks for
-/// them. Main thread.
-class GenericTree : public QAbstractItemModel
+/// Items that are compiled from a user's tree are left out. The items' rows follow the document:
+/// what is different after a change of its structure is inserted, moved and removed; see RowModel
+/// for bursts of changes. Main thread.
+class GenericTree : public model::RowModel
 {
     Q_OBJECT
 
@@ -74,12 +73,28 @@ public:
     Qt::ItemFlags flags(const QModelIndex &index) const override;
     QHash<int, QByteArray> roleNames() const override;
 
+protected:
+    void updateRows() override;
+
 private:
     using ItemPtr = QSharedPointer<GenericTreeItem>;
 
+    // For RowUpdate
+    friend class model::RowUpdate<GenericTree>;
+    using Row = GenericTreeItem;
+    using RowKey = QUuid;
+    bool isRead(const GenericTreeItem &row) const;
+    QList<QUuid> wantedBelow(const GenericTreeItem &row);
+    static QUuid keyOf(const GenericTreeItem &row) { return row.entry()->uuid(); }
+    GenericTreeItem *rowElsewhere(const QUuid &id) const;
+    GenericTreeItem *makeRow(const GenericTreeItem &parent, qsizetype index);
+    void dropRow(GenericTreeItem *row);
+    void match(GenericTreeItem &parent, const QList<GenericTreeItem *> &placed);
+    QModelIndex indexOfRow(const GenericTreeItem *row) const { return indexOfItem(row); }
+
     void ensureFilled() const;
-    void addDocumentRow(GenericTreeItem &parent, const QUuid &id) const;
-    void forgetDocumentRows();
+    QList<QUuid> documentIdsBelow(const GenericTreeItem &row) const;
+    ItemPtr newDocumentRow(const QUuid &id) const;
     void onItemUpdated(const QUuid &id);
     bool isOwn(const QUuid &id) const { return m_own.contains(id); }
     GenericTreeItem *ownParent(const QUuid &id) const;
@@ -92,6 +107,8 @@ private:
     mutable QHash<QUuid, ItemPtr> m_documentItems;
     mutable bool m_isFilled = false;
     qsizetype m_ownTopCount = 0;
+    QList<QUuid> m_wanted; ///< below the row that is updated
+    QSet<QUuid> m_updated; ///< items to tell of when the rows are up to date
     DocumentRows m_rows;
     QPointer<ops::CorvaneOpExecutor> m_executor;
 };

@@ -1,8 +1,18 @@
 #pragma once
 
 #include <corvane/item/ItemRegistry.h>
+#include <corvane/model/RowUpdate.h>
 
 #include <QList>
+
+namespace corvane::item {
+
+class GenericTreeItem;
+
+} // namespace corvane::item
+
+template<>
+struct corvane::model::RowFields<corvane::item::GenericTreeItem>;
 
 namespace corvane::item {
 
@@ -23,13 +33,14 @@ public:
     /// An index out of range is the end.
     void insertChild(GenericTreeItem *child, qsizetype index = -1);
     void takeChild(qsizetype index);
-    /// Drops the children from `index` on.
-    void cutChildren(qsizetype index) { m_children.resize(index); }
+    void clearChildren() { m_children.clear(); }
 
     /// Whether an entry may stand below this one.
     bool accepts(const ISceneTreeEntry &child) const;
 
 private:
+    friend struct model::RowFields<GenericTreeItem>;
+
     void renumberFrom(qsizetype index);
 
     EntryPtr m_entry; ///< none for the root
@@ -39,3 +50,12 @@ private:
 };
 
 } // namespace corvane::item
+
+template<>
+struct corvane::model::RowFields<corvane::item::GenericTreeItem>
+{
+    using Row = item::GenericTreeItem;
+    static Row *&parent(Row &row) { return row.m_parent; }
+    static QList<Row *> &children(Row &row) { return row.m_children; }
+    static int &row(Row &row) { return row.m_row; }
+};

@@ -11,6 +11,16 @@
 
 namespace corvane::model {
 
+/// Where a record of a row keeps its place; for those that keep it to themselves a specialization
+/// says so.
+template<class Row>
+struct RowFields
+{
+    static Row *&parent(Row &row) { return row.parent; }
+    static QList<Row *> &children(Row &row) { return row.children; }
+    static int &row(Row &row) { return row.row; }
+};
+
 /// Makes the rows of a model those that are wanted: inserts, moves and removes what differs, so
 /// that views keep what they have expanded and selected.
 ///
@@ -19,8 +29,8 @@ namespace corvane::model {
 /// wanted goes at the end, since until then a later parent may want it. Linear in the rows that are
 /// looked at, where little differs.
 ///
-/// `Host` is a RowModel with `Row`, a record with `parent`, `children` and `row`, and `RowKey`, by
-/// which siblings are told apart, and with the functions
+/// `Host` is a RowModel with `Row`, a record that RowFields knows, and `RowKey`, by which siblings
+/// are told apart, and with the functions
 ///   - bool isRead(const Row &): whether views may know what stands below it;
 ///   - QList<RowKey> wantedBelow(const Row &), RowKey keyOf(const Row &);
 ///   - Row *rowElsewhere(const RowKey &): the one row that may be moved to a place of that key;
@@ -47,14 +57,19 @@ public:
             Row &parent = *parents.at(next);
             if (!m_host.isRead(parent))
                 continue;
+            m_updated.insert(&parent);
             place(parent);
             parents += m_placed;
         }
-        for (Row *parent : std::as_const(parents))
-            removeOthers(*parent);
+        for (Row *parent : std::as_const(parents)) {
+            if (m_updated.contains(parent))
+                removeOthers(*parent);
+        }
     }
 
 private:
+    using Fields = RowFields<Row>;
+
     void place(Row &parent)
     {
         const QList<Key> wanted = m_host.wantedBelow(parent);
@@ -70,23 +85,23 @@ private:
                 const qsizetype end = endOfNew(wanted, present, i);
                 insert(parent, at, i, end);
                 i = end - 1;
-                at = m_placed.last()->row + 1;
+                at = Fields::row(*m_placed.last()) + 1;
                 continue;
             }
             if (!stays[std::size_t(i)])
                 move(*row, parent, at);
             keep(row);
-            at = row->row + 1;
+            at = Fields::row(*row) + 1;
         }
         m_host.match(parent, m_placed);
     }
 
     /// Of each wanted row the one that stands below the parent already; null for none.
-    QList<Row *> presentRows(const Row &parent, const QList<Key> &wanted)
+    QList<Row *> presentRows(Row &parent, const QList<Key> &wanted)
     {
         QHash<Key, Row *> byKey;
-        byKey.reserve(parent.children.size());
-        for (Row *child : parent.children) {
+        byKey.reserve(Fields::children(parent).size());
+        for (Row *child : Fields::children(parent)) {
             if (!m_kept.contains(child))
                 byKey.insert(m_host.keyOf(*child), child);
         }
@@ -108,7 +123,7 @@ private:
                 continue;
             const auto longer =
                 std::lower_bound(ends.begin(), ends.end(), i, [&rows](qsizetype a, qsizetype b) {
-                    return rows.at(a)->row < rows.at(b)->row;
+                    return Fields::row(*rows.at(a)) < Fields::row(*rows.at(b));
                 });
             if (longer != ends.begin())
                 before[std::size_t(i)] = *(longer - 1);
@@ -148,21 +163,21 @@ private:
     {
         const int count = int(end - begin);
         m_model.beginInsertRows(m_host.indexOfRow(&parent), at, at + count - 1);
-        parent.children.insert(at, count, nullptr);
+        Fields::children(parent).insert(at, count, nullptr);
         for (int i = 0; i < count; ++i) {
             Row *row = m_host.makeRow(parent, begin + i);
-            row->parent = &parent;
-            parent.children[at + i] = row;
+            Fields::parent(*row) = &parent;
+            Fields::children(parent)[at + i] = row;
             keep(row);
         }
-        renumber(parent, at, parent.children.size());
+        renumber(parent, at, Fields::children(parent).size());
         m_model.endInsertRows();
     }
 
     void move(Row &row, Row &parent, int at)
     {
-        Row &source = *row.parent;
-        const int from = row.row;
+        Row &source = *Fields::parent(row);
+        const int from = Fields::row(row);
         const bool isSame = &source == &parent;
         if (isSame && (at == from || at == from + 1))
             return;
@@ -170,22 +185,22 @@ private:
                                    m_host.indexOfRow(&parent), at))
             return;
         const int to = isSame && from < at ? at - 1 : at;
-        source.children.removeAt(from);
-        parent.children.insert(to, &row);
-        row.parent = &parent;
+        Fields::children(source).removeAt(from);
+        Fields::children(parent).insert(to, &row);
+        Fields::parent(row) = &parent;
         renumber(source, isSame ? std::min(from, to) : from,
-                 isSame ? std::max(from, to) + 1 : source.children.size());
+                 isSame ? std::max(from, to) + 1 : Fields::children(source).size());
         if (!isSame)
-            renumber(parent, to, parent.children.size());
+            renumber(parent, to, Fields::children(parent).size());
         m_model.endMoveRows();
     }
 
     void removeOthers(Row &parent)
     {
-        int last = int(parent.children.size()) - 1;
+        int last = int(Fields::children(parent).size()) - 1;
         while (last >= 0) {
             int first = last;
-            while (first >= 0 && !m_kept.contains(parent.children.at(first)))
+            while (first >= 0 && !m_kept.contains(Fields::children(parent).at(first)))
                 --first;
             if (first < last)
                 remove(parent, first + 1, last);
@@ -196,9 +211,9 @@ private:
     void remove(Row &parent, int first, int last)
     {
         m_model.beginRemoveRows(m_host.indexOfRow(&parent), first, last);
-        const QList<Row *> removed = parent.children.mid(first, last - first + 1);
-        parent.children.remove(first, last - first + 1);
-        renumber(parent, first, parent.children.size());
+        const QList<Row *> removed = Fields::children(parent).mid(first, last - first + 1);
+        Fields::children(parent).remove(first, last - first + 1);
+        renumber(parent, first, Fields::children(parent).size());
         for (Row *row : removed)
             m_host.dropRow(row);
         m_model.endRemoveRows();
@@ -207,11 +222,12 @@ private:
     static void renumber(Row &parent, qsizetype begin, qsizetype end)
     {
         for (qsizetype i = begin; i < end; ++i)
-            parent.children.at(i)->row = int(i);
+            Fields::row(*Fields::children(parent).at(i)) = int(i);
     }
 
     Host &m_host;
-    RowModel &m_model; ///< grants what tells of changes
+    RowModel &m_model;     ///< grants what tells of changes
+    QSet<Row *> m_updated; ///< parents that are as wanted; a view may read others meanwhile
     QSet<Row *> m_kept;
     QList<Row *> m_placed; ///< below the parent at hand, in order
 };
