@@ -28,27 +28,82 @@ struct SceneState
     QMap<QUuid, corvane::model::LogicalInstance> nodes{};
     QList<QUuid> nodeRoots{};
     QMap<QString, corvane::component::ComponentDefinition> components{};
-    QList<corvane::model::CatalogMaterial> materials{};
+    QMap<QUuid, corvane::model::CatalogMaterial> materials{};
     QMap<QString, corvane::component::ComponentDefinition> library{};
 
-    bool operator==(const SceneState &) const = default;
-
-    /// What a file would hold: the same for states that are stored in different ways.
-    QByteArray text() const
+    /// What one has and the other has not, as it would stand in a file; empty when they are the
+    /// same there. A value may be stored in another way than before, an expression as a map, say.
+    QString difference(const SceneState &other) const
     {
+        QStringList found;
+        const auto compare = [&found](const char *what, const QVariantMap &a,
+                                      const QVariantMap &b) {
+            const QByteArray now = QJsonDocument::fromVariant(a).toJson();
+            const QByteArray before = QJsonDocument::fromVariant(b).toJson();
+            if (now != before)
+                found.append(QLatin1StringView(what) + QStringLiteral(" now: ") +
+                             QString::fromUtf8(now) + QStringLiteral("before: ") +
+                             QString::fromUtf8(before));
+        };
+        compare("items", differing(items, other.items), differing(other.items, items));
+        compare("own materials", differing(ownMaterials, other.ownMaterials),
+                differing(other.ownMaterials, ownMaterials));
+        compare("nodes", differing(nodes, other.nodes), differing(other.nodes, nodes));
+        compare("components", differing(components, other.components),
+                differing(other.components, components));
+        compare("materials", differing(materials, other.materials),
+                differing(other.materials, materials));
+        compare("library", differing(library, other.library), differing(other.library, library));
+        if (!hasSameRest(other))
+            compare("rest", rest(), other.rest());
+        return found.join(u'\n');
+    }
+
+private:
+    /// Those records of `a` that `b` does not have just so, by id.
+    template<class Record>
+    static QVariantMap differing(const QMap<QUuid, Record> &a, const QMap<QUuid, Record> &b)
+    {
+        QVariantMap found;
+        for (auto it = a.cbegin(); a != b && it != a.cend(); ++it) {
+            const auto same = b.constFind(it.key());
+            if (same == b.cend() || *same != *it)
+                found.insert(it.key().toString(), corvane::model::plainForFile(it->toVariantMap()));
+        }
+        return found;
+    }
+    template<class Record>
+    static QVariantMap differing(const QMap<QString, Record> &a, const QMap<QString, Record> &b)
+    {
+        QVariantMap found;
+        for (auto it = a.cbegin(); a != b && it != a.cend(); ++it) {
+            if (!b.contains(it.key()) || b.value(it.key()) != *it)
+                found.insert(it.key(), corvane::model::plainForFile(it->toVariantMap()));
+        }
+        return found;
+    }
+
+    bool hasSameRest(const SceneState &other) const
+    {
+        return itemRoots == other.itemRoots && settings == other.settings &&
+               varsets == other.varsets && orders == other.orders &&
+               customDefinitions == other.customDefinitions && nodeRoots == other.nodeRoots;
+    }
+    QVariantMap rest() const
+    {
+        const auto ids = [](const QList<QUuid> &list) {
+            QStringList texts;
+            for (const QUuid &id : list)
+                texts.append(id.toString());
+            return texts;
+        };
         QVariantMap all{{QStringLiteral("settings"), settings},
-                        {QStringLiteral("itemRoots"), QVariant::fromValue(itemRoots)},
-                        {QStringLiteral("nodeRoots"), QVariant::fromValue(nodeRoots)}};
-        all.insert(QStringLiteral("items"), maps(items));
-        all.insert(QStringLiteral("ownMaterials"), maps(ownMaterials));
-        all.insert(QStringLiteral("nodes"), maps(nodes));
-        all.insert(QStringLiteral("components"), maps(components));
-        all.insert(QStringLiteral("materials"), maps(materials));
-        all.insert(QStringLiteral("library"), maps(library));
+                        {QStringLiteral("item roots"), ids(itemRoots)},
+                        {QStringLiteral("node roots"), ids(nodeRoots)}};
         QVariantList definitions;
         for (const auto &definition : customDefinitions)
             definitions.append(definition->toVariantMap());
-        all.insert(QStringLiteral("customDefinitions"), definitions);
+        all.insert(QStringLiteral("definitions"), definitions);
         for (auto varset = varsets.cbegin(); varset != varsets.cend(); ++varset) {
             QVariantMap entries;
             for (auto it = varset->cbegin(); it != varset->cend(); ++it)
@@ -56,17 +111,7 @@ struct SceneState
             all.insert(QStringLiteral("varset ") + varset.key(),
                        QVariantList{entries, orders.value(varset.key())});
         }
-        return QJsonDocument::fromVariant(all).toJson();
-    }
-
-private:
-    template<class Records>
-    static QVariantList maps(const Records &records)
-    {
-        QVariantList list;
-        for (const auto &record : records)
-            list.append(corvane::model::plainForFile(record.toVariantMap()));
-        return list;
+        return all;
     }
 };
 
@@ -129,12 +174,13 @@ struct OpFixture
                        .nodes = tree.instances(),
                        .nodeRoots = tree.roots(),
                        .components = tree.componentRegistry()->definitions(),
-                       .materials = materials.allMaterials(),
+                       .materials = {},
                        .library = library.definitions()};
         now.varsets.insert(QString(), document->varsetEntries());
         now.orders.insert(QString(), document->variables().order());
-        const auto byId = [](const auto &a, const auto &b) { return a.id < b.id; };
-        std::sort(now.materials.begin(), now.materials.end(), byId);
+        const auto &catalogue = materials.materials();
+        for (auto it = catalogue.cbegin(); it != catalogue.cend(); ++it)
+            now.materials.insert(it.key(), *it);
         return now;
     }
 
