@@ -87,6 +87,9 @@ private slots:
     void nothingIsLost_data();
     void nothingIsLost();
     void version2FilesAreKept();
+    void editsShowInTheGeometry_data();
+    void editsShowInTheGeometry();
+    void whatOthersSavedIsNotSavedOver();
     void failedPlansSaveNothing();
     void everyTaskRuns_data();
     void everyTaskRuns();
@@ -219,6 +222,58 @@ void TstZirnCommand::version2FilesAreKept()
                           {{u"itemId"_s, u"6fa1c2e4-0000-4000-8000-000000000001"_s}})}),
              {path, u"-o"_s, copy});
     QVERIFY2(again.standardError.contains(u"Item 'Globe'"_s), qPrintable(again.standardError));
+}
+
+void TstZirnCommand::editsShowInTheGeometry_data()
+{
+    QTest::addColumn<QByteArray>("scene");
+    const QByteArray byHand = sceneOf("      id: 6fa1c2e4-0000-4000-8000-000000000001\n"
+                                      "  roots: [ball]\n");
+    QTest::newRow("an item by hand") << byHand;
+    QTest::newRow("a node") << version2Scene;
+}
+
+/// Of a node the second plan finds what the first one compiled.
+void TstZirnCommand::editsShowInTheGeometry()
+{
+    QFETCH(QByteArray, scene);
+    const QString id = u"6fa1c2e4-0000-4000-8000-000000000001"_s;
+    const QString path = writeFile(m_folder, u"moved.corvane"_s, scene);
+    const auto moved = [&](const QJsonObject &by, float width) {
+        QJsonObject arguments = by;
+        arguments.insert(u"itemId"_s, id);
+        const ProgramRun run =
+            zirn(planOf({step(u"corvane.item.set_transform"_s, arguments)}), {path});
+        QVERIFY2(run.status == 0, qPrintable(run.standardError));
+        const QString mesh = m_folder.filePath(u"moved.stl"_s);
+        QCOMPARE(runProgram({u"export"_s, path, u"-o"_s, mesh}).status, 0);
+        QVERIFY2(std::abs(widthOf(mesh) - width) < 0.05f,
+                 qPrintable(QString::number(widthOf(mesh))));
+    };
+    moved({{u"tx"_s, 2}}, 3.0f);
+    moved({{u"sx"_s, 2}}, 4.0f);
+    const ProgramRun asked = zirn(planOf({step(u"corvane.scene.get_item"_s, {{u"itemId"_s, id}})}),
+                                  {path, u"-o"_s, u"/dev/null"_s});
+    QVERIFY2(asked.standardError.contains(u"\"translate\":[2,0,0]"_s),
+             qPrintable(asked.standardError));
+}
+
+void TstZirnCommand::whatOthersSavedIsNotSavedOver()
+{
+    // The plan itself stands for the others here.
+    const QString path = writeFile(m_folder, u"taken.stl"_s, version2Scene);
+    const QString other = writeFile(m_folder, u"other.corvane"_s, sceneOf({}));
+    const ProgramRun run = zirn(
+        planOf({step(u"mesh.export"_s,
+                     {{u"scenePath"_s, other}, {u"outputPath"_s, path}, {u"cellSize"_s, 0.5}})}),
+        {path});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.standardError.contains(
+                 u"cannot save over %1: it was changed by another program while the plan ran"_s.arg(
+                     path)),
+             qPrintable(run.standardError));
+    QVERIFY(!QFile::exists(path + u".bak"_s));
+    QVERIFY(widthOf(path) > 0.9f);
 }
 
 void TstZirnCommand::failedPlansSaveNothing()

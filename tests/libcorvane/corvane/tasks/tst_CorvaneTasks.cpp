@@ -37,8 +37,10 @@ private slots:
     void nothingRunsWithoutScene();
     void axesThatAreNotGivenStay();
     void idsWorkForBothStores();
+    void itemsOfTheFieldFollow();
     void variablesKeepWhatIsNotGiven();
     void textsAreReadAsWhatTheyHold();
+    void parametersAreThoseOfTheDefinition();
     void treesPutParentsFirst_data();
     void treesPutParentsFirst();
     void brokenTrees_data();
@@ -307,6 +309,53 @@ void TstCorvaneTasks::idsWorkForBothStores()
     QCOMPARE(fixture.call(u"corvane.scene.get_children"_s).outputs.value(u"count"_s), u"3"_s);
 }
 
+/// Items that no tree stands behind: what a task says it did shows in the expression.
+void TstCorvaneTasks::itemsOfTheFieldFollow()
+{
+    TaskFixture fixture;
+    model::Corvane &document = *fixture.document;
+    const QUuid ball = document.addItem(model::Instance(u"sphere"_s));
+    model::Instance united(u"union"_s);
+    united.setParameter(u"children"_s, QVariantList{u'@' + ball.toString()});
+    const QUuid top = document.addItem(united);
+    document.setRoots({top});
+    const QString ballText = ball.toString(QUuid::WithoutBraces);
+    const QString topText = top.toString(QUuid::WithoutBraces);
+
+    // Around it and in its place, and seen by nobody.
+    const auto moved = fixture.call(u"corvane.item.set_transform"_s,
+                                    {{u"itemId"_s, ballText}, {u"tx"_s, 3}, {u"sx"_s, 2}});
+    QVERIFY2(moved.success, qPrintable(moved.message));
+    const model::Instance wrapper = document.instance(document.childInstanceIds(top).value(0));
+    QCOMPARE(wrapper.definitionId(), u"translate"_s);
+    QCOMPARE(wrapper.parameter(u"offset"_s).value<QVector3D>(), QVector3D(3, 0, 0));
+    QCOMPARE(document.instance(document.childInstanceIds(wrapper.id).value(0)).definitionId(),
+             u"scale"_s);
+    QCOMPARE(fixture.item(ballText)[u"translate"_s], (QJsonArray{3, 0, 0}));
+    QCOMPARE(fixture.item(ballText)[u"parentId"_s], topText);
+    QCOMPARE(fixture.item(topText)[u"children"_s], QJsonArray{ballText});
+
+    const QString below = fixture.add(u"box"_s, {{u"parentId"_s, topText}});
+    QCOMPARE(document.childInstanceIds(top), (QList<QUuid>{wrapper.id, QUuid(below)}));
+    const auto toTop = fixture.call(u"corvane.item.set_parent"_s,
+                                    {{u"itemId"_s, ballText}, {u"newParentId"_s, QString()}});
+    QVERIFY2(toTop.success, qPrintable(toTop.message));
+    QCOMPARE(document.childInstanceIds(top), QList<QUuid>{QUuid(below)});
+    QCOMPARE(document.roots(), (QList<QUuid>{top, wrapper.id}));
+
+    const auto copied = fixture.call(u"corvane.item.duplicate"_s, {{u"sourceId"_s, ballText}});
+    QCOMPARE(fixture.item(copied.outputs.value(u"newItemId"_s))[u"translate"_s],
+             (QJsonArray{3, 0, 0}));
+    QCOMPARE(document.roots().size(), 3);
+
+    QVERIFY(fixture.call(u"corvane.item.remove"_s, {{u"itemId"_s, ballText}}).success);
+    QVERIFY(!document.hasItem(wrapper.id));
+    for (int step = 0; step < 5; ++step)
+        fixture.executor.undoStack()->undo();
+    QCOMPARE(document.items().size(), 2);
+    QCOMPARE(document.childInstanceIds(top), QList<QUuid>{ball});
+}
+
 void TstCorvaneTasks::variablesKeepWhatIsNotGiven()
 {
     TaskFixture fixture;
@@ -340,6 +389,23 @@ void TstCorvaneTasks::textsAreReadAsWhatTheyHold()
                 .call(u"corvane.item.set_material"_s,
                       {{u"itemId"_s, id}, {u"albedo"_s, u"[1, 0, 0]"_s}})
                 .success);
+}
+
+void TstCorvaneTasks::parametersAreThoseOfTheDefinition()
+{
+    TaskFixture fixture;
+    const QString id = fixture.add(u"sphere"_s);
+    const auto set = [&](const QString &name, const QVariant &value) {
+        return fixture.call(u"corvane.sdf.set_parameter"_s,
+                            {{u"itemId"_s, id}, {u"paramName"_s, name}, {u"value"_s, value}});
+    };
+    QCOMPARE(set(u"radius"_s, u"big"_s).message,
+             u"Failed to set parameter: radius is a number, not 'big'. State: unchanged. "
+             u"Suggestion: check parameters and try again."_s);
+    QVERIFY(set(u"radius"_s, u"=time"_s).success);
+    QCOMPARE(
+        set(u"size"_s, 2).message,
+        u"Set size = 2 on item %1 NOTE: sphere has no parameter 'size'; it has radius."_s.arg(id));
 }
 
 void TstCorvaneTasks::treesPutParentsFirst_data()
