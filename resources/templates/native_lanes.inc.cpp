@@ -77,14 +77,6 @@ EVAL_INLINE bool anyLane(Bool v)
     return any != 0;
 #endif
 }
-// One way for all lanes that are on: where they part, `parted` tells that each has to be computed
-// by itself.
-EVAL_INLINE bool oneWay(Bool condition, Bool on, bool &parted)
-{
-    const bool any = anyLane(condition & on);
-    parted = parted || (any && anyLane(~condition & on));
-    return any;
-}
 
 EVAL_INLINE Float evalAbs(Float x)
 {

@@ -30,12 +30,8 @@ evalBlock(const float *xs, const float *ys, const float *zs, long step, float *o
         std::memcpy(&point.y, ys, sizeof point.y);
         std::memcpy(&point.z, zs, sizeof point.z);
     }
-    bool parted = false;
-    const lanes::Float distance = lanes::evalLanes(point, parted);
-    if (parted)
-        evalEach(xs, ys, zs, step, out, lanes::laneCount);
-    else
-        std::memcpy(out, &distance, sizeof distance);
+    const lanes::Float distance = lanes::evalLanes(point);
+    std::memcpy(out, &distance, sizeof distance);
 }
 
 static void evalMany(const float *xs, const float *ys, const float *zs, long step, float *out,

@@ -116,7 +116,7 @@ QString strangerIn(const NativeUnit &unit)
     static const QSet<QString> known =
         wordsOf(QString::fromUtf8(Codegen::fixedText() + Codegen::fixedLaneText())) +
         wordsOf(u"extern C void const float int unsigned long double bool static struct alignas "
-                "result left evalLanes "
+                "result left active evalLanes "
                 "if else for switch default break return goto true false static_cast "
                 "eval_main eval_row evalPoint eval_in_ eval_out_ eval_arrays_ eval_arrayLens_ "
                 "eval_watch flag evalCancelFlag char _isCancelled "
@@ -191,6 +191,16 @@ const QStringList partingFields = {
     "s.a = 5.0; return s; } float field(vec3 p) { S s = f0(p); mat2 m = mat2(1.0); "
     "if (p.x > 0.0) { s.b.zy = p.xy; m[1] = p.xz; s.a += 1.0; s = S(s.a, s.b.zxy); } "
     "return s.a + s.b.y - s.b.z + m[1].x * m[0].y + m[1].y; }"_s,
+    u"float f0(inout float k, float x) { if (x > 0.0) { return x; k = 9.0; } k += 1.0; return 2.0; "
+    u"} "
+    "float field(vec3 p) { float k = 0.0; float s = 0.0; for (int i = 0; i < 4; i++) { s += "
+    "f0(k, p.x); if (p.z > p.x) { continue; s = -100.0; } while (s > 3.0) { s -= 0.75; if (k > "
+    "2.0) "
+    "{ break; s = 50.0; } if (s + p.x < 1.0) return s; } s += 0.125; } return s + k; }"_s,
+    u"float f0(float x) { float t = x; do { t *= 0.5; if (t < 0.25) continue; t -= 0.125; } "
+    "while (t > 0.1); return t; } float field(vec3 p) { float d = -1.0; if (p.x > 0.0) { "
+    "for (float t = 0.1; t < p.x; t += 0.3) { if (t > 1.0 && p.z > 0.0) { d = f0(t); break; } } } "
+    "return d; }"_s,
     u"float field(vec3 p) { bool on = p.x > 0.0; if (p.z > p.x) on = !on; "
     "while (on && p.x < 3.0) { p.x += 1.0; } return p.x; }"_s,
 };

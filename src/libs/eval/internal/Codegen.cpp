@@ -172,7 +172,7 @@ void emitUserFunction(CodegenUnit &unit, qsizetype index)
         !isNativeVariableType(definition.type))
         unit.setUnsupported();
     if (unit.isForLanes())
-        parameters.append("bool &parted");
+        parameters.append("Bool active");
     function.head = unit.typeText(definition.type, definition.structName) + ' ' + function.name +
                     '(' + parameters.join(", ") + ')';
     body.emitStatement(*definition.body);
@@ -279,7 +279,8 @@ QByteArray lanesText(const CompiledProgram &program)
         InlinedSize(unit).ofEntry() > inlineLimit)
         return {};
     return structs + functionsText(unit, true) +
-           "EVAL_INLINE Float evalLanes(V3 in0, bool &parted)\n{\n    (void)parted;\n" +
+           "EVAL_INLINE Float evalLanes(V3 in0)\n{\n    const Bool active = splat(true);\n    "
+           "(void)active;\n" +
            body.text() + "    return " + value.text + ";\n}\n";
 }
 

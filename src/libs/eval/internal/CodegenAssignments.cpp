@@ -256,7 +256,7 @@ Operand CodegenBody::emitUserCall(const AstNode &node, const AstNode &function,
             copies.append({copy, m_variables.value(node.arguments[i]->name)});
     }
     if (m_unit.isForLanes())
-        texts.append("parted");
+        texts.append(m_mask.isEmpty() ? "active" : "active & " + m_mask);
     const qsizetype callee = m_unit.indexOf(&function);
     if (m_function)
         m_function->calls.append(callee);

@@ -24,8 +24,8 @@ namespace eval::internal {
 ///
 /// For several points at a time both branches of an `if` run one after the other, each for the
 /// lanes that take it: an assignment there keeps the other lanes as they are, and a return notes
-/// the value of its lanes. Loops go on while all lanes do; where lanes part, `parted` says so and
-/// the values mean nothing.
+/// the value of its lanes. Loops go on for the lanes that do. Lanes that are not `active` keep no
+/// loop going; what they compute means nothing.
 class CodegenBody
 {
 public:
@@ -57,6 +57,13 @@ private:
         Type type = Type::Float; ///< of the part itself
     };
 
+    /// A loop that each lane leaves by itself: variables for those that are in it, and for those of
+    /// them that are through with this round.
+    struct LaneLoop
+    {
+        QByteArray on, skipped;
+    };
+
     Operand unsupported();
     Operand keep(const QByteArray &text, Type type, const QString &structName = {});
     Operand named(const Operand &value);
@@ -85,7 +92,7 @@ private:
     Operand emitIndex(const AstNode &node);
     Operand retag(const Operand &value, Type type, const QString &structName);
     QByteArray condition(const AstNode &node);
-    QByteArray branchCondition(const QByteArray &chosen) const;
+    QByteArray stillOn() const;
     QByteArray maskedBy(const QByteArray &condition);
     void assign(const QByteArray &target, const QByteArray &value);
     QByteArray guarded(const QByteArray &block, const QByteArray &mask) const;
@@ -110,10 +117,13 @@ private:
     void emitIf(const AstNode &node);
     void emitMaskedIf(const AstNode &node, const QByteArray &chosen);
     void emitLoop(const AstNode &node);
+    QByteArray loopHead();
+    void emitMaskedLoop(const AstNode &node);
     void emitSwitch(const AstNode &node);
     void emitReturn(const AstNode &node);
     void emitLeave();
     void emitMaskedLeave(const QByteArray &value);
+    void emitMaskedJump(AstKind kind);
 
     CodegenUnit &m_unit;
     CodegenFunction *m_function;
@@ -124,10 +134,12 @@ private:
     QByteArray m_indent = "    ";
     QList<QByteArray> m_continueLabels; ///< of the loops around, innermost last
     QList<bool> m_continueUsed;
-    int m_breakDepth = 0; ///< loops and switches around
-    QByteArray m_mask;    ///< for lanes: those that are on; empty when all are
-    int m_maskDepth = 0;  ///< branches around that not all lanes take
-    int m_partLeaves = 0; ///< returns of some lanes so far
+    int m_breakDepth = 0;        ///< loops and switches around
+    QByteArray m_mask;           ///< for lanes: those that are on; empty when all are
+    int m_maskDepth = 0;         ///< branches around that not all lanes take
+    int m_partLeaves = 0;        ///< jumps of some lanes so far
+    int m_partReturns = 0;       ///< those of them that end the function
+    QList<LaneLoop> m_laneLoops; ///< around, innermost last
     qsizetype m_names = 0;
     qsizetype m_variableValues = 0;
 };

@@ -7,16 +7,15 @@ namespace eval::internal {
 
 namespace {
 
-/// Whether something below a statement may end it, a loop around it or the function.
-bool jumpsOut(const AstNode &statement)
+/// Whether something in a statement may end it, a loop around it or the function.
+bool jumpsOut(const AstPtr &statement)
 {
     bool jumps = false;
     const auto look = [&jumps](const AstNode &node) {
         jumps = jumps || node.kind == AstKind::Break || node.kind == AstKind::Continue ||
                 node.kind == AstKind::Return || node.kind == AstKind::Discard;
     };
-    forEachNode(statement.left, look);
-    forEachNode(statement.right, look);
+    forEachNode(statement, look);
     return jumps;
 }
 
@@ -76,12 +75,18 @@ void CodegenBody::emitStatement(const AstNode &node)
         return;
     case AstKind::Break:
         // Outside of everything it ends the function, as in the interpreter.
-        if (m_breakDepth > 0)
+        if (!m_laneLoops.isEmpty())
+            emitMaskedJump(node.kind);
+        else if (m_breakDepth > 0)
             emitLine("break;");
         else
             emitLeave();
         return;
     case AstKind::Continue:
+        if (!m_laneLoops.isEmpty()) {
+            emitMaskedJump(node.kind);
+            return;
+        }
         if (m_continueLabels.isEmpty()) {
             emitLeave();
             return;
@@ -133,11 +138,11 @@ void CodegenBody::emitDeclaration(const AstNode &node)
 void CodegenBody::emitIf(const AstNode &node)
 {
     const QByteArray chosen = condition(*node.condition);
-    if (m_unit.isForLanes() && (m_breakDepth == 0 || !jumpsOut(node))) {
+    if (m_unit.isForLanes()) {
         emitMaskedIf(node, chosen);
         return;
     }
-    emitLine("if (" + branchCondition(chosen) + ") {");
+    emitLine("if (" + chosen + ") {");
     m_lines += nested([&] {
         if (node.left)
             emitStatement(*node.left);
@@ -155,12 +160,17 @@ void CodegenBody::emitLoop(const AstNode &node)
 {
     if (node.kind == AstKind::For && node.left)
         emitStatement(*node.left);
-    const QByteArray round = newName('r');
+    // Where a loop counts and nothing leaves it, all lanes go round together.
+    if (m_unit.isForLanes() && (m_unit.mustWatch(node) || jumpsOut(node.body))) {
+        emitMaskedLoop(node);
+        return;
+    }
     const auto leaveUnless = [&] {
-        emitLine("if (!" + branchCondition(condition(*node.condition)) + ") break;");
+        const QByteArray goesOn = condition(*node.condition);
+        emitLine("if (!" + (m_unit.isForLanes() ? "anyLane(" + maskedBy(goesOn) + ')' : goesOn) +
+                 ") break;");
     };
-    emitLine("for (int " + round + " = 0; " + round + " < " +
-             QByteArray::number(Interpreter::loopRoundLimit) + "; ++" + round + ") {");
+    emitLine(loopHead());
     const QByteArray body = nested([&] {
         if (m_unit.mustWatch(node))
             emitLine("if (_isCancelled()) break;");
@@ -184,6 +194,14 @@ void CodegenBody::emitLoop(const AstNode &node)
             emitExpression(*node.right);
     });
     m_lines += body + m_indent + "}\n";
+}
+
+/// No loop has more rounds than the language allows.
+QByteArray CodegenBody::loopHead()
+{
+    const QByteArray round = newName('r');
+    return "for (int " + round + " = 0; " + round + " < " +
+           QByteArray::number(Interpreter::loopRoundLimit) + "; ++" + round + ") {";
 }
 
 /// A switch that is entered at its top: the blocks decide for themselves, from the first that
