@@ -1,7 +1,7 @@
 # Sourced by the other scripts: installs what is missing, and says what.
 
 PACKAGES=(build-essential cmake ninja-build ccache git
-    qt6-base-dev qt6-base-private-dev qt6-shadertools-dev libqt6sql6-sqlite libqt6sql6-psql libgl-dev libvulkan-dev
+    qt6-base-dev qt6-base-private-dev qt6-shadertools-dev libqt6sql6-sqlite libqt6sql6-psql libqt6svg6 libgl-dev libvulkan-dev
     libbenchmark-dev clang-format)
 
 install_missing_packages() {
