@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <latch>
 
 using namespace Qt::StringLiterals;
 
@@ -16,16 +17,26 @@ void parallelFor(qsizetype count, int threads, const std::function<void(qsizetyp
         for (qsizetype i = next++; i < count; i = next++)
             body(i);
     };
-    const int helpers = int(std::min<qsizetype>(threads, count)) - 1;
+    runBeside(int(std::min<qsizetype>(threads, count)) - 1, work, work);
+}
+
+void runBeside(int helpers, const std::function<void()> &helper, const std::function<void()> &own)
+{
     if (helpers < 1)
-        return work();
+        return own();
+    // Not left to the pool, whose own end of the threads no sanitizer sees.
+    std::latch finished(helpers);
     QThreadPool pool;
     pool.setObjectName(u"Ondrel.mesh"_s);
     pool.setMaxThreadCount(helpers);
-    for (int i = 0; i < helpers; ++i)
-        pool.start(work);
-    work();
-    pool.waitForDone();
+    for (int i = 0; i < helpers; ++i) {
+        pool.start([&] {
+            helper();
+            finished.count_down();
+        });
+    }
+    own();
+    finished.wait();
 }
 
 } // namespace mesh

@@ -11,4 +11,8 @@ namespace mesh {
 /// microseconds.
 void parallelFor(qsizetype count, int threads, const std::function<void(qsizetype)> &body);
 
+/// Calls own() on the calling thread while each of some other threads calls helper(), and returns
+/// when all are done.
+void runBeside(int helpers, const std::function<void()> &helper, const std::function<void()> &own);
+
 } // namespace mesh

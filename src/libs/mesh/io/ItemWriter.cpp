@@ -1,13 +1,11 @@
 #include "ItemWriter.h"
 
-#include <QMutex>
-#include <QThreadPool>
-#include <QWaitCondition>
+#include <mesh/parallelFor.h>
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <vector>
-
-using namespace Qt::StringLiterals;
 
 // The blocks lie in a ring. Helpers take the next block that is not formatted yet, as long as the
 // ring has a place for it; the calling thread writes block after block, and formats others while
@@ -41,7 +39,7 @@ public:
     /// What a helper does.
     void formatAll()
     {
-        QMutexLocker lock(&m_mutex);
+        std::unique_lock lock(m_mutex);
         while (!m_stopped && m_nextToFormat < m_count)
             formatNextOrWait(lock);
     }
@@ -49,7 +47,7 @@ public:
     /// The next block to write.
     const BlockWriter &next(qsizetype &items)
     {
-        QMutexLocker lock(&m_mutex);
+        std::unique_lock lock(m_mutex);
         Place &place = placeOf(m_nextToWrite);
         while (!place.isReady)
             formatNextOrWait(lock);
@@ -60,16 +58,16 @@ public:
     /// The block of next() is written.
     void advance()
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         placeOf(m_nextToWrite++).isReady = false;
-        m_changed.wakeAll();
+        m_changed.notify_all();
     }
 
     void stop()
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         m_stopped = true;
-        m_changed.wakeAll();
+        m_changed.notify_all();
     }
 
 private:
@@ -88,10 +86,10 @@ private:
                m_nextToFormat < m_nextToWrite + qsizetype(m_ring.size());
     }
 
-    void formatNextOrWait(QMutexLocker<QMutex> &lock)
+    void formatNextOrWait(std::unique_lock<std::mutex> &lock)
     {
         if (!hasRoom()) {
-            m_changed.wait(&m_mutex);
+            m_changed.wait(lock);
             return;
         }
         const qsizetype block = m_nextToFormat++;
@@ -100,16 +98,16 @@ private:
         const qsizetype begin = block * itemsPerBlock;
         place.bytes.clear();
         place.items = m_format(place.bytes, begin, std::min(begin + itemsPerBlock, m_itemCount));
-        lock.relock();
+        lock.lock();
         place.isReady = true;
-        m_changed.wakeAll();
+        m_changed.notify_all();
     }
 
     const qsizetype m_itemCount;
     const qsizetype m_count;
     const Format &m_format;
-    QMutex m_mutex; ///< of all below; not of the bytes of a block that somebody formats or writes
-    QWaitCondition m_changed;
+    std::mutex m_mutex; ///< of all below but the bytes of a block that somebody works on
+    std::condition_variable m_changed;
     std::vector<Place> m_ring;
     qsizetype m_nextToFormat = 0;
     qsizetype m_nextToWrite = 0;
@@ -126,21 +124,19 @@ bool ItemWriter::write(qsizetype count, const Format &format)
 {
     const int threads = std::clamp(m_options.threads, 1, mostThreads);
     Blocks blocks(count, format, threads);
-    QThreadPool pool;
-    pool.setObjectName(u"Ondrel.mesh.io"_s);
-    pool.setMaxThreadCount(std::max(threads - 1, 1));
-    const int helpers = int(std::min<qsizetype>(threads, blocks.count())) - 1;
-    for (int i = 0; i < helpers; ++i)
-        pool.start([&blocks] { blocks.formatAll(); });
     bool goesOn = true;
-    for (qsizetype block = 0; block < blocks.count() && goesOn; ++block) {
-        qsizetype items = 0;
-        const BlockWriter &bytes = blocks.next(items);
-        goesOn = deliver(bytes, items);
-        blocks.advance();
-    }
-    blocks.stop();
-    pool.waitForDone();
+    const auto writeAll = [&] {
+        for (qsizetype block = 0; block < blocks.count() && goesOn; ++block) {
+            qsizetype items = 0;
+            const BlockWriter &bytes = blocks.next(items);
+            goesOn = deliver(bytes, items);
+            blocks.advance();
+        }
+        blocks.stop();
+    };
+    const int helpers = int(std::min<qsizetype>(threads, blocks.count())) - 1;
+    runBeside(
+        helpers, [&blocks] { blocks.formatAll(); }, writeAll);
     return goesOn;
 }
 
