@@ -211,4 +211,20 @@ void timeRows(benchmark::State &state, eval::ThreadCopy &copy)
     reportSamples(state, rowLength);
 }
 
+void timeScattered(benchmark::State &state, eval::ThreadCopy &copy)
+{
+    const std::vector<float> xs = coordinates(rowLength);
+    std::vector<float> ys, zs;
+    for (const float x : xs) {
+        ys.push_back(0.7f - 0.3f * x);
+        zs.push_back(0.2f + 0.6f * x);
+    }
+    std::vector<float> out(xs.size());
+    for (auto _ : state) {
+        copy.evaluatePoints(pointHandle, xs, ys, zs, distanceHandle, out, 1e10f);
+        benchmark::DoNotOptimize(out.data());
+    }
+    reportSamples(state, rowLength);
+}
+
 } // namespace bench

@@ -42,5 +42,7 @@ void reportSamples(benchmark::State &state, int samplesPerRound);
 /// Times a program point by point along rows of the given coordinates, and by whole rows.
 void timePoints(benchmark::State &state, eval::ThreadCopy &copy, const std::vector<float> &xs);
 void timeRows(benchmark::State &state, eval::ThreadCopy &copy);
+/// Blocks of points on a slanted line: no two share a coordinate.
+void timeScattered(benchmark::State &state, eval::ThreadCopy &copy);
 
 } // namespace bench

@@ -35,6 +35,13 @@ void alongRows(benchmark::State &state, const Field &field)
     timeRows(state, copy);
 }
 
+void scattered(benchmark::State &state, const Field &field)
+{
+    eval::ThreadCopy copy(compile(field.expression, eval::Backend::Native));
+    checkInside(state, copy, field.inside);
+    timeScattered(state, copy);
+}
+
 /// The entry itself, called for one point after the other.
 void bareEntry(benchmark::State &state, const Field &field)
 {
@@ -114,8 +121,9 @@ void registerAll()
     };
     static constexpr Kind kinds[] = {
         {"points", pointByPoint, false},     {"rows", alongRows, false},
-        {"entry", bareEntry, false},         {"compile/warm", warmCompile, true},
-        {"compile/cold", coldCompile, true}, {"compile/bare", bareCompiler, true}};
+        {"scattered", scattered, false},     {"entry", bareEntry, false},
+        {"compile/warm", warmCompile, true}, {"compile/cold", coldCompile, true},
+        {"compile/bare", bareCompiler, true}};
     for (const Field &field : fields()) {
         for (const Kind &kind : kinds) {
             auto *const added = benchmark::RegisterBenchmark(
