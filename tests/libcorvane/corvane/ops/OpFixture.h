@@ -6,6 +6,7 @@
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/model/ParameterValue.h>
 #include <corvane/model/PlainValue.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 #include <corvane/registry/Definition.h>
@@ -60,6 +61,17 @@ struct SceneState
     }
 
 private:
+    template<class Record>
+    static QVariant plain(const Record &record)
+    {
+        QVariantMap map = record.toVariantMap();
+        QVariantMap params = map.value(QStringLiteral("params")).toMap();
+        for (QVariant &param : params)
+            param = corvane::model::parameterForFile(param);
+        if (!params.isEmpty())
+            map.insert(QStringLiteral("params"), params);
+        return corvane::model::plainForFile(map);
+    }
     /// Those records of `a` that `b` does not have just so, by id.
     template<class Record>
     static QVariantMap differing(const QMap<QUuid, Record> &a, const QMap<QUuid, Record> &b)
@@ -68,7 +80,7 @@ private:
         for (auto it = a.cbegin(); a != b && it != a.cend(); ++it) {
             const auto same = b.constFind(it.key());
             if (same == b.cend() || *same != *it)
-                found.insert(it.key().toString(), corvane::model::plainForFile(it->toVariantMap()));
+                found.insert(it.key().toString(), plain(*it));
         }
         return found;
     }
@@ -78,7 +90,7 @@ private:
         QVariantMap found;
         for (auto it = a.cbegin(); a != b && it != a.cend(); ++it) {
             if (!b.contains(it.key()) || b.value(it.key()) != *it)
-                found.insert(it.key(), corvane::model::plainForFile(it->toVariantMap()));
+                found.insert(it.key(), plain(*it));
         }
         return found;
     }
