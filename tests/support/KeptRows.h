@@ -7,7 +7,8 @@
 
 namespace support {
 
-/// The rows of a model as a view holds on to them, to see whether an edit leaves them what they were.
+/// The rows of a model as a view holds on to them, to see whether an edit leaves them what they
+/// were.
 class KeptRows
 {
 public:
