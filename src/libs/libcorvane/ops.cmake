@@ -3,6 +3,7 @@
 corvane_library(corvane_ops
     AREAS ops
     SOURCES
+        corvane/ops/Adoption.cpp
         corvane/ops/ComponentEditOps.cpp
         corvane/ops/ComponentMaterializer.cpp
         corvane/ops/ComponentOps.cpp

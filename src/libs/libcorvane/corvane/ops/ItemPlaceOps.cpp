@@ -2,6 +2,7 @@
 #include <corvane/model/Corvane.h>
 #include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/ops/Adoption.h>
 #include <corvane/ops/ItemOps.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
@@ -81,6 +82,49 @@ void moveInExpression(OpContext &context, const QUuid &outerId, const QUuid &new
     }
 }
 
+/// Below a node: what it is made of becomes nodes.
+OpOutcome moveIntoTree(OpContext &context, const OpCall &call, const QUuid &id)
+{
+    const QUuid parentId = call.id("newParentId"_L1);
+    if (context.document.item(id).itemType != model::ItemTypes::Sdf)
+        return call.refuse(u"only items of the field go below nodes:"_s, id);
+    if (context.tree->isComponentInstance(parentId))
+        return call.refuse(u"cannot move into a component instance:"_s, parentId);
+    const qsizetype siblings = context.tree->children(parentId).size();
+    const int index = call.number("insertIndex"_L1, -1);
+    QString reason;
+    const auto adoption = planAdoption(context, id, parentId,
+                                       index < 0 || index > siblings ? siblings : index, reason);
+    if (!adoption)
+        return call.refuse(reason, id);
+    restoreAdoption(context, adoption->after);
+    return OpChange{.itemId = id, .before = adoption->before, .after = adoption->after};
+}
+
+/// Below an item: the expression that the item is part of becomes nodes first.
+OpOutcome moveBelowItem(OpContext &context, const OpCall &call, const QUuid &id)
+{
+    const QUuid parentId = call.id("newParentId"_L1);
+    if (!isOperator(context.document, parentId))
+        return call.refuse(u"no operator:"_s, parentId);
+    if (!hasRoom(context.document, parentId))
+        return call.refuse(u"no room for another child:"_s, parentId);
+    const QUuid top = topOfExpression(context, parentId);
+    QString reason = u"a part is used more than once:"_s;
+    const auto adoption =
+        top.isNull() ? std::nullopt
+                     : planAdoption(context, top, {}, context.tree->roots().size(), reason);
+    if (!adoption)
+        return call.refuse(reason, parentId);
+    const model::LogicalScene::Batch batch(*context.tree);
+    OpChange change{.itemId = id, .before = adoption->before, .after = adoption->after};
+    change.before.insert(nodePlace(context, id));
+    restoreAdoption(context, adoption->after);
+    context.tree->moveInstance(id, parentId, call.number("insertIndex"_L1, -1));
+    change.after.insert(nodePlace(context, id));
+    return change;
+}
+
 OpOutcome moveItem(OpContext &context, const OpCall &call, const QUuid &id)
 {
     model::Corvane &document = context.document;
@@ -142,11 +186,30 @@ OpOutcome applyItemSetParent(OpContext &context, const OpCall &call)
     const QUuid id = call.id("itemId"_L1);
     if (!context.contains(id))
         return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
-    return context.node(id) ? moveNode(context, call, id) : moveItem(context, call, id);
+    const QUuid parentId = call.id("newParentId"_L1);
+    if (context.node(id))
+        return context.document.hasItem(parentId) && !context.node(parentId)
+                   ? moveBelowItem(context, call, id)
+                   : moveNode(context, call, id);
+    return context.node(parentId) ? moveIntoTree(context, call, id) : moveItem(context, call, id);
 }
 
 void restorePlace(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
+    if (isAdoption(state)) {
+        // A node that came along leaves before what it stands below, and comes after it.
+        const bool isLeaving = !state.contains(u"nodes"_s);
+        const auto place = [&] {
+            if (state.contains(u"csgIndex"_s))
+                restoreNodePlace(context, itemId, state);
+        };
+        if (isLeaving)
+            place();
+        restoreAdoption(context, state);
+        if (!isLeaving)
+            place();
+        return;
+    }
     if (context.node(itemId) && state.contains(u"csgIndex"_s)) {
         restoreNodePlace(context, itemId, state);
         return;
