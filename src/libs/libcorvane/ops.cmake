@@ -25,6 +25,7 @@ corvane_library(corvane_ops
         corvane/ops/SceneSnapshot.cpp
         corvane/ops/SdfOps.cpp
         corvane/ops/SettingsOps.cpp
+        corvane/ops/TransformOps.cpp
         corvane/ops/VarsetOps.cpp
         corvane/ops/WrapperMerge.cpp
     LINKS corvane_model Qt6::Core Qt6::Gui)

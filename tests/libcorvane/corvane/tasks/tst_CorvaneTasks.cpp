@@ -354,6 +354,16 @@ void TstCorvaneTasks::itemsOfTheFieldFollow()
         fixture.executor.undoStack()->undo();
     QCOMPARE(document.items().size(), 2);
     QCOMPARE(document.childInstanceIds(top), QList<QUuid>{ball});
+
+    // With a tree they can be put together, under the ids that they have.
+    const QString tool = fixture.add(u"subtract"_s);
+    QVERIFY(
+        fixture
+            .call(u"corvane.item.set_parent"_s, {{u"itemId"_s, topText}, {u"newParentId"_s, tool}})
+            .success);
+    QCOMPARE(fixture.tree.children(QUuid(tool)), QList<QUuid>{top});
+    QCOMPARE(fixture.tree.children(top), QList<QUuid>{ball});
+    QVERIFY(document.items().isEmpty() && document.roots().isEmpty());
 }
 
 void TstCorvaneTasks::variablesKeepWhatIsNotGiven()
