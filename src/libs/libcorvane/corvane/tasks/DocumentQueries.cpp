@@ -27,6 +27,9 @@ QJsonObject variableJson(const QString &name, const model::VarsetEntry &entry)
         {u"name"_s, name}, {u"value"_s, jsonOf(entry.value)}, {u"type"_s, entry.effectiveType()}};
     if (!entry.expression.isEmpty())
         object.insert(u"expression"_s, entry.expression);
+    // What has no value yet says nothing of its type.
+    if (!entry.expression.isEmpty() && !entry.value.isValid() && entry.type.isEmpty())
+        object.remove(u"type"_s);
     if (!entry.description.isEmpty())
         object.insert(u"description"_s, entry.description);
     if (!entry.unit.isEmpty())

@@ -126,6 +126,10 @@ Prepared prepareItemAdd(const SceneAccess &access, const QVariantMap &arguments,
         return refuse(cause, u"definitionId is required for an item of type sdf"_s);
     if (!access.tree)
         return refuse(cause, u"the scene has no tree for items of type sdf"_s);
+    cause = parameterFlaw(arguments.value(u"definitionId"_s).toString(),
+                          withoutQuotes(givenParameters(arguments)));
+    if (!cause.isEmpty())
+        return std::nullopt;
     return arguments;
 }
 

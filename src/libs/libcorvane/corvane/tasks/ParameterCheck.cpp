@@ -15,12 +15,10 @@ namespace {
 
 using registry::SDFParameterType;
 
-registry::DefinitionPtr definitionOf(const SceneAccess &access, const QUuid &itemId)
+QString definitionIdOf(const SceneAccess &access, const QUuid &itemId)
 {
-    const QString definitionId = access.isNode(itemId)
-                                     ? std::as_const(*access.tree).instance(itemId)->definitionId
-                                     : access.document->instance(itemId).definitionId();
-    return registry::Registry::instance().getDefinition(definitionId);
+    return access.isNode(itemId) ? std::as_const(*access.tree).instance(itemId)->definitionId
+                                 : access.document->instance(itemId).definitionId();
 }
 
 bool isListOf(const QVariant &value, qsizetype least, qsizetype most)
@@ -60,7 +58,12 @@ QString wanted(const registry::ParameterDef &parameter, const QVariant &value)
 
 QString parameterFlaw(const SceneAccess &access, const QUuid &itemId, const QVariantMap &parameters)
 {
-    const registry::DefinitionPtr definition = definitionOf(access, itemId);
+    return parameterFlaw(definitionIdOf(access, itemId), parameters);
+}
+
+QString parameterFlaw(const QString &definitionId, const QVariantMap &parameters)
+{
+    const auto definition = registry::Registry::instance().getDefinition(definitionId);
     if (!definition)
         return {};
     for (const registry::ParameterDef &parameter : std::as_const(definition->parameters)) {
@@ -78,7 +81,8 @@ QString parameterFlaw(const SceneAccess &access, const QUuid &itemId, const QVar
 QString unreadParameters(const SceneAccess &access, const QUuid &itemId,
                          const QVariantMap &parameters)
 {
-    const registry::DefinitionPtr definition = definitionOf(access, itemId);
+    const auto definition =
+        registry::Registry::instance().getDefinition(definitionIdOf(access, itemId));
     if (!definition)
         return {};
     QStringList known;

@@ -15,6 +15,8 @@ struct SceneAccess;
 /// all can.
 QString parameterFlaw(const SceneAccess &access, const QUuid &itemId,
                       const QVariantMap &parameters);
+/// The same for an item to be made of a definition.
+QString parameterFlaw(const QString &definitionId, const QVariantMap &parameters);
 /// A sentence about parameters that nothing reads, which are stored all the same: another
 /// definition may know them. Begins with a blank; empty when all are read.
 QString unreadParameters(const SceneAccess &access, const QUuid &itemId,
