@@ -149,6 +149,23 @@ VarsetEntry wantedEntry(const VarsetEntry &known, const OpCall &call)
     return entry;
 }
 
+/// Whether the full name means another variable: the unnamed varset may have one of that name.
+bool isShadowed(const VarsetTable &table, const Address &address)
+{
+    return !address.varset.isEmpty() && table.entries().contains(address.fullName());
+}
+
+/// Where it stands in the order, with no word to anyone who reads it by its full name.
+void renameInTable(OpContext &context, const Address &from, const Address &to)
+{
+    VarsetTable table = context.document.variables();
+    const VarsetEntry entry = entriesOf(table, from.varset).value(from.name);
+    const qsizetype index = orderOf(table, from.varset).indexOf(from.name);
+    removeEntry(table, from);
+    insertEntry(table, to, entry, index);
+    context.document.setVariables(table);
+}
+
 QVariantMap namedVarsetState(const VarsetTable &table, const QString &varset)
 {
     QVariantMap entries;
@@ -254,6 +271,10 @@ OpOutcome applyVarsetRenameVariable(OpContext &context, const OpCall &call)
     change.textArgs = {oldName, newName};
     if (from.name == to.name)
         return OpChange{};
+    if (isShadowed(table, from)) {
+        renameInTable(context, from, to);
+        return change;
+    }
     withExpressions(context, change, [&context, &from, &to] {
         context.document.renameVariable(from.fullName(), to.fullName());
         renameInExpressions(context, from.fullName(), to.fullName(), expr::RenamedKind::Variable);
@@ -266,19 +287,15 @@ void restoreVariableName(OpContext &context, const QUuid &, const QVariantMap &s
     const QString varset = state.value(u"varsetName"_s).toString();
     const Address target{varset, state.value(u"targetName"_s).toString()};
     const Address other{varset, state.value(u"otherName"_s).toString()};
+    const bool canBeNamed = !isShadowed(context.document.variables(), other);
     bool isRenamed = false;
     renameWithoutRewriting(context, [&] {
-        isRenamed = context.document.renameVariable(other.fullName(), target.fullName());
+        isRenamed =
+            canBeNamed && context.document.renameVariable(other.fullName(), target.fullName());
     });
-    if (!isRenamed) {
-        // A file may give an entry of a varset a name with dots, which no rename would give it.
-        VarsetTable table = context.document.variables();
-        const VarsetEntry entry = entriesOf(table, varset).value(other.name);
-        const qsizetype index = orderOf(table, varset).indexOf(other.name);
-        removeEntry(table, other);
-        insertEntry(table, target, entry, index);
-        context.document.setVariables(table);
-    }
+    // A file may give an entry of a varset a name with dots, which no rename would give it.
+    if (!isRenamed)
+        renameInTable(context, other, target);
     restoreExpressions(context, state.value(u"expressions"_s).toMap());
 }
 
