@@ -139,6 +139,17 @@ QVariantMap ExpressionManager::keptValues() const
 
 void ExpressionManager::restoreKeptValues(const QVariantMap &values)
 {
+    // A variable that has no value again lets those fail that read it, and each of these has a
+    // value to be brought back as well.
+    for (qsizetype round = 0; round < values.size() && restoreOfFailed(values); ++round) {
+        rebuildGraph();
+        evaluateAll();
+    }
+}
+
+/// Whether any value was another one.
+bool ExpressionManager::restoreOfFailed(const QVariantMap &values)
+{
     ChangedInstances changed;
     bool isAnyRestored = false;
     const QStringList failed = m_scene ? failedNodes() : QStringList();
@@ -152,12 +163,9 @@ void ExpressionManager::restoreKeptValues(const QVariantMap &values)
         else
             storeParameter(node, *kept, changed);
     }
-    {
-        const QScopedValueRollback guard(m_evaluating, true);
-        writeBack(changed);
-    }
-    if (isAnyRestored)
-        evaluateAll();
+    const QScopedValueRollback guard(m_evaluating, true);
+    writeBack(changed);
+    return isAnyRestored;
 }
 
 QVariant ExpressionManager::value(const QString &name) const

@@ -106,6 +106,7 @@ private:
     void storeParameter(const QString &node, const QVariant &value, ChangedInstances &changed);
     void nameParameterValue(const QString &node, const QVariant &value);
     void writeBack(const ChangedInstances &changed);
+    bool restoreOfFailed(const QVariantMap &values);
     QStringList failedNodes() const;
     QVariant storedValue(const QString &node) const;
     void countEmission(const QString &name);
