@@ -216,6 +216,10 @@ void TstYamlSerializer::losslessReadsBackStrings_data()
                                 u"]"_s,
                                 u"e"_s,
                                 u"0x1e"_s,
+                                u"1e-7"_s,
+                                u"0020e5b2-bf46"_s,
+                                u"No"_s,
+                                u"NaN"_s,
                                 u"größe: \"5\""_s})
         QTest::newRow(qPrintable(text)) << text;
 }

@@ -1,5 +1,7 @@
 #include "YamlFlowParser.h"
 
+#include "YamlScalar.h"
+
 #include <corvane/yaml/YamlParser.h>
 
 using namespace Qt::StringLiterals;
@@ -64,8 +66,7 @@ bool isOneOf(QStringView text, QLatin1StringView a, QLatin1StringView b)
     return text.compare(a, Qt::CaseInsensitive) == 0 || text.compare(b, Qt::CaseInsensitive) == 0;
 }
 
-// Cheap refusal of what no conversion to a number takes, which most words are.
-bool mayBeNumber(QStringView text)
+bool beginsAsNumber(QStringView text)
 {
     const char16_t c = text.front().unicode();
     return c >= 0x80 || (c >= u'0' && c <= u'9') || c == u'+' || c == u'-' || c == u'.';
@@ -73,7 +74,7 @@ bool mayBeNumber(QStringView text)
 
 QVariant parseNumberOrText(QStringView text)
 {
-    if (mayBeNumber(text)) {
+    if (beginsAsNumber(text) && mayBeNumber(text)) {
         bool ok = false;
         if (text.contains(u'.') || text.contains(u'e', Qt::CaseInsensitive)) {
             const double number = text.toDouble(&ok);

@@ -9,6 +9,10 @@ namespace corvane::yaml {
 
 enum class ScalarPlace;
 
+/// A cheap refusal of what, without white space around it, no conversion to a number takes: most
+/// words and ids.
+[[nodiscard]] bool mayBeNumber(QStringView text);
+
 /// True when the writer puts the value in text form on several lines.
 [[nodiscard]] bool isMultilineString(const QVariant &value);
 

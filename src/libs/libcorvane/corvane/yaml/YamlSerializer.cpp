@@ -5,11 +5,30 @@
 
 #include <corvane/yaml/PlainValue.h>
 
-#include <QRegularExpression>
+#include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace corvane::yaml {
+
+namespace {
+
+bool isMark(QChar c)
+{
+    return QStringView(u",:[]{}#&*!|>'\"%@`").contains(c);
+}
+
+bool isWordOfFormat(const QString &text)
+{
+    static constexpr std::array words{"true"_L1, "false"_L1, "yes"_L1, "no"_L1, "null"_L1, "~"_L1};
+    return text.size() <= 5 &&
+           std::any_of(words.begin(), words.end(), [&text](QLatin1StringView word) {
+               return text.compare(word, Qt::CaseInsensitive) == 0;
+           });
+}
+
+} // namespace
 
 YamlSerializer::YamlSerializer()
     : YamlSerializer(Options{})
@@ -74,13 +93,13 @@ QString YamlSerializer::escapeString(const QString &text)
 
 bool YamlSerializer::needsQuotes(const QString &text)
 {
-    static const QRegularExpression special(u"[,:\\[\\]{}#&*!|>'\"%@`]"_s);
-    static const QStringList words{u"true"_s, u"false"_s, u"yes"_s, u"no"_s, u"null"_s, u"~"_s};
-    if (text.isEmpty() || words.contains(text, Qt::CaseInsensitive))
+    if (text.isEmpty() || isWordOfFormat(text) || text.front().isSpace() || text.back().isSpace() ||
+        std::any_of(text.cbegin(), text.cend(), isMark))
         return true;
     bool isNumber = false;
-    text.toDouble(&isNumber);
-    return isNumber || special.match(text).hasMatch() || text.trimmed() != text;
+    if (mayBeNumber(text))
+        text.toDouble(&isNumber);
+    return isNumber;
 }
 
 QString YamlSerializer::indentStr(int spaces)

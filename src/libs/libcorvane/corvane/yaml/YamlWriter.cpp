@@ -22,6 +22,22 @@ bool isList(const QVariant &value)
 
 } // namespace
 
+template<class Visit>
+void YamlWriter::forEachEntry(const QVariantMap &map, const Visit &visit) const
+{
+    if (!m_options.sortKeys) {
+        for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
+            visit(entry.key(), *entry);
+        return;
+    }
+    QStringList keys = map.keys();
+    std::stable_sort(keys.begin(), keys.end(), [](const QString &a, const QString &b) {
+        return a.compare(b, Qt::CaseInsensitive) < 0;
+    });
+    for (const QString &key : std::as_const(keys))
+        visit(key, *map.constFind(key));
+}
+
 void YamlWriter::writeMap(const QVariantMap &map, int indent)
 {
     if (map.isEmpty()) {
@@ -29,13 +45,13 @@ void YamlWriter::writeMap(const QVariantMap &map, int indent)
         return;
     }
     bool isFirst = true;
-    for (const QString &key : orderedKeys(map)) {
+    forEachEntry(map, [&](const QString &key, const QVariant &value) {
         if (indent == 0 && !isFirst)
             m_text += u'\n';
         isFirst = false;
         writeSpaces(indent);
-        writeEntry(key, map.value(key), indent, Container::Map);
-    }
+        writeEntry(key, value, indent, Container::Map);
+    });
 }
 
 void YamlWriter::writeList(const QVariantList &list, int indent)
@@ -55,17 +71,6 @@ void YamlWriter::writeLines(const QString &text, int indent)
     }
 }
 
-QStringList YamlWriter::orderedKeys(const QVariantMap &map) const
-{
-    QStringList keys = map.keys();
-    if (m_options.sortKeys) {
-        std::stable_sort(keys.begin(), keys.end(), [](const QString &a, const QString &b) {
-            return a.compare(b, Qt::CaseInsensitive) < 0;
-        });
-    }
-    return keys;
-}
-
 // The cursor stands where the key goes; `indent` is the column of the key.
 void YamlWriter::writeEntry(const QString &key, const QVariant &rawValue, int indent,
                             Container container)
@@ -77,14 +82,16 @@ void YamlWriter::writeEntry(const QString &key, const QVariant &rawValue, int in
         writeMapValue(value.toMap(), indent, container);
     } else if (isList(value)) {
         writeListValue(value.toList(), indent);
-    } else if (needsBlock(value, ScalarPlace::MapValue)) {
+    } else if (const auto text = lineText(value, ScalarPlace::MapValue)) {
+        // In a map of its own a null is a key with nothing behind it.
+        if (value.isValid() || container == Container::ListItem) {
+            m_text += u' ';
+            m_text += *text;
+        }
+        m_text += u'\n';
+    } else {
         m_text += " |\n"_L1;
         writeLines(value.toString(), indent + m_options.indentSize);
-    } else {
-        // In a map of its own a null is a key with nothing behind it.
-        if (value.isValid() || container == Container::ListItem)
-            m_text += u' ' + scalarText(value, ScalarPlace::MapValue);
-        m_text += u'\n';
     }
 }
 
@@ -137,15 +144,18 @@ void YamlWriter::writeMapItem(const QVariantMap &map, int indent)
         m_text += "- {}\n"_L1;
         return;
     }
-    const QStringList keys = orderedKeys(map);
-    bool isFirst = isOnOneLine(plainValue(map.value(keys.constFirst())), Container::ListItem);
-    m_text += isFirst ? "- "_L1 : "-\n"_L1;
-    for (const QString &key : keys) {
-        if (!isFirst)
+    bool isBehindDash = false;
+    bool isFirst = true;
+    forEachEntry(map, [&](const QString &key, const QVariant &value) {
+        if (isFirst) {
+            isBehindDash = isOnOneLine(plainValue(value), Container::ListItem);
+            m_text += isBehindDash ? "- "_L1 : "-\n"_L1;
+        }
+        if (!isFirst || !isBehindDash)
             writeSpaces(indent + 2);
         isFirst = false;
-        writeEntry(key, map.value(key), indent + 2, Container::ListItem);
-    }
+        writeEntry(key, value, indent + 2, Container::ListItem);
+    });
 }
 
 bool YamlWriter::isOnOneLine(const QVariant &value, Container container) const
@@ -212,21 +222,23 @@ bool YamlWriter::isFlowSafe(const QVariant &value) const
     return !needsBlock(value, ScalarPlace::Flow);
 }
 
-// True for a string that reads back from a "|" block only.
+// None for a string that reads back from a "|" block only.
+std::optional<QString> YamlWriter::lineText(const QVariant &value, ScalarPlace place) const
+{
+    if (isMultilineString(value))
+        return std::nullopt;
+    return m_options.lossless ? losslessScalarText(value, place) : usualScalarText(value);
+}
+
 bool YamlWriter::needsBlock(const QVariant &value, ScalarPlace place) const
 {
-    if (value.typeId() != QMetaType::QString)
-        return false;
-    return isMultilineString(value) || (m_options.lossless && !losslessScalarText(value, place));
+    return value.typeId() == QMetaType::QString && !lineText(value, place);
 }
 
 QString YamlWriter::scalarText(const QVariant &value, ScalarPlace place) const
 {
-    if (m_options.lossless) {
-        if (const auto text = losslessScalarText(value, place))
-            return *text;
-    }
-    return usualScalarText(value);
+    const auto text = m_options.lossless ? losslessScalarText(value, place) : std::nullopt;
+    return text ? *text : usualScalarText(value);
 }
 
 QString YamlWriter::flowText(const QVariant &rawValue) const
@@ -242,8 +254,9 @@ QString YamlWriter::flowText(const QVariant &rawValue) const
 QString YamlWriter::flowMapText(const QVariantMap &map) const
 {
     QStringList entries;
-    for (const QString &key : orderedKeys(map))
-        entries.append(key + ": "_L1 + flowText(map.value(key)));
+    forEachEntry(map, [&](const QString &key, const QVariant &value) {
+        entries.append(key + ": "_L1 + flowText(value));
+    });
     return u'{' + entries.join(", "_L1) + u'}';
 }
 

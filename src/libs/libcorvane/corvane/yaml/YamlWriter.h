@@ -2,6 +2,8 @@
 
 #include <corvane/yaml/YamlSerializer.h>
 
+#include <optional>
+
 namespace corvane::yaml {
 
 /// Where a scalar stands decides what form of it reads back.
@@ -28,7 +30,9 @@ public:
 private:
     enum class Container { Map, ListItem };
 
-    [[nodiscard]] QStringList orderedKeys(const QVariantMap &map) const;
+    /// In the order in which the entries are to be written.
+    template<class Visit>
+    void forEachEntry(const QVariantMap &map, const Visit &visit) const;
     void writeEntry(const QString &key, const QVariant &value, int indent, Container container);
     void writeMapValue(const QVariantMap &map, int indent, Container container);
     void writeListValue(const QVariantList &list, int indent);
@@ -41,6 +45,7 @@ private:
     [[nodiscard]] QString flowText(const QVariant &value) const;
     [[nodiscard]] QString flowMapText(const QVariantMap &map) const;
     [[nodiscard]] QString flowListText(const QVariantList &list) const;
+    [[nodiscard]] std::optional<QString> lineText(const QVariant &value, ScalarPlace place) const;
     [[nodiscard]] bool needsBlock(const QVariant &value, ScalarPlace place) const;
 
     const YamlSerializer::Options m_options;
