@@ -221,6 +221,7 @@ void TstExpressionManager::editedExpressionIsCompiledAnew()
     manager.evaluateAll();
     for (const auto &[stored, value] : {std::pair<QVariant, QVariant>{u"=w"_s, 2.0f},
                                         {u"=w*w"_s, 4.0f},
+                                        {u"=w*w"_s, 4.0f},
                                         {9.0, 9.0},
                                         {u"=w"_s, 2.0f}}) {
         Instance instance = scene.instance(id);

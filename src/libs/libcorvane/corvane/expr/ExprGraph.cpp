@@ -29,13 +29,15 @@ void ExprGraph::addLeaf(const QString &name, const QVariant &value)
     leaf.value = value;
 }
 
-void ExprGraph::addExpression(const QString &name, const CompiledExpression &compiled)
+void ExprGraph::addExpression(const QString &name, const CompiledExpression &compiled,
+                              const QVariant &value)
 {
     Node &node = replaceable(name);
     m_order.reset();
     node.isExpression = true;
     node.compiled = compiled;
     node.dirty = true;
+    node.value = value;
     link(name, compiled.dependencies);
 }
 
@@ -85,6 +87,16 @@ void ExprGraph::setResult(const QString &name, const QVariant &value)
         return;
     it->value = value;
     it->dirty = false;
+}
+
+void ExprGraph::overwriteResult(const QString &name, const QVariant &value)
+{
+    const auto it = m_nodes.find(name);
+    if (it == m_nodes.end())
+        return;
+    it->value = value;
+    it->dirty = it->isExpression;
+    markDependentsDirty(name);
 }
 
 void ExprGraph::detachPrograms()

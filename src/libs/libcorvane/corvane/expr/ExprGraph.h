@@ -34,8 +34,10 @@ public:
     void clear();
     /// A node with no expression; one of that name keeps its dependents.
     void addLeaf(const QString &name, const QVariant &value);
-    /// Replaces the node and links it with what it reads; leaves that are missing are made.
-    void addExpression(const QString &name, const CompiledExpression &compiled);
+    /// Replaces the node and links it with what it reads; leaves that are missing are made. The
+    /// value is what the node has until it is evaluated.
+    void addExpression(const QString &name, const CompiledExpression &compiled,
+                       const QVariant &value = {});
     /// A leaf whose expression does not compile; `compiled` tells why.
     void addFailed(const QString &name, const CompiledExpression &compiled, const QVariant &value);
     /// Makes `name` stand for `target`: it is computed by no expression, and changes when `target`
@@ -48,6 +50,9 @@ public:
     void removeNode(const QString &name);
     /// Stores the result of an expression, which is clean then.
     void setResult(const QString &name, const QVariant &value);
+    /// Stores a value that came from elsewhere than the expression: the node is dirty, and so is
+    /// all that reads it.
+    void overwriteResult(const QString &name, const QVariant &value);
     /// Marks all that reads a name, directly or not.
     void markDependentsDirty(const QString &name);
     /// Gives every expression a program of its own, so that a copy of the graph may go to another

@@ -3,6 +3,7 @@
 #include <corvane/expr/BuiltinVariables.h>
 #include <corvane/expr/ExprCompiler.h>
 #include <corvane/model/Corvane.h>
+#include <corvane/model/PlainValue.h>
 
 using namespace Qt::StringLiterals;
 
@@ -173,7 +174,7 @@ void ExprModelBuilder::addInstance(ExprModel &model, const model::Instance &inst
         const CompiledExpression compiled =
             ExprCompiler(model.context).compile(parameter.expression);
         if (compiled.isValid()) {
-            model.graph.addExpression(node, compiled);
+            model.graph.addExpression(node, compiled, parameter.fallback);
         } else {
             model.graph.addFailed(node, compiled, parameter.fallback);
             model.errors.insert(node, compiled.errors.value(0).message);
@@ -203,12 +204,18 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
         model.graph.markDependentsDirty(node);
         return wasExpression ? Change::Expression : Change::Value;
     }
-    if (known && known->compiled.source == parameter.expression)
-        return Change::None;
+    if (known && known->compiled.source == parameter.expression) {
+        // The same text may come with no value, or with an old one: the graph's is no longer the
+        // scene's then.
+        if (model::plainForFile(known->value) == model::plainForFile(parameter.fallback))
+            return Change::None;
+        model.graph.overwriteResult(node, parameter.fallback);
+        return Change::Value;
+    }
     model.errors.remove(node);
     const CompiledExpression compiled = ExprCompiler(model.context).compile(parameter.expression);
     if (compiled.isValid()) {
-        model.graph.addExpression(node, compiled);
+        model.graph.addExpression(node, compiled, parameter.fallback);
         linkParameterNames(model, compiled.dependencies);
     } else {
         model.graph.addFailed(node, compiled, parameter.fallback);
