@@ -3,6 +3,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 
@@ -16,6 +17,8 @@ using namespace Qt::StringLiterals;
 namespace eval::internal {
 
 namespace {
+
+Q_LOGGING_CATEGORY(lcNativeCache, "ondrel.eval.native.cache", QtWarningMsg)
 
 constexpr QByteArrayView footerMark("eval.native.1\n");
 constexpr qsizetype hashSize = 32;
@@ -90,32 +93,33 @@ bool NativeCache::holds(const QByteArray &key) const
     return size > 0 && content.endsWith(footerOf(key, QByteArrayView(content).first(size)));
 }
 
-QString NativeCache::prepareFolder() const
+bool NativeCache::prepareFolder() const
 {
-    if (!QDir().mkpath(QFileInfo(m_folder).path()))
-        return u"Failed to create the cache folder %1"_s.arg(m_folder);
+    QDir().mkpath(QFileInfo(m_folder).path());
     mkdir(QFile::encodeName(m_folder).constData(), 0700);
     bool exists = false;
     const struct stat status = statusOf(m_folder, exists);
     if (exists && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
         (status.st_mode & 077) != 0)
         chmod(QFile::encodeName(m_folder).constData(), 0700);
-    return isFolderSafe()
-               ? QString()
-               : u"The cache folder %1 is not a folder of this user alone"_s.arg(m_folder);
+    if (isFolderSafe())
+        return true;
+    qCWarning(lcNativeCache).noquote()
+        << "The cache folder" << m_folder << "is not a folder of this user alone";
+    return false;
 }
 
 QString NativeCache::store(const QByteArray &key, const QByteArray &object) const
 {
-    const QString problem = prepareFolder();
-    if (!problem.isEmpty())
-        return problem;
+    const QString notWritten = u"Failed to write .so to cache"_s;
+    if (!prepareFolder())
+        return notWritten;
     const QString path = pathOf(key);
     // A name of its own: two processes may be at the same object.
     QTemporaryFile file(path + u".tmp.XXXXXX"_s);
     const QByteArray content = object + footerOf(key, object);
     if (!file.open() || file.write(content) != content.size() || !file.flush())
-        return u"Failed to write .so to cache"_s;
+        return notWritten;
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     const QByteArray temporary = QFile::encodeName(file.fileName());
     if (std::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0)

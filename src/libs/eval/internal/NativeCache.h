@@ -29,8 +29,8 @@ public:
     [[nodiscard]] QString store(const QByteArray &key, const QByteArray &object) const;
 
 private:
-    /// Makes the folder and its mode right; an empty text when it may be used.
-    QString prepareFolder() const;
+    /// Makes the folder and its mode right. False, with a line in the log, when it can't be used.
+    bool prepareFolder() const;
     bool isFolderSafe() const;
 
     QString m_folder;

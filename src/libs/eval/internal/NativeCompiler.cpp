@@ -114,14 +114,9 @@ void compileAndLoad(const QByteArray &source, const NativeCache &cache, const QB
     const QByteArray object = compile(source, folder.path(), limits, result.error);
     if (object.isEmpty())
         return;
-    const QString problem = cache.store(key, object);
-    if (problem.isEmpty()) {
+    result.error = cache.store(key, object);
+    if (result.error.isEmpty())
         load(cache.pathOf(key), result);
-        return;
-    }
-    // Without a cache the field is compiled at every start, which is better than no field.
-    qCWarning(lcNative).noquote() << "native code is not kept:" << problem;
-    load(folder.filePath(u"out.so"_s), result);
 }
 
 } // namespace
