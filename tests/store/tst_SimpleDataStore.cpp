@@ -237,7 +237,7 @@ private slots:
         Words words = opened();
         QList<bool> results;
         words->synchronize([&](bool ok) {
-            QCOMPARE(QThread::currentThread(), qApp->thread());
+            QCOMPARE(QThread::currentThread(), QCoreApplication::instance()->thread());
             results.append(ok);
         });
         QTRY_COMPARE(results, QList<bool>{true});

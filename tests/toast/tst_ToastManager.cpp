@@ -161,7 +161,7 @@ private slots:
                 [&] { where = QThread::currentThread(); });
         std::thread([] { toast::warning(u"T"_s, u"from afar"_s); }).join();
         QVERIFY(!where);
-        QTRY_COMPARE(where, qApp->thread());
+        QTRY_COMPARE(where, QCoreApplication::instance()->thread());
     }
 
     void cardsStayAsLongAsTheyMatter()

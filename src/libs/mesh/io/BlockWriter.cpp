@@ -3,6 +3,7 @@
 #include <QIODevice>
 
 #include <charconv>
+#include <cstring>
 
 namespace mesh::io {
 

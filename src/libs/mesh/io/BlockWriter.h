@@ -3,7 +3,7 @@
 #include <QByteArrayView>
 #include <QtEndian>
 
-#include <cstring>
+#include <algorithm>
 #include <vector>
 
 class QIODevice;
@@ -27,7 +27,7 @@ public:
     {
         if (bytes.size() > room() || bytes.size() >= directSize)
             return appendLong(bytes);
-        std::memcpy(m_buffer.data() + m_used, bytes.data(), std::size_t(bytes.size()));
+        std::copy_n(bytes.data(), bytes.size(), m_buffer.data() + m_used); // of nothing too
         m_used += bytes.size();
     }
     BlockWriter &operator<<(QByteArrayView bytes)
