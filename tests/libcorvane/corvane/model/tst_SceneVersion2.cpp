@@ -3,6 +3,7 @@
 #include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/LogicalSceneCompiler.h>
 #include <support/LogicalSceneMaker.h>
 
 #include <QDir>
@@ -339,10 +340,15 @@ void TstSceneVersion2::materialsAreFoundAgain()
     const auto result = parse(text);
     Corvane loaded;
     DocumentBlock::apply(result.documentBlock, loaded);
-    const LogicalInstance node = nodeOf(*result.logicalScene, u"Box 1"_s);
-    QCOMPARE(node.materialId, gold.id);
-    QCOMPARE(node.material, gold.material);
-    QCOMPARE(loaded.material(node.materialId)->name, u"Gold"_s);
+    QCOMPARE(content(*result.logicalScene), content(scene));
+    QCOMPARE(loaded.material(gold.id)->name, u"Gold"_s);
+    QCOMPARE(CorvaneDSLSerializer::serializeLogical(*result.logicalScene, loaded), text);
+    // Where the document does not get the file's materials, the items have their values.
+    const auto compiled = CorvaneDSLParser::parseText(text).scene;
+    QCOMPARE(compiled->materials().size(), 0);
+    const QUuid node = idOf(*result.logicalScene, u"Box 1"_s);
+    const QString core = LogicalSceneCompiler::instanceName(node, u"core"_s);
+    QCOMPARE(compiled->item(compiled->instanceIdByName(core)).material, gold.material);
 
     // A node that is made in that run names the catalogue's, and is written with the file's.
     const QUuid oldId = gold.id;

@@ -87,6 +87,23 @@ bool isFieldOnly(const QVariantMap &block)
     });
 }
 
+/// Gives items the values of the file's materials, which the document itself does not get.
+void adoptMaterials(Corvane &scene, const QVariantMap &block)
+{
+    QHash<QUuid, Material> materials;
+    const QList<CatalogMaterial> listed = DocumentBlock::readMaterials(block);
+    for (const CatalogMaterial &material : listed)
+        materials.insert(material.id, material.material);
+    const auto items = scene.items();
+    for (SceneItem item : items) {
+        const auto material = materials.constFind(item.materialId);
+        if (material == materials.cend())
+            continue;
+        item.material = *material;
+        scene.updateItem(item);
+    }
+}
+
 } // namespace
 
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
@@ -135,6 +152,7 @@ void CorvaneDSLParser::compileLogical(ParseResult &result, QObject *parent)
     compiler.setSource(logical.logicalScene.data());
     compiler.setTarget(result.scene.data());
     compiler.fullCompile();
+    adoptMaterials(*result.scene, logical.documentBlock);
 }
 
 LogicalParseResult CorvaneDSLParser::parseLogical(const QString &text)

@@ -95,9 +95,6 @@ private:
 SceneVersion2Reader::SceneVersion2Reader(const QVariantMap &block)
     : m_block(block)
 {
-    const QList<CatalogMaterial> materials = DocumentBlock::readMaterials(block);
-    for (const CatalogMaterial &material : materials)
-        m_materials.insert(material.id, material.material.toVariantMap());
     WarningList unused; // they are told when the definitions are taken into a document
     const auto definitions = DocumentBlock::readDefinitions(block, unused);
     for (const auto &definition : definitions)
@@ -187,13 +184,10 @@ void SceneVersion2Reader::assignIds(Nodes &nodes, const QString &space)
     }
 }
 
-/// What the node's map leaves to the file: the values of a material that the file brings along, and
-/// the wrappers of a definition that it brings along, which the registry does not know yet.
+/// What the node's map leaves to the file: the wrappers of a definition that the file brings along,
+/// which the registry does not know yet.
 QVariantMap SceneVersion2Reader::completed(QVariantMap node) const
 {
-    const QUuid materialId = QUuid::fromString(node.value(u"materialId"_s).toString());
-    if (const auto material = m_materials.constFind(materialId); material != m_materials.cend())
-        node.insert(u"material"_s, *material);
     if (m_definitions.isEmpty() || node.contains(u"component"_s))
         return node;
     const auto definition = m_definitions.value(node.value(u"type"_s).toString());

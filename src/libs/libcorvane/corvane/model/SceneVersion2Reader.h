@@ -11,13 +11,13 @@
 namespace corvane::model {
 
 class LogicalScene;
-struct Material;
 
 /// Makes a logical scene of the block of a version 2 file.
 ///
 /// Nothing in a block makes it fail: a reference that names nothing is dropped with a warning, and
 /// so is what would not make a tree. A node has the id that is its key, or one that depends on its
-/// key alone, so that a file is the same scene every time it is read.
+/// key alone, so that a file is the same scene every time it is read. It names its material as the
+/// file does: the values of one that the file brings along are the document's to know.
 class SceneVersion2Reader
 {
 public:
@@ -40,7 +40,6 @@ private:
 
     QVariantMap m_block;
     WarningList m_warnings;
-    QHash<QUuid, QVariantMap> m_materials;                 ///< of the file, by id
     QHash<QString, registry::DefinitionPtr> m_definitions; ///< of the file, not registered yet
     component::ComponentRegistry m_components;
     QVariantList m_leftExpanded; ///< nodes of components that could not be made
