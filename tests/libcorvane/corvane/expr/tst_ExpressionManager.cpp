@@ -42,6 +42,8 @@ private slots:
     void transformParameterMovesTheItem();
     void editedExpressionIsCompiledAnew();
     void removedParameterIsForgotten();
+    void typesFollowTheValues_data();
+    void typesFollowTheValues();
     void newItemsCountFromTheNextEvaluation();
     void blockedSignalsAreNoticed();
     void unknownNameIsFoundOnceItExists();
@@ -210,6 +212,10 @@ void TstExpressionManager::transformParameterMovesTheItem()
     ExpressionManager manager(&scene);
     manager.evaluateAll();
     QCOMPARE(scene.item(id).translate, QVector3D(1, 2, 3));
+    Instance moved = scene.instance(id);
+    moved.translate = {7, 7, 7};
+    scene.updateItem(moved);
+    QCOMPARE(scene.item(id).translate, QVector3D(1, 2, 3));
 }
 
 void TstExpressionManager::editedExpressionIsCompiledAnew()
@@ -244,10 +250,48 @@ void TstExpressionManager::removedParameterIsForgotten()
     instance.removeParameter(u"width"_s);
     scene.updateItem(instance);
     QVERIFY(!manager.graph().contains(ExpressionManager::nodeId(a, u"width"_s)));
-    manager.rebuildGraph();
-    manager.evaluateAll();
     QCOMPARE(manager.errors(), QStringList{u"b.width: Unknown name: a.width"_s});
     QCOMPARE(scene.instance(b).parameter(u"width"_s), QVariant(1.0f));
+}
+
+void TstExpressionManager::typesFollowTheValues_data()
+{
+    QTest::addColumn<QVariant>("first"); // of "a.p", which "b.x" reads
+    QTest::addColumn<QVariant>("then");
+    QTest::addColumn<QString>("reader");
+    QTest::addColumn<QVariant>("value");
+    const QVariant vector = u"=vec3(1.0, 2.0, 3.0)"_s;
+    QTest::newRow("vector without a value")
+        << vector << QVariant() << u"=a.p.y"_s << QVariant(2.0f);
+    QTest::newRow("number to vector") << QVariant(1.0) << vector << u"=a.p.y"_s << QVariant(2.0f);
+    QTest::newRow("vector to number") << vector << QVariant(4.0) << u"=a.p"_s << QVariant(4.0f);
+    QTest::newRow("new name") << QVariant() << QVariant(4.0) << u"=a.p"_s << QVariant(4.0f);
+    QTest::newRow("whole number by expression")
+        << QVariant(u"=2 + 3"_s) << QVariant() << u"=a.p / 2"_s << QVariant(2.5f);
+}
+
+void TstExpressionManager::typesFollowTheValues()
+{
+    QFETCH(const QVariant, first);
+    QFETCH(const QVariant, then);
+    QFETCH(const QString, reader);
+    QFETCH(const QVariant, value);
+    Corvane scene;
+    const QUuid a =
+        scene.addItem(box(u"a"_s, first.isValid() ? QVariantMap{{u"p"_s, first}} : QVariantMap()));
+    const QUuid b = scene.addItem(box(u"b"_s, {{u"x"_s, reader}}));
+    ExpressionManager manager(&scene);
+    manager.evaluateAll();
+    if (then.isValid()) {
+        Instance instance = scene.instance(a);
+        instance.setParameter(u"p"_s, then);
+        scene.updateItem(instance);
+    }
+    QCOMPARE(manager.errors(), QStringList());
+    QCOMPARE(scene.instance(b).parameter(u"x"_s), value);
+    manager.rebuildGraph();
+    manager.evaluateAll();
+    QCOMPARE(scene.instance(b).parameter(u"x"_s), value);
 }
 
 void TstExpressionManager::newItemsCountFromTheNextEvaluation()

@@ -64,19 +64,24 @@ ExprType typeOfVariable(const model::VarsetEntry &entry)
     return named == ExprType::Unknown ? ofValue : named;
 }
 
-void bindInstanceNames(CompileContext &context, const model::SceneItem &item)
+bool isMeantByItsName(const model::Corvane &scene, const model::SceneItem &item)
 {
-    if (item.itemType != model::ItemTypes::Sdf || item.name.isEmpty())
-        return;
-    context.instanceNames.insert(item.name);
+    return !item.name.isEmpty() && scene.instanceIdByName(item.name) == item.id;
+}
+
+QMap<QString, ExprType> parameterTypes(const model::SceneItem &item)
+{
+    QMap<QString, ExprType> types;
     const QVariantMap params = model::Instance(item).rawParams();
     for (auto it = params.cbegin(); it != params.cend(); ++it) {
-        const QVariant value = model::ParameterValue::fromVariant(*it).value();
-        const ExprType type = exprTypeOfValue(value);
+        const auto parameter = model::ParameterValue::fromVariant(*it);
+        const ExprType type = exprTypeOfValue(parameter.value());
         // An expression that has had no value yet: nearly all of them are numbers.
-        context.variables.insert(item.name + u'.' + it.key(),
-                                 type == ExprType::Unknown ? ExprType::Float : type);
+        const bool isNumber =
+            type == ExprType::Unknown || (parameter.isExpression() && type == ExprType::Int);
+        types.insert(types.cend(), item.name + u'.' + it.key(), isNumber ? ExprType::Float : type);
     }
+    return types;
 }
 
 CompileContext buildVariableContext(const model::Corvane &scene)
@@ -94,8 +99,15 @@ CompileContext buildCompileContext(const model::Corvane &scene)
 {
     CompileContext context = buildVariableContext(scene);
     const auto items = scene.items();
-    for (const model::SceneItem &item : items)
-        bindInstanceNames(context, item);
+    for (const model::SceneItem &item : items) {
+        if (item.itemType != model::ItemTypes::Sdf || !isMeantByItsName(scene, item))
+            continue;
+        context.instanceNames.insert(item.name);
+        // One by one: a map that is inserted whole takes as long as the one that it goes into.
+        const auto types = parameterTypes(item);
+        for (auto it = types.cbegin(); it != types.cend(); ++it)
+            context.variables.insert(it.key(), *it);
+    }
     // Variables win over parameters of the same name.
     bindVariables(context, scene);
     return context;

@@ -40,9 +40,11 @@ CompileContext buildCompileContext(const model::Corvane &scene);
 /// The same without the parameters.
 CompileContext buildVariableContext(const model::Corvane &scene);
 
-/// Adds "InstanceName.param" for each parameter of a named item of type "sdf", or corrects the
-/// types.
-void bindInstanceNames(CompileContext &context, const model::SceneItem &item);
+/// Whether an item is the one that the document finds by its name; others may share the name.
+bool isMeantByItsName(const model::Corvane &scene, const model::SceneItem &item);
+/// "InstanceName.param" for each parameter of a named item of type "sdf". An expression that gives
+/// a whole number counts as a number, as a derived variable does.
+QMap<QString, ExprType> parameterTypes(const model::SceneItem &item);
 /// The type that the entry names, with the size of its value where that is "vector"; where it names
 /// none, the type of its value. Unknown for a derived variable that says nothing.
 ExprType typeOfVariable(const model::VarsetEntry &entry);

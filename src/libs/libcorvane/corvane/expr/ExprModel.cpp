@@ -23,6 +23,27 @@ ExprType typeOfDerived(const model::VarsetEntry &entry, ExprType result)
     return result;
 }
 
+/// Whether any expression reads a name, one that does not compile included.
+bool isRead(const ExprModel &model, const QString &name)
+{
+    const ExprGraph::Node *node = model.graph.node(name);
+    if (node && !node->dependents.isEmpty())
+        return true;
+    const QStringList failed = model.errors.keys();
+    return std::any_of(failed.cbegin(), failed.cend(), [&](const QString &reader) {
+        const ExprGraph::Node *failure = model.graph.node(reader);
+        return failure && failure->compiled.dependencies.contains(name);
+    });
+}
+
+/// Whether the field that a parameter drives, if there is one, is what the parameter gave.
+bool isInStep(const model::Instance &instance, const QString &param, const QVariant &value)
+{
+    const auto field = drivenField(param);
+    return !field || value.typeId() != QMetaType::QVector3D ||
+           instance.*field == value.value<QVector3D>();
+}
+
 } // namespace
 
 QString parameterNode(const QUuid &instanceId, const QString &param)
@@ -47,6 +68,15 @@ QString nodeLabel(const model::Corvane *scene, const QString &node)
         return node;
     const QString name = scene->item(id).name;
     return name.isEmpty() ? node : name + u'.' + param;
+}
+
+QVector3D model::SceneItem::*drivenField(const QString &param)
+{
+    if (param == "translate"_L1)
+        return &model::SceneItem::translate;
+    if (param == "rotate"_L1)
+        return &model::SceneItem::rotate;
+    return param == "scale"_L1 ? &model::SceneItem::scale : nullptr;
 }
 
 QMap<QString, ExprModel::VariableShape> variableShapes(const model::Corvane &scene)
@@ -86,9 +116,10 @@ ExprModel ExprModelBuilder::build()
     return model;
 }
 
-bool ExprModelBuilder::updateInstance(ExprModel &model, const model::Instance &instance) const
+ExprModelBuilder::Change ExprModelBuilder::updateInstance(ExprModel &model,
+                                                          const model::Instance &instance) const
 {
-    bindInstanceNames(model.context, instance);
+    const bool isNamedAnew = updateNames(model, instance);
     const QString prefix = parameterNode(instance.id, {});
     const QVariantMap params = instance.rawParams();
     QStringList gone;
@@ -99,13 +130,33 @@ bool ExprModelBuilder::updateInstance(ExprModel &model, const model::Instance &i
         if (!params.contains(param))
             gone.append(param);
     }
-    removeParameters(model, instance, gone);
+    if (removeParameters(model, instance, gone) || isNamedAnew)
+        return Change::Names;
     Change change = gone.isEmpty() ? Change::None : Change::Expression;
     for (auto it = params.cbegin(); it != params.cend(); ++it)
         change = std::max(change, updateParameter(model, instance, it.key(), *it));
     if (change == Change::Expression)
         reportCycles(model);
-    return change != Change::None;
+    return change;
+}
+
+bool ExprModelBuilder::updateNames(ExprModel &model, const model::Instance &instance) const
+{
+    if (!isMeantByItsName(m_scene, instance))
+        return false;
+    bool isCompiledAnew = false;
+    const auto types = parameterTypes(instance);
+    for (auto it = types.cbegin(); it != types.cend(); ++it) {
+        const auto known = model.context.variables.constFind(it.key());
+        const bool isNew = known == model.context.variables.cend();
+        if (model.variables.contains(it.key()) || (!isNew && *known == *it))
+            continue;
+        // A new name may be the one that an expression lacked.
+        isCompiledAnew =
+            isCompiledAnew || (isNew ? !model.errors.isEmpty() : isRead(model, it.key()));
+        model.context.variables.insert(it.key(), *it);
+    }
+    return isCompiledAnew;
 }
 
 void ExprModelBuilder::addVariables(ExprModel &model) const
@@ -157,9 +208,7 @@ QStringList ExprModelBuilder::compileOrder(const ExprModel &model,
 
 void ExprModelBuilder::addInstance(ExprModel &model, const model::Instance &instance) const
 {
-    // Of items that share a name, the name means the one that the document finds by it.
-    const bool isNamed =
-        !instance.name.isEmpty() && m_scene.instanceIdByName(instance.name) == instance.id;
+    const bool isNamed = isMeantByItsName(m_scene, instance);
     const QVariantMap params = instance.rawParams();
     for (auto it = params.cbegin(); it != params.cend(); ++it) {
         const QString node = parameterNode(instance.id, it.key());
@@ -192,7 +241,7 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
     const ExprGraph::Node *known = model.graph.node(node);
     if (!known) {
         const QString name = instance.name + u'.' + param;
-        if (!instance.name.isEmpty() && !model.variables.contains(name))
+        if (isMeantByItsName(m_scene, instance) && !model.variables.contains(name))
             model.parameterNodes.insert(name, node);
     }
     if (!parameter.isExpression()) {
@@ -207,7 +256,8 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
     if (known && known->compiled.source == parameter.expression) {
         // The same text may come with no value, or with an old one: the graph's is no longer the
         // scene's then.
-        if (model::plainForFile(known->value) == model::plainForFile(parameter.fallback))
+        if (model::plainForFile(known->value) == model::plainForFile(parameter.fallback) &&
+            isInStep(instance, param, known->value))
             return Change::None;
         model.graph.overwriteResult(node, parameter.fallback);
         return Change::Value;
@@ -225,9 +275,10 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
     return Change::Expression;
 }
 
-void ExprModelBuilder::removeParameters(ExprModel &model, const model::Instance &instance,
+bool ExprModelBuilder::removeParameters(ExprModel &model, const model::Instance &instance,
                                         const QStringList &gone) const
 {
+    bool isAnyRead = false;
     for (const QString &param : gone) {
         const QString node = parameterNode(instance.id, param);
         const QString name = instance.name + u'.' + param;
@@ -235,10 +286,12 @@ void ExprModelBuilder::removeParameters(ExprModel &model, const model::Instance 
         model.graph.removeNode(node);
         model.errors.remove(node);
         if (model.parameterNodes.value(name) == node) {
+            isAnyRead = isAnyRead || isRead(model, name);
             model.parameterNodes.remove(name);
             model.context.variables.remove(name);
         }
     }
+    return isAnyRead;
 }
 
 void ExprModelBuilder::linkParameterNames(ExprModel &model) const

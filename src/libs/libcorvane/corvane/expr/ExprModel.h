@@ -9,10 +9,12 @@
 #include <QSet>
 #include <QString>
 #include <QUuid>
+#include <QVector3D>
 
 namespace corvane::model {
 class Corvane;
 class Instance;
+struct SceneItem;
 } // namespace corvane::model
 
 namespace corvane::expr {
@@ -44,6 +46,9 @@ bool splitParameterNode(const QString &node, QUuid &instanceId, QString &param);
 /// A node as a user knows it: parameters as "InstanceName.param".
 QString nodeLabel(const model::Corvane *scene, const QString &node);
 
+/// The field of an item that a parameter of this name drives; none for any other name.
+QVector3D model::SceneItem::*drivenField(const QString &param);
+
 /// What ExprModel::variables would be for the scene as it is now.
 QMap<QString, ExprModel::VariableShape> variableShapes(const model::Corvane &scene);
 
@@ -59,19 +64,25 @@ public:
         : m_scene(scene)
     {}
 
+    /// What an item's parameters did to a model, each being more than the one before. After `Names`
+    /// expressions elsewhere have to be compiled anew: only another build() does that.
+    enum class Change { None, Value, Expression, Names };
+
     ExprModel build();
-    /// Brings a model to the parameters that an item has now. True when any of them changed.
-    bool updateInstance(ExprModel &model, const model::Instance &instance) const;
+    /// Brings a model to the parameters that an item has now.
+    Change updateInstance(ExprModel &model, const model::Instance &instance) const;
+    /// Brings the names of an item's parameters to the types that their values have now. True when
+    /// expressions that are compiled already would see others.
+    bool updateNames(ExprModel &model, const model::Instance &instance) const;
 
 private:
-    enum class Change { None, Value, Expression };
-
     void addVariables(ExprModel &model) const;
     QStringList compileOrder(const ExprModel &model, const model::VarsetEntries &derived) const;
     void addInstance(ExprModel &model, const model::Instance &instance) const;
     Change updateParameter(ExprModel &model, const model::Instance &instance, const QString &param,
                            const QVariant &stored) const;
-    void removeParameters(ExprModel &model, const model::Instance &instance,
+    /// True when an expression reads one of them by name.
+    bool removeParameters(ExprModel &model, const model::Instance &instance,
                           const QStringList &gone) const;
     void linkParameterNames(ExprModel &model) const;
     void linkParameterNames(ExprModel &model, const QStringList &names) const;

@@ -23,6 +23,11 @@ namespace {
 
 constexpr int emissionsPerLogLine = 60;
 
+/// How often expressions are compiled anew because values came out with other types than had been
+/// supposed. A chain of parameters settles link by link; one that has no values yet is that long
+/// only if somebody means to keep us busy.
+constexpr int maxCompilations = 8;
+
 bool isFinite(const QVariant &value)
 {
     const QVariant plain = model::plainForFile(value);
@@ -36,15 +41,9 @@ bool isFinite(const QVariant &value)
 /// The fields of an item that parameters of the same name drive.
 void driveTransform(model::Instance &instance, const QString &param, const QVariant &value)
 {
-    if (value.typeId() != QMetaType::QVector3D)
-        return;
-    const auto vector = value.value<QVector3D>();
-    if (param == "translate"_L1)
-        instance.translate = vector;
-    else if (param == "rotate"_L1)
-        instance.rotate = vector;
-    else if (param == "scale"_L1)
-        instance.scale = vector;
+    const auto field = drivenField(param);
+    if (field && value.typeId() == QMetaType::QVector3D)
+        instance.*field = value.value<QVector3D>();
 }
 
 } // namespace
@@ -248,10 +247,15 @@ void ExpressionManager::onInstanceUpdated(const QUuid &id)
     // anew.
     if (m_scene->itemsRevision() == m_builtRevision + 1)
         ++m_builtRevision;
-    if (!ExprModelBuilder(*m_scene).updateInstance(m_model, instance))
+    using Change = ExprModelBuilder::Change;
+    const Change change = ExprModelBuilder(*m_scene).updateInstance(m_model, instance);
+    if (change == Change::None)
         return;
-    takeParameters(instance);
-    evaluate(true);
+    if (change == Change::Names)
+        rebuildGraph();
+    else
+        takeParameters(instance);
+    evaluate(change != Change::Names);
 }
 
 void ExpressionManager::rewriteAll(const QString &oldName, const QString &newName, RenamedKind kind)
@@ -351,6 +355,21 @@ void ExpressionManager::nameParameterValue(const QString &node, const QVariant &
 void ExpressionManager::evaluate(bool onlyDirty)
 {
     const QScopedValueRollback guard(m_evaluating, true);
+    bool isSettled = evaluateOnce(onlyDirty);
+    for (int i = 0; i < maxCompilations && !isSettled; ++i) {
+        rebuildGraph();
+        isSettled = evaluateOnce(false);
+    }
+    emit evaluationComplete();
+    if (const QStringList now = errors(); now != m_toldErrors) {
+        m_toldErrors = now;
+        emit errorsChanged();
+    }
+}
+
+/// Whether all values have the types for which the expressions that read them are compiled.
+bool ExpressionManager::evaluateOnce(bool onlyDirty)
+{
     if (!onlyDirty) {
         m_evaluationErrors.clear();
         m_unstored.clear();
@@ -363,12 +382,7 @@ void ExpressionManager::evaluate(bool onlyDirty)
         if (!onlyDirty || m_model.graph.node(node)->dirty)
             evaluateNode(node, changed);
     }
-    writeBack(changed);
-    emit evaluationComplete();
-    if (const QStringList now = errors(); now != m_toldErrors) {
-        m_toldErrors = now;
-        emit errorsChanged();
-    }
+    return writeBack(changed);
 }
 
 void ExpressionManager::evaluateNode(const QString &node, ChangedInstances &changed)
@@ -426,15 +440,19 @@ void ExpressionManager::storeParameter(const QString &node, const QVariant &valu
         changed.insert(id, instance);
 }
 
-void ExpressionManager::writeBack(const ChangedInstances &changed)
+bool ExpressionManager::writeBack(const ChangedInstances &changed)
 {
     if (!m_scene)
-        return;
+        return true;
     const bool wasInStep = m_builtRevision == m_scene->itemsRevision();
-    for (const model::Instance &instance : changed)
+    bool isSettled = true;
+    for (const model::Instance &instance : changed) {
         m_scene->updateItem(instance);
+        isSettled = !ExprModelBuilder(*m_scene).updateNames(m_model, instance) && isSettled;
+    }
     if (wasInStep)
         m_builtRevision = m_scene->itemsRevision();
+    return isSettled;
 }
 
 void ExpressionManager::countEmission(const QString &name)

@@ -101,11 +101,12 @@ private:
     void takeParameters(const model::Instance &instance);
     void setVariable(const QString &name, const QVariant &value);
     void evaluate(bool onlyDirty);
+    bool evaluateOnce(bool onlyDirty);
     void evaluateNode(const QString &node, ChangedInstances &changed);
     void storeVariable(const QString &name, const QVariant &value);
     void storeParameter(const QString &node, const QVariant &value, ChangedInstances &changed);
     void nameParameterValue(const QString &node, const QVariant &value);
-    void writeBack(const ChangedInstances &changed);
+    bool writeBack(const ChangedInstances &changed);
     bool restoreOfFailed(const QVariantMap &values);
     QStringList failedNodes() const;
     QVariant storedValue(const QString &node) const;
