@@ -135,12 +135,16 @@ QUuid RandomOps::anything()
 
 QVariant RandomOps::value()
 {
-    switch (below(6)) {
+    switch (below(7)) {
     case 0:
         return QVariantMap{{u"expr"_s, pickText({u"a * 2"_s, u"\"b\" + a"_s, u"size.w"_s})}};
     case 1:
-        return u"=a+1"_s;
+        return pickText({u"=a+1"_s, u"=2+3"_s, u"=vec3(a, 1, 2)"_s});
     case 2:
+        // Of other items, and of vectors that may be numbers by now.
+        return u'=' + pickText({u"\"Old sphere\".radius / 2"_s, u"Lid.radius + Base.radius"_s,
+                               u"Lid.size.y"_s, u"Base.translate"_s, u"\"Lid 2\".radius"_s});
+    case 3:
         return QVariant::fromValue(QVector3D(float(below(9)), 0.1f, -2.5f));
     default:
         return 0.1 * below(100);
