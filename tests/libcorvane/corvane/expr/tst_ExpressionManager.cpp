@@ -222,10 +222,12 @@ void TstExpressionManager::editedExpressionIsCompiledAnew()
 {
     Corvane scene;
     scene.setVariableEntry(u"w"_s, {.value = 2});
+    scene.addItem(box(u"other"_s, {{u"depth"_s, 3.0}}));
     const QUuid id = scene.addItem(box(u"b"_s, {{u"width"_s, 1.0}}));
     ExpressionManager manager(&scene);
     manager.evaluateAll();
     for (const auto &[stored, value] : {std::pair<QVariant, QVariant>{u"=w"_s, 2.0f},
+                                        {u"=other.depth"_s, 3.0f},
                                         {u"=w*w"_s, 4.0f},
                                         {u"=w*w"_s, 4.0f},
                                         {9.0, 9.0},

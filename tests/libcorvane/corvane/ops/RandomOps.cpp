@@ -143,7 +143,7 @@ QVariant RandomOps::value()
     case 2:
         // Of other items, and of vectors that may be numbers by now.
         return u'=' + pickText({u"\"Old sphere\".radius / 2"_s, u"Lid.radius + Base.radius"_s,
-                               u"Lid.size.y"_s, u"Base.translate"_s, u"\"Lid 2\".radius"_s});
+                                u"Lid.size.y"_s, u"Base.translate"_s, u"\"Lid 2\".radius"_s});
     case 3:
         return QVariant::fromValue(QVector3D(float(below(9)), 0.1f, -2.5f));
     default:

@@ -13,6 +13,7 @@ namespace OpKind = ops::OpKind;
 namespace {
 
 constexpr int opsPerRound = 1000;
+constexpr int stepsPerRebuild = 20;
 
 /// What the scene was at each position of the undo stack.
 class History
@@ -65,6 +66,21 @@ private:
     QString m_way;
     int m_lastIndex = -1;
 };
+
+/// Whether compiling all expressions anew finds what following the edits has found.
+bool isSettled(OpFixture &fixture, expr::ExpressionManager &expressions)
+{
+    const SceneState followed = fixture.sceneState();
+    const QStringList errors = expressions.errors();
+    expressions.rebuildGraph();
+    expressions.evaluateAll();
+    const QString difference = fixture.sceneState().difference(followed);
+    if (difference.isEmpty() && errors == expressions.errors())
+        return true;
+    qInfo().noquote() << "after another rebuild" << difference.left(2000) << errors
+                      << expressions.errors();
+    return false;
+}
 
 /// A scene with a tree, groups, a component in a component with promotions, and items.
 void fill(OpFixture &fixture)
@@ -195,8 +211,11 @@ void TstRandomEdits::everyStepIsExact()
             [this](const QString &kind) { m_done.insert(kind); });
     History history(fixture);
     const QByteArray first = fixture.state();
-    for (int i = 0; i < opsPerRound; ++i)
+    for (int i = 0; i < opsPerRound; ++i) {
         QVERIFY2(step(random, fixture, history), qPrintable(u"step %1"_s.arg(i)));
+        if (followers && i % stepsPerRebuild == 0)
+            QVERIFY(isSettled(fixture, followers->expressions));
+    }
 
     while (fixture.stack().canUndo())
         QVERIFY2(history.undo(), qPrintable(fixture.stack().redoText()));

@@ -84,10 +84,18 @@ void ExpressionManager::evaluateAll()
 {
     if (m_evaluating)
         return;
-    if (m_scene && (m_builtRevision != m_scene->itemsRevision() ||
-                    m_model.variables != variableShapes(*m_scene)))
+    if (m_scene && hasOtherNames())
         rebuildGraph();
     evaluate(false);
+}
+
+/// Whether items or variables came or went since the expressions were compiled.
+bool ExpressionManager::hasOtherNames() const
+{
+    const QStringList varsets = m_scene->namedVarsets().keys();
+    return m_builtRevision != m_scene->itemsRevision() ||
+           m_model.context.varsetNames != QSet<QString>(varsets.cbegin(), varsets.cend()) ||
+           m_model.variables != variableShapes(*m_scene);
 }
 
 QStringList ExpressionManager::errors() const
@@ -339,6 +347,18 @@ void ExpressionManager::takeParameters(const model::Instance &instance)
         if (known && !known->isExpression)
             m_model.graph.updateLeaf(node, value);
         nameParameterValue(node, value);
+        if (known)
+            nameValuesReadBy(*known);
+    }
+}
+
+/// Values that nothing read before have no name yet.
+void ExpressionManager::nameValuesReadBy(const ExprGraph::Node &reader)
+{
+    for (const QString &name : reader.dependencies) {
+        const auto read = m_model.parameterNodes.constFind(name);
+        if (read != m_model.parameterNodes.cend())
+            nameParameterValue(*read, m_model.graph.node(*read)->value);
     }
 }
 

@@ -96,9 +96,11 @@ private:
     void onInstanceUpdated(const QUuid &id);
     void rewriteAll(const QString &oldName, const QString &newName, RenamedKind kind);
 
+    bool hasOtherNames() const;
     void takeValues();
     void takeVariable(const QString &name, const model::VarsetEntry &entry);
     void takeParameters(const model::Instance &instance);
+    void nameValuesReadBy(const ExprGraph::Node &reader);
     void setVariable(const QString &name, const QVariant &value);
     void evaluate(bool onlyDirty);
     bool evaluateOnce(bool onlyDirty);

@@ -120,8 +120,7 @@ void Corvane::removeItem(const QUuid &id)
 
 void Corvane::exchangeItems(const QSet<QUuid> &removed, const QList<SceneItem> &added)
 {
-    for (const QUuid &id : removed)
-        m_items.remove(id);
+    m_items.removeAll(removed);
     m_items.putAll(added);
     m_roots.clear();
     emit sceneChanged();

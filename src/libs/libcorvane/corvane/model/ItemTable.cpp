@@ -73,6 +73,17 @@ void ItemTable::remove(const QUuid &id)
     m_items.erase(existing);
 }
 
+void ItemTable::removeAll(const QSet<QUuid> &ids)
+{
+    const auto isRemoved = [&ids](const SceneItem &item) { return ids.contains(item.id); };
+    if (m_items.size() <= ids.size() && std::all_of(m_items.cbegin(), m_items.cend(), isRemoved)) {
+        clear();
+        return;
+    }
+    for (const QUuid &id : ids)
+        remove(id);
+}
+
 void ItemTable::clear()
 {
     const quint64 revision = m_revision;

@@ -34,6 +34,8 @@ public:
     /// The same for many at once: one walk over the table.
     void putAll(const QList<SceneItem> &items);
     void remove(const QUuid &id);
+    /// Of unknown ids nothing is removed.
+    void removeAll(const QSet<QUuid> &ids);
     void clear();
 
     /// Items with that `parentId`, by `sortOrder`, then by id. A null parent gives the items with

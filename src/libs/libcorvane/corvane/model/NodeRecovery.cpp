@@ -16,6 +16,8 @@ namespace corvane::model {
 namespace {
 
 const QString childrenKey = QStringLiteral("children");
+const QString paramsKey = QStringLiteral("params");
+const QString provenanceKey = QStringLiteral("__provenance");
 constexpr auto compiledPrefix = "__c_"_L1;
 
 /// The items of one node.
@@ -24,6 +26,7 @@ struct Group
     QUuid coreId{};
     QList<QUuid> wrappers{}; ///< outermost first
     QUuid outerId{};
+    QList<QUuid> children{};    ///< of the core
     qsizetype wrapperCount = 0; ///< that name the node as their source
     bool isSound = true;
 };
@@ -43,6 +46,9 @@ bool isNumber(const QVariant &value)
     }
 }
 
+template<class Plain>
+bool isSameMap(const QVariantMap &a, const QVariantMap &b, const Plain &plain);
+
 /// Files do not tell 1 from 1.0.
 bool isSameValue(const QVariant &a, const QVariant &b)
 {
@@ -54,27 +60,37 @@ bool isSameValue(const QVariant &a, const QVariant &b)
         const QVariantList listA = a.toList(), listB = b.toList();
         return std::equal(listA.cbegin(), listA.cend(), listB.cbegin(), listB.cend(), isSameValue);
     }
-    if (a.typeId() == QMetaType::QVariantMap) {
-        const QVariantMap mapA = a.toMap(), mapB = b.toMap();
-        return mapA.keys() == mapB.keys() &&
-               std::equal(mapA.cbegin(), mapA.cend(), mapB.cbegin(), isSameValue);
-    }
+    if (a.typeId() == QMetaType::QVariantMap)
+        return isSameMap(a.toMap(), b.toMap(), [](const QVariant &value) { return value; });
     return a == b;
 }
 
-/// All of an item's data but where it comes from.
-QVariantMap plainData(const Instance &item)
+template<class Plain>
+bool isSameMap(const QVariantMap &a, const QVariantMap &b, const Plain &plain)
 {
-    QVariantMap params = item.rawParams();
-    for (QVariant &value : params)
-        value = parameterForFile(value);
-    QVariantMap data = item.typeData;
-    data.remove(u"__provenance"_s);
-    data.remove(u"params"_s);
-    data = plainForFile(data).toMap();
-    if (!params.isEmpty())
-        data.insert(u"params"_s, params);
-    return data;
+    const auto isSameEntry = [&plain](const auto &entryA, const auto &entryB) {
+        return entryA.first == entryB.first &&
+               isSameValue(plain(entryA.second), plain(entryB.second));
+    };
+    return std::equal(a.constKeyValueBegin(), a.constKeyValueEnd(), b.constKeyValueBegin(),
+                      b.constKeyValueEnd(), isSameEntry);
+}
+
+/// All of the items' data but where they come from.
+bool isSameData(QVariantMap a, QVariantMap b)
+{
+    a.remove(provenanceKey);
+    b.remove(provenanceKey);
+    const QVariantMap paramsA = a.take(paramsKey).toMap();
+    const QVariantMap paramsB = b.take(paramsKey).toMap();
+    return isSameMap(paramsA, paramsB, parameterForFile) && isSameMap(a, b, plainForFile);
+}
+
+bool isSameProvenance(const Instance &a, const Instance &b)
+{
+    const QVariant mapA = a.typeData.value(provenanceKey);
+    const QVariant mapB = b.typeData.value(provenanceKey);
+    return mapA == mapB || a.provenance() == b.provenance();
 }
 
 QSet<QString> lastingTags(const SceneItem &item)
@@ -88,8 +104,8 @@ bool isSameItem(const Instance &a, const Instance &b)
         return std::tie(item.itemType, item.name, item.capabilities, item.material, item.materialId,
                         item.translate, item.rotate, item.scale, item.parentId, item.sortOrder);
     };
-    return fields(a) == fields(b) && lastingTags(a) == lastingTags(b) &&
-           a.provenance() == b.provenance() && isSameValue(plainData(a), plainData(b));
+    return fields(a) == fields(b) && (a.tags == b.tags || lastingTags(a) == lastingTags(b)) &&
+           isSameProvenance(a, b) && isSameData(a.typeData, b.typeData);
 }
 
 // ------------------------------------------------------------------ from items to nodes
@@ -135,6 +151,9 @@ public:
     {
         const QList<QUuid> roots = document.roots();
         m_roots = QSet<QUuid>(roots.cbegin(), roots.cend());
+        m_itemsById.reserve(m_items.size());
+        for (const SceneItem &item : std::as_const(m_items))
+            m_itemsById.insert(item.id, &item);
     }
 
     /// Finds the groups of items that make nodes.
@@ -148,46 +167,16 @@ public:
         spreadFlaws();
     }
 
-    /// Gives up those that would not compile to the items that there are.
-    void check()
+    /// Fills the tree, and gives up those of its nodes that do not compile to the items that there
+    /// are.
+    void fillSound(LogicalScene &tree)
     {
-        LogicalScene tree;
+        const qsizetype groupCount = soundGroupCount();
         fill(tree);
-        Corvane compiled;
-        const auto materials = m_document.materials();
-        for (const CatalogMaterial &material : materials)
-            compiled.addMaterial(material);
-        LogicalSceneCompiler compiler;
-        compiler.setSource(&tree);
-        compiler.setTarget(&compiled);
-        compiler.fullCompile();
-        for (Group &group : m_groups) {
-            const auto isSame = [&](const QUuid &id) {
-                return compiled.hasItem(id) &&
-                       isSameItem(compiled.instance(id), m_document.instance(id));
-            };
-            group.isSound = group.isSound && isSame(group.coreId) &&
-                            std::all_of(group.wrappers.cbegin(), group.wrappers.cend(), isSame);
-        }
+        giveUpChanged(tree);
         spreadFlaws();
-    }
-
-    void fill(LogicalScene &tree) const
-    {
-        QVariantList nodes;
-        for (auto group = m_groups.cbegin(); group != m_groups.cend(); ++group) {
-            if (group->isSound)
-                nodes.append(nodeOf(group.key(), *group).toVariantMap());
-        }
-        if (nodes.isEmpty())
-            return;
-        QVariantList roots;
-        const QList<QUuid> drawn = m_document.roots();
-        for (const QUuid &id : drawn) {
-            if (m_groups.value(m_sources.value(id)).isSound)
-                roots.append(m_sources.value(id).toString(QUuid::WithoutBraces));
-        }
-        tree.fromVariantMap({{u"instances"_s, nodes}, {u"roots"_s, roots}});
+        if (soundGroupCount() != groupCount)
+            fill(tree);
     }
 
     void takeFromDocument()
@@ -197,23 +186,73 @@ public:
             if (!group.isSound)
                 continue;
             taken.insert(group.coreId);
-            taken.unite(QSet<QUuid>(group.wrappers.cbegin(), group.wrappers.cend()));
+            for (const QUuid &id : group.wrappers)
+                taken.insert(id);
         }
         if (taken.isEmpty())
             return;
         QList<QUuid> roots = m_document.roots();
         roots.removeIf([&taken](const QUuid &id) { return taken.contains(id); });
+        // Or the document would have to copy all that it shares with these.
+        m_itemsById.clear();
+        m_items.clear();
         m_document.exchangeItems(taken, {});
         m_document.setRoots(roots);
     }
 
-    bool isEmpty() const
-    {
-        return std::none_of(m_groups.cbegin(), m_groups.cend(),
-                            [](const Group &group) { return group.isSound; });
-    }
+    bool isEmpty() const { return soundGroupCount() == 0; }
 
 private:
+    qsizetype soundGroupCount() const
+    {
+        return std::count_if(m_groups.cbegin(), m_groups.cend(),
+                             [](const Group &group) { return group.isSound; });
+    }
+
+    Instance instance(const QUuid &itemId) const
+    {
+        const SceneItem *item = m_itemsById.value(itemId);
+        return Instance(item ? *item : SceneItem(QUuid()));
+    }
+
+    void giveUpChanged(LogicalScene &tree)
+    {
+        Corvane compiled;
+        const auto materials = m_document.materials();
+        for (const CatalogMaterial &material : materials)
+            compiled.addMaterial(material);
+        LogicalSceneCompiler compiler;
+        compiler.setSource(&tree);
+        compiler.setTarget(&compiled);
+        compiler.fullCompile();
+        const auto items = compiled.items();
+        for (Group &group : m_groups) {
+            const auto isSame = [&](const QUuid &id) {
+                const auto made = items.constFind(id);
+                return made != items.cend() && isSameItem(Instance(*made), instance(id));
+            };
+            group.isSound = group.isSound && isSame(group.coreId) &&
+                            std::all_of(group.wrappers.cbegin(), group.wrappers.cend(), isSame);
+        }
+    }
+
+    void fill(LogicalScene &tree) const
+    {
+        QVariantList nodes;
+        for (auto group = m_groups.cbegin(); group != m_groups.cend(); ++group) {
+            if (group->isSound)
+                nodes.append(nodeOf(group.key(), *group).toVariantMap());
+        }
+        QVariantList roots;
+        const QList<QUuid> drawn = m_document.roots();
+        for (const QUuid &id : drawn) {
+            const auto group = m_groups.constFind(m_sources.value(id));
+            if (group != m_groups.cend() && group->isSound)
+                roots.append(m_sources.value(id).toString(QUuid::WithoutBraces));
+        }
+        tree.fromVariantMap({{u"instances"_s, nodes}, {u"roots"_s, roots}});
+    }
+
     void collect()
     {
         for (const SceneItem &item : std::as_const(m_items)) {
@@ -223,11 +262,11 @@ private:
             for (const QUuid &child : children)
                 m_referrers[child].append(item.id);
             if (item.hasTag(ItemTags::Compiled))
-                collectCompiled(item);
+                collectCompiled(item, children);
         }
     }
 
-    void collectCompiled(const SceneItem &item)
+    void collectCompiled(const SceneItem &item, const QList<QUuid> &children)
     {
         const SDFNodeProvenance from = Instance(item).provenance();
         if (from.sourceItemId.isNull())
@@ -240,6 +279,7 @@ private:
         }
         group.isSound = group.coreId.isNull();
         group.coreId = item.id;
+        group.children = children;
     }
 
     /// From the core outwards, each around the one before and nothing else.
@@ -271,7 +311,7 @@ private:
             if (m_groups.value(m_sources.value(id)).coreId != id)
                 return false;
         }
-        const QList<QUuid> children = m_document.childInstanceIds(group.coreId);
+        const auto &children = group.children;
         return std::all_of(children.cbegin(), children.cend(), [this](const QUuid &child) {
             return m_groups.value(m_sources.value(child)).outerId == child;
         });
@@ -302,7 +342,7 @@ private:
     {
         const Group group = m_groups.value(source);
         QList<QUuid> items = m_referrers.value(group.outerId);
-        items += m_document.childInstanceIds(group.coreId);
+        items += group.children;
         QList<QUuid> sources;
         for (const QUuid &id : std::as_const(items)) {
             if (m_sources.contains(id))
@@ -313,19 +353,18 @@ private:
 
     LogicalInstance nodeOf(const QUuid &source, const Group &group) const
     {
-        const Instance core = m_document.instance(group.coreId);
+        const Instance core = instance(group.coreId);
         LogicalInstance node(source);
         node.definitionId = core.definitionId();
         node.name = core.provenance().sourceItemName;
         node.params = core.rawParams();
         node.params.remove(childrenKey);
         for (const QUuid &id : group.wrappers) {
-            const Instance wrapper = m_document.instance(id);
+            const Instance wrapper = instance(id);
             node.wrappers.append({wrapper.definitionId(), ownValues(wrapper)});
             takeTransform(wrapper, node);
         }
-        const QList<QUuid> children = m_document.childInstanceIds(group.coreId);
-        for (const QUuid &child : children)
+        for (const QUuid &child : group.children)
             node.children.append(m_sources.value(child));
         node.material = core.material;
         node.materialId = core.materialId;
@@ -334,13 +373,14 @@ private:
         node.materialMode = core.materialMode();
         node.densityScale = core.densityScale();
         node.shellThickness = core.shellThickness();
-        if (m_document.item(group.outerId).hasTag(ItemTags::Selected))
+        if (instance(group.outerId).hasTag(ItemTags::Selected))
             node.tags.insert(ItemTags::Selected);
         return node;
     }
 
     Corvane &m_document;
-    const QMap<QUuid, SceneItem> m_items;
+    QMap<QUuid, SceneItem> m_items;
+    QHash<QUuid, const SceneItem *> m_itemsById;
     QSet<QUuid> m_roots;
     QHash<QUuid, Group> m_groups;             ///< by the id of the node
     QHash<QUuid, QUuid> m_sources;            ///< an item to its node
@@ -386,8 +426,7 @@ void NodeRecovery::recover(Corvane &document, LogicalScene &tree)
     recovery.find();
     if (recovery.isEmpty())
         return;
-    recovery.check();
-    recovery.fill(tree);
+    recovery.fillSound(tree);
     recovery.takeFromDocument();
 }
 

@@ -42,7 +42,9 @@ void readTags(SceneItem &item, const QVariant &value)
 QVariantMap otherKeys(QVariantMap map)
 {
     const QSet<QString> &common = kCommonKeys();
-    map.removeIf([&common](QVariantMap::iterator it) { return common.contains(it.key()); });
+    const auto isCommon = [&common](const QString &key) { return common.contains(key); };
+    if (std::any_of(map.keyBegin(), map.keyEnd(), isCommon))
+        map.removeIf([&isCommon](QVariantMap::iterator it) { return isCommon(it.key()); });
     return map;
 }
 

@@ -223,11 +223,13 @@ void SceneVersion1Reader::readRoots()
 
 void SceneVersion1Reader::adoptCatalogueMaterials()
 {
-    const auto items = m_scene->m_items.items();
-    for (SceneItem item : items) {
-        const auto material = m_scene->m_materials.constFind(item.materialId);
-        if (item.materialId.isNull() || material == m_scene->m_materials.cend())
+    // By id: the table would have to copy itself while it is looped over.
+    for (const QUuid &id : std::as_const(m_itemIds)) {
+        const SceneItem *stored = m_scene->m_items.find(id);
+        const auto material = m_scene->m_materials.constFind(stored->materialId);
+        if (stored->materialId.isNull() || material == m_scene->m_materials.cend())
             continue;
+        SceneItem item = *stored;
         item.material = material->material;
         m_scene->m_items.put(item);
     }

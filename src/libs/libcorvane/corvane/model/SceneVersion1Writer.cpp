@@ -68,20 +68,24 @@ void SceneVersion1Writer::writeItems(QVariantMap &block) const
 
 QVariantMap SceneVersion1Writer::itemMap(const SceneItem &item) const
 {
-    QVariantMap map = plainForFile(item.toVariantMap()).toMap();
+    QVariantMap map = item.toVariantMap();
+    // Of what is written otherwise below, no plain copy is made first.
+    const QVariant stored = map.value(u"params"_s);
+    const bool hasParameters =
+        item.itemType == ItemTypes::Sdf && stored.typeId() == QMetaType::QVariantMap;
+    if (hasParameters)
+        map.remove(u"params"_s);
+    map = plainForFile(map).toMap();
     const auto alias = m_materialAliases.constFind(item.materialId);
     if (alias != m_materialAliases.cend())
         map.insert(u"materialId"_s, alias->toString());
-    const QVariant stored = item.typeData.value(u"params"_s);
-    if (item.itemType != ItemTypes::Sdf || stored.typeId() != QMetaType::QVariantMap)
+    if (!hasParameters)
         return map;
     QVariantMap params;
     const QVariantMap raw = stored.toMap();
     for (auto it = raw.cbegin(); it != raw.cend(); ++it)
-        params.insert(it.key(), writtenParameter(it.key(), *it));
-    if (params.isEmpty())
-        map.remove(u"params"_s);
-    else
+        params.insert(params.cend(), it.key(), writtenParameter(it.key(), *it));
+    if (!params.isEmpty())
         map.insert(u"params"_s, params);
     return map;
 }
