@@ -22,6 +22,7 @@ corvane_library(corvane_tasks
         corvane/tasks/SceneQueries.cpp
         corvane/tasks/SceneRecord.cpp
         corvane/tasks/ServiceTaskRows.cpp
+        corvane/tasks/TaskFactory.cpp
         corvane/tasks/TaskJson.cpp
         corvane/tasks/TreeDescription.cpp
     LINKS batch corvane_bench corvane_ops corvane_zirn Qt6::Core

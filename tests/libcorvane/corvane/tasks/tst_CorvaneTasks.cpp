@@ -1,8 +1,14 @@
 #include "TaskFixture.h"
 
+#include <corvane/tasks/CorvaneTask.h>
+#include <corvane/zirn/ZirnTaskRuntime.h>
+
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
+
+#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace corvane;
@@ -14,6 +20,31 @@ QVariantMap mapOf(const char *json)
 {
     return QJsonDocument::fromJson(json).object().toVariantMap();
 }
+
+/// An edit in the middle of which the scene is closed.
+class ClosingTask : public CorvaneMutationTask
+{
+public:
+    explicit ClosingTask(std::function<void()> close)
+        : CorvaneMutationTask(u"test.edit"_s, {}, {}, {}, {})
+        , m_close(std::move(close))
+    {}
+
+protected:
+    ZirnTaskResult doMutate(const ZirnTaskParams &, ops::CorvaneOpExecutor *executor,
+                            QSharedPointer<model::Corvane> scene, model::LogicalScene *) override
+    {
+        QMetaObject::invokeMethod(qApp, m_close, Qt::BlockingQueuedConnection);
+        const ops::CorvaneOp op{ops::OpKind::SettingsSet, {{u"path"_s, u"a.b"_s}, {u"value"_s, 1}}};
+        const bool isRefused = !applyOnMainThread(executor, op);
+        const bool isGone = SceneAccess::current().document != scene;
+        return ZirnTaskResult::succeeded(isRefused && isGone ? u"refused, and the scene is gone"_s
+                                                             : u"applied"_s);
+    }
+
+private:
+    const std::function<void()> m_close;
+};
 
 const char *const validationText = "^Failed to .+: .+ State: .+\\.( Suggestion: .+\\.)?$";
 
@@ -45,7 +76,10 @@ private slots:
     void treesPutParentsFirst();
     void brokenTrees_data();
     void brokenTrees();
+    void failedTreesStayAsOneBatch_data();
     void failedTreesStayAsOneBatch();
+    void aSceneThatIsClosedEndsItsPlan_data();
+    void aSceneThatIsClosedEndsItsPlan();
 
 private:
     QVariantMap exampleArguments(TaskFixture &fixture, const TaskRow &row);
@@ -163,7 +197,9 @@ void TstCorvaneTasks::examplesRun()
         return;
     }
     QVERIFY2(result.success, qPrintable(result.message));
-    const QStringList promised = fixture.registry.task(row->name)->outputs;
+    QStringList promised = fixture.registry.task(row->name)->outputs;
+    if (row->kind == TaskKind::Mutation)
+        promised += {u"error_count"_s, u"number_of_new_errors"_s};
     for (const QString &key : promised)
         QVERIFY2(result.outputs.contains(key), qPrintable(key));
     QVERIFY2(!result.message.contains(u'{') || row->query, qPrintable(result.message));
@@ -192,6 +228,19 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
            u"run corvane.scene.list_items."_s.arg(noId);
     QTest::newRow("a list as id") << u"corvane.item.rename"_s
                                   << mapOf(R"({"itemId": [1], "newName": {"a": 1}})") << QString();
+    QTest::newRow("a list as the parent")
+        << u"corvane.item.add"_s << mapOf(R"({"itemType": "group", "parentId": [1]})")
+        << u"Failed to add item: parentId must be a text, not '[1]'. State: unchanged. Suggestion: "
+           u"provide the UUID of the parent; empty for the top."_s;
+    QTest::newRow("a map as a filter")
+        << u"corvane.scene.list_definitions"_s << mapOf(R"({"category": {}})")
+        << u"Failed to execute corvane.scene.list_definitions: category must be a text, not '{}'. "
+           u"State: unchanged. Suggestion: provide the category, or one of primitives, operators, "
+           u"modifiers; empty for all."_s;
+    QTest::newRow("two numbers as a colour")
+        << u"corvane.material.add"_s << mapOf(R"({"albedo": [1, 0]})") << QString();
+    QTest::newRow("nothing to set")
+        << u"corvane.settings.set_bulk"_s << mapOf(R"({"settings": {}})") << QString();
     QTest::newRow("add: unknown definition")
         << u"corvane.item.add"_s << mapOf(R"({"itemType": "sdf", "definitionId": "nothing"})")
         << u"Failed to add item: definition 'nothing' not found. State: unchanged. Suggestion: "
@@ -205,6 +254,11 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
         << u"corvane.varset.remove_variable"_s << mapOf(R"({"name": "w"})")
         << u"Failed to remove variable w: not found. State: unchanged. Suggestion: check name or "
            u"run corvane.varset.list."_s;
+    QTest::newRow("variable: unknown varset")
+        << u"corvane.varset.set_variable"_s
+        << mapOf(R"({"name": "w", "value": 1, "varsetName": "Sizes"})")
+        << u"Failed to set variable: varset 'Sizes' not found. State: unchanged. Suggestion: check "
+           u"varsetName or run corvane.varset.list."_s;
     QTest::newRow("search: no filter")
         << u"corvane.scene.search_items"_s << QVariantMap()
         << u"Failed to search items: at least one of namePattern, type, or tag is required. State: "
@@ -229,6 +283,11 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
     QTest::newRow("export: no scene")
         << u"mesh.export"_s
         << mapOf(R"({"scenePath": "/nowhere/a.corvane", "outputPath": "/x.stl"})") << QString();
+    QTest::newRow("export: steps in a map")
+        << u"mesh.export"_s
+        << mapOf(R"({"scenePath": "a", "outputPath": "/x.stl", "postprocess": {"weld": 1}})")
+        << u"Failed to export mesh: \"postprocess\" must be a list of texts. State: unchanged. "
+           u"Suggestion: check extractor, cellSize, backend and postprocess."_s;
 }
 
 void TstCorvaneTasks::failuresSayWhatRemains()
@@ -382,6 +441,10 @@ void TstCorvaneTasks::variablesKeepWhatIsNotGiven()
     entry = fixture.document->variableEntry(u"w"_s);
     QVERIFY(entry.expression.isEmpty());
     QCOMPARE(entry.value.toDouble(), 5.0);
+    // As the list of varsets has it.
+    QVERIFY(
+        fixture.call(task, mapOf(R"({"name": "w", "value": 6, "varsetName": "Default"})")).success);
+    QCOMPARE(fixture.document->variableEntry(u"w"_s).value.toDouble(), 6.0);
 }
 
 void TstCorvaneTasks::textsAreReadAsWhatTheyHold()
@@ -410,7 +473,7 @@ void TstCorvaneTasks::parametersAreThoseOfTheDefinition()
                             {{u"itemId"_s, id}, {u"paramName"_s, name}, {u"value"_s, value}});
     };
     QCOMPARE(set(u"radius"_s, u"big"_s).message,
-             u"Failed to set parameter: radius is a number, not 'big'. State: unchanged. "
+             u"Failed to set parameter: radius must be a number, not 'big'. State: unchanged. "
              u"Suggestion: check parameters and try again."_s);
     QVERIFY(set(u"radius"_s, u"=time"_s).success);
     QCOMPARE(
@@ -464,10 +527,16 @@ void TstCorvaneTasks::brokenTrees_data()
     QTest::addColumn<QVariant>("tree");
     QTest::addColumn<QString>("cause");
     QTest::newRow("nothing") << QVariant() << u"'tree' parameter is required."_s;
-    QTest::newRow("a number") << QVariant(3) << u"'tree' parameter is required."_s;
+    QTest::newRow("a number") << QVariant(3) << u"'tree' must be a valid JSON object."_s;
     QTest::newRow("no JSON") << QVariant(u"{"_s) << u"'tree' must be a valid JSON object."_s;
     QTest::newRow("no instances") << QVariant(mapOf(R"({"roots": []})"))
                                   << u"'instances' map is empty or missing."_s;
+    QTest::newRow("children as one name")
+        << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": "b"}}})"))
+        << u"'children' of instance 'a' must be a list of names."_s;
+    QTest::newRow("parameters in a list")
+        << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere", "params": [1]}}})"))
+        << u"'params' of instance 'a' must be a JSON object."_s;
     QTest::newRow("a circle")
         << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b"]},
                                             "b": {"definition": "union", "children": ["a"]}}})"))
@@ -486,22 +555,82 @@ void TstCorvaneTasks::brokenTrees()
     QCOMPARE(fixture.executor.undoStack()->count(), 0);
 }
 
+void TstCorvaneTasks::failedTreesStayAsOneBatch_data()
+{
+    QTest::addColumn<QVariantMap>("tree");
+    QTest::addColumn<QString>("cause");
+    QTest::addColumn<int>("created");
+    QTest::newRow("a child that is not described")
+        << mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b", "c"]},
+                                   "b": {"definition": "sphere"}, "d": {"definition": "sphere"},
+                                   "e": {"definition": "sphere"}}, "roots": ["a"]})")
+        << u"2/5: Instance 'c' has no 'definition' field."_s << 2;
+    QTest::newRow("a root that is not described")
+        << mapOf(R"({"instances": {"a": {"definition": "sphere"}}, "roots": ["a", "b"]})")
+        << u"1/2: Instance 'b' has no 'definition' field."_s << 1;
+    QTest::newRow("a parameter of another type")
+        << mapOf(R"({"instances": {"a": {"definition": "sphere", "params": {"radius": "2.5"}},
+                                   "b": {"definition": "sphere", "params": {"radius": "big"}},
+                                   "c": {"definition": "sphere"}}})")
+        << u"2/3: Failed to set parameters on 'b'. radius must be a number, not 'big'."_s << 2;
+}
+
 void TstCorvaneTasks::failedTreesStayAsOneBatch()
 {
+    QFETCH(QVariantMap, tree);
+    QFETCH(QString, cause);
+    QFETCH(int, created);
     TaskFixture fixture;
-    const QVariantMap tree =
-        mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b", "c"]},
-                                "b": {"definition": "sphere"}, "d": {"definition": "sphere"},
-                                "e": {"definition": "sphere"}}, "roots": ["a"]})");
     const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
-    QCOMPARE(
-        result.message,
-        u"Build tree failed at instance 2/5: Instance 'c' has no 'definition' field. State: 2 "
-        u"instances were created (undoable as batch). Suggestion: fix the tree description and "
-        u"retry."_s);
-    QCOMPARE(fixture.tree.instances().size(), 2);
+    QCOMPARE(result.message,
+             u"Build tree failed at instance %1 State: %2 instances were created (undoable as "
+             u"batch). Suggestion: fix the tree description and retry."_s.arg(
+                 cause, QString::number(created)));
+    QCOMPARE(fixture.tree.instances().size(), created);
     QCOMPARE(fixture.executor.undoStack()->count(), 1);
     QCOMPARE(fixture.executor.batches().size(), 1);
+}
+
+void TstCorvaneTasks::aSceneThatIsClosedEndsItsPlan_data()
+{
+    QTest::addColumn<QString>("task");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("between steps, before an edit")
+        << u"corvane.item.add"_s
+        << u"Failed to execute corvane.item.add: no Corvane scene loaded. State: unchanged. "
+           u"Suggestion: open or create a scene first."_s;
+    QTest::newRow("between steps, before a query")
+        << u"corvane.scene.list_items"_s
+        << u"Failed to execute corvane.scene.list_items: no Corvane scene loaded. State: "
+           u"unchanged. Suggestion: open or create a scene first."_s;
+    QTest::newRow("inside of a step") << u"test.edit"_s << u"refused, and the scene is gone"_s;
+}
+
+/// With everything that belongs to it, while the plan's thread holds on to what it was given.
+void TstCorvaneTasks::aSceneThatIsClosedEndsItsPlan()
+{
+    QFETCH(QString, task);
+    QFETCH(QString, message);
+    auto fixture = std::make_unique<TaskFixture>();
+    QWeakPointer<model::Corvane> document = fixture->document;
+    ZirnTaskRegistry registry;
+    registerCorvaneTasks(&registry);
+    const bool isInside = task == "test.edit"_L1;
+    registry.registerTask(QSharedPointer<ClosingTask>::create([&fixture] { fixture.reset(); }));
+    ZirnTaskRuntime runtime(&registry);
+    connect(&runtime, &ZirnTaskRuntime::stepCompleted, this, [&fixture, isInside] {
+        if (!isInside)
+            fixture.reset();
+    });
+    QSignalSpy completed(&runtime, &ZirnTaskRuntime::planCompleted);
+    QVERIFY(runtime.submit({.description = u"test"_s,
+                            .steps = {{.task = u"corvane.scene.list_items"_s}, {.task = task}}},
+                           {}));
+    QVERIFY(completed.wait(30000));
+    const auto result = completed.first().first().value<TaskPlanResult>();
+    QCOMPARE(result.stepResults.last().message, message);
+    QCOMPARE(result.failedStepIndex, isInside ? -1 : 1);
+    QVERIFY(document.isNull());
 }
 
 QTEST_MAIN(TstCorvaneTasks)

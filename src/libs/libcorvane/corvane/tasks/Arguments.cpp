@@ -1,8 +1,13 @@
 #include <corvane/tasks/Arguments.h>
 
+#include <corvane/tasks/TaskJson.h>
+#include <corvane/zirn/FailureText.h>
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -39,13 +44,14 @@ QVariant typed(ArgumentKind kind, const QVariant &value)
     switch (kind) {
     case ArgumentKind::Number:
         return asNumber(value);
-    case ArgumentKind::List:
+    case ArgumentKind::Colour:
         return asList(value);
     case ArgumentKind::Map:
         return asMap(value);
     case ArgumentKind::Id:
     case ArgumentKind::ParentId:
     case ArgumentKind::DefinitionId:
+    case ArgumentKind::VarsetName:
     case ArgumentKind::Text:
         return value.canConvert<QString>() ? QVariant(value.toString()) : value;
     case ArgumentKind::Flag:
@@ -55,11 +61,62 @@ QVariant typed(ArgumentKind kind, const QVariant &value)
     return value;
 }
 
+bool isFinite(const QVariant &value)
+{
+    bool isNumber = false;
+    const double number = value.toDouble(&isNumber);
+    return isNumber && std::isfinite(number);
+}
+
+bool isFlag(const QVariant &value)
+{
+    static const QStringList words{u"true"_s, u"false"_s, u"1"_s, u"0"_s};
+    return words.contains(value.toString());
+}
+
+bool isColour(const QVariant &value)
+{
+    const QVariantList parts = value.toList();
+    return (parts.size() == 3 || parts.size() == 4) &&
+           std::all_of(parts.cbegin(), parts.cend(), isFinite);
+}
+
+/// What the argument must be; empty when the value is that.
+QString wanted(ArgumentKind kind, const QVariant &value)
+{
+    switch (kind) {
+    case ArgumentKind::Id:
+    case ArgumentKind::ParentId:
+    case ArgumentKind::DefinitionId:
+    case ArgumentKind::VarsetName:
+    case ArgumentKind::Text:
+        return isText(value) ? QString() : u"a text"_s;
+    case ArgumentKind::Number:
+        return isFinite(value) ? QString() : u"a finite number"_s;
+    case ArgumentKind::Flag:
+        return isFlag(value) ? QString() : u"true or false"_s;
+    case ArgumentKind::Colour:
+        return isColour(value) ? QString() : u"a colour as [r,g,b] or [r,g,b,a]"_s;
+    case ArgumentKind::Map:
+        return value.typeId() == QMetaType::QVariantMap ? QString() : u"a JSON object"_s;
+    case ArgumentKind::Value:
+        break;
+    }
+    return {};
+}
+
 bool isGiven(const ParamRow &param, const QVariant &value)
 {
     const bool mayBeEmpty = param.kind != ArgumentKind::Id && param.kind != ArgumentKind::Text &&
                             param.kind != ArgumentKind::DefinitionId;
     return value.isValid() && (mayBeEmpty || !value.toString().isEmpty());
+}
+
+QString failureOf(const ParamRow &param, const QString &attempt, const QString &cause)
+{
+    return failureText({.attempt = attempt,
+                        .cause = param.name + cause,
+                        .suggestion = u"provide the "_s + param.description.toString()});
 }
 
 } // namespace
@@ -71,10 +128,10 @@ std::span<const ParamRow> TaskRow::arguments() const
     return {params.begin(), end};
 }
 
-QVariantMap knownArguments(const TaskRow &row, const ZirnTaskParams &arguments)
+QVariantMap knownArguments(std::span<const ParamRow> params, const ZirnTaskParams &arguments)
 {
     QVariantMap known;
-    for (const ParamRow &param : row.arguments()) {
+    for (const ParamRow &param : params) {
         const QVariant value = arguments.value(param.name);
         if (!value.isNull())
             known.insert(param.name, typed(param.kind, value));
@@ -82,13 +139,27 @@ QVariantMap knownArguments(const TaskRow &row, const ZirnTaskParams &arguments)
     return known;
 }
 
-const ParamRow *missingArgument(const TaskRow &row, const QVariantMap &arguments)
+QString unfitArgument(const QString &attempt, std::span<const ParamRow> params,
+                      const QVariantMap &arguments)
 {
-    for (const ParamRow &param : row.arguments()) {
-        if (param.isRequired && !isGiven(param, arguments.value(param.name)))
-            return &param;
+    for (const ParamRow &param : params) {
+        const QVariant value = arguments.value(param.name);
+        const QString kind = value.isValid() ? wanted(param.kind, value) : QString();
+        if (!kind.isEmpty())
+            return failureOf(param, attempt,
+                             u" must be %1, not '%2'"_s.arg(kind, shortened(textOf(value))));
     }
-    return nullptr;
+    return {};
+}
+
+QString argumentFlaw(const QString &attempt, std::span<const ParamRow> params,
+                     const QVariantMap &arguments)
+{
+    for (const ParamRow &param : params) {
+        if (param.isRequired && !isGiven(param, arguments.value(param.name)))
+            return failureOf(param, attempt, u" is required"_s);
+    }
+    return unfitArgument(attempt, params, arguments);
 }
 
 QVariant unquoted(const QVariant &value)

@@ -15,9 +15,8 @@ namespace {
 
 ZirnTaskResult noScene(const ZirnTask &task)
 {
-    return ZirnTaskResult::failed(failureText({.attempt = u"execute "_s + task.name,
-                                               .cause = u"no Corvane scene loaded"_s,
-                                               .suggestion = u"open or create a scene first"_s}));
+    return failed(u"execute "_s + task.name, u"no Corvane scene loaded"_s,
+                  u"open or create a scene first"_s);
 }
 
 /// Counts the broken expressions, and tells of them in the result.
@@ -41,9 +40,7 @@ void addErrorCounts(ZirnTaskResult &result, const SceneAccess &access)
 
 ZirnTaskResult sceneIsGone(const QString &attempt)
 {
-    return ZirnTaskResult::failed(failureText({.attempt = attempt,
-                                               .cause = u"the scene was closed"_s,
-                                               .suggestion = u"open or create a scene first"_s}));
+    return failed(attempt, u"the scene was closed"_s, u"open or create a scene first"_s);
 }
 
 ZirnTaskResult CorvaneQueryTask::execute(const ZirnTaskParams &arguments, ZirnTaskContext *)
@@ -55,14 +52,12 @@ ZirnTaskResult CorvaneQueryTask::execute(const ZirnTaskParams &arguments, ZirnTa
     return result.value_or(noScene(*this));
 }
 
-ZirnTaskResult CorvaneMutationTask::execute(const ZirnTaskParams &arguments,
-                                            ZirnTaskContext *context)
+ZirnTaskResult CorvaneMutationTask::execute(const ZirnTaskParams &arguments, ZirnTaskContext *)
 {
     auto found = onMainThread([] { return SceneAccess::current(); });
     if (!found || !found->executor || !found->document)
         return noScene(*this);
-    ZirnTaskResult result =
-        doMutate(arguments, *context, found->executor, found->document, found->tree);
+    ZirnTaskResult result = doMutate(arguments, found->executor, found->document, found->tree);
     onMainThread([&result, &found] {
         if (result.success)
             addErrorCounts(result, *found);

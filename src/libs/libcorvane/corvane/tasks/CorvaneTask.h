@@ -23,7 +23,7 @@ public:
 protected:
     /// Main thread.
     virtual ZirnTaskResult doQuery(const ZirnTaskParams &arguments,
-                                   const QSharedPointer<model::Corvane> &scene) = 0;
+                                   QSharedPointer<model::Corvane> scene) = 0;
 };
 
 /// A task that edits the open scene through its executor, so that each edit is one step of undo.
@@ -42,10 +42,10 @@ public:
 protected:
     /// The plan's thread. The pointers are only handed on: what they point to is looked at on the
     /// main thread, after SceneAccess::isCurrent().
-    virtual ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ZirnTaskContext &context,
+    virtual ZirnTaskResult doMutate(const ZirnTaskParams &arguments,
                                     ops::CorvaneOpExecutor *executor,
-                                    const QSharedPointer<model::Corvane> &scene,
-                                    model::LogicalScene *tree) = 0;
+                                    QSharedPointer<model::Corvane> scene,
+                                    model::LogicalScene *logicalScene) = 0;
 
     /// Hands one op to the executor on the main thread; false when it refuses, or is gone.
     static bool applyOnMainThread(ops::CorvaneOpExecutor *executor, const ops::CorvaneOp &op);

@@ -15,12 +15,6 @@ namespace corvane::zirn {
 
 namespace {
 
-ZirnTaskResult failed(const QString &attempt, const QString &cause, const QString &suggestion)
-{
-    return ZirnTaskResult::failed(
-        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
-}
-
 QJsonObject variableJson(const QString &name, const model::VarsetEntry &entry)
 {
     QJsonObject object{

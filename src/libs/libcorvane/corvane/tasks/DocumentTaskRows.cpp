@@ -24,8 +24,8 @@ constexpr auto definitionTags = "corvane definition mutate"_L1;
 constexpr auto materialScope = "corvane.material.mutate"_L1;
 constexpr auto materialTags = "corvane material mutate"_L1;
 
-constexpr ParamRow varset = may("varsetName"_L1, Text, u"varset; empty for the default one");
-constexpr ParamRow albedo = may("albedo"_L1, List, u"colour as [r,g,b] or [r,g,b,a], 0 to 1");
+constexpr ParamRow varset = may("varsetName"_L1, VarsetName, u"varset; empty for the default one");
+constexpr ParamRow albedo = may("albedo"_L1, Colour, u"colour as [r,g,b] or [r,g,b,a], 0 to 1");
 constexpr ParamRow metallic = may("metallic"_L1, Number, u"metalness, 0 to 1");
 constexpr ParamRow roughness = may("roughness"_L1, Number, u"roughness, 0 to 1");
 constexpr ParamRow emission = may("emission"_L1, Number, u"strength of emission, not below 0");
@@ -84,8 +84,7 @@ const TaskRow rows[] = {
      .description = u"Move a variable before another in the order list",
      .params = {need("name"_L1, Text, u"name of the variable to move"),
                 may("beforeName"_L1, Text,
-                    u"name of the variable before which it goes; empty "
-                    u"for the end"),
+                    u"name of the variable before which it goes; empty for the end"),
                 varset},
      .scope = varsetScope,
      .tags = varsetTags,
@@ -123,8 +122,8 @@ const TaskRow rows[] = {
      .kind = Mutation,
      .description = u"Move a variable from one varset to another",
      .params = {need("entryName"_L1, Text, u"name of the variable to move"),
-                may("srcVarset"_L1, Text, u"varset that has it; empty for the default one"),
-                may("dstVarset"_L1, Text, u"varset that gets it; empty for the default one")},
+                may("srcVarset"_L1, VarsetName, u"varset that has it; empty for the default one"),
+                may("dstVarset"_L1, VarsetName, u"varset that gets it; empty for the default one")},
      .scope = varsetScope,
      .tags = varsetTags,
      .example = uR"({"task": "corvane.varset.move_entry", "args": {"entryName": "radius"}})",
@@ -188,7 +187,7 @@ const TaskRow rows[] = {
          uR"("float sdf_my_sphere(vec3 p, float radius) { return length(p) - radius; }"}}})",
      .op = {.kind = OpKind::DefinitionAdd,
             .attempt = "add definition"_L1,
-            .success = u"Added definition '{definitionName}'"}},
+            .success = u"Added definition '{newDefinitionId}'"}},
     {.name = "corvane.definition.remove"_L1,
      .kind = Mutation,
      .description = u"Remove a custom SDF definition from the scene",

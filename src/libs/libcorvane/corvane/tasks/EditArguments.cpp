@@ -6,6 +6,8 @@
 #include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/ParameterCheck.h>
 #include <corvane/tasks/SceneAccess.h>
+#include <corvane/tasks/TaskJson.h>
+#include <corvane/zirn/FailureText.h>
 
 #include <cmath>
 
@@ -28,13 +30,6 @@ bool isFinite(const QVariant &value)
     bool isNumber = false;
     const double number = value.toDouble(&isNumber);
     return isNumber && std::isfinite(number);
-}
-
-bool isColour(const QVariant &value)
-{
-    const QVariantList parts = value.toList();
-    return (parts.size() == 3 || parts.size() == 4) &&
-           std::all_of(parts.cbegin(), parts.cend(), isFinite);
 }
 
 QVariantMap givenParameters(const QVariantMap &arguments)
@@ -93,7 +88,7 @@ QString valueFlaw(const QVariant &value, const QString &type)
     if (value.typeId() == QMetaType::QVariantMap)
         return u"value is a JSON object"_s;
     if (type == "number"_L1 && !isFinite(unquoted(value)))
-        return u"value '%1' is no number"_s.arg(text);
+        return u"value '%1' is no number"_s.arg(shortened(textOf(value)));
     return {};
 }
 
@@ -157,11 +152,8 @@ Prepared prepareTransform(const SceneAccess &, const QVariantMap &arguments, QSt
         QVariantMap axes;
         for (const QChar axis : u"xyz"_s) {
             const QString key = QString(part.letter) + axis;
-            const QVariant value = arguments.value(key);
-            if (value.isValid() && !isFinite(value))
-                return refuse(cause, key + u" is no finite number"_s);
-            if (value.isValid())
-                axes.insert(axis, value);
+            if (arguments.contains(key))
+                axes.insert(axis, arguments.value(key));
         }
         if (!axes.isEmpty())
             prepared.insert(part.key, axes);
@@ -182,8 +174,6 @@ Prepared prepareItemMaterial(const SceneAccess &access, const QVariantMap &argum
         model::MaterialLibrary::instance().material(id) || access.document->material(id);
     if (!text.isEmpty() && !isKnown)
         return refuse(cause, u"material %1 not found"_s.arg(text));
-    if (arguments.contains(u"albedo"_s) && !isColour(arguments.value(u"albedo"_s)))
-        return refuse(cause, u"albedo is no colour as [r,g,b] or [r,g,b,a]"_s);
     return arguments;
 }
 
@@ -202,10 +192,7 @@ Prepared prepareParameter(const SceneAccess &access, const QVariantMap &argument
 Prepared prepareParameters(const SceneAccess &access, const QVariantMap &arguments, QString &cause)
 {
     const QUuid id = QUuid::fromString(arguments.value(u"itemId"_s).toString());
-    const QVariant parameters = arguments.value(u"parameters"_s);
-    if (parameters.typeId() != QMetaType::QVariantMap)
-        return refuse(cause, u"parameters is no JSON object"_s);
-    const QVariantMap values = withoutQuotes(parameters.toMap());
+    const QVariantMap values = withoutQuotes(arguments.value(u"parameters"_s).toMap());
     cause = parameterFlaw(access, id, values);
     if (!cause.isEmpty())
         return std::nullopt;
@@ -232,8 +219,6 @@ Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QStr
     if (!modifiers.contains(modifier))
         return refuse(cause,
                       u"modifier '%1' is none of %2"_s.arg(modifier, modifiers.join(u", "_s)));
-    if (!isFinite(arguments.value(u"value"_s)))
-        return refuse(cause, u"value is no finite number"_s);
     return arguments;
 }
 
@@ -257,11 +242,8 @@ Prepared prepareVariable(const SceneAccess &access, const QVariantMap &arguments
     }
     QVariantMap constraints = entry.value(u"constraints"_s).toMap();
     for (const QString &key : {u"min"_s, u"max"_s, u"step"_s}) {
-        if (!arguments.contains(key))
-            continue;
-        if (!isFinite(arguments.value(key)))
-            return refuse(cause, key + u" is no finite number"_s);
-        constraints.insert(key, arguments.value(key));
+        if (arguments.contains(key))
+            constraints.insert(key, arguments.value(key));
     }
     entry.insert(u"constraints"_s, constraints);
     putValue(entry, arguments.value(u"value"_s), typeFor(givenType, known));

@@ -19,7 +19,7 @@ constexpr auto sceneScope = "corvane.scene.mutate"_L1;
 constexpr auto itemTags = "corvane scene mutate"_L1;
 constexpr auto sdfTags = "corvane sdf mutate"_L1;
 constexpr ParamRow item = need("itemId"_L1, Id, u"UUID of the item");
-constexpr ParamRow red = may("albedo"_L1, List, u"colour as [r,g,b] or [r,g,b,a], 0 to 1");
+constexpr ParamRow albedo = may("albedo"_L1, Colour, u"colour as [r,g,b] or [r,g,b,a], 0 to 1");
 constexpr ParamRow metallic = may("metallic"_L1, Number, u"metalness, 0 to 1");
 constexpr ParamRow roughness = may("roughness"_L1, Number, u"roughness, 0 to 1");
 
@@ -140,7 +140,7 @@ const TaskRow rows[] = {
      .params = {item,
                 may("materialId"_L1, ArgumentKind::Text,
                     u"UUID of a material of the library; empty for none"),
-                red, metallic, roughness},
+                albedo, metallic, roughness},
      .scope = sceneScope,
      .tags = itemTags,
      .example = uR"({"task": "corvane.item.set_material", "args": {"itemId": "abc-123", )"

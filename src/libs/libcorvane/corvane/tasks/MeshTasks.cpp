@@ -2,9 +2,11 @@
 
 #include <corvane/bench/BenchRequest.h>
 #include <corvane/bench/MeshExportBench.h>
+#include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/BenchResults.h>
 #include <corvane/tasks/MainThread.h>
 #include <corvane/tasks/TaskJson.h>
+#include <corvane/tasks/TaskParams.h>
 #include <corvane/zirn/FailureText.h>
 #include <corvane/zirn/ZirnTaskContext.h>
 
@@ -23,12 +25,6 @@ using namespace Qt::StringLiterals;
 namespace corvane::zirn {
 
 namespace {
-
-ZirnTaskResult failed(const QString &attempt, const QString &cause, const QString &suggestion)
-{
-    return ZirnTaskResult::failed(
-        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
-}
 
 /// The first of the keys that has no text; empty when all have.
 QString missingKey(const ZirnTaskParams &arguments, const QStringList &keys)
@@ -80,6 +76,27 @@ private:
 
 // ------------------------------------------------------------------ export
 
+/// The catalogue shows none of these.
+constexpr ParamRow exportParams[] = {
+    need("scenePath"_L1, ArgumentKind::Text, u"path of a file"),
+    need("outputPath"_L1, ArgumentKind::Text, u"path of a file"),
+    may("extractor"_L1, ArgumentKind::Text, u"surface extractor: MC, DC or DC-octree"),
+    may("cellSize"_L1, ArgumentKind::Number, u"size of a cell, 0 for that of the scene"),
+    may("backend"_L1, ArgumentKind::Text, u"backend: CPU, GPU or Native"),
+    may("sealed"_L1, ArgumentKind::Flag, u"flag: true closes the mesh at the bounds"),
+    may("postprocess"_L1, ArgumentKind::Value, u"steps as texts"),
+    may("timeoutMs"_L1, ArgumentKind::Number, u"longest time of the export, milliseconds"),
+};
+
+/// A list of steps, or one step; what is neither stays what it is, to be refused.
+QJsonValue postprocessOf(const ZirnTaskParams &arguments)
+{
+    const QVariant steps = unquoted(arguments.value(u"postprocess"_s));
+    if (steps.typeId() == QMetaType::QVariantList || steps.typeId() == QMetaType::QVariantMap)
+        return QJsonValue::fromVariant(steps);
+    return steps.toString().isEmpty() ? QJsonArray() : QJsonArray{steps.toString()};
+}
+
 std::optional<bench::BenchPipelineDefinition> definitionFor(const ZirnTaskParams &arguments,
                                                             QString &error)
 {
@@ -90,11 +107,8 @@ std::optional<bench::BenchPipelineDefinition> definitionFor(const ZirnTaskParams
         object.insert("cellSize"_L1, arguments.getFloat(u"cellSize"_s, -1.0));
     if (arguments.contains(u"backend"_s))
         object.insert("backend"_L1, arguments.getString(u"backend"_s));
-    const QVariant steps = arguments.value(u"postprocess"_s);
-    QVariantList list = arguments.getList(u"postprocess"_s);
-    if (list.isEmpty() && !steps.toString().isEmpty())
-        list.append(steps.toString());
-    object.insert("postprocess"_L1, QJsonArray::fromVariantList(list));
+    if (arguments.contains(u"postprocess"_s))
+        object.insert("postprocess"_L1, postprocessOf(arguments));
     return bench::BenchPipelineDefinition::fromJson(object, error);
 }
 
@@ -162,12 +176,13 @@ void setBenchQueue(batch::BatchQueue *queue)
     benchQueue() = queue;
 }
 
-ZirnTaskResult exportMesh(const ZirnTaskParams &arguments, ZirnTaskContext &context)
+ZirnTaskResult exportMesh(const ZirnTaskParams &given, ZirnTaskContext &context)
 {
     const QString attempt = u"export mesh"_s;
-    const QString missing = missingKey(arguments, {u"scenePath"_s, u"outputPath"_s});
-    if (!missing.isEmpty())
-        return failed(attempt, missing + u" is required"_s, u"provide the path of a file"_s);
+    const ZirnTaskParams arguments(knownArguments(exportParams, given));
+    const QString flaw = argumentFlaw(attempt, exportParams, arguments.toMap());
+    if (!flaw.isEmpty())
+        return ZirnTaskResult::failed(flaw);
     const QString scenePath = arguments.getString(u"scenePath"_s);
     const QString outputPath = arguments.getString(u"outputPath"_s);
     QString error;

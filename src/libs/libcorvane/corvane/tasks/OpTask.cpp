@@ -6,6 +6,7 @@
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/ops/CorvaneOpDescriber.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/ops/OpCatalogue.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/MainThread.h>
@@ -18,9 +19,14 @@ namespace corvane::zirn {
 
 namespace {
 
-QString failed(const QString &attempt, const QString &cause, const QString &suggestion)
+const QString checkParameters = u"check parameters and try again"_s;
+
+QString notFound(const QString &attempt, const QString &cause, QStringView key,
+                 QLatin1StringView listTask)
 {
-    return failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion});
+    return failureText({.attempt = attempt,
+                        .cause = cause,
+                        .suggestion = u"check %1 or run %2"_s.arg(key, listTask)});
 }
 
 // ------------------------------------------------------------------ what a target is called
@@ -89,6 +95,15 @@ QLatin1StringView listTask(TargetKind target)
     return "corvane.scene.list_items"_L1;
 }
 
+/// Lists show the default varset under a name, which plans then give.
+void nameDefaultVarset(const SceneAccess &access, QVariantMap &arguments, const QString &key)
+{
+    const QString name = arguments.value(key).toString();
+    if (name == ops::CorvaneOpDescriber::varsetLabel({}) &&
+        !access.document->namedVarsets().contains(name))
+        arguments.insert(key, QString());
+}
+
 // ------------------------------------------------------------------ words of success
 
 QString nameOf(const SceneAccess &access, const QUuid &id)
@@ -131,7 +146,7 @@ QMap<QString, QString> wordsFor(const QVariantMap &arguments)
     const auto sizeOf = [&](const QString &key) { return arguments.value(key).toMap().size(); };
     words.insert(u"count"_s, QString::number(sizeOf(u"parameters"_s) + sizeOf(u"settings"_s)));
     const QVariantMap definition = arguments.value(u"definition"_s).toMap();
-    words.insert(u"definitionName"_s, definition.value(u"id"_s).toString());
+    words.insert(u"newDefinitionId"_s, definition.value(u"id"_s).toString());
     return words;
 }
 
@@ -142,20 +157,20 @@ OpTask::OpTask(const TaskRow &row)
     , m_row(row)
 {}
 
-ZirnTaskResult OpTask::doMutate(const ZirnTaskParams &arguments, ZirnTaskContext &,
-                                ops::CorvaneOpExecutor *executor,
-                                const QSharedPointer<model::Corvane> &scene,
-                                model::LogicalScene *tree)
+ZirnTaskResult OpTask::doMutate(const ZirnTaskParams &arguments, ops::CorvaneOpExecutor *executor,
+                                QSharedPointer<model::Corvane> scene,
+                                model::LogicalScene *logicalScene)
 {
-    const QVariantMap known = knownArguments(m_row, arguments);
-    if (const ParamRow *missing = missingArgument(m_row, known))
-        return ZirnTaskResult::failed(failed(m_row.op.attempt, missing->name + u" is required"_s,
-                                             u"provide the "_s + missing->description.toString()));
+    const QString attempt = m_row.op.attempt;
+    const QVariantMap known = knownArguments(m_row.arguments(), arguments);
+    const QString flaw = argumentFlaw(attempt, m_row.arguments(), known);
+    if (!flaw.isEmpty())
+        return ZirnTaskResult::failed(flaw);
     const auto result = onMainThread([&] {
-        const SceneAccess access{scene, tree, executor};
-        return access.isCurrent() ? applyTo(access, known) : sceneIsGone(m_row.op.attempt);
+        const SceneAccess access{scene, logicalScene, executor};
+        return access.isCurrent() ? applyTo(access, known) : sceneIsGone(attempt);
     });
-    return result.value_or(sceneIsGone(m_row.op.attempt));
+    return result.value_or(sceneIsGone(attempt));
 }
 
 ZirnTaskResult OpTask::applyTo(const SceneAccess &access, QVariantMap arguments) const
@@ -168,14 +183,16 @@ ZirnTaskResult OpTask::applyTo(const SceneAccess &access, QVariantMap arguments)
         QString cause;
         const auto prepared = m_row.op.prepare(access, arguments, cause);
         if (!prepared)
-            return ZirnTaskResult::failed(
-                failed(m_row.op.attempt, cause, u"check parameters and try again"_s));
+            return failed(m_row.op.attempt, cause, checkParameters);
         opArguments = *prepared;
     }
+    // What the op would only tell the log.
+    const QString flaw = ops::checkArguments(*ops::findOp(m_row.op.kind), opArguments);
+    if (!flaw.isEmpty())
+        return failed(m_row.op.attempt, flaw, checkParameters);
     const auto created = applyOps(access, opArguments);
     if (!created)
-        return ZirnTaskResult::failed(failed(m_row.op.attempt, u"executor rejected the operation"_s,
-                                             u"check parameters and try again"_s));
+        return failed(m_row.op.attempt, u"executor rejected the operation"_s, checkParameters);
     return succeeded(access, arguments, *created);
 }
 
@@ -198,47 +215,62 @@ std::optional<QUuid> OpTask::applyOps(const SceneAccess &access, const QVariantM
     return isDone ? created : std::nullopt;
 }
 
-/// Also puts the ids in their place under which the scene has what is meant.
+/// Also puts the names in their place under which the scene has what is meant.
 QString OpTask::whatIsMissing(const SceneAccess &access, QVariantMap &arguments) const
 {
+    for (const ParamRow &param : m_row.arguments()) {
+        if (param.kind == ArgumentKind::VarsetName)
+            nameDefaultVarset(access, arguments, param.name);
+    }
     const QString missing = missingTarget(access, arguments);
     if (!missing.isEmpty())
         return missing;
     for (const ParamRow &param : m_row.arguments()) {
-        const QString text = arguments.value(param.name).toString();
-        const QString key = param.name;
-        if (text.isEmpty() || key == m_row.op.targetKey)
+        const QString wanted = arguments.value(param.name).toString();
+        if (wanted.isEmpty() || param.name == m_row.op.targetKey)
             continue;
-        if (param.kind == ArgumentKind::DefinitionId && !isDefinition(access, text))
-            return failed(m_row.op.attempt, u"definition '%1' not found"_s.arg(text),
-                          u"check %1 or run corvane.scene.list_definitions"_s.arg(key));
-        if (param.kind != ArgumentKind::ParentId)
-            continue;
-        const QUuid parent = access.resolve(text);
-        if (parent.isNull())
-            return failed(m_row.op.attempt, u"parent %1 not found"_s.arg(text),
-                          u"check %1 or run corvane.scene.list_items"_s.arg(key));
-        arguments.insert(key, parent.toString(QUuid::WithoutBraces));
+        const QString failure = missingReference(access, param, wanted);
+        if (!failure.isEmpty())
+            return failure;
+        if (param.kind == ArgumentKind::ParentId)
+            arguments.insert(param.name, access.resolve(wanted).toString(QUuid::WithoutBraces));
     }
+    return {};
+}
+
+/// The failure when the scene has nothing that an argument beside the target names.
+QString OpTask::missingReference(const SceneAccess &access, const ParamRow &param,
+                                 const QString &wanted) const
+{
+    const QString attempt = m_row.op.attempt;
+    const QString key = param.name;
+    if (param.kind == ArgumentKind::DefinitionId && !isDefinition(access, wanted))
+        return notFound(attempt, u"definition '%1' not found"_s.arg(wanted), key,
+                        "corvane.scene.list_definitions"_L1);
+    if (param.kind == ArgumentKind::ParentId && access.resolve(wanted).isNull())
+        return notFound(attempt, u"parent %1 not found"_s.arg(wanted), key,
+                        listTask(TargetKind::Item));
+    if (param.kind == ArgumentKind::VarsetName && !access.document->namedVarsets().contains(wanted))
+        return notFound(attempt, u"varset '%1' not found"_s.arg(wanted), key,
+                        listTask(TargetKind::Varset));
     return {};
 }
 
 QString OpTask::missingTarget(const SceneAccess &access, QVariantMap &arguments) const
 {
     const OpRow &op = m_row.op;
-    const QString wanted = arguments.value(op.targetKey).toString();
+    const QString key = op.targetKey;
+    const QString wanted = arguments.value(key).toString();
     if (exists(access, op.target, arguments, wanted)) {
         if (op.target == TargetKind::Item)
-            arguments.insert(op.targetKey, access.resolve(wanted).toString(QUuid::WithoutBraces));
+            arguments.insert(key, access.resolve(wanted).toString(QUuid::WithoutBraces));
         return {};
     }
     if (wanted.isEmpty())
-        return failed(op.attempt, op.targetKey + u" is required"_s,
-                      u"check %1 or run %2"_s.arg(op.targetKey, listTask(op.target)));
+        return notFound(op.attempt, key + u" is required"_s, key, listTask(op.target));
     const QString cause =
         op.target == TargetKind::OwnMaterial ? u"not found or built-in"_s : u"not found"_s;
-    return failed(ops::fillText(op.attemptOn, {wanted}), cause,
-                  u"check %1 or run %2"_s.arg(op.targetKey, listTask(op.target)));
+    return notFound(ops::fillText(op.attemptOn, {wanted}), cause, key, listTask(op.target));
 }
 
 ZirnTaskResult OpTask::succeeded(const SceneAccess &access, const QVariantMap &arguments,
@@ -257,86 +289,6 @@ ZirnTaskResult OpTask::succeeded(const SceneAccess &access, const QVariantMap &a
         words.insert(u"name"_s, called);
     const QString note = op.note ? op.note(access, arguments, id) : QString();
     return ZirnTaskResult::succeeded(filled(op.success, words) + note, made);
-}
-
-// ------------------------------------------------------------------ tasks that are functions
-
-namespace {
-
-class QueryTask : public CorvaneQueryTask
-{
-public:
-    explicit QueryTask(const TaskRow &row)
-        : CorvaneQueryTask(row.name, row.description.toString(), {}, {}, {})
-        , m_row(row)
-    {}
-
-protected:
-    ZirnTaskResult doQuery(const ZirnTaskParams &arguments,
-                           const QSharedPointer<model::Corvane> &) override
-    {
-        return m_row.query(ZirnTaskParams(knownArguments(m_row, arguments)),
-                           SceneAccess::current());
-    }
-
-private:
-    const TaskRow &m_row;
-};
-
-class MutationTask : public CorvaneMutationTask
-{
-public:
-    explicit MutationTask(const TaskRow &row)
-        : CorvaneMutationTask(row.name, row.description.toString(), {}, {}, {})
-        , m_row(row)
-    {}
-
-protected:
-    ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ZirnTaskContext &,
-                            ops::CorvaneOpExecutor *executor,
-                            const QSharedPointer<model::Corvane> &scene,
-                            model::LogicalScene *tree) override
-    {
-        const auto result = onMainThread([&] {
-            const SceneAccess access{scene, tree, executor};
-            return access.isCurrent() ? m_row.mutate(arguments, access) : sceneIsGone(m_row.name);
-        });
-        return result.value_or(sceneIsGone(m_row.name));
-    }
-
-private:
-    const TaskRow &m_row;
-};
-
-class PlainTask : public ZirnTask
-{
-public:
-    explicit PlainTask(const TaskRow &row)
-        : ZirnTask(row.name, row.description.toString(), {}, {}, {})
-        , m_row(row)
-    {}
-    ZirnTaskResult execute(const ZirnTaskParams &arguments, ZirnTaskContext *context) override
-    {
-        return m_row.plain(arguments, *context);
-    }
-
-private:
-    const TaskRow &m_row;
-};
-
-} // namespace
-
-ZirnTaskPtr makeTask(const TaskRow &row)
-{
-    if (row.make)
-        return row.make(row);
-    if (row.query)
-        return QSharedPointer<QueryTask>::create(row);
-    if (row.mutate)
-        return QSharedPointer<MutationTask>::create(row);
-    if (row.plain)
-        return QSharedPointer<PlainTask>::create(row);
-    return QSharedPointer<OpTask>::create(row);
 }
 
 } // namespace corvane::zirn

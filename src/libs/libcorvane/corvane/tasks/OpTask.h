@@ -12,23 +12,21 @@ public:
     explicit OpTask(const TaskRow &row);
 
 protected:
-    ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ZirnTaskContext &context,
-                            ops::CorvaneOpExecutor *executor,
-                            const QSharedPointer<model::Corvane> &scene,
-                            model::LogicalScene *tree) override;
+    ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ops::CorvaneOpExecutor *executor,
+                            QSharedPointer<model::Corvane> scene,
+                            model::LogicalScene *logicalScene) override;
 
 private:
     ZirnTaskResult applyTo(const SceneAccess &access, QVariantMap arguments) const;
     std::optional<QUuid> applyOps(const SceneAccess &access, const QVariantMap &arguments) const;
     QString whatIsMissing(const SceneAccess &access, QVariantMap &arguments) const;
     QString missingTarget(const SceneAccess &access, QVariantMap &arguments) const;
+    QString missingReference(const SceneAccess &access, const ParamRow &param,
+                             const QString &wanted) const;
     ZirnTaskResult succeeded(const SceneAccess &access, const QVariantMap &arguments,
                              const QUuid &created) const;
 
     const TaskRow &m_row;
 };
-
-/// An edit or a query or anything else that is a function of its own.
-ZirnTaskPtr makeTask(const TaskRow &row);
 
 } // namespace corvane::zirn

@@ -6,6 +6,7 @@
 #include <corvane/registry/Registry.h>
 #include <corvane/tasks/SceneAccess.h>
 #include <corvane/tasks/TaskJson.h>
+#include <corvane/zirn/FailureText.h>
 
 using namespace Qt::StringLiterals;
 
@@ -73,7 +74,8 @@ QString parameterFlaw(const QString &definitionId, const QVariantMap &parameters
         const auto value = model::ParameterValue::fromVariant(*given);
         const QString type = value.isExpression() ? QString() : wanted(parameter, value.literal);
         if (!type.isEmpty())
-            return u"%1 is %2, not '%3'"_s.arg(parameter.name, type, textOf(value.literal));
+            return u"%1 must be %2, not '%3'"_s.arg(parameter.name, type,
+                                                    shortened(textOf(value.literal)));
     }
     return {};
 }

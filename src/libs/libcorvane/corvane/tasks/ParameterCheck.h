@@ -11,8 +11,8 @@ struct SceneAccess;
 // What the definition of an item says of parameters that a call gives it. Nothing is known, and so
 // nothing said, of components and of definitions that the registry lacks.
 
-/// Why a value can't be that of its parameter, such as "radius is a number, not 'big'"; empty when
-/// all can.
+/// Why a value can't be that of its parameter, such as "radius must be a number, not 'big'"; empty
+/// when all can.
 QString parameterFlaw(const SceneAccess &access, const QUuid &itemId,
                       const QVariantMap &parameters);
 /// The same for an item to be made of a definition.

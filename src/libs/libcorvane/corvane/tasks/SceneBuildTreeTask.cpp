@@ -4,11 +4,11 @@
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 #include <corvane/tasks/CameraTasks.h>
+#include <corvane/tasks/EditArguments.h>
 #include <corvane/tasks/MainThread.h>
 #include <corvane/tasks/ParameterCheck.h>
 #include <corvane/tasks/TreeDescription.h>
 #include <corvane/zirn/FailureText.h>
-#include <corvane/zirn/ZirnTaskContext.h>
 
 #include <QHash>
 
@@ -24,27 +24,21 @@ const QString attempt = u"build tree"_s;
 class TreeBuilder
 {
 public:
-    TreeBuilder(ops::CorvaneOpExecutor &executor, model::LogicalScene *tree,
-                ZirnTaskContext &context)
-        : m_executor(executor)
-        , m_tree(tree)
-        , m_context(context)
+    explicit TreeBuilder(const SceneAccess &access)
+        : m_access(access)
     {}
 
     /// What went wrong; empty when all nodes were created.
     QString build(const TreeDescription &description)
     {
         for (const TreeDescription::Node &node : description.nodes) {
-            if (m_context.isCancelled())
-                return u"cancelled."_s;
             const QString error = create(node);
             if (!error.isEmpty())
                 return error;
-            ++m_count;
         }
         return {};
     }
-    qsizetype count() const { return m_count; }
+    qsizetype count() const { return m_ids.size(); }
     QString idOf(const QString &name) const { return m_ids.value(name); }
     QString notes() const { return m_notes; }
 
@@ -53,25 +47,34 @@ private:
     {
         if (node.definitionId.isEmpty())
             return u"Instance '%1' has no 'definition' field."_s.arg(node.name);
-        if (!m_tree)
+        if (!m_access.tree)
             return u"No LogicalScene available."_s;
         QVariantMap arguments{{u"itemType"_s, u"sdf"_s},
                               {u"definitionId"_s, node.definitionId},
                               {u"name"_s, node.name}};
         if (!node.parentName.isEmpty())
             arguments.insert(u"parentId"_s, m_ids.value(node.parentName));
-        if (!m_executor.apply({ops::OpKind::ItemAdd, arguments}))
+        ops::CorvaneOpExecutor &executor = *m_access.executor;
+        if (!executor.apply({ops::OpKind::ItemAdd, arguments}))
             return u"Failed to create instance '%1' (definition: %2)."_s.arg(node.name,
                                                                              node.definitionId);
-        const QUuid id = m_executor.lastCreatedId();
-        if (!m_tree->contains(id))
+        const QUuid id = executor.lastCreatedId();
+        if (!m_access.isNode(id))
             return u"Could not determine UUID for '%1'."_s.arg(node.name);
-        const QString idText = id.toString(QUuid::WithoutBraces);
-        m_ids.insert(node.name, idText);
-        if (!node.params.isEmpty() &&
-            !m_executor.apply({ops::OpKind::SdfSetAllParams,
-                               {{u"itemId"_s, idText}, {u"parameters"_s, node.params}}}))
-            return u"Failed to set parameters on '%1'."_s.arg(node.name);
+        m_ids.insert(node.name, id.toString(QUuid::WithoutBraces));
+        return node.params.isEmpty() ? QString() : setParameters(node, id);
+    }
+
+    QString setParameters(const TreeDescription::Node &node, const QUuid &id)
+    {
+        QString cause;
+        const auto arguments = prepareParameters(
+            m_access, {{u"itemId"_s, m_ids.value(node.name)}, {u"parameters"_s, node.params}},
+            cause);
+        if (!arguments || !m_access.executor->apply({ops::OpKind::SdfSetAllParams, *arguments})) {
+            const QString failure = u"Failed to set parameters on '%1'."_s.arg(node.name);
+            return cause.isEmpty() ? failure : u"%1 %2."_s.arg(failure, cause);
+        }
         noteParameters(node, id);
         return {};
     }
@@ -79,25 +82,16 @@ private:
     void noteParameters(const TreeDescription::Node &node, const QUuid &id)
     {
         constexpr int mostNotes = 5;
-        const QString note = unreadParameters(SceneAccess::current(), id, node.params);
+        const QString note = unreadParameters(m_access, id, node.params);
         if (!note.isEmpty() && m_noteCount++ < mostNotes)
             m_notes += note;
     }
 
-    ops::CorvaneOpExecutor &m_executor;
-    model::LogicalScene *m_tree;
-    ZirnTaskContext &m_context;
+    const SceneAccess &m_access;
     QString m_notes;
     int m_noteCount = 0;
-    QHash<QString, QString> m_ids; ///< by the names of the description
-    qsizetype m_count = 0;
+    QHash<QString, QString> m_ids; ///< of what was created, by the names of the description
 };
-
-ZirnTaskResult failed(const QString &cause, const QString &suggestion)
-{
-    return ZirnTaskResult::failed(
-        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
-}
 
 ZirnTaskResult built(const TreeDescription &description, const TreeBuilder &builder,
                      const QString &batchId)
@@ -113,10 +107,9 @@ ZirnTaskResult built(const TreeDescription &description, const TreeBuilder &buil
 
 /// In one go: the description becomes one edit, which nothing else comes between, and the scene is
 /// compiled once.
-ZirnTaskResult buildNow(const TreeDescription &description, const SceneAccess &access,
-                        ZirnTaskContext &context)
+ZirnTaskResult buildNow(const TreeDescription &description, const SceneAccess &access)
 {
-    TreeBuilder builder(*access.executor, access.tree, context);
+    TreeBuilder builder(access);
     const QString batchId = access.executor->beginBatch(u"Build SDF Tree"_s);
     if (batchId.isEmpty())
         return ZirnTaskResult::failed(u"Failed to begin undo batch."_s);
@@ -150,19 +143,18 @@ ZirnTaskPtr SceneBuildTreeTask::make(const TaskRow &row)
 }
 
 ZirnTaskResult SceneBuildTreeTask::doMutate(const ZirnTaskParams &arguments,
-                                            ZirnTaskContext &context,
                                             ops::CorvaneOpExecutor *executor,
-                                            const QSharedPointer<model::Corvane> &scene,
-                                            model::LogicalScene *tree)
+                                            QSharedPointer<model::Corvane> scene,
+                                            model::LogicalScene *logicalScene)
 {
     QString cause;
     QString suggestion;
     const auto wanted = TreeDescription::read(arguments.value(u"tree"_s), cause, suggestion);
     if (!wanted)
-        return failed(cause, suggestion);
+        return failed(attempt, cause, suggestion);
     const auto result = onMainThread([&] {
-        const SceneAccess access{scene, tree, executor};
-        return access.isCurrent() ? buildNow(*wanted, access, context) : sceneIsGone(attempt);
+        const SceneAccess access{scene, logicalScene, executor};
+        return access.isCurrent() ? buildNow(*wanted, access) : sceneIsGone(attempt);
     });
     return result.value_or(sceneIsGone(attempt));
 }

@@ -14,10 +14,9 @@ public:
     static ZirnTaskPtr make(const TaskRow &row);
 
 protected:
-    ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ZirnTaskContext &context,
-                            ops::CorvaneOpExecutor *executor,
-                            const QSharedPointer<model::Corvane> &scene,
-                            model::LogicalScene *tree) override;
+    ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ops::CorvaneOpExecutor *executor,
+                            QSharedPointer<model::Corvane> scene,
+                            model::LogicalScene *logicalScene) override;
 };
 
 } // namespace corvane::zirn

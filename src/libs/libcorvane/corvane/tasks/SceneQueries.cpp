@@ -17,12 +17,6 @@ namespace corvane::zirn {
 
 namespace {
 
-ZirnTaskResult failed(const QString &attempt, const QString &cause, const QString &suggestion)
-{
-    return ZirnTaskResult::failed(
-        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
-}
-
 ZirnTaskResult listed(const QString &message, const QString &key, const QJsonArray &rows)
 {
     return ZirnTaskResult::succeeded(

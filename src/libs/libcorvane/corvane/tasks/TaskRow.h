@@ -25,10 +25,11 @@ enum class ArgumentKind {
     Id,           ///< of an item, a material; not empty where required
     ParentId,     ///< of an item, or empty for the top
     DefinitionId, ///< of a definition or component that there is
+    VarsetName,   ///< of a varset that there is, or empty for the default one
     Text,         ///< not empty where required
-    Number,
+    Number,       ///< finite
     Flag,
-    List,
+    Colour, ///< a list of three or four finite numbers
     Map,
     Value, ///< anything but nothing
 };
@@ -78,7 +79,7 @@ struct TaskRow
     TaskKind kind = TaskKind::Query;
     QStringView description{};
     std::array<ParamRow, 10> params{};
-    QLatin1StringView outputs{}; ///< separated by blanks; edits have their counts of errors besides
+    QLatin1StringView outputs{}; ///< separated by blanks; of edits those beside the error counts
     QLatin1StringView scope{};
     QLatin1StringView tags{}; ///< separated by blanks
     QStringView example{};    ///< one step as JSON

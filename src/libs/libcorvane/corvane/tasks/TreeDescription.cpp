@@ -71,12 +71,13 @@ std::optional<QVariantMap> readTree(const QVariant &tree, QString &cause, QStrin
 {
     if (tree.typeId() == QMetaType::QVariantMap)
         return tree.toMap();
-    if (tree.typeId() != QMetaType::QString || tree.toString().isEmpty()) {
+    const bool isText = tree.typeId() == QMetaType::QString;
+    if (tree.isNull() || (isText && tree.toString().isEmpty())) {
         cause = u"'tree' parameter is required"_s;
         suggestion = u"provide a JSON object with instances and roots"_s;
         return std::nullopt;
     }
-    const QJsonDocument document = QJsonDocument::fromJson(tree.toString().toUtf8());
+    const auto document = QJsonDocument::fromJson(isText ? tree.toString().toUtf8() : QByteArray());
     if (document.isObject())
         return document.object().toVariantMap();
     cause = u"'tree' must be a valid JSON object"_s;
@@ -103,16 +104,24 @@ struct Links
     }
 };
 
+QStringList textsOf(const QVariantList &names)
+{
+    QStringList texts;
+    for (const QVariant &name : names)
+        texts.append(name.toString());
+    return texts;
+}
+
 Links linksOf(const QVariantMap &instances)
 {
     Links links;
     for (auto it = instances.cbegin(); it != instances.cend(); ++it) {
         const ZirnTaskParams node(it->toMap());
-        const QVariantList names = node.getList(u"children"_s);
-        for (const QVariant &name : names) {
-            links.parents.insert(name.toString(), it.key());
-            links.listed[it.key()].append(name.toString());
-        }
+        const QStringList names = textsOf(node.getList(u"children"_s));
+        for (const QString &name : names)
+            links.parents.insert(name, it.key());
+        if (!names.isEmpty())
+            links.listed.insert(it.key(), names);
     }
     return links;
 }
@@ -135,14 +144,27 @@ QStringList orderOf(const QVariantMap &instances, const Links &links, const QStr
     return walk.order();
 }
 
-QStringList existing(const QVariantList &names, const QVariantMap &instances)
+bool isListOfNames(const QVariant &value)
 {
-    QStringList kept;
-    for (const QVariant &name : names) {
-        if (instances.contains(name.toString()))
-            kept.append(name.toString());
+    const bool isText = value.typeId() == QMetaType::QString;
+    return value.isNull() || value.typeId() == QMetaType::QVariantList ||
+           (isText && value.toString().startsWith(u'['));
+}
+
+/// What is written in a way that it would be passed over; empty when nothing is.
+QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
+{
+    if (!isListOfNames(tree.value(u"roots"_s)))
+        return u"'roots' must be a list of names"_s;
+    for (auto it = instances.cbegin(); it != instances.cend(); ++it) {
+        const QVariantMap node = it->toMap();
+        const QVariant params = node.value(u"params"_s);
+        if (!isListOfNames(node.value(u"children"_s)))
+            return u"'children' of instance '%1' must be a list of names"_s.arg(it.key());
+        if (!params.isNull() && params.typeId() != QMetaType::QVariantMap)
+            return u"'params' of instance '%1' must be a JSON object"_s.arg(it.key());
     }
-    return kept;
+    return {};
 }
 
 } // namespace
@@ -159,8 +181,13 @@ std::optional<TreeDescription> TreeDescription::read(const QVariant &tree, QStri
         suggestion = u"provide at least one instance"_s;
         return std::nullopt;
     }
+    cause = flawOf(*map, instances);
+    if (!cause.isEmpty()) {
+        suggestion = u"fix the tree description and retry"_s;
+        return std::nullopt;
+    }
     TreeDescription description;
-    description.rootNames = existing(ZirnTaskParams(*map).getList(u"roots"_s), instances);
+    description.rootNames = textsOf(ZirnTaskParams(*map).getList(u"roots"_s));
     const Links links = linksOf(instances);
     const QStringList order = orderOf(instances, links, description.rootNames);
     if (order.isEmpty()) {

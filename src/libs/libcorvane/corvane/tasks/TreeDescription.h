@@ -21,12 +21,12 @@ struct TreeDescription
     {
         QString name{};
         QString parentName{};   ///< empty at the top
-        QString definitionId{}; ///< empty for a child that "instances" lacks, too
+        QString definitionId{}; ///< empty for a child or root that "instances" lacks, too
         QVariantMap params{};
     };
 
     QList<Node> nodes{};     ///< parents before their children, siblings in order
-    QStringList rootNames{}; ///< that there are
+    QStringList rootNames{}; ///< as described
 
     /// Reads a map, or a text that holds a JSON object. A child that several list belongs to the
     /// last of them by key. On failure none, with the cause and what to do.

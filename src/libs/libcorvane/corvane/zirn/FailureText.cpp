@@ -22,4 +22,16 @@ QString failureText(const Failure &failure)
     return text + u" Suggestion: "_s + sentence(failure.suggestion);
 }
 
+ZirnTaskResult failed(const QString &attempt, const QString &cause, const QString &suggestion)
+{
+    return ZirnTaskResult::failed(
+        failureText({.attempt = attempt, .cause = cause, .suggestion = suggestion}));
+}
+
+QString shortened(const QString &text)
+{
+    constexpr qsizetype most = 200;
+    return text.size() <= most ? text : text.first(most) + u"..."_s;
+}
+
 } // namespace corvane::zirn

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvane/zirn/ZirnTaskResult.h>
+
 #include <QString>
 
 namespace corvane::zirn {
@@ -16,5 +18,11 @@ struct Failure
 /// "Failed to <attempt>: <cause>. State: <state>. Suggestion: <suggestion>."
 /// The parts stand without a full stop at their end; one that has it keeps it alone.
 QString failureText(const Failure &failure);
+
+/// The result of a task that changed nothing.
+ZirnTaskResult failed(const QString &attempt, const QString &cause, const QString &suggestion);
+
+/// A text of whoever wrote the plan, cut off where it is too long for a sentence.
+QString shortened(const QString &text);
 
 } // namespace corvane::zirn

@@ -1,5 +1,6 @@
 #include <corvane/zirn/PlanReader.h>
 
+#include <corvane/zirn/FailureText.h>
 #include <corvane/zirn/LLMSession.h>
 
 #include <QJsonDocument>
@@ -33,13 +34,6 @@ bool isWord(QStringView word)
            std::all_of(word.cbegin(), word.cend(), [](QChar c) {
                return isLowerCase(c) || (c >= u'0' && c <= u'9') || c == u'_' || c == u'-';
            });
-}
-
-/// A name as it fits into a sentence.
-QString shortened(const QString &name)
-{
-    constexpr qsizetype most = 200;
-    return name.size() <= most ? name : name.first(most) + u"..."_s;
 }
 
 QMap<QString, QString> textsOf(const QJsonObject &object)
