@@ -1,8 +1,7 @@
 // The command `export`: a scene becomes a mesh file without a display.
 
-#include "CorvaneMain.h"
 #include "ExportOptions.h"
-#include "Interruption.h"
+#include "HeadlessCommand.h"
 #include "ParameterOverrides.h"
 
 #include <corvane/expr/ExpressionManager.h>
@@ -16,7 +15,6 @@
 #include <corvane/xport/ExportRequest.h>
 #include <store/SafeFile.h>
 
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QFileInfo>
 
@@ -257,34 +255,30 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     return report(runWithFallback(request), options);
 }
 
+int exportFile(const ExportOptions &options)
+{
+    const auto scene = loadScene(options);
+    if (!scene)
+        return CorvaneMain::InputOutputError;
+    const QString outputPath =
+        resolveExportOutputPath(options.scenePath, options.outputPath, *scene);
+    // Found before the meshing, which may take minutes.
+    if (!store::probeWritable(outputPath)) {
+        printError(u"Error: cannot write output file "_s + outputPath);
+        return CorvaneMain::InputOutputError;
+    }
+    corvane::expr::ExpressionManager expressions(scene.data());
+    expressions.evaluateAll();
+    return exportScene(*scene, options, outputPath);
+}
+
 } // namespace
 
 namespace CorvaneMain {
 
 int runExport(int argc, char **argv)
 {
-    QString error;
-    const auto options = ExportOptions::parse(argc, argv, error);
-    if (!options) {
-        printError(error);
-        return UsageError;
-    }
-    const QCoreApplication application(argc, argv);
-    applyApplicationNames();
-    installInterruptionHandler();
-    const auto scene = loadScene(*options);
-    if (!scene)
-        return InputOutputError;
-    const QString outputPath =
-        resolveExportOutputPath(options->scenePath, options->outputPath, *scene);
-    // Found before the meshing, which may take minutes.
-    if (!store::probeWritable(outputPath)) {
-        printError(u"Error: cannot write output file "_s + outputPath);
-        return InputOutputError;
-    }
-    corvane::expr::ExpressionManager expressions(scene.data());
-    expressions.evaluateAll();
-    return exportScene(*scene, *options, outputPath);
+    return runHeadless(argc, argv, &exportFile);
 }
 
 } // namespace CorvaneMain

@@ -14,12 +14,6 @@ using corvane::model::Corvane;
 
 namespace {
 
-int failedToLoad(const QString &path)
-{
-    CorvaneMain::printError(u"Error: failed to load scene from "_s + path);
-    return CorvaneMain::InputOutputError;
-}
-
 int print(const QString &text)
 {
     if (CorvaneMain::printOutput(text))
@@ -28,43 +22,50 @@ int print(const QString &text)
     return CorvaneMain::InputOutputError;
 }
 
+/// Prints what `textOf` has to say of the scene that the command line names; an empty text stands
+/// for a scene that says nothing.
+int inspect(int argc, char **argv, const QString &usage, QString (*textOf)(const Corvane &))
+{
+    if (argc <= 2) {
+        CorvaneMain::printError(usage);
+        return CorvaneMain::UsageError;
+    }
+    const QCoreApplication application(argc, argv);
+    CorvaneMain::applyApplicationNames();
+    const QString path = CorvaneMain::pathArgument(argv[2]);
+    const auto scene = Corvane::loadFromFile(path);
+    const QString text = scene ? textOf(*scene) : QString();
+    if (!text.isEmpty())
+        return print(text);
+    CorvaneMain::printError(u"Error: failed to load scene from "_s + path);
+    return CorvaneMain::InputOutputError;
+}
+
+QString schemaText(const Corvane &scene)
+{
+    const QJsonObject schema = corvane::model::CorvaneSchemaExtractor::extractSchema(scene);
+    return schema.isEmpty() ? QString() : QString::fromUtf8(QJsonDocument(schema).toJson());
+}
+
+QString summaryText(const Corvane &scene)
+{
+    return u"ok: %1 vars, %2 instances, %3 roots\n"_s.arg(
+        QString::number(scene.variableNames().size()), QString::number(scene.instances().size()),
+        QString::number(scene.roots().size()));
+}
+
 } // namespace
 
 namespace CorvaneMain {
 
 int runSchema(int argc, char **argv)
 {
-    if (argc <= 2) {
-        printError(u"Usage: corvane schema <file.corvane>"_s);
-        return UsageError;
-    }
-    const QCoreApplication application(argc, argv);
-    applyApplicationNames();
-    const QString path = pathArgument(argv[2]);
-    const auto scene = Corvane::loadFromFile(path);
-    if (!scene)
-        return failedToLoad(path);
-    const QJsonObject schema = corvane::model::CorvaneSchemaExtractor::extractSchema(*scene);
-    if (schema.isEmpty())
-        return failedToLoad(path);
-    return print(QString::fromUtf8(QJsonDocument(schema).toJson(QJsonDocument::Indented)));
+    return inspect(argc, argv, u"Usage: corvane schema <file.corvane>"_s, &schemaText);
 }
 
 int runValidate(int argc, char **argv)
 {
-    if (argc <= 2) {
-        printError(u"Usage: corvane validate <file.corvane>"_s);
-        return UsageError;
-    }
-    const QCoreApplication application(argc, argv);
-    applyApplicationNames();
-    const QString path = pathArgument(argv[2]);
-    const auto scene = Corvane::loadFromFile(path);
-    if (!scene)
-        return failedToLoad(path);
-    return print(u"ok: %1 vars, %2 instances, %3 roots\n"_s.arg(
-        QString::number(scene->variableNames().size()), QString::number(scene->instances().size()),
-        QString::number(scene->roots().size())));
+    return inspect(argc, argv, u"Usage: corvane validate <file.corvane>"_s, &summaryText);
 }
 
 } // namespace CorvaneMain

@@ -1,7 +1,7 @@
 // The command `zirn`: a plan edits a scene without a display.
 
-#include "CorvaneMain.h"
-#include "Interruption.h"
+#include "HeadlessCommand.h"
+#include "ZirnJobs.h"
 #include "ZirnOptions.h"
 #include "ZirnSession.h"
 
@@ -11,7 +11,6 @@
 #include <corvane/zirn/LLMSession.h>
 #include <store/SafeFile.h>
 
-#include <QCoreApplication>
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -38,6 +37,16 @@ int writeFailure(const QString &path)
     return CorvaneMain::InputOutputError;
 }
 
+int saveScene(ZirnSession &session, const QString &path)
+{
+    if (path.isNull())
+        return CorvaneMain::Success;
+    if (!session.save(path))
+        return writeFailure(path);
+    printError(u"Saved scene to "_s + path);
+    return CorvaneMain::Success;
+}
+
 int runPlan(ZirnSession &session, const TaskPlan &plan, const QString &savePath)
 {
     const auto result = session.run(plan);
@@ -48,14 +57,44 @@ int runPlan(ZirnSession &session, const TaskPlan &plan, const QString &savePath)
     if (result->success)
         session.compile();
     printError(LLMSession::formatResultForLLM(*result));
-    if (!result->success)
-        return CorvaneMain::OperationFailed;
-    if (savePath.isNull())
-        return CorvaneMain::Success;
-    if (!session.save(savePath))
+    return result->success ? saveScene(session, savePath) : CorvaneMain::OperationFailed;
+}
+
+/// The plan, and what it queued. The scene is saved before the jobs are waited for: they may take
+/// all night, and have no part in it.
+int runWithJobs(ZirnSession &session, const TaskPlan &plan, const QString &savePath)
+{
+    ZirnJobs jobs;
+    const int status = runPlan(session, plan, savePath);
+    const bool allDone = jobs.finish();
+    return status == CorvaneMain::Success && !allDone ? CorvaneMain::OperationFailed : status;
+}
+
+int runPlanFile(const ZirnOptions &options)
+{
+    const auto text = readPlan(options.planPath);
+    if (!text) {
+        printError(u"Error: cannot open plan file "_s + options.planPath);
+        return CorvaneMain::InputOutputError;
+    }
+    TaskPlan plan;
+    QString error;
+    if (!LLMSession::validatePlanJson(*text, plan, error)) {
+        printError(u"Error: invalid plan: "_s + error);
+        return CorvaneMain::UsageError;
+    }
+    corvane::registry::Registry::instance().loadBuiltinPrimitives();
+    const auto session = ZirnSession::open(options.scenePath);
+    if (!session) {
+        printError(u"Error: failed to load scene from "_s + options.scenePath);
+        return CorvaneMain::InputOutputError;
+    }
+    // Found before the plan, whose work would be lost.
+    const QString savePath = options.savePath();
+    if (!savePath.isNull() && !store::probeWritable(savePath))
         return writeFailure(savePath);
-    printError(u"Saved scene to "_s + savePath);
-    return CorvaneMain::Success;
+    corvane::zirn::registerCorvaneTasks();
+    return runWithJobs(*session, plan, savePath);
 }
 
 } // namespace
@@ -64,37 +103,7 @@ namespace CorvaneMain {
 
 int runZirn(int argc, char **argv)
 {
-    QString error;
-    const auto options = ZirnOptions::parse(argc, argv, error);
-    if (!options) {
-        printError(error);
-        return UsageError;
-    }
-    const QCoreApplication application(argc, argv);
-    applyApplicationNames();
-    installInterruptionHandler();
-    const auto text = readPlan(options->planPath);
-    if (!text) {
-        printError(u"Error: cannot open plan file "_s + options->planPath);
-        return InputOutputError;
-    }
-    TaskPlan plan;
-    if (!LLMSession::validatePlanJson(*text, plan, error)) {
-        printError(u"Error: invalid plan: "_s + error);
-        return UsageError;
-    }
-    corvane::registry::Registry::instance().loadBuiltinPrimitives();
-    const auto session = ZirnSession::open(options->scenePath);
-    if (!session) {
-        printError(u"Error: failed to load scene from "_s + options->scenePath);
-        return InputOutputError;
-    }
-    // Found before the plan, whose work would be lost.
-    const QString savePath = options->savePath();
-    if (!savePath.isNull() && !store::probeWritable(savePath))
-        return writeFailure(savePath);
-    corvane::zirn::registerCorvaneTasks();
-    return runPlan(*session, plan, savePath);
+    return runHeadless(argc, argv, &runPlanFile);
 }
 
 } // namespace CorvaneMain

@@ -21,7 +21,7 @@ ZirnJobs::~ZirnJobs()
     m_workers.unregisterWorker(&m_bench);
 }
 
-void ZirnJobs::finish()
+bool ZirnJobs::finish()
 {
     QEventLoop loop;
     QObject::connect(
@@ -33,11 +33,15 @@ void ZirnJobs::finish()
         Qt::QueuedConnection);
     if (isBusy())
         loop.exec();
+    bool allDone = true;
     const QList<batch::BatchJob> jobs = m_queue.jobs();
     for (const batch::BatchJob &job : jobs) {
-        const QString end = job.status == BatchStatus::Done ? u"done"_s : u"failed: "_s + job.error;
+        const bool isDone = job.status == BatchStatus::Done;
+        allDone = allDone && isDone;
+        const QString end = isDone ? u"done"_s : u"failed: "_s + job.error;
         CorvaneMain::printError(u"Job #%1 (%2) %3"_s.arg(QString::number(job.id), job.label, end));
     }
+    return allDone;
 }
 
 bool ZirnJobs::isBusy() const

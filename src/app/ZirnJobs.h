@@ -15,8 +15,9 @@ public:
     ZirnJobs(const ZirnJobs &) = delete;
     ZirnJobs &operator=(const ZirnJobs &) = delete;
 
-    /// Returns once no job waits or runs, and prints how each ended. In an event loop.
-    void finish();
+    /// Returns once no job waits or runs, and prints how each ended. In an event loop. False when
+    /// one of them failed.
+    bool finish();
 
 private:
     bool isBusy() const;

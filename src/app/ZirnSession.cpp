@@ -1,7 +1,6 @@
 #include "ZirnSession.h"
 
 #include "CorvaneMain.h"
-#include "ZirnJobs.h"
 
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
@@ -132,7 +131,6 @@ ZirnSession::~ZirnSession()
 std::optional<TaskPlanResult> ZirnSession::run(const TaskPlan &plan)
 {
     using namespace corvane::zirn;
-    ZirnJobs jobs;
     FileScopedAuthContext caller;
     ZirnTaskRuntime runtime;
     runtime.setAuthContext(&caller);
@@ -148,7 +146,6 @@ std::optional<TaskPlanResult> ZirnSession::run(const TaskPlan &plan)
     if (!runtime.submit(plan, submitter))
         return std::nullopt;
     loop.exec();
-    jobs.finish();
     return result;
 }
 

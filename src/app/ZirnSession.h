@@ -27,8 +27,7 @@ public:
     ZirnSession(const ZirnSession &) = delete;
     ZirnSession &operator=(const ZirnSession &) = delete;
 
-    /// Runs the plan, and what it queued, to the end in a nested event loop. None when the plan was
-    /// turned away.
+    /// Runs the plan to its end in a nested event loop. None when the plan was turned away.
     std::optional<corvane::zirn::TaskPlanResult> run(const corvane::zirn::TaskPlan &plan);
 
     /// Compiles the tree into the document. What the document drew before and still has stays in

@@ -91,6 +91,7 @@ private slots:
     void editsShowInTheGeometry();
     void whatOthersSavedIsNotSavedOver();
     void failedPlansSaveNothing();
+    void failedJobsFailTheRun();
     void everyTaskRuns_data();
     void everyTaskRuns();
 
@@ -289,6 +290,23 @@ void TstZirnCommand::failedPlansSaveNothing()
     QVERIFY(
         run.standardError.contains(u"[1] FAIL: Failed to remove item %1: not found."_s.arg(id)));
     QCOMPARE(contentOf(path), sceneOf({}));
+}
+
+/// The plan is done by then, and what it did is saved.
+void TstZirnCommand::failedJobsFailTheRun()
+{
+    const QString scene = m_folder.filePath(u"made.corvane"_s);
+    const ProgramRun run =
+        zirn(planOf({step(u"mesh.bench.run"_s, {{u"scenesDir"_s, u"/nowhere"_s},
+                                                {u"definitionsDir"_s, u"/nowhere"_s},
+                                                {u"dbPath"_s, m_folder.filePath(u"b.db"_s)},
+                                                {u"artifactsDir"_s, m_folder.filePath(u"a"_s)}})}),
+             {u"-o"_s, scene});
+    QCOMPARE(run.status, 3);
+    QVERIFY(run.standardError.startsWith(u"Plan 'test' completed successfully."_s));
+    QVERIFY(run.standardError.contains(u"Saved scene to "_s + scene));
+    QCOMPARE(run.lastErrorLine(),
+             u"Job #1 (mesh-export-bench) failed: empty corpus or definitions"_s);
 }
 
 void TstZirnCommand::everyTaskRuns_data()
