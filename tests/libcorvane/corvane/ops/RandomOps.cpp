@@ -301,6 +301,11 @@ QVariantMap RandomOps::sdfSetParameter()
                      {u"value"_s, value()}};
     if (chance(30))
         args.insert(u"wrapperId"_s, pickText({u"translate"_s, u"round"_s, u"twist"_s}));
+    if (chance(10)) {
+        args.insert({{u"wrapperId"_s, u"translate"_s},
+                     {u"paramName"_s, u"offset"_s},
+                     {u"value"_s, QVariantList{below(9), 0, below(3)}}});
+    }
     return args;
 }
 

@@ -231,6 +231,19 @@ WrapperValues *LogicalInstance::wrapper(const QString &wrapperId)
     return const_cast<WrapperValues *>(std::as_const(*this).wrapper(wrapperId));
 }
 
+bool LogicalInstance::takeTransformOf(const QString &wrapperId)
+{
+    for (const ConnectedTransform &transform : connectedTransforms()) {
+        const auto value =
+            transform.key == wrapperId ? transformOfWrapper(*this, transform) : std::nullopt;
+        if (!value)
+            continue;
+        this->*transform.field = *value;
+        return true;
+    }
+    return false;
+}
+
 QVariantMap LogicalInstance::toVariantMap() const
 {
     QVariantMap map{{u"id"_s, id.toString(QUuid::WithoutBraces)}};

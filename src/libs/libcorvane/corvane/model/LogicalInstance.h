@@ -68,6 +68,9 @@ struct LogicalInstance
     const WrapperValues *wrapper(const QString &wrapperId) const;
     WrapperValues *wrapper(const QString &wrapperId);
     void setMaterialId(const QUuid &newMaterialId) { materialId = newMaterialId; }
+    /// Makes the transform what the values of its wrapper say: "offset" of "translate", "angles" of
+    /// "rotate", "factor" of "scale". False, and nothing done, where they say nothing of the sort.
+    bool takeTransformOf(const QString &wrapperId);
 
     /// Keys "id", "type", "component", "name", "params", "wrappers" (definition id to values),
     /// "children" (ids), "tags", "material", "materialId", "blendSharpness", "materialMode",

@@ -2,6 +2,7 @@
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/NodeCompilation.h>
 #include <corvane/model/PlainValue.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
@@ -86,17 +87,42 @@ QVariantMap parameterState(const OpContext &context, const QUuid &id, const QStr
     return state;
 }
 
+/// What a node's transform says anyway, so that it has to follow.
+bool isConnected(const QString &wrapperId, const QString &param)
+{
+    return model::NodeCompilation::connectedParameter(wrapperId) == param;
+}
+
 QVariantMap wrapperState(const OpContext &context, const QUuid &id, const QString &wrapperId,
                          const QString &param)
 {
-    const model::WrapperValues *wrapper = context.node(id)->wrapper(wrapperId);
+    const model::LogicalInstance &node = *context.node(id);
+    const model::WrapperValues *wrapper = node.wrapper(wrapperId);
     QVariantMap state{{u"paramName"_s, param},
                       {u"wrapperId"_s, wrapperId},
                       {u"existed"_s, wrapper != nullptr},
                       {StateKeys::itemType, model::ItemTypes::Sdf}};
     if (wrapper && wrapper->values.contains(param))
         state.insert(u"value"_s, wrapper->values.value(param));
+    if (isConnected(wrapperId, param))
+        state.insert(u"transform"_s, QVariantList{node.translate, node.rotate, node.scale});
     return state;
+}
+
+/// Whether the node's transform can be what the wrapper's parameter is to be.
+bool canFollow(const model::LogicalInstance &node, const QString &wrapperId, const QString &param,
+               const QVariant &value)
+{
+    model::LogicalInstance changed = node;
+    changed.wrappers = {{wrapperId, {{param, value}}}};
+    return changed.takeTransformOf(wrapperId);
+}
+
+void followWrapper(OpContext &context, const QUuid &id, const QString &wrapperId)
+{
+    model::LogicalInstance node = *context.node(id);
+    if (node.takeTransformOf(wrapperId))
+        context.tree->setInstanceTransform(id, node.translate, node.rotate, node.scale);
 }
 
 OpOutcome setWrapperParameter(OpContext &context, const OpCall &call, const QUuid &id)
@@ -108,12 +134,19 @@ OpOutcome setWrapperParameter(OpContext &context, const OpCall &call, const QUui
     const bool isKnown = registry::Registry::instance().contains(wrapperId);
     if (!isKnown && !context.node(id)->wrapper(wrapperId))
         return call.refuse(u"unknown wrapper:"_s, wrapperId);
+    const bool connected = isConnected(wrapperId, param);
+    if (connected && !canFollow(*context.node(id), wrapperId, param, call.value("value"_L1)))
+        return call.refuse(u"a transform takes finite numbers:"_s, param);
     OpChange change{.itemId = id,
                     .before = wrapperState(context, id, wrapperId, param),
                     .textArgs = {param},
                     .scope = idText(id) + u"/wrappers/"_s + wrapperId + u'/' + param};
+    if (connected)
+        change.scope = idText(id) + u"/transform"_s;
     const model::LogicalScene::Batch batch(*context.tree);
     context.tree->setWrapperParameter(id, wrapperId, param, call.value("value"_L1));
+    if (connected)
+        followWrapper(context, id, wrapperId);
     change.after = wrapperState(context, id, wrapperId, param);
     return change;
 }
@@ -122,19 +155,28 @@ void restoreWrapperParameter(OpContext &context, const QUuid &id, const QVariant
 {
     const QString wrapperId = state.value(u"wrapperId"_s).toString();
     const QString param = state.value(u"paramName"_s).toString();
-    const model::LogicalScene::Batch batch(*context.tree);
-    if (state.contains(u"value"_s)) {
-        context.tree->setWrapperParameter(id, wrapperId, param, state.value(u"value"_s));
-        return;
-    }
     model::LogicalInstance node = *context.node(id);
-    if (!state.value(u"existed"_s).toBool())
+    if (!state.value(u"existed"_s).toBool()) {
         node.wrappers.removeIf([&wrapperId](const model::WrapperValues &wrapper) {
             return wrapper.definitionId == wrapperId;
         });
-    else if (model::WrapperValues *wrapper = node.wrapper(wrapperId))
-        wrapper->values.remove(param);
+    } else {
+        if (!node.wrapper(wrapperId))
+            node.wrappers.append({wrapperId, {}});
+        QVariantMap &values = node.wrapper(wrapperId)->values;
+        if (state.contains(u"value"_s))
+            values.insert(param, state.value(u"value"_s));
+        else
+            values.remove(param);
+    }
+    const model::LogicalScene::Batch batch(*context.tree);
     context.tree->replaceInstance(node);
+    // After the values, which need not be those of the transform: a file may say both.
+    const QVariantList transform = state.value(u"transform"_s).toList();
+    if (transform.size() == 3)
+        context.tree->setInstanceTransform(id, transform.at(0).value<QVector3D>(),
+                                           transform.at(1).value<QVector3D>(),
+                                           transform.at(2).value<QVector3D>());
 }
 
 QVariantMap parametersState(const OpContext &context, const QUuid &id)

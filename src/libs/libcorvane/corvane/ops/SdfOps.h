@@ -11,7 +11,8 @@ struct OpContext;
 // its parameters under "params", by whichever road they are set.
 
 /// With a `wrapperId` the parameter of that wrapper, which is added next to the node where it has
-/// none.
+/// none. The one that moves, turns or scales becomes the node's transform, too, since that is what
+/// a compile goes by; it takes numbers alone.
 OpOutcome applySdfSetParameter(OpContext &context, const OpCall &call);
 void restoreParameter(OpContext &context, const QUuid &itemId, const QVariantMap &state);
 
