@@ -2,11 +2,9 @@
 
 #include <corvane/bv/BoundsDetector.h>
 
-#include <QList>
-#include <QtConcurrent>
+#include <mesh/parallelFor.h>
 
 #include <atomic>
-#include <numeric>
 
 namespace corvane::bv {
 
@@ -35,14 +33,12 @@ public:
             m_samples += samples;
             return;
         }
-        QList<int> numbers(tasks);
-        std::iota(numbers.begin(), numbers.end(), 0);
-        QtConcurrent::blockingMap(numbers, [&](int task) {
+        ::mesh::parallelFor(tasks, tasks, [&](qsizetype task) {
             const auto evaluator = m_factory();
             if (!evaluator || !evaluator->isValid())
                 return;
             qint64 samples = 0;
-            for (int i = task; i < count; i += tasks)
+            for (int i = int(task); i < count; i += tasks)
                 probe(i, *evaluator, samples);
             m_samples.fetch_add(samples, std::memory_order_relaxed);
         });

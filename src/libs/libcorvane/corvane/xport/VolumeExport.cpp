@@ -16,11 +16,11 @@
 #include <QSemaphore>
 #include <QThread>
 #include <QThreadPool>
-#include <QtConcurrentMap>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 namespace corvane::xport {
 
@@ -33,7 +33,7 @@ namespace {
 constexpr int pollMilliseconds = 80;
 constexpr int tetrahedraPerCell = 5;
 
-/// All slices of a grid, each sampled by one task.
+/// All slices of a grid, each sampled with an evaluator of its own.
 class SliceSampler
 {
 public:
@@ -49,6 +49,33 @@ public:
             m_xs.push_back(mesh::nodeCoordinate(request.boundsMin.x(), request.cellSize, i));
     }
 
+    /// Samples all slices on threads of their own, and tells from this one how far they are.
+    void run(int slices, int threads, const VolumeExport::Progress &progress)
+    {
+        QThreadPool pool;
+        pool.setObjectName(u"Ondrel.corvane.volume-sample"_s);
+        pool.setMaxThreadCount(threads);
+        std::atomic<int> next = 0;
+        QSemaphore done;
+        const auto work = [&] {
+            for (int k = next++; k < slices && !m_cancelFlag.load(); k = next++) {
+                sampleSlice(k);
+                done.release();
+            }
+        };
+        for (int i = 0; i < std::min(threads, slices); ++i)
+            pool.start(work);
+        for (qint64 reported = 0; reported < slices && !m_cancelFlag.load();) {
+            if (done.tryAcquire(1, pollMilliseconds))
+                progress(++reported, slices);
+        }
+        pool.waitForDone();
+    }
+
+    /// After run(): what the evaluators said.
+    QString fault() const { return m_fault; }
+
+private:
     void sampleSlice(int k)
     {
         eval::EvalFieldEvaluator evaluator(m_field.program, m_field.positionHandle,
@@ -71,10 +98,6 @@ public:
             m_fault = evaluator.lastError();
     }
 
-    /// After the last slice.
-    QString fault() const { return m_fault; }
-
-private:
     float coordinate(float origin, int index) const
     {
         return mesh::nodeCoordinate(origin, m_request.cellSize, index);
@@ -133,23 +156,7 @@ bool VolumeExport::sample(QString &error)
     m_samples = std::make_unique_for_overwrite<float[]>(count);
     ::mesh::adviseHugePages(m_samples.get(), count * sizeof(float));
     SliceSampler sampler(field, m_request, m_cancelFlag, m_nodes, m_samples.get());
-    QThreadPool pool;
-    pool.setObjectName(u"Ondrel.corvane.volume-sample"_s);
-    pool.setMaxThreadCount(m_threads);
-    QList<int> slices(m_nodes[2]);
-    std::iota(slices.begin(), slices.end(), 0);
-    QSemaphore done;
-    QFuture<void> all = QtConcurrent::map(&pool, slices, [&](int slice) {
-        sampler.sampleSlice(slice);
-        done.release();
-    });
-    for (qint64 reported = 0; reported < m_nodes[2] && !m_cancelFlag.load();) {
-        if (done.tryAcquire(1, pollMilliseconds))
-            m_progress(++reported, m_nodes[2]);
-    }
-    if (m_cancelFlag.load())
-        all.cancel();
-    all.waitForFinished();
+    sampler.run(m_nodes[2], m_threads, m_progress);
     if (!sampler.fault().isEmpty())
         qCWarning(lcVolume).noquote()
             << "[export] the field could not be evaluated everywhere, such points are outside:"
