@@ -2,9 +2,9 @@
 
 #include <support/JobRunner.h>
 #include <support/NodeTree.h>
+#include <support/QueuedSpy.h>
 
 #include <QRegularExpression>
-#include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::bv;
@@ -74,7 +74,7 @@ private slots:
         contexts.add(u"key"_s, ballContext(backend));
         BoundsDetectionWorker worker(&contexts);
         support::JobRunner runner(&worker);
-        QSignalSpy finished(&worker, &BoundsDetectionWorker::detectionFinished);
+        support::QueuedSpy finished(&worker, &BoundsDetectionWorker::detectionFinished);
         const quint64 id = runner.start(type, {{u"snapshotId"_s, u"key"_s}});
         const batch::BatchJob job = runner.ended(id);
 
@@ -119,7 +119,7 @@ private slots:
         contexts.add(u"key"_s, context);
         BoundsDetectionWorker worker(&contexts);
         support::JobRunner runner(&worker);
-        QSignalSpy finished(&worker, &BoundsDetectionWorker::detectionFinished);
+        support::QueuedSpy finished(&worker, &BoundsDetectionWorker::detectionFinished);
         const QString key = error.contains(u"other"_s) ? u"other"_s : u"key"_s;
         const batch::BatchJob job = runner.run(type, {{u"snapshotId"_s, key}});
         QCOMPARE(job.status, BatchStatus::Failed);

@@ -2,6 +2,7 @@
 
 #include <support/MeshChecks.h>
 #include <support/NodeTree.h>
+#include <support/QueuedSpy.h>
 
 #include <mesh/io/IORegistry.h>
 
@@ -120,7 +121,7 @@ ExportRequest TstExportPipeline::requestFor(const Scene &scene, const QString &f
 ExportResult TstExportPipeline::exported(const ExportRequest &request)
 {
     ExportPipeline pipeline;
-    QSignalSpy finished(&pipeline, &ExportPipeline::finished);
+    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
     pipeline.run(request);
     if (finished.isEmpty() && !finished.wait(60000))
         return ExportResult::failed(u"no end"_s);
@@ -252,8 +253,8 @@ void TstExportPipeline::progressRisesToTheEnd()
     request.chunkSize = 10;
     request.threadCount = 3;
     ExportPipeline pipeline;
-    QSignalSpy progress(&pipeline, &ExportPipeline::progressChanged);
-    QSignalSpy finished(&pipeline, &ExportPipeline::finished);
+    support::QueuedSpy progress(&pipeline, &ExportPipeline::progressChanged);
+    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
     pipeline.run(request);
     QVERIFY(!finished.isEmpty() || finished.wait(60000));
     QCOMPARE(progress.size(), 28);
@@ -355,7 +356,7 @@ void TstExportPipeline::faultyPointsAreOutside()
 void TstExportPipeline::secondRunIsRefused()
 {
     ExportPipeline pipeline;
-    QSignalSpy finished(&pipeline, &ExportPipeline::finished);
+    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
     QSignalSpy refused(&pipeline, &ExportPipeline::errorOccurred);
     pipeline.run(requestFor([](NodeTree &t) { return t.add("test_endless"_L1); }));
     QVERIFY(pipeline.isActive());
@@ -370,8 +371,8 @@ void TstExportPipeline::secondRunIsRefused()
 void TstExportPipeline::cancelStopsAnEndlessField()
 {
     ExportPipeline pipeline;
-    QSignalSpy finished(&pipeline, &ExportPipeline::finished);
-    QSignalSpy progress(&pipeline, &ExportPipeline::progressChanged);
+    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
+    support::QueuedSpy progress(&pipeline, &ExportPipeline::progressChanged);
     pipeline.run(requestFor([](NodeTree &t) { return t.add("test_endless"_L1); }));
     QVERIFY(!progress.isEmpty() || progress.wait(60000));
     pipeline.cancel();

@@ -6,11 +6,11 @@
 #include <corvane/mesh/Tetrahedron.h>
 #include <support/MeshChecks.h>
 #include <support/NodeTree.h>
+#include <support/QueuedSpy.h>
 
 #include <mesh/io/IORegistry.h>
 
 #include <QFile>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -142,7 +142,7 @@ ExportRequest TstSharpExport::requestFor(const Scene &scene, int extractor) cons
 ExportResult TstSharpExport::exported(const ExportRequest &request)
 {
     ExportPipeline pipeline;
-    QSignalSpy finished(&pipeline, &ExportPipeline::finished);
+    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
     pipeline.run(request);
     if (finished.isEmpty() && !finished.wait(120000))
         return ExportResult::failed(u"no end"_s);
@@ -415,8 +415,8 @@ void TstSharpExport::cancelStopsAnEndlessField()
         requestFor([](NodeTree &t) { return t.add("test_endless"_L1); }, extractor);
     request.algorithm = algorithm;
     ExportPipeline pipeline;
-    QSignalSpy finished(&pipeline, &ExportPipeline::finished);
-    QSignalSpy progress(&pipeline, &ExportPipeline::progressChanged);
+    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
+    support::QueuedSpy progress(&pipeline, &ExportPipeline::progressChanged);
     pipeline.run(request);
     QVERIFY(!progress.isEmpty() || progress.wait(60000));
     pipeline.cancel();
