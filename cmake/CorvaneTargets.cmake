@@ -69,6 +69,9 @@ function(corvane_test name)
         CORVANE_SAMPLES="${CMAKE_SOURCE_DIR}/resources/samples")
     # Gui everywhere: Qt's test header reads differently with it, and all tests share one reading.
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt6::Gui Qt6::Test)
+    if(TARGET qt_thread_order) # with the thread sanitizer only
+        target_link_libraries(${name} PRIVATE qt_thread_order)
+    endif()
     corvane_precompile(${name} pch_test Qt6::Gui Qt6::Test)
     add_test(NAME ${name} COMMAND ${name})
     # Tests write nowhere but to temporary folders: caches and settings go to one of the build tree.

@@ -272,6 +272,9 @@ private slots:
 
     void aSignalLeavesNoLitter()
     {
+#ifdef __SANITIZE_THREAD__
+        QSKIP("the sanitizer delivers no signal to the child of a process with several threads");
+#endif
         const QString path = inFolder(u"model.stl"_s);
         put(path, oldContent);
         const pid_t child = ::fork();

@@ -431,15 +431,16 @@ void TstZirnTaskRuntime::tasksReachTheInterface()
 {
     ZirnUIDriver driver;
     m_runtime->setUiDriver(&driver);
-    addTask(*m_registry, u"t.show"_s, [](const ZirnTaskParams &, ZirnTaskContext *context) {
-        emit context->uiDriver()->activityRequested(context->planId(), {{u"tab"_s, 2}});
+    const QVariantMap shown{{u"tab"_s, 2}};
+    addTask(*m_registry, u"t.show"_s, [&](const ZirnTaskParams &, ZirnTaskContext *context) {
+        emit context->uiDriver()->activityRequested(context->planId(), shown);
         return ZirnTaskResult::succeeded({});
     });
     QString planId;
     connect(&driver, &ZirnUIDriver::activityRequested, this,
             [&](const QString &name, const QVariantMap &args) {
                 QCOMPARE(QThread::currentThread(), thread());
-                QCOMPARE(args, (QVariantMap{{u"tab"_s, 2}}));
+                QCOMPARE(args, shown);
                 planId = name;
             });
     QVERIFY(run(*m_runtime, planOf({call(u"t.show"_s)})).success);
