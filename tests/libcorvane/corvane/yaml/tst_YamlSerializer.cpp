@@ -93,6 +93,7 @@ void TstYamlSerializer::writesMaps_data()
     QTest::newRow("blank line between top keys")
         << Map{{u"a"_s, 1}, {u"b"_s, 2}} << u"a: 1\n\nb: 2\n"_s;
     QTest::newRow("null") << Map{{u"a"_s, QVariant()}} << u"a:\n"_s;
+    QTest::newRow("null of JSON") << Map{{u"a"_s, QVariant::fromValue(nullptr)}} << u"a:\n"_s;
     QTest::newRow("empty map and list")
         << Map{{u"a"_s, Map{}}, {u"b"_s, List{}}} << u"a: {}\n\nb: []\n"_s;
     QTest::newRow("nested") << Map{{u"a"_s, Map{{u"b"_s, 1}, {u"c"_s, 2}}}}

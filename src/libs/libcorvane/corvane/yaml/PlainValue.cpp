@@ -40,6 +40,8 @@ QVariant plainValue(const QVariant &value)
         return stringItems(value.toStringList());
     case QMetaType::QVariantHash:
         return value.toMap();
+    case QMetaType::Nullptr: // of JSON
+        return {};
     case QMetaType::UInt:
     case QMetaType::Long:
     case QMetaType::Short:
