@@ -392,15 +392,18 @@ void TstSceneVersion1::formFollowsTheItems()
     QCOMPARE(block.value(u"version"_s).toInt(), 1);
     QVERIFY(!block.contains(u"roots"_s));
 
-    SceneItem mesh;
+    Instance mesh(QString{});
     mesh.itemType = ItemTypes::Mesh;
+    mesh.setParameter(u"level"_s, u"=a"_s);
     scene.addItem(mesh);
     block = scene.toVariantMap().value(u"corvane"_s).toMap();
     QVERIFY(!block.contains(u"instances"_s));
     const QVariantMap items = block.value(u"items"_s).toMap();
     QCOMPARE(items.value(u"a box"_s).toMap().value(u"itemType"_s), QVariant(u"sdf"_s));
-    QCOMPARE(items.value(mesh.id.toString(QUuid::WithoutBraces)).toMap().value(u"itemType"_s),
-             QVariant(u"mesh"_s));
+    const QVariantMap written = items.value(mesh.id.toString(QUuid::WithoutBraces)).toMap();
+    QCOMPARE(written.value(u"itemType"_s), QVariant(u"mesh"_s));
+    QCOMPARE(written.value(u"params"_s),
+             QVariant(QVariantMap{{u"level"_s, QVariantMap{{u"expr"_s, u"a"_s}}}}));
 }
 
 void TstSceneVersion1::parametersAreWrittenAsTheyRead()

@@ -87,7 +87,9 @@ QVariant plainForFile(const QVariant &value)
     case QMetaType::QVariantMap:
         return plainMap(value.toMap());
     default:
-        return value;
+        // Parameters may stand in any item's data.
+        return value.metaType() == QMetaType::fromType<ParameterValue>() ? parameterForFile(value)
+                                                                         : value;
     }
 }
 
