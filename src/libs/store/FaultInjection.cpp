@@ -47,7 +47,9 @@ bool FaultInjection::strikes(Operation operation) noexcept
     if (callsLeft.load(std::memory_order_relaxed) <= 0)
         return false;
     const int only = onlyOperation;
-    if (only != anyOperation && only != int(operation))
+    const bool isMeant =
+        only == anyOperation ? operation != Operation::Nameless : only == int(operation);
+    if (!isMeant)
         return false;
     if (callsLeft.fetch_sub(1) != 1)
         return false;

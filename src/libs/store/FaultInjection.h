@@ -2,8 +2,9 @@
 
 namespace store {
 
-/// The system calls of a save that can be made to fail.
-enum class Operation { Open, Write, Sync, Rename };
+/// The system calls of a save that can be made to fail. Nameless is no failure of the save but of
+/// the file system, which cannot make files without a name: it strikes only where it is asked for.
+enum class Operation { Open, Write, Sync, Rename, Nameless };
 
 /// A seam for tests: while one of these lives, the n-th guarded system call of the process fails as
 /// it would on a bad day: open and rename with EACCES, sync with EIO, a write after half of its

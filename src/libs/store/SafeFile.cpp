@@ -1,16 +1,14 @@
 #include "SafeFile.h"
 
-#include "FaultInjection.h"
+#include "GuardedCalls.h"
 #include "PendingFiles.h"
 #include "Target.h"
+#include "TemporaryFile.h"
 
 #include <QIODevice>
-#include <QRandomGenerator>
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,81 +16,10 @@
 
 namespace store {
 
-// ------------------------------------------------------------------ guarded system calls
-
 namespace {
 
 constexpr qsizetype bufferSize = 256 * 1024;
 constexpr qint64 writebackSize = 8 * 1024 * 1024;
-
-int openGuarded(const QByteArray &path, int flags, mode_t mode)
-{
-    if (FaultInjection::strikes(Operation::Open)) {
-        errno = EACCES;
-        return -1;
-    }
-    int fd = -1;
-    do
-        fd = ::open(path.constData(), flags | O_CLOEXEC | O_NOCTTY, mode);
-    while (fd < 0 && errno == EINTR);
-    return fd;
-}
-
-bool writeAll(int fd, const char *data, qsizetype size)
-{
-    const bool struck = FaultInjection::strikes(Operation::Write);
-    qsizetype left = struck ? size / 2 : size;
-    while (left > 0) {
-        const ssize_t written = ::write(fd, data, std::size_t(left));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            errno = written == 0 ? ENOSPC : errno;
-            return false;
-        }
-        data += written;
-        left -= written;
-    }
-    if (struck)
-        errno = ENOSPC;
-    return !struck;
-}
-
-bool syncGuarded(int fd)
-{
-    if (FaultInjection::strikes(Operation::Sync)) {
-        errno = EIO;
-        return false;
-    }
-    int result = 0;
-    do
-        result = ::fsync(fd);
-    while (result != 0 && errno == EINTR);
-    // What keeps nothing (pipes, some mounted folders) has nothing to sync.
-    return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
-}
-
-bool renameGuarded(const QByteArray &from, const QByteArray &to)
-{
-    if (FaultInjection::strikes(Operation::Rename)) {
-        errno = EACCES;
-        return false;
-    }
-    return std::rename(from.constData(), to.constData()) == 0;
-}
-
-bool syncFolder(const QByteArray &folder)
-{
-    const int fd = openGuarded(folder, O_RDONLY | O_DIRECTORY, 0);
-    if (fd < 0)
-        return errno == EACCES &&
-               ::access(folder.constData(), R_OK) != 0; // not readable, yet writable
-    const bool synced = syncGuarded(fd);
-    const int failure = errno;
-    ::close(fd);
-    errno = failure;
-    return synced;
-}
 
 // A reader that leaves its FIFO sends SIGPIPE, whose default ends the process. Blocked for this
 // thread, it turns into the errno EPIPE; the signal that then waits is taken away.
@@ -124,67 +51,6 @@ public:
 private:
     sigset_t m_pipe = {}, m_before = {};
     bool m_wasWaiting = false;
-};
-
-// ------------------------------------------------------------------ the temporary file
-
-// Made with O_EXCL under a name that nobody can foresee, so that a link planted there is not
-// followed.
-class TemporaryFile
-{
-public:
-    ~TemporaryFile() { remove(); }
-
-    // Answers the descriptor, -1 with errno set.
-    int create(const Target &target, bool ownerOnly)
-    {
-        constexpr int mostAttempts = 100;
-        for (int i = 0; i < mostAttempts; ++i) {
-            m_path = target.folder + "/.~corvane-" +
-                     QByteArray::number(QRandomGenerator::system()->generate64(), 36) + ".tmp";
-            m_slot = PendingFiles::add(m_path.constData());
-            // Nobody reads along before the permissions of the old file are set.
-            const int fd = openGuarded(m_path, O_WRONLY | O_CREAT | O_EXCL | O_TRUNC,
-                                       target.exists || ownerOnly ? 0600 : 0666);
-            m_made = fd >= 0;
-            if (m_made)
-                return fd;
-            forget();
-            if (errno != EEXIST)
-                return -1;
-        }
-        return -1;
-    }
-
-    bool renameTo(const QByteArray &path)
-    {
-        if (!renameGuarded(m_path, path))
-            return false;
-        m_made = false;
-        forget();
-        return true;
-    }
-
-    void remove()
-    {
-        const int failure = errno;
-        if (m_made)
-            ::unlink(m_path.constData());
-        m_made = false;
-        forget();
-        errno = failure;
-    }
-
-private:
-    void forget()
-    {
-        PendingFiles::remove(m_slot);
-        m_slot = PendingFiles::noSlot;
-    }
-
-    QByteArray m_path;
-    int m_slot = PendingFiles::noSlot;
-    bool m_made = false;
 };
 
 bool takeOverPermissions(int fd, const Target &target, bool ownerOnly)
@@ -233,6 +99,7 @@ private:
     bool flush();
     bool writeOut(const char *data, qsizetype size);
     void startWriteback(qsizetype size);
+    bool replaceTarget();
     bool closeDescriptor();
     bool isDirect() const { return m_target.kind == Target::Kind::Direct; }
 
@@ -333,22 +200,17 @@ bool SafeFile::Sink::commit()
 {
     if (m_fd < 0)
         return fail(EBADF);
-    if (!flush() || !(syncGuarded(m_fd) || fail(errno))) {
-        cancel();
-        return false;
-    }
-    if (!closeDescriptor())
-        fail(errno);
-    if (isDirect() || hasFailed()) {
-        cancel();
-        return !hasFailed();
-    }
-    if (!m_temporary.renameTo(m_target.path)) {
-        fail(errno);
-        cancel();
-        return false;
-    }
-    return syncFolder(m_target.folder) || fail(errno);
+    if (flush() && replaceTarget())
+        return isDirect() || syncFolder(m_target.folder) || fail(errno);
+    cancel();
+    return false;
+}
+
+bool SafeFile::Sink::replaceTarget()
+{
+    const bool replaced = syncGuarded(m_fd) && (isDirect() || m_temporary.giveName(m_fd)) &&
+                          closeDescriptor() && (isDirect() || m_temporary.renameTo(m_target.path));
+    return replaced || fail(errno);
 }
 
 void SafeFile::Sink::cancel()

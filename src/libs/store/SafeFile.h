@@ -16,8 +16,10 @@ namespace store {
 ///     if (!file.open() || !file.write(text.toUtf8()) || !file.commit())
 ///         return failed(file.errorString());
 ///
-/// The bytes go to a temporary file in the folder of the target. commit() writes what is buffered,
-/// syncs the file, renames it over the target and syncs the folder. Whatever fails on the way, at
+/// The bytes go to a temporary file in the folder of the target, which has no name if the file
+/// system can do that: whatever ends the process before commit(), a SIGKILL too, leaves nothing
+/// behind. commit() writes what is buffered, syncs the file, renames it over the target and syncs
+/// the folder. Whatever fails on the way, at
 /// open, at any write, at the end, is kept: from then on everything answers false and commit()
 /// leaves the target alone. QSaveFile of Qt 6.4 is not enough here: it reports success after a
 /// short write on a full disk.
@@ -25,10 +27,9 @@ namespace store {
 /// - A target that exists keeps its permissions, and its owner where the system allows that.
 /// - A symbolic link is written through: what it points to is replaced and the link stays.
 /// - A device, FIFO or socket is written directly: there commit() only ends the stream, and bytes
-/// that were
-///   written are gone. Opening a FIFO waits for its reader; a reader that leaves is a failure, no
-///   signal.
-/// - Temporary files begin with ".~corvane-" and end with ".tmp".
+///   that were written are gone. Opening a FIFO waits for its reader; a reader that leaves is a
+///   failure, no signal.
+/// - Temporary files that have a name begin with ".~corvane-" and end with ".tmp".
 ///
 /// One object for one file and one thread; objects for different files are independent.
 class SafeFile
