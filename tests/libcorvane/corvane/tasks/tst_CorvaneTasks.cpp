@@ -21,6 +21,14 @@ QVariantMap mapOf(const char *json)
     return QJsonDocument::fromJson(json).object().toVariantMap();
 }
 
+QVariant nested(int levels)
+{
+    QVariant value = 1;
+    for (int i = 0; i < levels; ++i)
+        value = QVariantList{value};
+    return value;
+}
+
 /// An edit in the middle of which the scene is closed.
 class ClosingTask : public CorvaneMutationTask
 {
@@ -237,6 +245,20 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
         << u"Failed to execute corvane.scene.list_definitions: category must be a text, not '{}'. "
            u"State: unchanged. Suggestion: provide the category, or one of primitives, operators, "
            u"modifiers; empty for all."_s;
+    QTest::newRow("a name that can't be saved")
+        << u"corvane.varset.set_variable"_s << mapOf(R"({"name": "a: b", "value": 1})")
+        << u"Failed to set variable: name 'a: b' can't be held by a scene file, whose names are "
+           u"without ':', '#', ',', brackets, quotes and line breaks. State: unchanged. "
+           u"Suggestion: "
+           u"provide the name of the variable."_s;
+    QTest::newRow("a key that can't be saved")
+        << u"corvane.settings.set"_s << mapOf(R"({"path": "a", "value": [{"b": {"#c": 1}}]})")
+        << u"Failed to set setting: value has a key that a scene file can't hold: '#c'. State: "
+           u"unchanged. Suggestion: provide the new value."_s;
+    QTest::newRow("a value that is nested too deep")
+        << u"corvane.settings.set"_s << QVariantMap{{u"path"_s, u"a"_s}, {u"value"_s, nested(101)}}
+        << u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
+           u"Suggestion: provide the new value."_s;
     QTest::newRow("two numbers as a colour")
         << u"corvane.material.add"_s << mapOf(R"({"albedo": [1, 0]})") << QString();
     QTest::newRow("nothing to set")
@@ -517,6 +539,7 @@ void TstCorvaneTasks::treesPutParentsFirst()
             child = node.id;
     }
     QCOMPARE(fixture.tree.instance(fixture.tree.parentOf(child))->name, childParent);
+    QVERIFY(!result.outputs.value(u"rootIds"_s).isEmpty());
     const QVariantMap batch{{u"batchId"_s, result.outputs.value(u"batchId"_s)}};
     QVERIFY(fixture.call(u"corvane.undo_batch"_s, batch).success);
     QVERIFY(fixture.tree.instances().isEmpty());
@@ -537,6 +560,9 @@ void TstCorvaneTasks::brokenTrees_data()
     QTest::newRow("parameters in a list")
         << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere", "params": [1]}}})"))
         << u"'params' of instance 'a' must be a JSON object."_s;
+    QTest::newRow("a parameter that can't be saved")
+        << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere", "params": {"x:": 1}}}})"))
+        << u"'params' of instance 'a' has a key that a scene file can't hold: 'x:'."_s;
     QTest::newRow("a circle")
         << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b"]},
                                             "b": {"definition": "union", "children": ["a"]}}})"))

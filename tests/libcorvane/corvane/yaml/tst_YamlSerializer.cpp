@@ -33,6 +33,9 @@ private slots:
     void losslessReadsBackNumbers_data();
     void losslessReadsBackNumbers();
     void losslessReadsBackRandomTrees();
+    void knowsKeysThatCanBeReadBack_data();
+    void knowsKeysThatCanBeReadBack();
+    void keysThatItCallsReadableAre();
 };
 
 namespace {
@@ -307,6 +310,61 @@ void TstYamlSerializer::losslessReadsBackRandomTrees()
         QVERIFY2(read == map, qPrintable(text));
         QCOMPARE(losslessSerializer().serializeMap(read), text);
     }
+}
+
+void TstYamlSerializer::knowsKeysThatCanBeReadBack_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("readable");
+    QTest::newRow("a word") << u"cell_Size2"_s << true;
+    QTest::newRow("words") << u"outer width (mm)"_s << true;
+    QTest::newRow("a number") << u"1.5"_s << true;
+    QTest::newRow("no ASCII") << u"größe"_s << true;
+    QTest::newRow("a word of the format") << u"null"_s << true;
+    QTest::newRow("nothing") << QString() << false;
+    QTest::newRow("a colon") << u"a:b"_s << false;
+    QTest::newRow("a comment") << u"a #b"_s << false;
+    QTest::newRow("blanks around") << u" a "_s << false;
+    QTest::newRow("a list item") << u"- a"_s << false;
+    QTest::newRow("two lines") << u"a\nb"_s << false;
+    QTest::newRow("a quote") << u"it's"_s << false;
+    QTest::newRow("a comma") << u"a,b"_s << false;
+}
+
+void TstYamlSerializer::knowsKeysThatCanBeReadBack()
+{
+    QFETCH(QString, key);
+    QTEST(YamlSerializer::isReadableKey(key), "readable");
+}
+
+void TstYamlSerializer::keysThatItCallsReadableAre()
+{
+    const QString characters = u"ab1 .-_:#'\"[]{}(),|>&*!=\\\n\t"_s;
+    const QVariantList values{u"it's #1"_s,
+                              u"#"_s,
+                              u"a, 'b'"_s,
+                              u"\"#\" and '#'"_s,
+                              u"{a: '#'}"_s,
+                              5,
+                              QVariant(),
+                              QVariantList{1, u"a #"_s},
+                              QVariantMap{{u"expr"_s, u"a[1] > 2 ? 'x' : \"#\""_s}}};
+    QRandomGenerator random(7);
+    int readable = 0;
+    for (int i = 0; i < 3000; ++i) {
+        QString key;
+        for (int length = random.bounded(1, 4); length > 0; --length)
+            key += characters.at(random.bounded(characters.size()));
+        if (!YamlSerializer::isReadableKey(key))
+            continue;
+        ++readable;
+        const QVariantMap inner{{key, values.at(random.bounded(values.size()))},
+                                {u"y"_s, randomTree(random, 1)}};
+        const QVariantMap map{{key, inner}, {u"list"_s, QVariantList{inner, 1}}};
+        const QString text = losslessSerializer().serializeMap(map);
+        QVERIFY2(parse(text) == map, qPrintable(text));
+    }
+    QVERIFY(readable > 300);
 }
 
 QTEST_APPLESS_MAIN(TstYamlSerializer)

@@ -1,6 +1,7 @@
 #include <corvane/tasks/Arguments.h>
 
 #include <corvane/tasks/TaskJson.h>
+#include <corvane/yaml/YamlSerializer.h>
 #include <corvane/zirn/FailureText.h>
 
 #include <QJsonArray>
@@ -14,6 +15,9 @@ using namespace Qt::StringLiterals;
 namespace corvane::zirn {
 
 namespace {
+
+/// Far from what the reader of scene files takes, whatever the value stands in.
+constexpr int deepestValue = 100;
 
 bool isText(const QVariant &value)
 {
@@ -53,6 +57,7 @@ QVariant typed(ArgumentKind kind, const QVariant &value)
     case ArgumentKind::DefinitionId:
     case ArgumentKind::VarsetName:
     case ArgumentKind::Text:
+    case ArgumentKind::Name:
         return value.canConvert<QString>() ? QVariant(value.toString()) : value;
     case ArgumentKind::Flag:
     case ArgumentKind::Value:
@@ -76,7 +81,8 @@ bool isFlag(const QVariant &value)
 
 bool isColour(const QVariant &value)
 {
-    const QVariantList parts = value.toList();
+    const bool isList = value.typeId() == QMetaType::QVariantList;
+    const QVariantList parts = isList ? value.toList() : QVariantList();
     return (parts.size() == 3 || parts.size() == 4) &&
            std::all_of(parts.cbegin(), parts.cend(), isFinite);
 }
@@ -90,6 +96,7 @@ QString wanted(ArgumentKind kind, const QVariant &value)
     case ArgumentKind::DefinitionId:
     case ArgumentKind::VarsetName:
     case ArgumentKind::Text:
+    case ArgumentKind::Name:
         return isText(value) ? QString() : u"a text"_s;
     case ArgumentKind::Number:
         return isFinite(value) ? QString() : u"a finite number"_s;
@@ -105,9 +112,49 @@ QString wanted(ArgumentKind kind, const QVariant &value)
     return {};
 }
 
+bool isReadableName(const QString &name)
+{
+    const QStringList words = name.split(u'.', Qt::SkipEmptyParts);
+    return std::all_of(words.cbegin(), words.cend(), &yaml::YamlSerializer::isReadableKey);
+}
+
+/// See unsavable(); `depth` is the number of values around this one.
+QString unsavableAt(int depth, const QVariant &value)
+{
+    const bool isList = value.typeId() == QMetaType::QVariantList;
+    if (!isList && value.typeId() != QMetaType::QVariantMap)
+        return {};
+    if (depth >= deepestValue)
+        return u"is nested deeper than %1 levels"_s.arg(deepestValue);
+    const QVariantMap map = value.toMap();
+    for (auto key = map.keyBegin(); key != map.keyEnd(); ++key) {
+        if (!yaml::YamlSerializer::isReadableKey(*key))
+            return u"has a key that a scene file can't hold: '%1'"_s.arg(shortened(*key));
+    }
+    QString flaw;
+    const QVariantList values = isList ? value.toList() : map.values();
+    for (auto below = values.cbegin(); below != values.cend() && flaw.isEmpty(); ++below)
+        flaw = unsavableAt(depth + 1, *below);
+    return flaw;
+}
+
+/// What is amiss with a value, as the rest of a sentence; empty when nothing is.
+QString flawOf(ArgumentKind kind, const QVariant &value)
+{
+    const QString type = wanted(kind, value);
+    if (!type.isEmpty())
+        return u"must be %1, not '%2'"_s.arg(type, shortened(textOf(value)));
+    if (kind == ArgumentKind::Name && !isReadableName(value.toString()))
+        return u"'%1' can't be held by a scene file, whose names are without ':', '#', ',', "
+               u"brackets, quotes and line breaks"_s.arg(shortened(value.toString()));
+    const bool mayNest = kind == ArgumentKind::Map || kind == ArgumentKind::Value;
+    return mayNest ? unsavable(value) : QString();
+}
+
 bool isGiven(const ParamRow &param, const QVariant &value)
 {
     const bool mayBeEmpty = param.kind != ArgumentKind::Id && param.kind != ArgumentKind::Text &&
+                            param.kind != ArgumentKind::Name &&
                             param.kind != ArgumentKind::DefinitionId;
     return value.isValid() && (mayBeEmpty || !value.toString().isEmpty());
 }
@@ -115,7 +162,7 @@ bool isGiven(const ParamRow &param, const QVariant &value)
 QString failureOf(const ParamRow &param, const QString &attempt, const QString &cause)
 {
     return failureText({.attempt = attempt,
-                        .cause = param.name + cause,
+                        .cause = u"%1 %2"_s.arg(param.name, cause),
                         .suggestion = u"provide the "_s + param.description.toString()});
 }
 
@@ -144,10 +191,9 @@ QString unfitArgument(const QString &attempt, std::span<const ParamRow> params,
 {
     for (const ParamRow &param : params) {
         const QVariant value = arguments.value(param.name);
-        const QString kind = value.isValid() ? wanted(param.kind, value) : QString();
-        if (!kind.isEmpty())
-            return failureOf(param, attempt,
-                             u" must be %1, not '%2'"_s.arg(kind, shortened(textOf(value))));
+        const QString flaw = value.isValid() ? flawOf(param.kind, value) : QString();
+        if (!flaw.isEmpty())
+            return failureOf(param, attempt, flaw);
     }
     return {};
 }
@@ -157,9 +203,14 @@ QString argumentFlaw(const QString &attempt, std::span<const ParamRow> params,
 {
     for (const ParamRow &param : params) {
         if (param.isRequired && !isGiven(param, arguments.value(param.name)))
-            return failureOf(param, attempt, u" is required"_s);
+            return failureOf(param, attempt, u"is required"_s);
     }
     return unfitArgument(attempt, params, arguments);
+}
+
+QString unsavable(const QVariant &value)
+{
+    return unsavableAt(0, value);
 }
 
 QVariant unquoted(const QVariant &value)

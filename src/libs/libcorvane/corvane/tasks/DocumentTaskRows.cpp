@@ -36,7 +36,7 @@ const TaskRow rows[] = {
      .description = u"Set or create a variable in the default or a named varset. Supports the full "
                     u"VarsetEntry schema: value, type, description, unit, and constraints "
                     u"(min/max/step).",
-     .params = {need("name"_L1, Text, u"name of the variable"),
+     .params = {need("name"_L1, Name, u"name of the variable"),
                 need("value"_L1, Value, u"value, or \"=\" and an expression to derive it from"),
                 may("type"_L1, Text, u"type: number, boolean, string or vector"), varset,
                 may("description"_L1, Text, u"description for people"),
@@ -68,7 +68,7 @@ const TaskRow rows[] = {
      .kind = Mutation,
      .description = u"Rename a variable in the default varset",
      .params = {need("oldName"_L1, Text, u"present name of the variable"),
-                need("newName"_L1, Text, u"new name of the variable")},
+                need("newName"_L1, Name, u"new name of the variable")},
      .scope = varsetScope,
      .tags = varsetTags,
      .example = uR"({"task": "corvane.varset.rename_variable", "args": {"oldName": "radius", )"
@@ -98,7 +98,7 @@ const TaskRow rows[] = {
     {.name = "corvane.varset.add_named"_L1,
      .kind = Mutation,
      .description = u"Create a new empty named varset",
-     .params = {need("varsetName"_L1, Text, u"name of the new varset")},
+     .params = {need("varsetName"_L1, Name, u"name of the new varset")},
      .scope = varsetScope,
      .tags = varsetTags,
      .example = uR"({"task": "corvane.varset.add_named", "args": {"varsetName": "Sizes"}})",
@@ -145,7 +145,7 @@ const TaskRow rows[] = {
     {.name = "corvane.settings.set"_L1,
      .kind = Mutation,
      .description = u"Set a single scene setting by dotted path",
-     .params = {need("path"_L1, Text, u"dotted path, such as export.cellSize"),
+     .params = {need("path"_L1, Name, u"dotted path, such as export.cellSize"),
                 need("value"_L1, Value, u"new value")},
      .scope = settingsScope,
      .tags = settingsTags,

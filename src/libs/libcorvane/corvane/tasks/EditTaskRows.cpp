@@ -171,7 +171,7 @@ const TaskRow rows[] = {
     {.name = "corvane.sdf.set_parameter"_L1,
      .kind = Mutation,
      .description = u"Set a single SDF parameter on an instance",
-     .params = {item, need("paramName"_L1, Text, u"name of the parameter"),
+     .params = {item, need("paramName"_L1, Name, u"name of the parameter"),
                 need("value"_L1, Value,
                      u"new value: a number, a list for a vector, or \"=\" and an expression")},
      .scope = sceneScope,

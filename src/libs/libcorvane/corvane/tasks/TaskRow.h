@@ -27,6 +27,7 @@ enum class ArgumentKind {
     DefinitionId, ///< of a definition or component that there is
     VarsetName,   ///< of a varset that there is, or empty for the default one
     Text,         ///< not empty where required
+    Name,         ///< a text, in words between dots, that can be a key of a scene file
     Number,       ///< finite
     Flag,
     Colour, ///< a list of three or four finite numbers

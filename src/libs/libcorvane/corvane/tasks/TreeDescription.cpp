@@ -1,5 +1,6 @@
 #include <corvane/tasks/TreeDescription.h>
 
+#include <corvane/tasks/Arguments.h>
 #include <corvane/zirn/ZirnTaskParams.h>
 
 #include <QHash>
@@ -151,7 +152,7 @@ bool isListOfNames(const QVariant &value)
            (isText && value.toString().startsWith(u'['));
 }
 
-/// What is written in a way that it would be passed over; empty when nothing is.
+/// What would be passed over, or lost when the scene is saved; empty when nothing is.
 QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
 {
     if (!isListOfNames(tree.value(u"roots"_s)))
@@ -163,6 +164,9 @@ QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
             return u"'children' of instance '%1' must be a list of names"_s.arg(it.key());
         if (!params.isNull() && params.typeId() != QMetaType::QVariantMap)
             return u"'params' of instance '%1' must be a JSON object"_s.arg(it.key());
+        const QString flaw = unsavable(params);
+        if (!flaw.isEmpty())
+            return u"'params' of instance '%1' %2"_s.arg(it.key(), flaw);
     }
     return {};
 }
@@ -195,7 +199,10 @@ std::optional<TreeDescription> TreeDescription::read(const QVariant &tree, QStri
         suggestion = u"check that no instance is an ancestor of itself"_s;
         return std::nullopt;
     }
+    const bool hasRoots = !description.rootNames.isEmpty();
     for (const QString &name : order) {
+        if (!hasRoots && !links.parents.contains(name))
+            description.rootNames.append(name);
         const QVariantMap node = instances.value(name).toMap();
         QVariantMap params = node.value(u"params"_s).toMap();
         params.remove(u"children"_s);

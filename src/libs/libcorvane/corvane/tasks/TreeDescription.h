@@ -26,7 +26,7 @@ struct TreeDescription
     };
 
     QList<Node> nodes{};     ///< parents before their children, siblings in order
-    QStringList rootNames{}; ///< as described
+    QStringList rootNames{}; ///< as described; where that says nothing, those at the top
 
     /// Reads a map, or a text that holds a JSON object. A child that several list belongs to the
     /// last of them by key. On failure none, with the cause and what to do.

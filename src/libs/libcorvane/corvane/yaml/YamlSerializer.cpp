@@ -4,6 +4,7 @@
 #include "YamlWriter.h"
 
 #include <corvane/yaml/PlainValue.h>
+#include <corvane/yaml/YamlParser.h>
 
 #include <algorithm>
 #include <array>
@@ -26,6 +27,18 @@ bool isWordOfFormat(const QString &text)
            std::any_of(words.begin(), words.end(), [&text](QLatin1StringView word) {
                return text.compare(word, Qt::CaseInsensitive) == 0;
            });
+}
+
+bool isLetterOrDigit(QChar c)
+{
+    return c == u'_' || (c.unicode() < 128 && c.isLetterOrNumber());
+}
+
+bool readsBack(const QVariantMap &map)
+{
+    QList<YamlParser::ParseError> errors;
+    const QString text = YamlSerializer({.lossless = true}).serializeMap(map);
+    return YamlParser().parseToVariantMap(text, errors) == map && errors.isEmpty();
 }
 
 } // namespace
@@ -105,6 +118,20 @@ bool YamlSerializer::needsQuotes(const QString &text)
 QString YamlSerializer::indentStr(int spaces)
 {
     return QString(std::max(spaces, 0), u' ');
+}
+
+bool YamlSerializer::isReadableKey(const QString &key)
+{
+    if (key.isEmpty() || std::all_of(key.cbegin(), key.cend(), isLetterOrDigit))
+        return !key.isEmpty();
+    // A quote in the key may end where one in the value begins, and then a comment begins inside of
+    // what the value quotes; in flow style a comma ends an entry.
+    for (const QString &value : {u"a #b"_s, u"it's #1"_s, u"a \"#\" b"_s}) {
+        const QVariantMap block{{key, value}, {u"y"_s, 1}};
+        if (!readsBack(block) || !readsBack({{u"list"_s, QVariantList{block}}}))
+            return false;
+    }
+    return readsBack({{u"map"_s, QVariantMap{{key, u"a, b"_s}, {u"expr"_s, u"c"_s}}}});
 }
 
 } // namespace corvane::yaml

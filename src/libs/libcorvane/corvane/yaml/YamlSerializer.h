@@ -9,7 +9,8 @@ namespace corvane::yaml {
 ///
 /// Vectors are written as lists of numbers, a string of several lines as a "|" block wherever it
 /// stands (its blank lines and the indentation of its lines are not kept by the reader). Keys are
-/// written as they are: a key with a colon or a "#" can't be read back, so callers avoid them.
+/// written as they are: a key with a colon or a "#" can't be read back, so callers avoid them with
+/// the help of isReadableKey().
 class YamlSerializer
 {
 public:
@@ -49,6 +50,8 @@ public:
     /// True when the bare text would be read as something else than this string.
     [[nodiscard]] static bool needsQuotes(const QString &text);
     [[nodiscard]] static QString indentStr(int spaces);
+    /// True when the key is read back as it is, whatever its value and wherever its map stands.
+    [[nodiscard]] static bool isReadableKey(const QString &key);
 
 private:
     Options m_options;
