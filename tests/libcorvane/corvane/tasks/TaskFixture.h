@@ -14,6 +14,12 @@
 
 namespace corvane::zirn {
 
+/// Arguments as a plan has them.
+inline QVariantMap mapOf(const char *json)
+{
+    return QJsonDocument::fromJson(json).object().toVariantMap();
+}
+
 /// A scene that is open, and the tasks.
 struct TaskFixture
 {

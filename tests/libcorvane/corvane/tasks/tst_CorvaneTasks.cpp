@@ -1,14 +1,10 @@
 #include "TaskFixture.h"
 
-#include <corvane/tasks/CorvaneTask.h>
-#include <corvane/zirn/ZirnTaskRuntime.h>
+#include <corvane/model/MaterialLibrary.h>
 
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
-
-#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace corvane;
@@ -16,9 +12,25 @@ using namespace corvane::zirn;
 
 namespace {
 
-QVariantMap mapOf(const char *json)
+/// What a window offers to the tasks on the camera.
+class Bridge : public QObject
 {
-    return QJsonDocument::fromJson(json).object().toVariantMap();
+    Q_OBJECT
+
+public:
+    QStringList calls;
+
+    Q_INVOKABLE void requestReset() { calls.append(u"reset"_s); }
+    Q_INVOKABLE void requestFitContent() { calls.append(u"content"_s); }
+    Q_INVOKABLE void requestFitSelection() { calls.append(u"selection"_s); }
+};
+
+QUuid builtInMaterial()
+{
+    const auto materials = model::MaterialLibrary::instance().allMaterials();
+    const auto found = std::find_if(materials.cbegin(), materials.cend(),
+                                    [](const auto &material) { return material.isBuiltIn; });
+    return found == materials.cend() ? QUuid() : found->id;
 }
 
 QVariant nested(int levels)
@@ -28,31 +40,6 @@ QVariant nested(int levels)
         value = QVariantList{value};
     return value;
 }
-
-/// An edit in the middle of which the scene is closed.
-class ClosingTask : public CorvaneMutationTask
-{
-public:
-    explicit ClosingTask(std::function<void()> close)
-        : CorvaneMutationTask(u"test.edit"_s, {}, {}, {}, {})
-        , m_close(std::move(close))
-    {}
-
-protected:
-    ZirnTaskResult doMutate(const ZirnTaskParams &, ops::CorvaneOpExecutor *executor,
-                            QSharedPointer<model::Corvane> scene, model::LogicalScene *) override
-    {
-        QMetaObject::invokeMethod(qApp, m_close, Qt::BlockingQueuedConnection);
-        const ops::CorvaneOp op{ops::OpKind::SettingsSet, {{u"path"_s, u"a.b"_s}, {u"value"_s, 1}}};
-        const bool isRefused = !applyOnMainThread(executor, op);
-        const bool isGone = SceneAccess::current().document != scene;
-        return ZirnTaskResult::succeeded(isRefused && isGone ? u"refused, and the scene is gone"_s
-                                                             : u"applied"_s);
-    }
-
-private:
-    const std::function<void()> m_close;
-};
 
 const char *const validationText = "^Failed to .+: .+ State: .+\\.( Suggestion: .+\\.)?$";
 
@@ -72,22 +59,13 @@ private slots:
     void examplesRun();
     void failuresSayWhatRemains_data();
     void failuresSayWhatRemains();
-    void nothingRunsWithoutScene_data();
-    void nothingRunsWithoutScene();
     void axesThatAreNotGivenStay();
     void idsWorkForBothStores();
     void itemsOfTheFieldFollow();
     void variablesKeepWhatIsNotGiven();
     void textsAreReadAsWhatTheyHold();
     void parametersAreThoseOfTheDefinition();
-    void treesPutParentsFirst_data();
-    void treesPutParentsFirst();
-    void brokenTrees_data();
-    void brokenTrees();
-    void failedTreesStayAsOneBatch_data();
-    void failedTreesStayAsOneBatch();
-    void aSceneThatIsClosedEndsItsPlan_data();
-    void aSceneThatIsClosedEndsItsPlan();
+    void theCameraFollows();
 
 private:
     QVariantMap exampleArguments(TaskFixture &fixture, const TaskRow &row);
@@ -281,6 +259,11 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
         << mapOf(R"({"name": "w", "value": 1, "varsetName": "Sizes"})")
         << u"Failed to set variable: varset 'Sizes' not found. State: unchanged. Suggestion: check "
            u"varsetName or run corvane.varset.list."_s;
+    const QString builtIn = builtInMaterial().toString(QUuid::WithoutBraces);
+    QTest::newRow("material: built-in")
+        << u"corvane.material.remove"_s << QVariantMap{{u"materialId"_s, builtIn}}
+        << u"Failed to remove material %1: not found or built-in. State: unchanged. Suggestion: "
+           u"check materialId or run corvane.material.list."_s.arg(builtIn);
     QTest::newRow("search: no filter")
         << u"corvane.scene.search_items"_s << QVariantMap()
         << u"Failed to search items: at least one of namePattern, type, or tag is required. State: "
@@ -328,24 +311,6 @@ void TstCorvaneTasks::failuresSayWhatRemains()
                  qPrintable(result.message));
     QCOMPARE(fixture.document->stateFingerprint(), before);
     QVERIFY(fixture.tree.instances().isEmpty());
-}
-
-void TstCorvaneTasks::nothingRunsWithoutScene_data()
-{
-    rowsDescribeThemselves_data();
-}
-
-void TstCorvaneTasks::nothingRunsWithoutScene()
-{
-    QFETCH(const TaskRow *, row);
-    TaskFixture fixture;
-    ops::CorvaneServiceLocator::instance().clear();
-    const ZirnTaskResult result = fixture.call(row->name);
-    QVERIFY(!result.success);
-    if (row->kind != TaskKind::Plain)
-        QCOMPARE(result.message,
-                 u"Failed to execute %1: no Corvane scene loaded. State: unchanged. "
-                 u"Suggestion: open or create a scene first."_s.arg(row->name));
 }
 
 void TstCorvaneTasks::axesThatAreNotGivenStay()
@@ -503,160 +468,25 @@ void TstCorvaneTasks::parametersAreThoseOfTheDefinition()
         u"Set size = 2 on item %1 NOTE: sphere has no parameter 'size'; it has radius."_s.arg(id));
 }
 
-void TstCorvaneTasks::treesPutParentsFirst_data()
+void TstCorvaneTasks::theCameraFollows()
 {
-    QTest::addColumn<QVariant>("tree");
-    QTest::addColumn<QString>("childParent");
-    QTest::newRow("as a text")
-        << QVariant(uR"({"instances": {"z": {"definition": "union", "children": ["a"]},)"
-                    uR"("a": {"definition": "sphere"}}, "roots": ["z"]})"_s)
-        << u"z"_s;
-    QTest::newRow("roots left out")
-        << QVariant(mapOf(R"({"instances": {"z": {"definition": "union", "children": ["a"]},
-                                            "a": {"definition": "sphere"}}})"))
-        << u"z"_s;
-    QTest::newRow("a root that is a child")
-        << QVariant(mapOf(R"({"instances": {"z": {"definition": "union", "children": ["a"]},
-                                            "a": {"definition": "sphere"}}, "roots": ["a"]})"))
-        << u"z"_s;
-    QTest::newRow("two parents: the later key")
-        << QVariant(mapOf(R"({"instances": {"y": {"definition": "union", "children": ["a"]},
-                                            "z": {"definition": "union", "children": ["a"]},
-                                            "a": {"definition": "sphere"}}, "roots": ["y", "z"]})"))
-        << u"z"_s;
-}
-
-void TstCorvaneTasks::treesPutParentsFirst()
-{
-    QFETCH(QVariant, tree);
-    QFETCH(QString, childParent);
     TaskFixture fixture;
-    const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
-    QVERIFY2(result.success, qPrintable(result.message));
-    QUuid child;
-    for (const auto &node : fixture.tree.instances()) {
-        if (node.name == "a"_L1)
-            child = node.id;
-    }
-    QCOMPARE(fixture.tree.instance(fixture.tree.parentOf(child))->name, childParent);
-    QVERIFY(!result.outputs.value(u"rootIds"_s).isEmpty());
-    const QVariantMap batch{{u"batchId"_s, result.outputs.value(u"batchId"_s)}};
-    QVERIFY(fixture.call(u"corvane.undo_batch"_s, batch).success);
-    QVERIFY(fixture.tree.instances().isEmpty());
-}
-
-void TstCorvaneTasks::brokenTrees_data()
-{
-    QTest::addColumn<QVariant>("tree");
-    QTest::addColumn<QString>("cause");
-    QTest::newRow("nothing") << QVariant() << u"'tree' parameter is required."_s;
-    QTest::newRow("a number") << QVariant(3) << u"'tree' must be a valid JSON object."_s;
-    QTest::newRow("no JSON") << QVariant(u"{"_s) << u"'tree' must be a valid JSON object."_s;
-    QTest::newRow("no instances") << QVariant(mapOf(R"({"roots": []})"))
-                                  << u"'instances' map is empty or missing."_s;
-    QTest::newRow("children as one name")
-        << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": "b"}}})"))
-        << u"'children' of instance 'a' must be a list of names."_s;
-    QTest::newRow("parameters in a list")
-        << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere", "params": [1]}}})"))
-        << u"'params' of instance 'a' must be a JSON object."_s;
-    QTest::newRow("a parameter that can't be saved")
-        << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere", "params": {"x:": 1}}}})"))
-        << u"'params' of instance 'a' has a key that a scene file can't hold: 'x:'."_s;
-    QTest::newRow("a circle")
-        << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b"]},
-                                            "b": {"definition": "union", "children": ["a"]}}})"))
-        << u"cycle detected in children references."_s;
-}
-
-void TstCorvaneTasks::brokenTrees()
-{
-    QFETCH(QVariant, tree);
-    QFETCH(QString, cause);
-    TaskFixture fixture;
-    const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
-    QVERIFY2(result.message.startsWith(u"Failed to build tree: %1 State: unchanged. "_s.arg(cause)),
-             qPrintable(result.message));
-    QVERIFY(fixture.tree.instances().isEmpty());
-    QCOMPARE(fixture.executor.undoStack()->count(), 0);
-}
-
-void TstCorvaneTasks::failedTreesStayAsOneBatch_data()
-{
-    QTest::addColumn<QVariantMap>("tree");
-    QTest::addColumn<QString>("cause");
-    QTest::addColumn<int>("created");
-    QTest::newRow("a child that is not described")
-        << mapOf(R"({"instances": {"a": {"definition": "union", "children": ["b", "c"]},
-                                   "b": {"definition": "sphere"}, "d": {"definition": "sphere"},
-                                   "e": {"definition": "sphere"}}, "roots": ["a"]})")
-        << u"2/5: Instance 'c' has no 'definition' field."_s << 2;
-    QTest::newRow("a root that is not described")
-        << mapOf(R"({"instances": {"a": {"definition": "sphere"}}, "roots": ["a", "b"]})")
-        << u"1/2: Instance 'b' has no 'definition' field."_s << 1;
-    QTest::newRow("a parameter of another type")
-        << mapOf(R"({"instances": {"a": {"definition": "sphere", "params": {"radius": "2.5"}},
-                                   "b": {"definition": "sphere", "params": {"radius": "big"}},
-                                   "c": {"definition": "sphere"}}})")
-        << u"2/3: Failed to set parameters on 'b'. radius must be a number, not 'big'."_s << 2;
-}
-
-void TstCorvaneTasks::failedTreesStayAsOneBatch()
-{
-    QFETCH(QVariantMap, tree);
-    QFETCH(QString, cause);
-    QFETCH(int, created);
-    TaskFixture fixture;
-    const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
-    QCOMPARE(result.message,
-             u"Build tree failed at instance %1 State: %2 instances were created (undoable as "
-             u"batch). Suggestion: fix the tree description and retry."_s.arg(
-                 cause, QString::number(created)));
-    QCOMPARE(fixture.tree.instances().size(), created);
-    QCOMPARE(fixture.executor.undoStack()->count(), 1);
-    QCOMPARE(fixture.executor.batches().size(), 1);
-}
-
-void TstCorvaneTasks::aSceneThatIsClosedEndsItsPlan_data()
-{
-    QTest::addColumn<QString>("task");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("between steps, before an edit")
-        << u"corvane.item.add"_s
-        << u"Failed to execute corvane.item.add: no Corvane scene loaded. State: unchanged. "
-           u"Suggestion: open or create a scene first."_s;
-    QTest::newRow("between steps, before a query")
-        << u"corvane.scene.list_items"_s
-        << u"Failed to execute corvane.scene.list_items: no Corvane scene loaded. State: "
-           u"unchanged. Suggestion: open or create a scene first."_s;
-    QTest::newRow("inside of a step") << u"test.edit"_s << u"refused, and the scene is gone"_s;
-}
-
-/// With everything that belongs to it, while the plan's thread holds on to what it was given.
-void TstCorvaneTasks::aSceneThatIsClosedEndsItsPlan()
-{
-    QFETCH(QString, task);
-    QFETCH(QString, message);
-    auto fixture = std::make_unique<TaskFixture>();
-    QWeakPointer<model::Corvane> document = fixture->document;
-    ZirnTaskRegistry registry;
-    registerCorvaneTasks(&registry);
-    const bool isInside = task == "test.edit"_L1;
-    registry.registerTask(QSharedPointer<ClosingTask>::create([&fixture] { fixture.reset(); }));
-    ZirnTaskRuntime runtime(&registry);
-    connect(&runtime, &ZirnTaskRuntime::stepCompleted, this, [&fixture, isInside] {
-        if (!isInside)
-            fixture.reset();
-    });
-    QSignalSpy completed(&runtime, &ZirnTaskRuntime::planCompleted);
-    QVERIFY(runtime.submit({.description = u"test"_s,
-                            .steps = {{.task = u"corvane.scene.list_items"_s}, {.task = task}}},
-                           {}));
-    QVERIFY(completed.wait(30000));
-    const auto result = completed.first().first().value<TaskPlanResult>();
-    QCOMPARE(result.stepResults.last().message, message);
-    QCOMPARE(result.failedStepIndex, isInside ? -1 : 1);
-    QVERIFY(document.isNull());
+    Bridge bridge;
+    auto &locator = ops::CorvaneServiceLocator::instance();
+    locator.setCameraBridge(&bridge);
+    QCOMPARE(fixture.call(u"corvane.camera.reset"_s).message, u"Camera reset to default view"_s);
+    QCOMPARE(fixture.call(u"corvane.camera.fit_content"_s).message,
+             u"Camera reframed to fit scene content"_s);
+    QCOMPARE(fixture.call(u"corvane.camera.fit_selection"_s).message,
+             u"Camera reframed to fit selection"_s);
+    fixture.call(u"corvane.scene.build_tree"_s,
+                 {{u"tree"_s, mapOf(R"({"instances": {"a": {"definition": "sphere"}}})")}});
+    QCOMPARE(bridge.calls, (QStringList{u"reset"_s, u"content"_s, u"selection"_s, u"content"_s}));
+    QObject noBridge;
+    locator.setCameraBridge(&noBridge);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"No such method"_s));
+    QCOMPARE(fixture.call(u"corvane.camera.reset"_s).message,
+             u"Failed to reset camera: bridge invocation failed. State: unchanged."_s);
 }
 
 QTEST_MAIN(TstCorvaneTasks)

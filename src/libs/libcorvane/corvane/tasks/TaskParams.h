@@ -4,6 +4,8 @@
 
 namespace corvane::zirn {
 
+// A required and an optional argument, as the tables of tasks write them.
+
 constexpr ParamRow need(QLatin1StringView name, ArgumentKind kind, QStringView description)
 {
     return {name, kind, true, description, {}};
