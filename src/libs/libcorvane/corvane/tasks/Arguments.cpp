@@ -151,12 +151,15 @@ QString flawOf(ArgumentKind kind, const QVariant &value)
     return mayNest ? unsavable(value) : QString();
 }
 
+bool mayBeEmpty(ArgumentKind kind)
+{
+    using enum ArgumentKind;
+    return kind != Id && kind != DefinitionId && kind != Text && kind != Name;
+}
+
 bool isGiven(const ParamRow &param, const QVariant &value)
 {
-    const bool mayBeEmpty = param.kind != ArgumentKind::Id && param.kind != ArgumentKind::Text &&
-                            param.kind != ArgumentKind::Name &&
-                            param.kind != ArgumentKind::DefinitionId;
-    return value.isValid() && (mayBeEmpty || !value.toString().isEmpty());
+    return value.isValid() && (mayBeEmpty(param.kind) || !value.toString().isEmpty());
 }
 
 QString failureOf(const ParamRow &param, const QString &attempt, const QString &cause)
