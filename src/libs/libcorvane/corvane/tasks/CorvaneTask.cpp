@@ -19,6 +19,13 @@ ZirnTaskResult noScene(const ZirnTask &task)
                   u"open or create a scene first"_s);
 }
 
+/// All of it or nothing: what is no use to an edit must not be let go on a plan's thread.
+SceneAccess editableScene()
+{
+    const SceneAccess access = SceneAccess::current();
+    return access.executor && access.document ? access : SceneAccess();
+}
+
 /// Counts the broken expressions, and tells of them in the result.
 void addErrorCounts(ZirnTaskResult &result, const SceneAccess &access)
 {
@@ -54,8 +61,8 @@ ZirnTaskResult CorvaneQueryTask::execute(const ZirnTaskParams &arguments, ZirnTa
 
 ZirnTaskResult CorvaneMutationTask::execute(const ZirnTaskParams &arguments, ZirnTaskContext *)
 {
-    auto found = onMainThread([] { return SceneAccess::current(); });
-    if (!found || !found->executor || !found->document)
+    auto found = onMainThread(&editableScene);
+    if (!found || !found->executor)
         return noScene(*this);
     ZirnTaskResult result = doMutate(arguments, found->executor, found->document, found->tree);
     onMainThread([&result, &found] {

@@ -208,11 +208,16 @@ std::optional<QUuid> OpTask::applyOps(const SceneAccess &access, const QVariantM
     };
     if (!op.followUp || !op.followUp(arguments, {}))
         return apply();
-    executor.beginBatch(ops::CorvaneOpDescriber::describe({op.kind, arguments}));
+    const QString batch =
+        executor.beginBatch(ops::CorvaneOpDescriber::describe({op.kind, arguments}));
     const auto created = apply();
     const bool isDone = created && executor.apply(*op.followUp(arguments, *created));
     executor.endBatch();
-    return isDone ? created : std::nullopt;
+    if (isDone)
+        return created;
+    if (created)
+        executor.undoBatch(batch);
+    return std::nullopt;
 }
 
 /// Also puts the names in their place under which the scene has what is meant.
