@@ -11,6 +11,7 @@
 //
 // Linked into the tests of a build with the thread sanitizer, and nowhere else.
 
+#include <QDeadlineTimer>
 #include <QFutureInterface>
 #include <QRunnable>
 #include <QSemaphore>
@@ -271,7 +272,7 @@ bool QSemaphore::tryAcquire(int count, int timeout)
 }
 
 // A lock that nobody else wants is taken inline, where the sanitizer sees it.
-void QBasicMutex::lockInternal()
+void QBasicMutex::lockInternal() noexcept
 {
     static auto *const next = ofQt<void(QBasicMutex *)>("_ZN11QBasicMutex12lockInternalEv");
     next(this);
@@ -283,6 +284,27 @@ void QBasicMutex::unlockInternal() noexcept
     static auto *const next = ofQt<void(QBasicMutex *)>("_ZN11QBasicMutex14unlockInternalEv");
     __tsan_release(this);
     next(this);
+}
+
+// ------------------------------------------------------------------ threads
+
+void QThread::start(Priority priority)
+{
+    static auto *const next = ofQt<void(QThread *, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    // Called on the thread, as the last of what is not Qt's own.
+    connect(
+        this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
+    next(this, priority);
+}
+
+bool QThread::wait(QDeadlineTimer deadline)
+{
+    static auto *const next =
+        ofQt<bool(QThread *, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool ended = next(this, deadline);
+    if (ended)
+        __tsan_acquire(this);
+    return ended;
 }
 
 // ------------------------------------------------------------------ pools and futures

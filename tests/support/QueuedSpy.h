@@ -25,6 +25,9 @@ public:
             Qt::QueuedConnection);
     }
 
+    /// What is still on its way is taken down too: Qt would delete it out of the sanitizer's sight.
+    ~QueuedSpy() override { QCoreApplication::sendPostedEvents(this); }
+
     /// Whether one more comes, as QSignalSpy::wait.
     bool wait(int milliseconds = 5000)
     {
