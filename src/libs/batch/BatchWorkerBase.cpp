@@ -22,7 +22,11 @@ bool BatchWorkerBase::startCoordinator(const QString &name, std::function<void()
     }));
     m_coordinator->setObjectName(name);
     m_coordinator->start();
-    return true;
+    if (m_coordinator->isRunning() || m_coordinator->isFinished())
+        return true;
+    m_coordinator.reset();
+    m_busy = false;
+    return false;
 }
 
 void BatchWorkerBase::waitForCoordinator()

@@ -32,8 +32,8 @@ public:
 
 protected:
     /// Takes the worker's slot and runs `function` on a new thread of that name; the slot is free
-    /// again when the function has ended. False, and nothing is run, while the slot is taken. Main
-    /// thread.
+    /// again when the function has ended. False, and nothing is run, while the slot is taken, and
+    /// when the system starts no further thread. Main thread.
     bool startCoordinator(const QString &name, std::function<void()> function);
 
     /// Blocks until the function has ended; at once if none runs. Main thread.

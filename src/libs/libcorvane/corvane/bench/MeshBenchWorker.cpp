@@ -45,23 +45,19 @@ QStringList MeshBenchWorker::supportedTypes() const
 
 void MeshBenchWorker::execute(batch::BatchQueue *queue, quint64 jobId)
 {
-    if (!canAccept()) {
-        queue->fail(jobId, u"Mesh bench is busy with another job"_s);
-        return;
-    }
+    const auto refuse = [&](const QString &error) { queue->fail(jobId, error); };
+    if (!canAccept())
+        return refuse(u"Mesh bench is busy with another job"_s);
     const auto job = queue->job(jobId);
-    if (!job) {
-        queue->fail(jobId, u"Job not found"_s);
-        return;
-    }
+    if (!job)
+        return refuse(u"Job not found"_s);
     const auto request = BenchRequest::fromPayload(job->payload);
-    if (!request) {
-        queue->fail(jobId, BenchRequest::missingParts());
-        return;
-    }
+    if (!request)
+        return refuse(BenchRequest::missingParts());
     m_watch = std::make_unique<jobs::JobWatch>(queue, jobId);
-    startCoordinator(u"Ondrel.corvane.mesh-bench-coordinator"_s,
-                     [this, queue, jobId, request = *request] { work(queue, jobId, request); });
+    const auto body = [this, queue, jobId, request = *request] { work(queue, jobId, request); };
+    if (!startCoordinator(u"Ondrel.corvane.mesh-bench-coordinator"_s, body))
+        refuse(u"Mesh bench: the system starts no further thread"_s);
 }
 
 void MeshBenchWorker::work(batch::BatchQueue *queue, quint64 jobId, const BenchRequest &request)

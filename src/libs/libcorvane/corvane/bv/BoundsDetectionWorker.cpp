@@ -168,10 +168,11 @@ void BoundsDetectionWorker::execute(batch::BatchQueue *queue, quint64 jobId)
     if (!context)
         return refuse(u"Missing bounds detection context for snapshot: %1"_s.arg(snapshotId));
     m_watch = std::make_unique<jobs::JobWatch>(queue, jobId);
-    startCoordinator(u"Ondrel.corvane.bounds-detection"_s,
-                     [this, queue, jobId, snapshotId, context = *context] {
-                         work(queue, jobId, snapshotId, context);
-                     });
+    const auto body = [this, queue, jobId, snapshotId, context = *context] {
+        work(queue, jobId, snapshotId, context);
+    };
+    if (!startCoordinator(u"Ondrel.corvane.bounds-detection"_s, body))
+        refuse(u"Bounds detection: the system starts no further thread"_s);
 }
 
 void BoundsDetectionWorker::work(batch::BatchQueue *queue, quint64 jobId, const QString &snapshotId,
