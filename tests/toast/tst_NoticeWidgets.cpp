@@ -88,9 +88,11 @@ private slots:
         QCOMPARE(child<QLabel>(*card, u"noticeTitle"_s)->textFormat(), Qt::PlainText);
         QVERIFY(card->styleSheet().contains(borderColor(severity)));
         QCOMPARE(overlay.dwellMs(id), dwellMs);
-        // The mouse holds it.
+        // The mouse holds it, also when it comes again.
         QEnterEvent enter({}, {}, {});
         QCoreApplication::sendEvent(overlay.card(id), &enter);
+        QCOMPARE(overlay.dwellMs(id), -1);
+        notify(manager, severity, u"<b>T</b>"_s);
         QCOMPARE(overlay.dwellMs(id), -1);
         QEvent leave(QEvent::Leave);
         QCoreApplication::sendEvent(overlay.card(id), &leave);

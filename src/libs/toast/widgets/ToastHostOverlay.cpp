@@ -63,7 +63,8 @@ void ToastHostOverlay::show(const ToastRecord &record)
     notice->setCount(record.count);
     m_column->removeWidget(notice);
     m_column->insertWidget(0, notice);
-    startDwell(record.id, record.severity);
+    if (!notice->underMouse()) // it may come again while it is being read
+        startDwell(record.id, record.severity);
     arrange();
 }
 
