@@ -86,6 +86,9 @@ void TstSceneBuildTreeTask::brokenTrees_data()
     QTest::newRow("children as one name")
         << QVariant(mapOf(R"({"instances": {"a": {"definition": "union", "children": "b"}}})"))
         << u"'children' of instance 'a' must be a list of names."_s;
+    QTest::newRow("roots in a broken list")
+        << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere"}}, "roots": "[a"})"))
+        << u"'roots' must be a list of names."_s;
     QTest::newRow("parameters in a list")
         << QVariant(mapOf(R"({"instances": {"a": {"definition": "sphere", "params": [1]}}})"))
         << u"'params' of instance 'a' must be a JSON object."_s;

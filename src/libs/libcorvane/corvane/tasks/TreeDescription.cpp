@@ -147,9 +147,7 @@ QStringList orderOf(const QVariantMap &instances, const Links &links, const QStr
 
 bool isListOfNames(const QVariant &value)
 {
-    const bool isText = value.typeId() == QMetaType::QString;
-    return value.isNull() || value.typeId() == QMetaType::QVariantList ||
-           (isText && value.toString().startsWith(u'['));
+    return value.isNull() || unquoted(value).typeId() == QMetaType::QVariantList;
 }
 
 /// What would be passed over, or lost when the scene is saved; empty when nothing is.
@@ -171,47 +169,51 @@ QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
     return {};
 }
 
+QList<TreeDescription::Node> nodesOf(const QVariantMap &instances, const Links &links,
+                                     const QStringList &order)
+{
+    QList<TreeDescription::Node> nodes;
+    for (const QString &name : order) {
+        const QVariantMap node = instances.value(name).toMap();
+        QVariantMap params = node.value(u"params"_s).toMap();
+        params.remove(u"children"_s);
+        nodes.append({.name = name,
+                      .parentName = links.parents.value(name),
+                      .definitionId = node.value(u"definition"_s).toString(),
+                      .params = params});
+    }
+    return nodes;
+}
+
 } // namespace
 
 std::optional<TreeDescription> TreeDescription::read(const QVariant &tree, QString &cause,
                                                      QString &suggestion)
 {
+    const auto refuse = [&cause, &suggestion](const QString &why, const QString &advice) {
+        cause = why;
+        suggestion = advice;
+        return std::nullopt;
+    };
     const auto map = readTree(tree, cause, suggestion);
     if (!map)
         return std::nullopt;
     const QVariantMap instances = map->value(u"instances"_s).toMap();
-    if (instances.isEmpty()) {
-        cause = u"'instances' map is empty or missing"_s;
-        suggestion = u"provide at least one instance"_s;
-        return std::nullopt;
-    }
-    cause = flawOf(*map, instances);
-    if (!cause.isEmpty()) {
-        suggestion = u"fix the tree description and retry"_s;
-        return std::nullopt;
-    }
-    TreeDescription description;
-    description.rootNames = textsOf(ZirnTaskParams(*map).getList(u"roots"_s));
+    if (instances.isEmpty())
+        return refuse(u"'instances' map is empty or missing"_s, u"provide at least one instance"_s);
+    const QString flaw = flawOf(*map, instances);
+    if (!flaw.isEmpty())
+        return refuse(flaw, u"fix the tree description and retry"_s);
+    QStringList roots = textsOf(ZirnTaskParams(*map).getList(u"roots"_s));
     const Links links = linksOf(instances);
-    const QStringList order = orderOf(instances, links, description.rootNames);
-    if (order.isEmpty()) {
-        cause = u"cycle detected in children references"_s;
-        suggestion = u"check that no instance is an ancestor of itself"_s;
-        return std::nullopt;
-    }
-    const bool hasRoots = !description.rootNames.isEmpty();
-    for (const QString &name : order) {
-        if (!hasRoots && !links.parents.contains(name))
-            description.rootNames.append(name);
-        const QVariantMap node = instances.value(name).toMap();
-        QVariantMap params = node.value(u"params"_s).toMap();
-        params.remove(u"children"_s);
-        description.nodes.append({.name = name,
-                                  .parentName = links.parents.value(name),
-                                  .definitionId = node.value(u"definition"_s).toString(),
-                                  .params = params});
-    }
-    return description;
+    const QStringList order = orderOf(instances, links, roots);
+    if (order.isEmpty())
+        return refuse(u"cycle detected in children references"_s,
+                      u"check that no instance is an ancestor of itself"_s);
+    if (roots.isEmpty())
+        std::copy_if(order.cbegin(), order.cend(), std::back_inserter(roots),
+                     [&links](const QString &name) { return !links.parents.contains(name); });
+    return TreeDescription{.nodes = nodesOf(instances, links, order), .rootNames = roots};
 }
 
 } // namespace corvane::zirn
