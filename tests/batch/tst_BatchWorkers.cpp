@@ -7,15 +7,6 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 
-// What the library of that name offers must be found from inside corvane, although contexts are in
-// a namespace of the same name there: this compiles or it does not.
-namespace store {
-constexpr int ofTheLibrary = 1;
-}
-namespace corvane::xport {
-static_assert(store::ofTheLibrary == 1);
-}
-
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using batch::AdaptiveProgressInterval;

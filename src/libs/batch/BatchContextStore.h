@@ -8,13 +8,7 @@
 #include <optional>
 #include <utility>
 
-namespace store {}
-
 namespace corvane::store {
-
-// Inside corvane the word "store" means this namespace as soon as this header is read; what belongs
-// to the library of that name must still be found there.
-using namespace ::store;
 
 /// What is too large for a job's payload, beside the job: a snapshot of a scene, a shader's source.
 /// The producer adds it under a fresh key before it submits the job whose payload carries the key
@@ -22,6 +16,8 @@ using namespace ::store;
 /// outlives a job that ran.
 ///
 /// Contexts are copied out, so hold what is large by a shared pointer. Any thread may call.
+///
+/// Inside corvane, "store" is this namespace from here on; the library of that name is "::store".
 template<typename Context>
 class BatchContextStore
 {
