@@ -55,8 +55,9 @@ void removeId(QHash<Key, QList<int>> &idsByKey, const Key &key, const QSet<int> 
 
 ErrorManager &ErrorManager::instance()
 {
-    static ErrorManager manager;
-    return manager;
+    // Never destroyed: threads may still report to it while the process ends.
+    static auto *const manager = new ErrorManager;
+    return *manager;
 }
 
 ErrorManager::ErrorManager(QObject *parent)
