@@ -5,9 +5,9 @@
 // The functions of Qt through which our code hands over and waits are defined here once more: a
 // linker takes those of the program first. They do as Qt does, and mark the moments that Qt puts in
 // order. Each mark belongs to one call, one sender or one lock, so that nothing is ordered that Qt
-// leaves open, and a race of our own is still found. (The sanitizer's own way out,
-// ignore_noninstrumented_modules, takes every module for one on Linux, and hides all races on a
-// thread of QThread::create.)
+// leaves open, and a race of our own is still found. (The sanitizer's own way out, its option
+// ignore_noninstrumented_modules, takes our code for not instrumented too on Linux, and hides every
+// race on a thread of QThread::create.)
 //
 // Linked into the tests of a build with the thread sanitizer, and nowhere else.
 
