@@ -70,6 +70,8 @@ private slots:
         QTest::newRow("no bytes") << QVariant(QByteArray());
         QTest::newRow("a rectangle") << QVariant(QRect(-3, 4, 500, 600));
         QTest::newRow("a list") << QVariant(QStringList{u"a, b"_s, u""_s, u"c"_s});
+        QTest::newRow("a list of what looks like types")
+            << QVariant(QStringList{u"@Rect(1 2 3 4)"_s, u"@@"_s, u"@ByteArray(x)"_s});
     }
 
     void valuesComeBackAsTheyWere()

@@ -70,18 +70,19 @@ QByteArray escapedText(const QString &value)
     return needsQuotes ? '"' + text + '"' : text;
 }
 
-QByteArray escapedList(const QStringList &list)
-{
-    QByteArrayList elements;
-    for (const QString &element : list)
-        elements.append(element.isEmpty() ? QByteArray("\"\"") : escapedText(element));
-    return elements.join(", ");
-}
-
 // A leading "@" announces a type, so one of the text's own is doubled.
 QString withoutMarker(const QString &text)
 {
     return text.startsWith(u'@') ? u'@' + text : text;
+}
+
+QByteArray escapedList(const QStringList &list)
+{
+    QByteArrayList elements;
+    for (const QString &element : list)
+        elements.append(element.isEmpty() ? QByteArray("\"\"")
+                                          : escapedText(withoutMarker(element)));
+    return elements.join(", ");
 }
 
 std::optional<QByteArray> iniValue(const QVariant &value)
