@@ -1,4 +1,5 @@
 #include <store/FaultInjection.h>
+#include <store/FolderLock.h>
 #include <store/IniText.h>
 #include <store/SettingDefaults.h>
 #include <store/Settings.h>
@@ -244,6 +245,25 @@ private slots:
         second.flush();
         QCOMPARE(onDisk(u"mine"_s), 3);
         QCOMPARE(onDisk(u"both"_s), 4);
+    }
+
+    void aFolderIsLockedByOneAtATime()
+    {
+        using store::FolderLock;
+        Settings settings(names);
+        const QString folder = QFileInfo(settings.filePath()).path();
+        QVERIFY(!FolderLock(folder).isHeld()); // there is none yet
+        QVERIFY(QDir().mkpath(folder));
+        {
+            const FolderLock first(folder);
+            QVERIFY(first.isHeld());
+            QVERIFY(!FolderLock(folder, 0ms).isHeld());
+        }
+        const FolderLock next(folder, 0ms);
+        QVERIFY(next.isHeld());
+        QVERIFY(QDir(folder).isEmpty());
+        settings.setCustomSettingInt(u"k"_s, 1); // whoever does not let go is not waited for
+        QCOMPARE(onDisk(u"k"_s), 1);
     }
 
     void aFailedWriteLeavesTheOldFile()

@@ -1,5 +1,6 @@
 #include "Settings.h"
 
+#include "FolderLock.h"
 #include "IniText.h"
 #include "PrivateFile.h"
 #include "SafeFile.h"
@@ -257,6 +258,9 @@ void Settings::delayedSync()
 
 bool Settings::write()
 {
+    const QString folder = QFileInfo(m_path).path();
+    QDir().mkpath(folder);
+    const FolderLock lock(folder); // what another writes between our reading and writing is lost
     Reading disk = readFile(m_path);
     QString error = disk.unreachable;
     if (!disk.damage.isEmpty() &&
@@ -266,8 +270,6 @@ bool Settings::write()
     Values merged = disk.damage.isEmpty() ? disk.values : m_values;
     for (const QString &path : std::as_const(m_changed))
         merged.insert(path, m_values.value(path));
-    if (error.isEmpty())
-        QDir().mkpath(QFileInfo(m_path).path());
     if (!error.isEmpty() || !writeFile(m_path, iniText(merged), &error)) {
         qCWarning(lcSettings).noquote()
             << u"ERROR: Could not write settings to '%1': %2"_s.arg(m_path, error);

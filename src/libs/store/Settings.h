@@ -21,7 +21,8 @@ namespace store {
 /// good file by a cut one when the disk is full.
 ///
 /// Changes reach the disk at most once in ten seconds, and in any case before the process ends
-/// (ShutdownLifecycle). What another process wrote meanwhile stays, except under keys changed here.
+/// (ShutdownLifecycle). What another process wrote meanwhile stays, except under keys changed here;
+/// processes that write at the same time wait for each other.
 /// A damaged file is set aside under a new name, and defaults are used.
 ///
 /// A key is a path such as "panels/sceneWidth". A getter answers its default for a key that is not

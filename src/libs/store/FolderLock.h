@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+
+namespace store {
+
+/// Keeps the other processes that use this out of a folder's files while one of them is read,
+/// changed and written back. The system takes the lock away when its process ends, and nothing is
+/// left on the disk.
+///
+/// Whoever holds it longer than `patience` holds it for something else, and is not waited for; nor
+/// is anything where there are no locks, as on some network disks.
+class FolderLock
+{
+public:
+    explicit FolderLock(const QString &folder,
+                        std::chrono::milliseconds patience = std::chrono::milliseconds(500));
+    ~FolderLock();
+    FolderLock(const FolderLock &) = delete;
+    FolderLock &operator=(const FolderLock &) = delete;
+
+    bool isHeld() const { return m_isHeld; }
+
+private:
+    int m_descriptor = -1;
+    bool m_isHeld = false;
+};
+
+} // namespace store
