@@ -119,6 +119,7 @@ void LogicalSceneCompiler::followRename(LogicalExpressions &expressions,
         const QStringList wrappers = m_mappings.value(id).wrapperIds.keys();
         for (const QString &wrapperId : wrappers)
             onWrapperParameterChanged(id, wrapperId);
+        onInstanceTransformChanged(id);
     }
 }
 

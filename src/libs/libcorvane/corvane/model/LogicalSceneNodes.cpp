@@ -1,6 +1,7 @@
 // Changes of single nodes of a logical scene, and the selection.
 #include <corvane/model/LogicalScene.h>
 
+#include <corvane/model/NodeCompilation.h>
 #include <corvane/model/SceneItem.h>
 
 using namespace Qt::StringLiterals;
@@ -185,13 +186,17 @@ bool LogicalScene::replaceInstance(const LogicalInstance &replacement)
     setInstanceName(id, replacement.name);
     if (before.params != after.params || !haveSameSurface(before, after))
         emit instanceParameterChanged(id);
-    if (!haveSameTransform(before, after))
-        emit instanceTransformChanged(id);
+    bool isTransformTouched = !haveSameTransform(before, after);
     for (const WrapperValues &wrapper : after.wrappers) {
         const WrapperValues *old = before.wrapper(wrapper.definitionId);
-        if (!old || *old != wrapper)
-            emit wrapperParameterChanged(id, wrapper.definitionId);
+        if (old && *old == wrapper)
+            continue;
+        emit wrapperParameterChanged(id, wrapper.definitionId);
+        isTransformTouched |= !NodeCompilation::connectedParameter(wrapper.definitionId).isEmpty();
     }
+    // Last, as it overrides what the values of wrappers say.
+    if (isTransformTouched)
+        emit instanceTransformChanged(id);
     setInstanceTags(id, replacement.tags);
     if (before.definitionId != after.definitionId ||
         before.componentDefId != after.componentDefId || wrapperIds(before) != wrapperIds(after))

@@ -87,7 +87,7 @@ QVariantMap parameterState(const OpContext &context, const QUuid &id, const QStr
     return state;
 }
 
-/// What a node's transform says anyway, so that it has to follow.
+/// Whether the parameter of a wrapper is a part of the node's transform.
 bool isConnected(const QString &wrapperId, const QString &param)
 {
     return model::NodeCompilation::connectedParameter(wrapperId) == param;
@@ -118,11 +118,15 @@ bool canFollow(const model::LogicalInstance &node, const QString &wrapperId, con
     return changed.takeTransformOf(wrapperId);
 }
 
-void followWrapper(OpContext &context, const QUuid &id, const QString &wrapperId)
+/// The node's transform follows the parameter that says it. For any other it is told again, as the
+/// compiled wrapper has what its values say until then.
+void followWrapper(OpContext &context, const QUuid &id, const QString &wrapperId,
+                   const QString &param)
 {
     model::LogicalInstance node = *context.node(id);
-    if (node.takeTransformOf(wrapperId))
-        context.tree->setInstanceTransform(id, node.translate, node.rotate, node.scale);
+    if (isConnected(wrapperId, param))
+        node.takeTransformOf(wrapperId);
+    context.tree->setInstanceTransform(id, node.translate, node.rotate, node.scale);
 }
 
 OpOutcome setWrapperParameter(OpContext &context, const OpCall &call, const QUuid &id)
@@ -134,19 +138,19 @@ OpOutcome setWrapperParameter(OpContext &context, const OpCall &call, const QUui
     const bool isKnown = registry::Registry::instance().contains(wrapperId);
     if (!isKnown && !context.node(id)->wrapper(wrapperId))
         return call.refuse(u"unknown wrapper:"_s, wrapperId);
-    const bool connected = isConnected(wrapperId, param);
-    if (connected && !canFollow(*context.node(id), wrapperId, param, call.value("value"_L1)))
+    const bool isTransform = isConnected(wrapperId, param);
+    if (isTransform && !canFollow(*context.node(id), wrapperId, param, call.value("value"_L1)))
         return call.refuse(u"a transform takes finite numbers:"_s, param);
     OpChange change{.itemId = id,
                     .before = wrapperState(context, id, wrapperId, param),
                     .textArgs = {param},
                     .scope = idText(id) + u"/wrappers/"_s + wrapperId + u'/' + param};
-    if (connected)
+    if (isTransform)
         change.scope = idText(id) + u"/transform"_s;
     const model::LogicalScene::Batch batch(*context.tree);
     context.tree->setWrapperParameter(id, wrapperId, param, call.value("value"_L1));
-    if (connected)
-        followWrapper(context, id, wrapperId);
+    if (!model::NodeCompilation::connectedParameter(wrapperId).isEmpty())
+        followWrapper(context, id, wrapperId, param);
     change.after = wrapperState(context, id, wrapperId, param);
     return change;
 }
