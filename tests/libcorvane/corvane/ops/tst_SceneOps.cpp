@@ -55,6 +55,8 @@ private slots:
 
     void addedNodeComesBackWithItsId();
     void removedBranchComesBackAtItsPlace();
+    void whatIsAddedBelowAGroupIsMovedByIt_data();
+    void whatIsAddedBelowAGroupIsMovedByIt();
     void detachedNodeComesBackDetached_data();
     void detachedNodeComesBackDetached();
     void copyHasAllBelowAndNamesOfItsOwn();
@@ -101,6 +103,42 @@ void TstSceneOps::removedBranchComesBackAtItsPlace()
     QVERIFY(fixture.apply(OpKind::ItemRemove, {{u"itemId"_s, top}}));
     QCOMPARE(fixture.tree.instances().size(), 2);
     fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+}
+
+void TstSceneOps::whatIsAddedBelowAGroupIsMovedByIt_data()
+{
+    QTest::addColumn<QString>("itemType");
+    QTest::addColumn<bool>("isFollowed");
+    for (const QString &itemType : {model::ItemTypes::Group, model::ItemTypes::SdfDomain}) {
+        QTest::addRow("%s", qPrintable(itemType)) << itemType << false;
+        QTest::addRow("%s, beside a tree", qPrintable(itemType)) << itemType << true;
+    }
+}
+
+void TstSceneOps::whatIsAddedBelowAGroupIsMovedByIt()
+{
+    QFETCH(const QString, itemType);
+    QFETCH(const bool, isFollowed);
+    OpFixture fixture;
+    std::optional<EditorFollowers> followers;
+    if (isFollowed)
+        followers.emplace(fixture);
+    const QUuid group = fixture.add({{u"itemType"_s, itemType}});
+    const QByteArray before = fixture.state();
+    const QUuid ball = fixture.addNode(u"sphere"_s, group);
+    QCOMPARE(fixture.document->item(ball).parentId, group);
+    QVERIFY(fixture.apply(OpKind::ItemSetTransform, {{u"itemId"_s, ball}, {u"tx"_s, 2}}));
+    if (isFollowed)
+        fixture.addNode(u"box"_s);
+
+    // The ball is drawn once, by its wrapper, and whatever moves that stands in the group as well.
+    const QList<QUuid> roots = fixture.document->roots();
+    QCOMPARE(roots.size(), isFollowed ? 2 : 1);
+    QCOMPARE(fixture.document->childInstanceIds(roots.last()), QList<QUuid>{ball});
+    QCOMPARE(fixture.document->item(roots.last()).parentId, group);
+    while (fixture.document->hasItem(ball))
+        fixture.stack().undo();
     QCOMPARE(fixture.state(), before);
 }
 

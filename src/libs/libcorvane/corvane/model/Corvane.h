@@ -134,6 +134,8 @@ public:
     /// false, roots() is the picture, and an empty list is an empty picture (all roots of a file
     /// may name nothing).
     bool drawsAllItems() const { return !m_hasRoots; }
+    /// Takes the roots back, as if none were ever set.
+    void drawAllItems();
     /// What an item's "children" parameter names, in its order; references that name nothing are
     /// left out.
     QList<QUuid> childInstanceIds(const QUuid &id) const;

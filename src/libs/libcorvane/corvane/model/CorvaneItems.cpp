@@ -146,6 +146,16 @@ void Corvane::removeRoot(const QUuid &id)
         rootsTouched();
 }
 
+void Corvane::drawAllItems()
+{
+    if (drawsAllItems())
+        return;
+    m_roots.clear();
+    m_hasRoots = false;
+    emit rootsChanged();
+    emit sceneChanged();
+}
+
 void Corvane::rootsTouched()
 {
     m_hasRoots = true;

@@ -2,6 +2,7 @@
 #include <corvane/model/LogicalSceneCompiler.h>
 
 #include <corvane/model/CompiledItems.h>
+#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/Logging.h>
 #include <corvane/model/MaterialLibrary.h>
 
@@ -78,6 +79,20 @@ private:
     QHash<QUuid, State> m_known;
 };
 
+/// Those that were made without a tree, or are around such an item.
+QList<QUuid> rootsOfDocument(const Corvane &document, const QSet<QUuid> &compiled)
+{
+    QList<QUuid> roots = document.roots();
+    roots.removeIf([&](const QUuid &id) {
+        if (compiled.contains(id))
+            return true;
+        const SceneItem item = document.item(id);
+        const QUuid owner = ItemWrappers::ownerOf(document, item);
+        return (owner.isNull() ? item : document.item(owner)).hasTag(ItemTags::Compiled);
+    });
+    return roots;
+}
+
 } // namespace
 
 LogicalSceneCompiler::LogicalSceneCompiler(QObject *parent)
@@ -109,12 +124,13 @@ void LogicalSceneCompiler::fullCompile()
         expandComponents();
         const QSet<QUuid> replaced(before.cbegin(), before.cend());
         const qsizetype nodeCount = m_source->instances().size() + m_expansion.nodes.size();
+        const QList<QUuid> roots = rootsOfDocument(*m_target, replaced);
         CompiledItems items(*m_target, *m_memory, replaced, nodeCount);
         compileNodes(items);
         mapComponentInstances(items);
         linkChildren(items);
         items.store();
-        linkRoots();
+        linkRoots(roots);
         indexSources();
         m_lookups = {};
     }
@@ -240,10 +256,14 @@ void LogicalSceneCompiler::indexSources()
     }
 }
 
-void LogicalSceneCompiler::linkRoots()
+void LogicalSceneCompiler::linkRoots(const QList<QUuid> &before)
 {
-    const QList<QUuid> top = m_soloRootId.isNull() ? m_source->roots() : QList<QUuid>{m_soloRootId};
-    m_target->setRoots(outerIdsOf(flattenContainers(top)));
+    const bool isSolo = !m_soloRootId.isNull();
+    const QList<QUuid> top = isSolo ? QList<QUuid>{m_soloRootId} : m_source->roots();
+    QList<QUuid> roots = isSolo ? QList<QUuid>() : before;
+    roots.removeIf([this](const QUuid &id) { return m_lookups.sources.contains(id); });
+    // Behind the tree's, where those come that are added: an order for undo to find again.
+    m_target->setRoots(outerIdsOf(flattenContainers(top)) + roots);
 }
 
 QList<QUuid> LogicalSceneCompiler::outerIdsOf(const QList<QUuid> &nodes) const

@@ -34,10 +34,10 @@ struct CompiledInstanceMapping
 /// so.
 ///
 /// The source is a LogicalScene, the target a document: its items tagged "compiled", their
-/// "children" parameters, and its roots are the compiled scene; items of other sorts are left
-/// alone. The chain of a node is wrapper over wrapper over core, so that a point goes through the
-/// first wrapper first. Groups have no field: their children stand in their place. A component
-/// instance stands for the nodes of its structure.
+/// "children" parameters, and its roots are the compiled scene; items of other sorts, and roots
+/// that were made without a tree, are left alone. The chain of a node is wrapper over wrapper over
+/// core, so that a point goes through the first wrapper first. Groups have no field: their children
+/// stand in their place. A component instance stands for the nodes of its structure.
 ///
 /// From the moment that source and target are set, the target follows: a change of the tree
 /// compiles all anew, with one sceneChanged(); a change of parameters, of a transform or of a
@@ -119,7 +119,7 @@ private:
     void compileNodes(CompiledItems &items);
     void mapComponentInstances(CompiledItems &items);
     void linkChildren(CompiledItems &items);
-    void linkRoots();
+    void linkRoots(const QList<QUuid> &before);
     void enter(const CompiledInstanceMapping &mapping);
     void indexSources();
     QList<QUuid> outerIdsOf(const QList<QUuid> &nodes) const;

@@ -104,24 +104,36 @@ qint32 nextSortOrder(const OpContext &context, const QUuid &parentId)
     return siblings.isEmpty() ? 0 : context.document.item(siblings.last()).sortOrder + 1;
 }
 
-/// Below an operator that no tree stands behind: an item of the document as well.
-OpOutcome addOperand(OpContext &context, const OpCall &call, const QUuid &operatorId)
+/// Whether what is added to the field below it is an item of the document as well: below operators
+/// that no tree stands behind, groups and domains.
+bool holdsItems(const model::Corvane &document, const QUuid &id)
+{
+    const QString type = document.item(id).itemType;
+    return isOperator(document, id) || type == model::ItemTypes::Group ||
+           type == model::ItemTypes::SdfDomain;
+}
+
+OpOutcome addItemOfField(OpContext &context, const OpCall &call, const QUuid &parentId)
 {
     const QString definitionId = call.text("definitionId"_L1);
     if (!registry::Registry::instance().contains(definitionId))
-        return call.refuse(u"only nodes of the tree hold components:"_s, operatorId);
-    if (!hasRoom(context.document, operatorId))
-        return call.refuse(u"no room for another child:"_s, operatorId);
+        return call.refuse(u"only nodes of the tree hold components:"_s, parentId);
+    const bool isOperand = isOperator(context.document, parentId);
+    if (isOperand && !hasRoom(context.document, parentId))
+        return call.refuse(u"no room for another child:"_s, parentId);
     const QString label = labelOf(context, definitionId);
     const QString name = call.text("name"_L1);
     model::Instance item(definitionId);
     item.name = context.uniqueName(name.isEmpty() ? label + u" 1"_s : name);
     item.capabilities = model::ItemCapabilities::sdfItem;
     item.materialId = context.materials.defaultMaterialId();
-    item.parentId = operatorId;
-    item.sortOrder = nextSortOrder(context, operatorId);
+    item.parentId = parentId;
+    item.sortOrder = nextSortOrder(context, parentId);
     context.document.addItem(item);
-    insertOperand(context.document, operatorId, item.id, call.number("insertIndex"_L1, -1));
+    if (isOperand)
+        insertOperand(context.document, parentId, item.id, call.number("insertIndex"_L1, -1));
+    else if (!context.document.drawsAllItems())
+        context.document.addRoot(item.id);
     return added(context, item.id, label);
 }
 
@@ -135,8 +147,8 @@ OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
     if (!isContainer && !isKnownDefinition(context, definitionId))
         return call.refuse(u"unknown definition:"_s, definitionId);
     const QUuid parentId = call.id("parentId"_L1);
-    if (!isContainer && !context.node(parentId) && isOperator(context.document, parentId))
-        return addOperand(context, call, parentId);
+    if (!isContainer && !context.node(parentId) && holdsItems(context.document, parentId))
+        return addItemOfField(context, call, parentId);
     const NodePlace place = placeForNode(context, call, "parentId"_L1);
     if (!place.refusal.isEmpty())
         return call.refuse(place.refusal, call.text("parentId"_L1));

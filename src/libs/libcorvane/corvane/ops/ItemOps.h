@@ -11,7 +11,8 @@ struct OpContext;
 // arguments. A `restore...` brings a modification back to a state that its op recorded.
 
 /// "sdf" adds a node of a definition or a component, or a group with `container`; a "group" below a
-/// node is a node, too. Any other type, and a "group" elsewhere, is an item of the document.
+/// node is a node, too. Any other type, and a "group" elsewhere, is an item of the document, and so
+/// is what is added to the field below such items: their transform moves items, not nodes.
 OpOutcome applyItemAdd(OpContext &context, const OpCall &call);
 /// Takes away what stands below, too.
 OpOutcome applyItemRemove(OpContext &context, const OpCall &call);

@@ -105,10 +105,23 @@ void setNodeTransform(OpContext &context, const QUuid &id, const Transform &tran
     context.tree->setInstanceTransform(id, transform.translate, transform.rotate, transform.scale);
 }
 
+/// Where everything is drawn, a wrapper would be drawn beside what it moves.
+void nameRoots(model::Corvane &document)
+{
+    QList<QUuid> roots;
+    const QList<model::SceneItem> items = document.itemsOfType(model::ItemTypes::Sdf);
+    for (const model::SceneItem &item : items)
+        roots.append(item.id);
+    document.setRoots(roots);
+}
+
 bool setTransform(OpContext &context, const QUuid &id, const Transform &transform)
 {
-    if (isOfField(context, id))
+    if (isOfField(context, id)) {
+        if (context.document.drawsAllItems() && transform != Transform())
+            nameRoots(context.document);
         return ItemWrappers::setTransform(context.document, id, transform);
+    }
     if (context.node(id))
         setNodeTransform(context, id, transform);
     else
@@ -159,6 +172,7 @@ QVariantMap transformState(const OpContext &context, const QUuid &id)
     } else if (isOfField(context, id)) {
         state.insert(u"wrappers"_s, ItemWrappers(context.document, id).wrapperIds());
         state.insert(u"own"_s, stateOf(ownTransform(context.document.item(id))));
+        state.insert(u"drawsAll"_s, context.document.drawsAllItems());
     }
     return state;
 }
@@ -217,6 +231,8 @@ void restoreTransform(OpContext &context, const QUuid &itemId, const QVariantMap
         return;
     ItemWrappers::keepOnly(context.document, itemId, wrapperIds);
     setOwnTransform(context, itemId, transformIn(state.value(u"own"_s).toMap()));
+    if (state.value(u"drawsAll"_s).toBool())
+        context.document.drawAllItems();
 }
 
 } // namespace corvane::ops
