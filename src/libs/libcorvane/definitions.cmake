@@ -28,6 +28,7 @@ corvane_library(corvane_definitions
         corvane/yaml/YamlScalar.cpp
         corvane/yaml/YamlSerializer.cpp
         corvane/yaml/YamlWriter.cpp
+        corvane/yaml/Savable.cpp corvane/yaml/Savable.h
         ${CORVANE_SHADER_SOURCES}
     LINKS Qt6::Core Qt6::Gui shader toast
     PRIVATE_LINKS store)

@@ -36,6 +36,7 @@ private slots:
     void knowsKeysThatCanBeReadBack_data();
     void knowsKeysThatCanBeReadBack();
     void keysThatItCallsReadableAre();
+    void textsThatItCallsReadableAre();
 };
 
 namespace {
@@ -365,6 +366,29 @@ void TstYamlSerializer::keysThatItCallsReadableAre()
         QVERIFY2(parse(text) == map, qPrintable(text));
     }
     QVERIFY(readable > 300);
+}
+
+void TstYamlSerializer::textsThatItCallsReadableAre()
+{
+    const QString characters = u"ab1 .-_:#'\"[]{}(),|>\\"_s;
+    QRandomGenerator random(8);
+    int readable = 0;
+    for (int i = 0; i < 3000; ++i) {
+        QString text;
+        for (int length = random.bounded(1, 9); length > 0; --length)
+            text += characters.at(random.bounded(characters.size()));
+        QVariantMap map{{u"end"_s, 1}};
+        if (YamlSerializer::isReadableText(text))
+            map = {{u"line"_s, text}, {u"expression"_s, QVariantMap{{u"expr"_s, text}}}};
+        if (YamlSerializer::isReadableText(text, true))
+            map.insert(u"list"_s, QVariantList{text, QVariantMap{{u"a"_s, 1}}});
+        readable += map.size() == 3 ? 1 : 0;
+        const QString written = losslessSerializer().serializeMap(map);
+        QVERIFY2(parse(written) == map, qPrintable(text + u'\n' + written));
+    }
+    QVERIFY(readable > 1000);
+    QVERIFY(YamlSerializer::isReadableText(u"float f() {\n\n  return 1.0; // it's\n}\n"_s));
+    QVERIFY(!YamlSerializer::isReadableText(u"#define A 1\nfloat f() { return A; }"_s));
 }
 
 QTEST_APPLESS_MAIN(TstYamlSerializer)

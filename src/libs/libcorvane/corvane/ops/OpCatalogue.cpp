@@ -10,6 +10,7 @@
 #include <corvane/ops/SdfOps.h>
 #include <corvane/ops/SettingsOps.h>
 #include <corvane/ops/VarsetOps.h>
+#include <corvane/yaml/Savable.h>
 
 #include <QHash>
 
@@ -90,7 +91,7 @@ const OpEntry catalogue[] = {
      .apply = &applyItemSetTags,
      .restore = &restoreTags},
     {.kind = OpKind::ItemSetTypeData,
-     .keys = {need("itemId"_L1, Id), need("key"_L1, Text), may("value"_L1, Value)},
+     .keys = {need("itemId"_L1, Id), need("key"_L1, Name), may("value"_L1, Value)},
      .missing = "missing itemId or key"_L1,
      .undoText = u"Set %1",
      .description = u"Set %1",
@@ -112,7 +113,7 @@ const OpEntry catalogue[] = {
      .apply = &applyItemSetProxy,
      .restore = &restoreProxy},
     {.kind = OpKind::SdfSetParameter,
-     .keys = {need("itemId"_L1, Id), need("paramName"_L1, Text), need("value"_L1, Value),
+     .keys = {need("itemId"_L1, Id), need("paramName"_L1, Name), need("value"_L1, Value),
               may("wrapperId"_L1, Text)},
      .missing = "missing itemId or paramName"_L1,
      .undoText = u"Set %1",
@@ -177,7 +178,7 @@ const OpEntry catalogue[] = {
      .description = u"Duplicate material",
      .apply = &applyMaterialDuplicate},
     {.kind = OpKind::VarsetSetVariable,
-     .keys = {need("name"_L1, Text), may("varsetName"_L1, Text), may("entry"_L1, Value),
+     .keys = {need("name"_L1, Name), may("varsetName"_L1, Text), may("entry"_L1, Value),
               may("value"_L1, Value), may("type"_L1, Text)},
      .missing = "missing name"_L1,
      .undoText = u"Set Variable \"%1\"",
@@ -195,7 +196,7 @@ const OpEntry catalogue[] = {
      .describeKeys = "name"_L1,
      .apply = &applyVarsetRemoveVariable},
     {.kind = OpKind::VarsetRenameVar,
-     .keys = {need("oldName"_L1, Text), need("newName"_L1, Text), may("varsetName"_L1, Text)},
+     .keys = {need("oldName"_L1, Text), need("newName"_L1, Name), may("varsetName"_L1, Text)},
      .missing = "missing oldName or newName"_L1,
      .undoText = u"Rename \"%1\" \u2192 \"%2\"",
      .description = u"Rename \"%1\" \u2192 \"%2\"",
@@ -211,7 +212,7 @@ const OpEntry catalogue[] = {
      .apply = &applyVarsetReorder,
      .restore = &restoreVariableOrder},
     {.kind = OpKind::VarsetAddNamed,
-     .keys = {need("varsetName"_L1, Text)},
+     .keys = {need("varsetName"_L1, Name)},
      .missing = "missing varsetName"_L1,
      .undoText = u"Add Varset \"%1\"",
      .description = u"Add varset \"%1\"",
@@ -236,7 +237,7 @@ const OpEntry catalogue[] = {
      .apply = &applyVarsetMoveEntry,
      .restore = &restoreEntryPlace},
     {.kind = OpKind::SettingsSet,
-     .keys = {need("path"_L1, Text), need("value"_L1, Value)},
+     .keys = {need("path"_L1, Name), need("value"_L1, Value)},
      .missing = "missing path"_L1,
      .undoText = u"Set %1",
      .description = u"Set %1",
@@ -275,7 +276,7 @@ const OpEntry catalogue[] = {
      .apply = &applyDefinitionUpdate,
      .restore = &restoreCustomDefinition},
     {.kind = OpKind::ComponentNest,
-     .keys = {need("itemId"_L1, Id), may("name"_L1, Text), may("definitionId"_L1, Text)},
+     .keys = {need("itemId"_L1, Id), may("name"_L1, Text), may("definitionId"_L1, Name)},
      .missing = "missing itemId"_L1,
      .description = u"Nest \"%1\"",
      .shortDescription = u"Nest into component",
@@ -283,7 +284,7 @@ const OpEntry catalogue[] = {
      .apply = &applyComponentNest,
      .restore = &restoreComponentState},
     {.kind = OpKind::ComponentNestMulti,
-     .keys = {need("itemIds"_L1, List), may("name"_L1, Text), may("definitionId"_L1, Text)},
+     .keys = {need("itemIds"_L1, List), may("name"_L1, Text), may("definitionId"_L1, Name)},
      .missing = "missing itemIds"_L1,
      .undoText = u"Nest %1 items",
      .description = u"Nest %1 items",
@@ -339,7 +340,7 @@ bool isGiven(const ArgKey &key, const QVariant &value)
         return !value.toMap().isEmpty();
     if (key.type == Id && value.typeId() == QMetaType::QUuid)
         return !value.toUuid().isNull();
-    const bool isText = key.type == Id || key.type == Text;
+    const bool isText = key.type == Id || key.type == Text || key.type == Name;
     return value.isValid() && (!isText || !value.toString().isEmpty());
 }
 
@@ -369,12 +370,14 @@ QString flawOf(const ArgKey &key, const QVariant &value)
     }
     case Map:
     case FilledMap:
-        return type == QMetaType::QVariantMap ? QString() : u"is no map"_s;
+        return type == QMetaType::QVariantMap ? yaml::whyUnsavable(value) : u"is no map"_s;
+    case Name:
+        return yaml::whyUnsavableName(value.toString());
     case Text:
     case Value:
         break;
     }
-    return {};
+    return yaml::whyUnsavable(value);
 }
 
 } // namespace

@@ -17,6 +17,7 @@ struct OpContext;
 enum class ArgType {
     Id,     ///< a uuid, as such or as text
     Text,   ///< not empty where it is required
+    Name,   ///< the same, and one that can be a key of the scene's file; dots stand between keys
     Number, ///< finite
     Flag,
     List,

@@ -1,7 +1,7 @@
 #include <corvane/tasks/Arguments.h>
 
 #include <corvane/tasks/TaskJson.h>
-#include <corvane/yaml/YamlSerializer.h>
+#include <corvane/yaml/Savable.h>
 #include <corvane/zirn/FailureText.h>
 
 #include <QJsonArray>
@@ -15,9 +15,6 @@ using namespace Qt::StringLiterals;
 namespace corvane::zirn {
 
 namespace {
-
-/// Far from what the reader of scene files takes, whatever the value stands in.
-constexpr int deepestValue = 100;
 
 bool isText(const QVariant &value)
 {
@@ -112,43 +109,15 @@ QString wanted(ArgumentKind kind, const QVariant &value)
     return {};
 }
 
-bool isReadableName(const QString &name)
-{
-    const QStringList words = name.split(u'.', Qt::SkipEmptyParts);
-    return std::all_of(words.cbegin(), words.cend(), &yaml::YamlSerializer::isReadableKey);
-}
-
-/// See unsavable(); `depth` is the number of values around this one.
-QString unsavableAt(int depth, const QVariant &value)
-{
-    const bool isList = value.typeId() == QMetaType::QVariantList;
-    if (!isList && value.typeId() != QMetaType::QVariantMap)
-        return {};
-    if (depth >= deepestValue)
-        return u"is nested deeper than %1 levels"_s.arg(deepestValue);
-    const QVariantMap map = value.toMap();
-    for (auto key = map.keyBegin(); key != map.keyEnd(); ++key) {
-        if (!yaml::YamlSerializer::isReadableKey(*key))
-            return u"has a key that a scene file can't hold: '%1'"_s.arg(shortened(*key));
-    }
-    QString flaw;
-    const QVariantList values = isList ? value.toList() : map.values();
-    for (auto below = values.cbegin(); below != values.cend() && flaw.isEmpty(); ++below)
-        flaw = unsavableAt(depth + 1, *below);
-    return flaw;
-}
-
 /// What is amiss with a value, as the rest of a sentence; empty when nothing is.
 QString flawOf(ArgumentKind kind, const QVariant &value)
 {
     const QString type = wanted(kind, value);
     if (!type.isEmpty())
         return u"must be %1, not '%2'"_s.arg(type, shortened(textOf(value)));
-    if (kind == ArgumentKind::Name && !isReadableName(value.toString()))
-        return u"'%1' can't be held by a scene file, whose names are without ':', '#', ',', "
-               u"brackets, quotes and line breaks"_s.arg(shortened(value.toString()));
-    const bool mayNest = kind == ArgumentKind::Map || kind == ArgumentKind::Value;
-    return mayNest ? unsavable(value) : QString();
+    if (kind == ArgumentKind::Name)
+        return yaml::whyUnsavableName(value.toString());
+    return yaml::whyUnsavable(value);
 }
 
 bool mayBeEmpty(ArgumentKind kind)
@@ -209,11 +178,6 @@ QString argumentFlaw(const QString &attempt, std::span<const ParamRow> params,
             return failureOf(param, attempt, u"is required"_s);
     }
     return unfitArgument(attempt, params, arguments);
-}
-
-QString unsavable(const QVariant &value)
-{
-    return unsavableAt(0, value);
 }
 
 QVariant unquoted(const QVariant &value)

@@ -18,10 +18,6 @@ QString unfitArgument(const QString &attempt, std::span<const ParamRow> params,
 QString argumentFlaw(const QString &attempt, std::span<const ParamRow> params,
                      const QVariantMap &arguments);
 
-/// Why a scene file can't keep a value, such as "has a key that a scene file can't hold: 'a: b'";
-/// empty when it can.
-QString unsavable(const QVariant &value);
-
 /// A text as the JSON number, list, map or truth value that it holds; anything else as it is.
 QVariant unquoted(const QVariant &value);
 

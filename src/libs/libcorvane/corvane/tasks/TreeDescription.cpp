@@ -1,6 +1,7 @@
 #include <corvane/tasks/TreeDescription.h>
 
 #include <corvane/tasks/Arguments.h>
+#include <corvane/yaml/Savable.h>
 #include <corvane/zirn/ZirnTaskParams.h>
 
 #include <QHash>
@@ -162,7 +163,7 @@ QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
             return u"'children' of instance '%1' must be a list of names"_s.arg(it.key());
         if (!params.isNull() && params.typeId() != QMetaType::QVariantMap)
             return u"'params' of instance '%1' must be a JSON object"_s.arg(it.key());
-        const QString flaw = unsavable(params);
+        const QString flaw = yaml::whyUnsavable(params);
         if (!flaw.isEmpty())
             return u"'params' of instance '%1' %2"_s.arg(it.key(), flaw);
     }

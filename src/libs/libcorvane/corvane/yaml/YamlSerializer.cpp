@@ -41,6 +41,16 @@ bool readsBack(const QVariantMap &map)
     return YamlParser().parseToVariantMap(text, errors) == map && errors.isEmpty();
 }
 
+QStringList filledLines(const QString &text)
+{
+    QStringList lines;
+    for (const QString &line : text.split(u'\n')) {
+        if (const QString filled = line.trimmed(); !filled.isEmpty())
+            lines.append(filled);
+    }
+    return lines;
+}
+
 } // namespace
 
 YamlSerializer::YamlSerializer()
@@ -132,6 +142,24 @@ bool YamlSerializer::isReadableKey(const QString &key)
             return false;
     }
     return readsBack({{u"map"_s, QVariantMap{{key, u"a, b"_s}, {u"expr"_s, u"c"_s}}}});
+}
+
+bool YamlSerializer::isReadableText(const QString &text, bool isListItem)
+{
+    const auto isHarmless = [](QChar c) {
+        return isLetterOrDigit(c) || QStringView(u" .+-*/()=").contains(c);
+    };
+    if (std::all_of(text.cbegin(), text.cend(), isHarmless))
+        return true;
+    if (!text.contains(u'\n')) {
+        const QVariant flow = QVariantMap{{u"expr"_s, text}};
+        return readsBack({{u"x"_s, isListItem ? QVariantList{text, QVariantMap()} : QVariant(text)},
+                          {u"flow"_s, flow}});
+    }
+    QList<YamlParser::ParseError> errors;
+    const QString written = YamlSerializer({.lossless = true}).serializeMap({{u"x"_s, text}});
+    const QVariant read = YamlParser().parseToVariantMap(written, errors).value(u"x"_s);
+    return errors.isEmpty() && filledLines(read.toString()) == filledLines(text);
 }
 
 } // namespace corvane::yaml

@@ -9,8 +9,8 @@ namespace corvane::yaml {
 ///
 /// Vectors are written as lists of numbers, a string of several lines as a "|" block wherever it
 /// stands (its blank lines and the indentation of its lines are not kept by the reader). Keys are
-/// written as they are: a key with a colon or a "#" can't be read back, so callers avoid them with
-/// the help of isReadableKey().
+/// written as they are: a key with a colon or a "#" can't be read back, and some texts can't
+/// either; isReadableKey() and isReadableText() tell.
 class YamlSerializer
 {
 public:
@@ -52,6 +52,9 @@ public:
     [[nodiscard]] static QString indentStr(int spaces);
     /// True when the key is read back as it is, whatever its value and wherever its map stands.
     [[nodiscard]] static bool isReadableKey(const QString &key);
+    /// True when the text is read back as it is, but for blank lines and the space around lines.
+    /// As an item of a long list, a text with a colon is not.
+    [[nodiscard]] static bool isReadableText(const QString &text, bool isListItem = false);
 
 private:
     Options m_options;
