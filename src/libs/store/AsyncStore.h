@@ -105,8 +105,8 @@ private:
     std::atomic<quint64> m_counter = 0;
     std::atomic<quint64> m_memoryCounter = 0;
     std::atomic<quint64> m_diskCounter = 0;
-    std::atomic<bool> m_diskUnread =
-        false;                       ///< a file was there at the start and was not looked into
+    /// A file was there at the start and was not looked into.
+    std::atomic<bool> m_diskUnread = false;
     bool m_isContentRefused = false; ///< the frontend made no sense of the last load
     mutable std::mutex m_journalMutex;
     QStringList m_journal;

@@ -21,9 +21,9 @@ enum class Operation { Open, Write, Sync, Rename, Nameless };
 class FaultInjection
 {
 public:
-    explicit FaultInjection(int failingCall); ///< counted from 1 over all operations
-    FaultInjection(Operation operation,
-                   int failingCall); ///< counted from 1 over this operation only
+    /// @param failingCall  counted from 1, over all operations or over the one that is given
+    explicit FaultInjection(int failingCall);
+    FaultInjection(Operation operation, int failingCall);
     ~FaultInjection();
     FaultInjection(const FaultInjection &) = delete;
     FaultInjection &operator=(const FaultInjection &) = delete;

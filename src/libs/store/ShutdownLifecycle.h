@@ -28,8 +28,8 @@ struct ShutdownTask
 /// whoever ends the process asks here first. Nothing runs by itself at exit, since the program
 /// leaves without running destructors:
 ///
-///     store::ShutdownLifecycle::instance().finishWork(5s);   // headless: write what is pending,
-///     wait _Exit(status);
+///     store::ShutdownLifecycle::instance().finishWork(5s);   // writes what is pending, and waits
+///     _Exit(status);
 ///
 /// A probe is asked when the end comes: it starts what is still to be written and registers a task
 /// for what goes on by itself.

@@ -11,14 +11,18 @@ namespace corvane::bench {
 /// One way to export a scene, as a bench compares them: a row of ExportRequest's settings.
 struct BenchPipelineDefinition
 {
-    QString name{}; ///< of the file when the file does not say
-    QString extractor{
-        QStringLiteral("MC")}; ///< "MC", "DC", "DC-octree"; any other word runs marching cubes
-    float cellSize = 0.0f;     ///< scene units; 0 takes the scene's own
-    QString backend{
-        QStringLiteral("CPU")}; ///< "CPU", "GPU", "Native"; any other word runs on the CPU
-    bool sealed = false;        ///< close the surface at the scene's box
-    QStringList postprocess{};  ///< steps as ExportRequest has them
+    /// Of the file when the file does not say.
+    QString name{};
+    /// "MC", "DC", "DC-octree"; any other word runs marching cubes.
+    QString extractor{QStringLiteral("MC")};
+    /// Scene units; 0 takes the scene's own.
+    float cellSize = 0.0f;
+    /// "CPU", "GPU", "Native"; any other word runs on the CPU.
+    QString backend{QStringLiteral("CPU")};
+    /// Whether the surface is closed at the scene's box.
+    bool sealed = false;
+    /// Steps as ExportRequest has them.
+    QStringList postprocess{};
 
     /// The keys are the names of the fields; all are written.
     QJsonObject toJson() const;

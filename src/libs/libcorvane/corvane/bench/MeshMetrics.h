@@ -64,9 +64,8 @@ QVariant metricValue(double value);
 /// triangles by area, so that slivers count for what can be seen of them. Triangles of no area, and
 /// points where the field has no gradient, are left out.
 ///
-/// p95 is the smallest value that 95 of a hundred samples do not exceed. Times
-/// and cellSize are left to the caller. A cancel ends it early, with metrics of no
-/// use.
+/// p95 is the smallest value that 95 of a hundred samples do not exceed. Times and cellSize are
+/// left to the caller. A cancel ends it early, with metrics of no use.
 MeshMetrics computeMeshMetrics(const ::mesh::Mesh<float> &mesh, eval::IFieldEvaluator &field,
                                const std::atomic_bool &cancelFlag);
 
