@@ -126,6 +126,11 @@ void TstSceneMigrator::wrappersAreAbsorbed_data()
         << box +
                u"  c: {type: box}\n  t: {type: translate, params: {children: [\"@b\", \"@c\"]}}\nroots: [t]\n"_s
         << u"t\n.b\n.c\n"_s;
+    QTest::newRow("compiled")
+        << u"  b: {type: box, tags: [compiled], __provenance: {role: 1, sourceItemName: Lid}}\n"
+           "  t: {type: translate, tags: [compiled, selected], __provenance: {role: 2}, "
+           "params: {children: [\"@b\"]}}\nroots: [t]\n"_s
+        << u"Lid\n"_s;
     QTest::newRow("not offered") << u"  b: {type: onion}\n"_s + moved + u"roots: [t]\n"_s
                                  << u"t\n.b\n"_s;
 }

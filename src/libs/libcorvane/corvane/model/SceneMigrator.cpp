@@ -1,5 +1,7 @@
 #include <corvane/model/SceneMigrator.h>
 
+#include <corvane/model/SDFNodeProvenance.h>
+#include <corvane/model/SceneItem.h>
 #include <corvane/model/Version1Parts.h>
 #include <corvane/model/WarningList.h>
 #include <corvane/model/WrapperAbsorption.h>
@@ -40,18 +42,37 @@ void splitTransform(QVariantMap &instance)
         instance.insert(u"wrappers"_s, wrappers);
 }
 
-QVariantMap allWithCurrentKeys(const QVariantMap &instances)
+/// What an item has of the compile that made it is not its node's: a wrapper is nothing but that,
+/// and a core is called as the node was.
+QVariantMap withoutCompile(QVariantMap instance)
 {
-    QVariantMap current;
+    QStringList tags = instance.value(u"tags"_s).toStringList();
+    if (tags.removeAll(ItemTags::Compiled) == 0)
+        return instance;
+    const auto from = SDFNodeProvenance::fromVariantMap(instance.take(u"__provenance"_s).toMap());
+    if (from.role != SDFNodeProvenance::Role::Core)
+        tags.removeAll(ItemTags::Selected);
+    else if (!from.sourceItemName.isEmpty())
+        instance.insert(u"name"_s, from.sourceItemName);
+    instance.remove(u"tags"_s);
+    if (!tags.isEmpty())
+        instance.insert(u"tags"_s, tags);
+    return instance;
+}
+
+QVariantMap asNodes(const QVariantMap &instances)
+{
+    QVariantMap nodes;
     for (auto it = instances.cbegin(); it != instances.cend(); ++it)
-        current.insert(current.cend(), it.key(), SceneMigrator::withCurrentKeys(it->toMap()));
-    return current;
+        nodes.insert(nodes.cend(), it.key(),
+                     withoutCompile(SceneMigrator::withCurrentKeys(it->toMap())));
+    return nodes;
 }
 
 /// Makes a tree of the instances and absorbs what are wrappers. False when there are too many.
 bool migrateInstances(QVariantMap &block, const registry::Registry &registry, WarningList &warnings)
 {
-    const QVariantMap instances = allWithCurrentKeys(block.value(u"instances"_s).toMap());
+    const QVariantMap instances = asNodes(block.value(u"instances"_s).toMap());
     const bool hasRoots = block.value(u"roots"_s).isValid();
     QStringList roots = block.value(u"roots"_s).toStringList();
     Version1Unfolder unfolder(instances, warnings);

@@ -23,9 +23,10 @@ public:
     /// The map of a version 1 file as one of version 2, with the same geometry.
     ///
     /// Instances that only move, turn or scale one other become wrappers of that, where its
-    /// definition offers such a wrapper and the values are constant. An instance that stands in
-    /// several places is copied for each, since version 2 is a tree. Children stay references in
-    /// "params", which the version 2 reader takes.
+    /// definition offers such a wrapper and the values are constant: those that an earlier compile
+    /// made are among them, and their cores get the names of their nodes back. An instance that
+    /// stands in several places is copied for each, since version 2 is a tree. Children stay
+    /// references in "params", which the version 2 reader takes.
     ///
     /// @param error  why it can't be done: too many places of shared parts; the answer is then
     /// `file` itself
