@@ -126,18 +126,20 @@ void TstSceneOps::whatIsAddedBelowAGroupIsMovedByIt()
         followers.emplace(fixture);
     const QUuid group = fixture.add({{u"itemType"_s, itemType}});
     const QByteArray before = fixture.state();
-    const QUuid ball = fixture.addNode(u"sphere"_s, group);
-    QCOMPARE(fixture.document->item(ball).parentId, group);
-    QVERIFY(fixture.apply(OpKind::ItemSetTransform, {{u"itemId"_s, ball}, {u"tx"_s, 2}}));
+    // The operand is not drawn for itself, as all items of a document without roots are.
+    const QUuid part = fixture.addNode(u"subtract"_s, group);
+    fixture.addNode(u"box"_s, part);
+    QCOMPARE(fixture.document->item(part).parentId, group);
+    QVERIFY(fixture.apply(OpKind::ItemSetTransform, {{u"itemId"_s, part}, {u"tx"_s, 2}}));
     if (isFollowed)
         fixture.addNode(u"box"_s);
 
-    // The ball is drawn once, by its wrapper, and whatever moves that stands in the group as well.
+    // The part is drawn once, by its wrapper, and whatever moves that stands in the group as well.
     const QList<QUuid> roots = fixture.document->roots();
     QCOMPARE(roots.size(), isFollowed ? 2 : 1);
-    QCOMPARE(fixture.document->childInstanceIds(roots.last()), QList<QUuid>{ball});
+    QCOMPARE(fixture.document->childInstanceIds(roots.last()), QList<QUuid>{part});
     QCOMPARE(fixture.document->item(roots.last()).parentId, group);
-    while (fixture.document->hasItem(ball))
+    while (fixture.document->hasItem(part))
         fixture.stack().undo();
     QCOMPARE(fixture.state(), before);
 }

@@ -129,12 +129,18 @@ OpOutcome addItemOfField(OpContext &context, const OpCall &call, const QUuid &pa
     item.materialId = context.materials.defaultMaterialId();
     item.parentId = parentId;
     item.sortOrder = nextSortOrder(context, parentId);
+    // What is drawn is said from the first item of the field on: of those to come not all are.
+    const bool drewAll = context.document.drawsAllItems();
+    const bool isFirst = !context.document.hasItemsOfType(model::ItemTypes::Sdf);
     context.document.addItem(item);
     if (isOperand)
         insertOperand(context.document, parentId, item.id, call.number("insertIndex"_L1, -1));
-    else if (!context.document.drawsAllItems())
+    else if (!drewAll || isFirst)
         context.document.addRoot(item.id);
-    return added(context, item.id, label);
+    OpChange change = added(context, item.id, label);
+    if (drewAll && !context.document.drawsAllItems())
+        change.after.insert(StateKeys::drewAll, true);
+    return change;
 }
 
 OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)

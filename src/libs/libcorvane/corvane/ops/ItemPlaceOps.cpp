@@ -106,7 +106,7 @@ OpOutcome moveBelowItem(OpContext &context, const OpCall &call, const QUuid &id)
 {
     const QUuid parentId = call.id("newParentId"_L1);
     if (!isOperator(context.document, parentId))
-        return call.refuse(u"no operator:"_s, parentId);
+        return call.refuse(u"a node stands in the tree, or below an operator:"_s, parentId);
     if (!hasRoom(context.document, parentId))
         return call.refuse(u"no room for another child:"_s, parentId);
     const QUuid top = topOfExpression(context, parentId);

@@ -184,7 +184,8 @@ model::SceneItem itemOf(const QVariantMap &snapshot)
     QVariantMap map = snapshot;
     map.removeIf([](QVariantMap::iterator it) {
         return it.key() == StateKeys::itemType || it.key() == StateKeys::documentItems ||
-               it.key() == StateKeys::roots || it.key() == StateKeys::operands;
+               it.key() == StateKeys::roots || it.key() == StateKeys::operands ||
+               it.key() == StateKeys::drewAll;
     });
     return model::SceneItem::fromVariantMap(map);
 }
@@ -247,6 +248,8 @@ void removeSnapshot(OpContext &context, const QVariantMap &snapshot)
     }
     for (auto id = items.crbegin(); id != items.crend(); ++id)
         context.document.removeItem(*id);
+    if (snapshot.contains(StateKeys::drewAll))
+        context.document.drawAllItems();
 }
 
 QVariantList idList(const QList<QUuid> &ids)
