@@ -65,6 +65,7 @@ private slots:
     void variablesKeepWhatIsNotGiven();
     void textsAreReadAsWhatTheyHold();
     void parametersAreThoseOfTheDefinition();
+    void groupThatMovesNothingSaysSo();
     void theCameraFollows();
 
 private:
@@ -466,6 +467,24 @@ void TstCorvaneTasks::parametersAreThoseOfTheDefinition()
     QCOMPARE(
         set(u"size"_s, 2).message,
         u"Set size = 2 on item %1 NOTE: sphere has no parameter 'size'; it has radius."_s.arg(id));
+}
+
+void TstCorvaneTasks::groupThatMovesNothingSaysSo()
+{
+    TaskFixture fixture;
+    const auto addItem = [&](const QString &itemType) {
+        return fixture.call(u"corvane.item.add"_s, {{u"itemType"_s, itemType}})
+            .outputs.value(u"itemId"_s);
+    };
+    const QString group = addItem(u"group"_s);
+    const auto moved = [&] {
+        return fixture.call(u"corvane.item.set_transform"_s, {{u"itemId"_s, group}, {u"tx"_s, 1}});
+    };
+    QCOMPARE(moved().message,
+             u"Updated transform on item %1 NOTE: without an sdf_domain in the scene a group does "
+             "not move the shapes in it."_s.arg(group));
+    addItem(u"sdf_domain"_s);
+    QCOMPARE(moved().message, u"Updated transform on item %1"_s.arg(group));
 }
 
 void TstCorvaneTasks::theCameraFollows()

@@ -201,6 +201,23 @@ Prepared prepareParameters(const SceneAccess &access, const QVariantMap &argumen
     return prepared;
 }
 
+/// Groups of the tree have no place of their own; those of a document count once there are domains.
+QString noteGroupTransform(const SceneAccess &access, const QVariantMap &arguments,
+                           const QUuid &itemId)
+{
+    Q_UNUSED(arguments)
+    const bool isNode = access.isNode(itemId);
+    const bool isGroup = isNode
+                             ? access.tree->isContainer(itemId)
+                             : access.document->item(itemId).itemType == model::ItemTypes::Group &&
+                                   !access.document->hasItemsOfType(model::ItemTypes::SdfDomain);
+    if (!isGroup)
+        return {};
+    return isNode ? u" NOTE: a group does not move the shapes in it; move them one by one."_s
+                  : u" NOTE: without an sdf_domain in the scene a group does not move the shapes "
+                    "in it."_s;
+}
+
 QString noteUnreadParameters(const SceneAccess &access, const QVariantMap &arguments,
                              const QUuid &itemId)
 {

@@ -14,6 +14,9 @@ std::optional<ops::CorvaneOp> parametersOfNewItem(const QVariantMap &arguments,
 /// The axes that are given, as maps of "translate", "rotate" and "scale".
 std::optional<QVariantMap> prepareTransform(const SceneAccess &access, const QVariantMap &arguments,
                                             QString &cause);
+/// That a group does not move what stands in it, where that is so.
+QString noteGroupTransform(const SceneAccess &access, const QVariantMap &arguments,
+                           const QUuid &itemId);
 std::optional<QVariantMap> prepareItemMaterial(const SceneAccess &access,
                                                const QVariantMap &arguments, QString &cause);
 /// The parameters of the call that nothing reads.
