@@ -9,7 +9,7 @@
 // ignore_noninstrumented_modules, takes our code for not instrumented too on Linux, and hides every
 // race on a thread of QThread::create.)
 //
-// Linked into the tests of a build with the thread sanitizer, and nowhere else.
+// Linked into the tests and the program of a build with the thread sanitizer, and nowhere else.
 
 #include <QDeadlineTimer>
 #include <QFutureInterface>
