@@ -84,7 +84,7 @@ QList<QUuid> rootsOfDocument(const Corvane &document, const QSet<QUuid> &compile
 {
     QList<QUuid> roots = document.roots();
     roots.removeIf([&](const QUuid &id) {
-        if (compiled.contains(id))
+        if (compiled.contains(id) || !document.hasItem(id))
             return true;
         const SceneItem item = document.item(id);
         const QUuid owner = ItemWrappers::ownerOf(document, item);
