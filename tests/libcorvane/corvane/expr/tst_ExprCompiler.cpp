@@ -150,6 +150,7 @@ void TstExprCompiler::errorsSayWhatAndWhere_data()
     QTest::addColumn<int>("position");    // -1: any
     QTest::newRow("unknown names") << u"1.0 + foo*bar + foo"_s << u"Unknown name: foo, bar"_s << 6;
     QTest::newRow("unknown in a scope") << u"size.q"_s << u"Unknown name: size.q"_s << 0;
+    QTest::newRow("unknown in quotes") << u"2.0 * \"Box 1\".q"_s << u"Unknown name: Box 1"_s << 6;
     QTest::newRow("unknown constant") << u"math.NO"_s << u"Unknown name: math.NO"_s << 0;
     QTest::newRow("unknown in the default scope")
         << u"default.q"_s << u"Unknown name: default.q"_s << 0;

@@ -130,7 +130,7 @@ CompiledExpression ExprCompiler::compile(const QString &text) const
     for (const NameReference &reference : references) {
         const ResolvedName resolved = resolve(reference, m_context);
         if (resolved.name.isEmpty()) {
-            if (reference.isQuoted)
+            if (reference.isQuoted && reference.parts.size() == 1)
                 continue; // a text, not a name
             if (unknown.isEmpty())
                 firstUnknown = int(reference.position);
