@@ -115,6 +115,12 @@ void TstMaterialLibrary::namesStayUnique()
     // An update under the same name is no copy.
     QVERIFY(library.updateMaterial(*library.material(renamed.id)));
     QCOMPARE(library.material(renamed.id)->name, u"Gold (copy)"_s);
+
+    const QString byDefault = library.material(library.defaultMaterialId())->name;
+    const QUuid nameless = library.addMaterial(named(QString()));
+    QCOMPARE(library.material(nameless)->name, u"New material"_s);
+    const MaterialLibrary restarted(m_folder->path());
+    QCOMPARE(restarted.material(restarted.defaultMaterialId())->name, byDefault);
 }
 
 void TstMaterialLibrary::aMaterialIsPutBackAsItWas()

@@ -248,7 +248,8 @@ void MaterialLibrary::loadUserMaterials()
         insert(material);
     }
     const QString byDefault = stored.value_or(QJsonObject()).value("default"_L1).toString();
-    m_defaultMaterialId = m_ids.value(byDefault, m_defaultMaterialId);
+    if (!byDefault.isEmpty())
+        m_defaultMaterialId = m_ids.value(byDefault, m_defaultMaterialId);
 }
 
 void MaterialLibrary::insert(const CatalogMaterial &material)
@@ -303,7 +304,7 @@ void MaterialLibrary::keepUnreadable(const QString &name)
 
 QString MaterialLibrary::uniqueName(const QString &name) const
 {
-    QString unique = name;
+    QString unique = name.isEmpty() ? u"New material"_s : name;
     while (m_ids.contains(unique))
         unique = copyName(unique);
     return unique;

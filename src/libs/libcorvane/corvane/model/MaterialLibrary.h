@@ -44,7 +44,7 @@ public:
     bool setActiveMaterialId(const QUuid &id);
 
     /// Adds a material of the user, under its id unless that is null or taken. A name in use gets
-    /// " (copy)", " (copy 2)", and so on. Returns the id.
+    /// " (copy)", " (copy 2)", and so on; one without is a "New material". Returns the id.
     QUuid addMaterial(const CatalogMaterial &material);
     /// False for an unknown id and for a built-in. A name that another one has is made unique.
     bool updateMaterial(const CatalogMaterial &material);

@@ -127,6 +127,7 @@ OpOutcome addItemOfField(OpContext &context, const OpCall &call, const QUuid &pa
     item.name = context.uniqueName(name.isEmpty() ? label + u" 1"_s : name);
     item.capabilities = model::ItemCapabilities::sdfItem;
     item.materialId = context.materials.defaultMaterialId();
+    item.material = context.materials.material(item.materialId)->material;
     item.parentId = parentId;
     item.sortOrder = nextSortOrder(context, parentId);
     // What is drawn is said from the first item of the field on: of those to come not all are.
