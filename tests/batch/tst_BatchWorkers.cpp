@@ -1,5 +1,4 @@
 #include <batch/AdaptiveProgressInterval.h>
-#include <batch/BatchContextStore.h>
 #include <batch/BatchWorkerBase.h>
 #include <batch/WorkerSlots.h>
 
@@ -88,19 +87,6 @@ private slots:
         copy.reset();
         QVERIFY(taken->isFree());
         taken.reset(); // the worker may go before its task
-    }
-
-    void contextsAreLookedUpAndTaken()
-    {
-        corvane::store::BatchContextStore<QString> contexts;
-        contexts.add(u"k"_s, u"old"_s);
-        contexts.add(u"k"_s, u"new"_s);
-        QCOMPARE(contexts.lookup(u"k"_s), std::optional(u"new"_s));
-        QVERIFY(contexts.contains(u"k"_s));
-        QCOMPARE(contexts.take(u"k"_s), std::optional(u"new"_s));
-        QCOMPARE(contexts.take(u"k"_s), std::nullopt);
-        QCOMPARE(contexts.lookup(u"k"_s), std::nullopt);
-        QCOMPARE(contexts.size(), 0);
     }
 
     // Steps of one length: reports settle to one each target time.

@@ -81,14 +81,12 @@ class TstGraph : public QObject
 private slots:
     void init();
     void handlesAreNumberedFromOne();
-    void evaluatesItsOutputs();
     void outputsReadEachOtherInAnyOrder();
     void structsPassBetweenOutputs();
     void collectsTheErrorsOfAllOutputs();
     void circlesAreReportedOnce_data();
     void circlesAreReportedOnce();
     void longChainsOfOutputs();
-    void autoIsInterpreted();
     void secondCompileComesFromTheCache();
     void cacheKeepsGraphsApart();
     void cacheKeyIsDocumented();
@@ -115,27 +113,13 @@ void TstGraph::handlesAreNumberedFromOne()
     QCOMPARE(graph.declareOutput(u"p"_s, u"nonsense"_s), Handle(1));
     const auto program = graph.compile();
     QVERIFY(program);
+    QCOMPARE(program.value().backend(), Backend::Interpreted); // of Backend::Auto
     QCOMPARE(program.value().slotType(1), Type::Vec3);
     QCOMPARE(program.value().slotType(2), Type::Float);
     QCOMPARE(program.value().slotType(3), Type::Array);
     QCOMPARE(program.value().slotType(4), Type::Void);
     QCOMPARE(program.value().handleOf(u"d"_s), Handle(2));
     QCOMPARE(program.value().handleOf(u"x"_s), Handle(0));
-}
-
-void TstGraph::evaluatesItsOutputs()
-{
-    Graph graph;
-    const Handle p = graph.declareInput(u"p"_s, Type::Vec3);
-    const Handle d =
-        graph.declareOutput(u"d"_s, u"float f(vec3 q) { return length(q); } f(p) - 1.0"_s);
-    auto program = graph.compile();
-    QVERIFY(program);
-    QVERIFY(program.value().evaluate());
-    QCOMPARE(program.value().getFloat(d), -1.0F);
-    program.value().set(p, QVector3D(0, 3, 4));
-    QVERIFY(program.value().evaluate());
-    QCOMPARE(program.value().getFloat(d), 4.0F);
 }
 
 void TstGraph::outputsReadEachOtherInAnyOrder()
@@ -211,15 +195,6 @@ void TstGraph::longChainsOfOutputs()
     QVERIFY(program.value().evaluate());
     QCOMPARE(program.value().getFloat(1), float(count + 1));
     QCOMPARE(program.value().getFloat(last), 1.0F);
-}
-
-void TstGraph::autoIsInterpreted()
-{
-    Graph graph;
-    graph.declareOutput(u"d"_s, u"1.0"_s);
-    const auto program = graph.compile(Backend::Auto);
-    QVERIFY(program);
-    QCOMPARE(program.value().backend(), Backend::Interpreted);
 }
 
 void TstGraph::secondCompileComesFromTheCache()

@@ -27,7 +27,6 @@ private slots:
     void reportsUnexpectedCharacters_data();
     void reportsUnexpectedCharacters();
     void manyErrorsAreCut();
-    void endStaysAtTheEnd();
 };
 
 void TstTokenizer::cutsIntoKinds_data()
@@ -183,14 +182,6 @@ void TstTokenizer::manyErrorsAreCut()
     QCOMPARE(tokenizer.tokenize().size(), 1);
     QCOMPARE(tokenizer.diagnostics().kept().size(), DiagnosticList::limit);
     QVERIFY(tokenizer.diagnostics().stopsCompile());
-}
-
-void TstTokenizer::endStaysAtTheEnd()
-{
-    Tokenizer tokenizer(u"a");
-    QCOMPARE(tokenizer.next().kind, K::Identifier);
-    QCOMPARE(tokenizer.next().kind, K::End);
-    QCOMPARE(tokenizer.next().kind, K::End);
 }
 
 QTEST_APPLESS_MAIN(TstTokenizer)

@@ -53,21 +53,6 @@ private slots:
             QVERIFY(!mesh::elementTypeOfVtkCell(vtkCell));
     }
 
-    void vectorsCompute()
-    {
-        const Point a{1, 2, 3}, b{4, 5, 6};
-        QCOMPARE(a + b, (Point{5, 7, 9}));
-        QCOMPARE(b - a, (Point{3, 3, 3}));
-        QCOMPARE(a * 2.0f / 2.0f, a);
-        QCOMPARE(a.dot(b), 32.0f);
-        QCOMPARE(a.cross(b), (Point{-3, 6, -3}));
-        QCOMPARE((Point{3, 4, 0}).length(), 5.0f);
-        QCOMPARE((Point{0, 0, 9}).normalized(), (Point{0, 0, 1}));
-        QCOMPARE(Point{}.normalized(), Point{});
-        const mesh::Matrix3<float> turn{{0, -1, 0, 1, 0, 0, 0, 0, 1}};
-        QCOMPARE(turn * a, (Point{-2, 1, 3}));
-    }
-
     void nodeListsOfAnyLengthAreValues_data()
     {
         QTest::addColumn<int>("length");
@@ -96,18 +81,6 @@ private slots:
         QCOMPARE(copy.toList(), expected);
         copy = std::move(moved);
         QCOMPARE(copy.toList(), (QList<int>{1, 2}));
-    }
-
-    void elementsAreNumbered()
-    {
-        support::FloatMesh surface;
-        QVERIFY(surface.isEmpty());
-        surface.vertices.append(Point{});
-        QVERIFY(!surface.isEmpty());
-        QCOMPARE(surface.addElement(ElementType::Triangle, {0, 0, 0}), 0);
-        QCOMPARE(surface.addElement(ElementType::Triangle, {0, 0, 0}, 5), 1);
-        QCOMPARE(surface.elements.at(1).id, 1);
-        QCOMPARE(surface.elements.at(1).materialId, 5);
     }
 
     void normalsWeighByArea()

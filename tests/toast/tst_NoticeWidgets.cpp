@@ -87,6 +87,7 @@ private slots:
         QVERIFY(card);
         QCOMPARE(child<QLabel>(*card, u"noticeTitle"_s)->textFormat(), Qt::PlainText);
         QVERIFY(card->styleSheet().contains(borderColor(severity)));
+        QCOMPARE(borderColor(Severity::Error), "#e5484d"_L1);
         QCOMPARE(overlay.dwellMs(id), dwellMs);
         // The mouse holds it, also when it comes again.
         QEnterEvent enter({}, {}, {});

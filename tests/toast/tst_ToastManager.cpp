@@ -141,17 +141,6 @@ private slots:
         QCOMPARE(removed.size(), 2);
     }
 
-    void theHistoryOpensAndCloses()
-    {
-        ToastManager manager(clock());
-        QSignalSpy changed(&manager, &ToastManager::historyOpenChanged);
-        manager.setHistoryOpen(true);
-        manager.setHistoryOpen(true);
-        manager.setHistoryOpen(false);
-        QCOMPARE(changed.size(), 2);
-        QVERIFY(!manager.isHistoryOpen());
-    }
-
     void aNoticeOfAnotherThreadComesToTheManagers()
     {
         ToastManager &manager = ToastManager::instance();
@@ -162,16 +151,6 @@ private slots:
         std::thread([] { toast::warning(u"T"_s, u"from afar"_s); }).join();
         QVERIFY(!where);
         QTRY_COMPARE(where, QCoreApplication::instance()->thread());
-    }
-
-    void cardsStayAsLongAsTheyMatter()
-    {
-        using std::chrono::milliseconds;
-        QCOMPARE(toast::dwellTime(Severity::Info), std::optional(milliseconds(5000)));
-        QCOMPARE(toast::dwellTime(Severity::Success), std::optional(milliseconds(5000)));
-        QCOMPARE(toast::dwellTime(Severity::Warning), std::optional(milliseconds(9000)));
-        QCOMPARE(toast::dwellTime(Severity::Error), std::nullopt);
-        QCOMPARE(toast::borderColor(Severity::Error), "#e5484d"_L1);
     }
 
     void theHistoryIsSavedAsText()

@@ -65,23 +65,6 @@ private slots:
         }
     }
 
-    void aSurfaceGoesThroughAFile_data() { formatRows(); }
-    void aSurfaceGoesThroughAFile()
-    {
-        QFETCH(const QString, suffix);
-        const QString path = m_folder.filePath(u"sphere."_s + suffix);
-        const FloatMesh sphere = support::makeSphere(2, 15, 20);
-        QVERIFY(m_registry.save(sphere, path).isOk());
-        const QByteArray bytes = contentOf(path);
-        const auto read = m_registry.load(path);
-        QVERIFY(read.isOk());
-        QVERIFY(support::isClosedManifold(read.value()));
-        QCOMPARE(read.value().elements.size(), sphere.elements.size());
-        QVERIFY(qAbs(support::signedVolume(read.value()) - support::signedVolume(sphere)) < 1e-3);
-        QVERIFY(m_registry.save(sphere, path).isOk());
-        QCOMPARE(contentOf(path), bytes); // the same bytes every time
-    }
-
     void pathsWithoutAFormatAreRefused()
     {
         const auto loaded = m_registry.load(u"a.step"_s);

@@ -118,16 +118,6 @@ private slots:
             QVERIFY(mesh.halfedges.at(vertex.halfedge.index).face.isValid());
     }
 
-    void oneTriangleHasThreeBoundaryHalfedges()
-    {
-        const auto mesh = HalfedgeMesh::fromMesh(faces({{0, 1, 2}}));
-        QCOMPARE(mesh.faces.size(), 1);
-        QCOMPARE(mesh.halfedges.size(), 6);
-        QCOMPARE(std::count_if(mesh.halfedges.cbegin(), mesh.halfedges.cend(),
-                               [](const auto &h) { return !h.face.isValid(); }),
-                 3);
-    }
-
     void otherElementsAreLeftOut()
     {
         FloatMesh volume;

@@ -1,7 +1,5 @@
-// Both dual contouring extractors and the tetrahedral generator, over fields that are given as
-// formulas.
+// Both dual contouring extractors, over fields that are given as formulas.
 
-#include <corvane/mesh/TetrahedralVolume.h>
 #include <support/FormulaFields.h>
 
 #include <QRegularExpression>
@@ -50,8 +48,6 @@ private slots:
     void theMinimumOfPlanesIsTheirCommonPoint();
     void cornersInTwoSetsAreNotSimple_data();
     void cornersInTwoSetsAreNotSimple();
-    void tetrahedraFillTheSolid_data();
-    void tetrahedraFillTheSolid();
 };
 
 void TstSharpSurfaces::solidsAreClosedAndTrue_data()
@@ -165,51 +161,6 @@ void TstSharpSurfaces::cornersInTwoSetsAreNotSimple()
 {
     QFETCH(uint, mask);
     QTEST(simpleConfig(mask), "simple");
-}
-
-void TstSharpSurfaces::tetrahedraFillTheSolid_data()
-{
-    solidsAreClosedAndTrue_data();
-}
-
-void TstSharpSurfaces::tetrahedraFillTheSolid()
-{
-    QFETCH(SolidCase, solid);
-    const std::vector<float> values = sampled(solid.field);
-    QList<Tetrahedron> out;
-    tetrahedralVolume(gridOf(values), out);
-    // Every face is shared by two tetrahedra or lies on the outside: the outer faces then close,
-    // and enclose what the tetrahedra add up to. A crack or an overlap breaks one or the other.
-    support::FloatMesh outside;
-    QHash<QByteArray, std::array<QVector3D, 3>> open;
-    double sum = 0;
-    for (const Tetrahedron &tetrahedron : std::as_const(out)) {
-        const auto &c = tetrahedron.corners;
-        const double six = signedVolume6(c[0], c[1], c[2], c[3]);
-        QVERIFY(six > 0);
-        sum += six / 6;
-        for (const auto &face : {std::array{c[0], c[2], c[1]}, std::array{c[0], c[1], c[3]},
-                                 std::array{c[1], c[2], c[3]}, std::array{c[0], c[3], c[2]}}) {
-            auto sorted = face;
-            std::sort(sorted.begin(), sorted.end(), [](const QVector3D &a, const QVector3D &b) {
-                return std::tuple(a.x(), a.y(), a.z()) < std::tuple(b.x(), b.y(), b.z());
-            });
-            const QByteArray key(reinterpret_cast<const char *>(sorted.data()), sizeof sorted);
-            if (!open.remove(key))
-                open.insert(key, face);
-        }
-    }
-    for (const auto &face : std::as_const(open)) {
-        const int first = int(outside.vertices.size());
-        for (const QVector3D &vertex : face)
-            outside.vertices.append({vertex.x(), vertex.y(), vertex.z()});
-        outside.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
-    }
-    const support::FloatMesh shell = support::welded(outside);
-    const auto halfedges = ::mesh::topology::HalfedgeMesh<float>::fromMesh(shell);
-    QVERIFY(halfedges.isClosed());
-    QVERIFY(std::abs(support::signedVolume(shell) / sum - 1) < 1e-4);
-    QVERIFY(std::abs(sum / solid.volume - 1) < 0.06);
 }
 
 QTEST_GUILESS_MAIN(TstSharpSurfaces)

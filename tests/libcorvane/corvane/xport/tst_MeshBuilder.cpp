@@ -79,7 +79,6 @@ private slots:
     void badStepsAreNamed();
     void trianglesStandInTheOrderOfCells_data();
     void trianglesStandInTheOrderOfCells();
-    void soupIsNamedAndWhole();
     void uselessTrianglesAreLeftOut_data();
     void uselessTrianglesAreLeftOut();
     void fileHoldsTheMesh_data();
@@ -190,15 +189,6 @@ void TstMeshBuilder::trianglesStandInTheOrderOfCells()
     }
 }
 
-void TstMeshBuilder::soupIsNamedAndWhole()
-{
-    const auto mesh = MeshBuilder::assemble(cubeSurface());
-    QCOMPARE(mesh.name, u"SDF Export"_s);
-    QCOMPARE(mesh.elements.size(), 12);
-    QCOMPARE(mesh.vertices.size(), 36);
-    QCOMPARE(support::signedVolume(mesh), 8.0);
-}
-
 void TstMeshBuilder::uselessTrianglesAreLeftOut_data()
 {
     QTest::addColumn<Corner>("third");
@@ -270,8 +260,6 @@ void TstMeshBuilder::failureIsASentence_data()
         << u"Export produced no triangles — the source may be hidden or outside the export bounds"_s;
     QTest::newRow("unknown format")
         << false << u"a.xyz"_s << u"weld"_s << u"Failed to save mesh: No exporter found for: %1"_s;
-    QTest::newRow("bad step") << false << u"a.stl"_s << u"glue"_s
-                              << u"unknown postprocess step 'glue'"_s;
     QTest::newRow("step that fails")
         << false << u"a.stl"_s << u"weld(-1)"_s << u"post-process failed: "_s;
     QTest::newRow("step without its field")

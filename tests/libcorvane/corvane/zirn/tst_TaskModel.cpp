@@ -1,4 +1,3 @@
-#include <corvane/zirn/FailureText.h>
 #include <corvane/zirn/TaskPlan.h>
 #include <corvane/zirn/ZirnAuthContext.h>
 
@@ -35,7 +34,6 @@ private slots:
     void fillingIsBoundedForAWholeStep();
     void firstRegistrationStands();
     void badRegistrationIsRefused();
-    void failureHasFourParts();
 };
 
 void TstTaskModel::argumentsAreRead_data()
@@ -311,16 +309,6 @@ void TstTaskModel::badRegistrationIsRefused()
     QTest::ignoreMessage(QtWarningMsg, "ZirnTaskRegistry::registerTask: empty task name");
     QVERIFY(!registry.registerTask(QSharedPointer<FunctionTask>::create(QString())));
     QCOMPARE(registry.count(), 0);
-}
-
-void TstTaskModel::failureHasFourParts()
-{
-    QCOMPARE(failureText({.attempt = u"remove item %2"_s,
-                          .cause = u"not found"_s,
-                          .suggestion = u"check itemId."_s}),
-             u"Failed to remove item %2: not found. State: unchanged. Suggestion: check itemId."_s);
-    QCOMPARE(failureText({.attempt = u"fit"_s, .cause = u"no bridge."_s, .state = u"no changes"_s}),
-             u"Failed to fit: no bridge. State: no changes."_s);
 }
 
 QTEST_GUILESS_MAIN(TstTaskModel)
