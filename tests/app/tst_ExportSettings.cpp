@@ -13,7 +13,6 @@ class TstExportSettings : public QObject
 private slots:
     void settingsShapeTheMesh_data();
     void settingsShapeTheMesh();
-    void badStepIsTold();
 
 private:
     ProgramRun exportWith(const QByteArray &settings) const;
@@ -92,13 +91,6 @@ void TstExportSettings::settingsShapeTheMesh()
     if (volume > 0.0)
         QVERIFY2(std::fabs(support::signedVolume(solid) / volume - 1) < 0.005,
                  qPrintable(QString::number(support::signedVolume(solid))));
-}
-
-void TstExportSettings::badStepIsTold()
-{
-    const ProgramRun run = exportWith("      postprocess: [\"polish\"]\n");
-    QCOMPARE(run.status, 3);
-    QVERIFY(run.lastErrorLine().contains(u"unknown postprocess step 'polish'"_s));
 }
 
 QTEST_GUILESS_MAIN(TstExportSettings)

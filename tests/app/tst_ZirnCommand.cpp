@@ -1,8 +1,6 @@
 // Plans as a script runs them: by the program itself.
 #include "Program.h"
 
-#include <corvane/tasks/CorvaneTasks.h>
-
 #include <mesh/io/MeshLoader.h>
 
 #include <QJsonArray>
@@ -92,8 +90,6 @@ private slots:
     void whatOthersSavedIsNotSavedOver();
     void failedPlansSaveNothing();
     void failedJobsFailTheRun();
-    void everyTaskRuns_data();
-    void everyTaskRuns();
 
 private:
     ProgramRun zirn(const QByteArray &plan, const QStringList &more)
@@ -307,28 +303,6 @@ void TstZirnCommand::failedJobsFailTheRun()
     QVERIFY(run.standardError.contains(u"Saved scene to "_s + scene));
     QCOMPARE(run.lastErrorLine(),
              u"Job #1 (mesh-export-bench) failed: empty corpus or definitions"_s);
-}
-
-void TstZirnCommand::everyTaskRuns_data()
-{
-    QTest::addColumn<QString>("task");
-    for (const auto *row : corvane::zirn::taskCatalogue())
-        QTest::newRow(row->name.data()) << QString(row->name);
-}
-
-/// With arguments or without, each comes back with words of its own.
-void TstZirnCommand::everyTaskRuns()
-{
-    QFETCH(QString, task);
-    const ProgramRun run = zirn(planOf({step(task)}), {});
-    QVERIFY(run.status == 0 || run.status == 3);
-    const QString line = run.standardError.section(u'\n', 1, 1);
-    QVERIFY2(QRegularExpression(u"^  \\[0\\] (OK: .+|FAIL: (Failed to |mesh.bench.run needs ).+"
-                                u"State: unchanged\\..*)$"_s)
-                 .match(line)
-                 .hasMatch(),
-             qPrintable(run.standardError));
-    QVERIFY(!run.standardError.contains(u"not found in registry"_s));
 }
 
 QTEST_GUILESS_MAIN(TstZirnCommand)

@@ -76,8 +76,14 @@ void TstCorvaneTask::nothingRunsWithoutScene()
 {
     QFETCH(const TaskRow *, row);
     TaskFixture fixture;
+    // With a scene and no arguments each comes back with words of its own.
+    ZirnTaskResult result = fixture.call(row->name);
+    static const QRegularExpression failure(
+        u"^(Failed to |mesh.bench.run needs ).+ State: unchanged\\."_s);
+    QVERIFY2(result.success || failure.match(result.message).hasMatch(),
+             qPrintable(result.message));
     ops::CorvaneServiceLocator::instance().clear();
-    const ZirnTaskResult result = fixture.call(row->name);
+    result = fixture.call(row->name);
     QVERIFY(!result.success);
     if (row->kind != TaskKind::Plain)
         QCOMPARE(result.message,
