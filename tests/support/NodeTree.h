@@ -7,6 +7,7 @@
 #include <corvane/shader/ShaderIndexManager.h>
 
 #include <QDebug>
+#include <QRegularExpression>
 
 #include <initializer_list>
 
@@ -17,6 +18,7 @@ namespace support {
 ///     NodeTree tree;
 ///     const int root = tree.add("union", {}, {tree.add("sphere", {1}), tree.add("box", {1, 1,
 ///     1})});
+///     const int same = tree.read("(union (sphere 1) (box 1 1 1))");
 class NodeTree
 {
 public:
@@ -35,8 +37,15 @@ public:
         return addNode(id, parameters, QList<int>(children));
     }
 
-    int addNode(const QString &id, std::initializer_list<float> parameters,
-                const QList<int> &children)
+    /// An id with its parameters and its children, each of them in parentheses; 0 for no text.
+    int read(const QString &text)
+    {
+        static const QRegularExpression token(QStringLiteral("[()]|[^\\s()]+"));
+        auto tokens = token.globalMatch(text);
+        return tokens.hasNext() && tokens.next().captured() == QLatin1Char('(') ? read(tokens) : 0;
+    }
+
+    int addNode(const QString &id, const QList<float> &parameters, const QList<int> &children)
     {
         Node node;
         const auto entry = m_indices.find(id);
@@ -63,8 +72,44 @@ public:
     QList<Node> nodes;
 
 private:
+    int read(QRegularExpressionMatchIterator &tokens)
+    {
+        const QString id = tokens.next().captured();
+        QList<float> parameters;
+        QList<int> children;
+        while (tokens.hasNext()) {
+            const QString word = tokens.next().captured();
+            if (word == QLatin1Char(')'))
+                break;
+            if (word == QLatin1Char('('))
+                children.append(read(tokens));
+            else
+                parameters.append(word.toFloat());
+        }
+        return addNode(id, parameters, children);
+    }
+
     const Registry *m_registry;
     corvane::shader::ShaderIndexManager m_indices;
 };
+
+/// A shape that only tests have: "sdf_<id>" is the function in its code.
+inline void addShape(const QString &id, const QString &code)
+{
+    auto made = corvane::registry::DefinitionPtr::create();
+    made->id = made->name = id;
+    made->category = QStringLiteral("Test");
+    made->shaderCode = code;
+    corvane::registry::Registry::instance().registerFileScopedPrimitive(made);
+}
+
+/// "test_endless", whose distance never comes.
+inline void addEndlessShape()
+{
+    addShape(QStringLiteral("test_endless"),
+             QStringLiteral("float sdf_test_endless(vec3 p) { float s = 0.0;\n"
+                            "while (true) { while (true) { while (true) { s = s + 1.0; } } }\n"
+                            "return s; }"));
+}
 
 } // namespace support

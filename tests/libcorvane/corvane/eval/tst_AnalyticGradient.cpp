@@ -12,17 +12,16 @@
 using namespace Qt::StringLiterals;
 using namespace corvane::eval;
 using support::NodeTree;
-using Scene = std::function<int(NodeTree &)>;
+using Change = std::function<void(NodeTree &, int &root)>;
 
-Q_DECLARE_METATYPE(Scene)
+Q_DECLARE_METATYPE(Change)
 
 namespace {
 
-int two(NodeTree &tree, QLatin1String operation, std::initializer_list<float> parameters)
+/// "%1" with a ball and a box as its children.
+QString two(const QString &operation)
 {
-    const int box =
-        tree.add("translate"_L1, {0.5f, 0.25f, -0.5f}, {tree.add("box"_L1, {1, 1.5f, 2})});
-    return tree.add(operation, parameters, {tree.add("sphere"_L1, {1.75f}), box});
+    return u"(%1 (sphere 1.75) (translate 0.5 0.25 -0.5 (box 1 1.5 2)))"_s.arg(operation);
 }
 
 } // namespace
@@ -47,56 +46,44 @@ private:
 
 void TstAnalyticGradient::agreesWithTheField_data()
 {
-    QTest::addColumn<Scene>("scene");
-    const auto shape = [](const char *id, std::initializer_list<float> parameters) {
-        const QList<float> list(parameters);
-        QTest::newRow(id) << Scene([id, list](NodeTree &t) {
-            const int node = t.add(QLatin1String(id));
-            std::array<float, 8> packed{};
-            std::copy(list.begin(), list.end(), packed.begin());
-            t.nodes[node].setParameterSlots(packed);
-            return node;
-        });
+    QTest::addColumn<QString>("scene");
+    QTest::addColumn<Change>("change");
+    const auto row = [](const QString &scene, const Change &change = {}) {
+        QTest::newRow(qPrintable(scene.left(40))) << scene << change;
     };
-    shape("sphere", {1.5f});
-    shape("box", {1, 1.5f, 0.5f});
-    shape("round_box", {1, 1.5f, 0.75f, 0.25f});
-    shape("cylinder", {1, 1.5f});
-    shape("torus", {1.5f, 0.5f});
-    shape("capsule", {0.5f, 1});
-    shape("plane", {1, 2, -2, 0.5f});
-    for (const char *operation : {"union", "subtract", "intersect"})
-        QTest::newRow(operation) << Scene(
-            [operation](NodeTree &t) { return two(t, QLatin1String(operation), {}); });
-    for (const char *operation : {"smooth_union", "smooth_subtract", "smooth_intersect"})
-        QTest::newRow(operation) << Scene(
-            [operation](NodeTree &t) { return two(t, QLatin1String(operation), {0.75f}); });
-    QTest::newRow("rotate") << Scene([](NodeTree &t) {
-        return t.add("rotate"_L1, {30, -50, 70}, {t.add("box"_L1, {1, 1.5f, 0.5f})});
-    });
-    QTest::newRow("matrix, inflated and hollow") << Scene([](NodeTree &t) {
-        const int node = t.add("torus"_L1, {1.5f, 0.5f});
+    for (const QString &shape :
+         {u"(sphere 1.5)"_s, u"(box 1 1.5 0.5)"_s, u"(round_box 1 1.5 0.75 0.25)"_s,
+          u"(cylinder 1 1.5)"_s, u"(torus 1.5 0.5)"_s, u"(capsule 0.5 1)"_s,
+          u"(plane 1 2 -2 0.5)"_s, u"(rotate 30 -50 70 (box 1 1.5 0.5))"_s})
+        row(shape);
+    for (const QString &operation :
+         {u"union"_s, u"subtract"_s, u"intersect"_s, u"smooth_union 0.75"_s,
+          u"smooth_subtract 0.75"_s, u"smooth_intersect 0.75"_s})
+        row(two(operation));
+    // By a matrix, inflated and hollow.
+    row(u"(torus 1.5 0.5 )"_s, [](NodeTree &t, int &root) {
         QMatrix4x4 matrix;
         matrix.translate(0.5f, -0.25f, 0.125f);
         matrix.rotate(40, 1, 2, 3);
-        t.nodes[node].setTransform(matrix);
-        t.nodes[node].densityScale = 0.9f;
-        t.nodes[node].shellThickness = 0.1f;
-        return node;
+        t.nodes[root].setTransform(matrix);
+        t.nodes[root].densityScale = 0.9f;
+        t.nodes[root].shellThickness = 0.1f;
     });
-    QTest::newRow("several roots") << Scene([](NodeTree &t) {
-        const int first = t.add("sphere"_L1, {1});
-        const int second = t.add("translate"_L1, {2, 0, 0}, {t.add("sphere"_L1, {1})});
-        t.nodes[first].nextSibling = second;
-        return first;
+    // Several roots.
+    row(u"(sphere 1)"_s, [](NodeTree &t, int &root) {
+        const int second = t.read(u"(translate 2 0 0 (sphere 1))"_s);
+        t.nodes[root].nextSibling = second;
     });
 }
 
 void TstAnalyticGradient::agreesWithTheField()
 {
-    QFETCH(Scene, scene);
+    QFETCH(QString, scene);
+    QFETCH(Change, change);
     NodeTree tree(m_registry);
-    const int root = scene(tree);
+    int root = tree.read(scene);
+    if (change)
+        change(tree, root);
     CPUFieldEvaluator field(tree.nodes, root, tree.definitions());
     QVERIFY2(field.isValid(), qPrintable(field.lastError()));
     const AnalyticGradient &gradient = field.analyticGradient();
@@ -133,52 +120,29 @@ void TstAnalyticGradient::boxCentreIsNoTrouble()
 
 void TstAnalyticGradient::saysWhatStoppedIt_data()
 {
-    QTest::addColumn<Scene>("scene");
+    QTest::addColumn<QString>("scene");
     QTest::addColumn<QString>("reason");
-    const auto row = [](const char *name, const Scene &scene, const QString &reason) {
+    const auto row = [](const char *name, const QString &scene, const QString &reason) {
         QTest::newRow(name) << scene << reason;
     };
-    row(
-        "nothing", [](NodeTree &) { return 0; }, u"<malformed tree>"_s);
-    row(
-        "other shape",
-        [](NodeTree &t) {
-            return t.add("gyroid"_L1, {10, 1});
-        },
-        u"<primitive gyroid>"_s);
-    row(
-        "other operator", [](NodeTree &t) { return two(t, "xor"_L1, {}); }, u"<csg xor>"_s);
-    row(
-        "other transform",
-        [](NodeTree &t) { return t.add("twist"_L1, {1}, {t.add("sphere"_L1, {1})}); },
-        u"<transform twist>"_s);
-    row(
-        "modifier", [](NodeTree &t) { return t.add("round"_L1, {1}, {t.add("sphere"_L1, {1})}); },
-        u"<nodeType 3>"_s);
-    row(
-        "operator of nothing", [](NodeTree &t) { return t.add("union"_L1); },
-        u"<csg union> (no children)"_s);
-    row(
-        "transform of nothing", [](NodeTree &t) { return t.add("rotate"_L1); },
-        u"<transform rotate> (no child)"_s);
-    row(
-        "no width", [](NodeTree &t) { return two(t, "smooth_union"_L1, {0}); },
-        u"<csg smooth_union> (k≈0)"_s);
-    row(
-        "cycle",
-        [](NodeTree &t) {
-            const int node = t.add("translate"_L1, {1, 0, 0}, {t.add("sphere"_L1, {1})});
-            t.nodes[node].firstChild = node;
-            return node;
-        },
-        u"<malformed tree>"_s);
+    row("nothing", {}, u"<malformed tree>"_s);
+    row("other shape", u"(gyroid 10 1)"_s, u"<primitive gyroid>"_s);
+    row("other operator", two(u"xor"_s), u"<csg xor>"_s);
+    row("other transform", u"(twist 1 (sphere 1))"_s, u"<transform twist>"_s);
+    row("modifier", u"(round 1 (sphere 1))"_s, u"<nodeType 3>"_s);
+    row("operator of nothing", u"(union)"_s, u"<csg union> (no children)"_s);
+    row("transform of nothing", u"(rotate)"_s, u"<transform rotate> (no child)"_s);
+    row("no width", two(u"smooth_union 0"_s), u"<csg smooth_union> (k≈0)"_s);
+    row("cycle", u"(translate 1 0 0 (sphere 1))"_s, u"<malformed tree>"_s);
 }
 
 void TstAnalyticGradient::saysWhatStoppedIt()
 {
-    QFETCH(Scene, scene);
+    QFETCH(QString, scene);
     NodeTree tree(m_registry);
-    const int root = scene(tree);
+    const int root = tree.read(scene);
+    if (qstrcmp(QTest::currentDataTag(), "cycle") == 0)
+        tree.nodes[root].firstChild = root;
     const auto gradient = AnalyticGradient::compile(tree.nodes, root, tree.definitions());
     QVERIFY(!gradient.isValid());
     QTEST(gradient.reason(), "reason");

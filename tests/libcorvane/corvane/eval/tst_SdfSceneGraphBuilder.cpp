@@ -17,21 +17,25 @@ using support::NodeTree;
 
 namespace {
 
-/// Fills a tree and answers its root.
-using Scene = std::function<int(NodeTree &)>;
+/// What a text can't say of a scene.
+using Change = std::function<void(NodeTree &, int &root)>;
 
-struct ValueCase
+struct SceneCase
 {
-    Scene scene;
+    QString scene; ///< as NodeTree::read() takes it
     QVector3D point;
     float distance = 0.0f;
+    QString error{};
+    Change change{};
 };
 
-struct ErrorCase
+int made(NodeTree &tree, const SceneCase &c)
 {
-    Scene scene;
-    QString error;
-};
+    int root = tree.read(c.scene);
+    if (c.change)
+        c.change(tree, root);
+    return root;
+}
 
 EvalFieldEvaluator evaluatorOf(SdfSceneGraphBuilder::Result &result)
 {
@@ -53,23 +57,14 @@ registry::DefinitionPtr definition(const QString &code)
     return made;
 }
 
-int sphereAt(NodeTree &tree, float x, float y, float z, float radius)
+QString nested(const QString &node, qsizetype levels, const QString &inner = u"(sphere 1)"_s)
 {
-    return tree.add("translate"_L1, {x, y, z}, {tree.add("sphere"_L1, {radius})});
-}
-
-int chainOf(NodeTree &tree, QLatin1String id, std::initializer_list<float> parameters, int length)
-{
-    int node = tree.add("sphere"_L1, {1});
-    for (int i = 0; i < length; ++i)
-        node = tree.add(id, parameters, {node});
-    return node;
+    return (u'(' + node + u' ').repeated(levels) + inner + u")"_s.repeated(levels);
 }
 
 } // namespace
 
-Q_DECLARE_METATYPE(ValueCase)
-Q_DECLARE_METATYPE(ErrorCase)
+Q_DECLARE_METATYPE(SceneCase)
 
 class TstSdfSceneGraphBuilder : public QObject
 {
@@ -83,8 +78,6 @@ private slots:
     void distanceIsThatOfTheScene_data();
     void distanceIsThatOfTheScene();
     void bothFormsOfTheTextAgree();
-    void deepTreesEvaluate_data();
-    void deepTreesEvaluate();
     void textGrowsWithTheNodes();
     void brokenTreesAreFarAway_data();
     void brokenTreesAreFarAway();
@@ -108,8 +101,7 @@ private:
 void TstSdfSceneGraphBuilder::smallSceneIsOneExpression()
 {
     NodeTree tree(m_registry);
-    const int root = tree.add("sphere"_L1, {4});
-    const auto result = build(tree, root);
+    const auto result = build(tree, tree.read(u"(sphere 4)"_s));
     QCOMPARE(result.error, QString());
     const QString code = m_registry.getDefinition(u"sphere"_s)->shaderCode;
     QCOMPARE(result.source, SdfSceneGraphBuilder::fieldCode(code) + u"\n\nsdf_sphere(p, 4.0f)"_s);
@@ -118,9 +110,8 @@ void TstSdfSceneGraphBuilder::smallSceneIsOneExpression()
 void TstSdfSceneGraphBuilder::codeIsEmittedOnce()
 {
     NodeTree tree(m_registry);
-    const int root =
-        tree.add("union"_L1, {}, {tree.add("sphere"_L1, {1}), sphereAt(tree, 2, 0, 0, 1)});
-    const QString source = build(tree, root).source;
+    const QString source =
+        build(tree, tree.read(u"(union (sphere 1) (translate 2 0 0 (sphere 1)))"_s)).source;
     QCOMPARE(source.count(u"float sdf_sphere("_s), 1);
     QVERIFY(source.endsWith(u"op_union(sdf_sphere(op_translate(p, vec3(2.0f, 0.0f, 0.0f)), 1.0f), "
                             "sdf_sphere(p, 1.0f))"_s));
@@ -128,124 +119,75 @@ void TstSdfSceneGraphBuilder::codeIsEmittedOnce()
 
 void TstSdfSceneGraphBuilder::distanceIsThatOfTheScene_data()
 {
-    QTest::addColumn<ValueCase>("c");
-    const auto row = [](const char *name, const Scene &scene, const QVector3D &point, float d) {
-        QTest::newRow(name) << ValueCase{scene, point, d};
+    QTest::addColumn<SceneCase>("c");
+    const auto row = [](const char *name, const QString &scene, const QVector3D &point, float d,
+                        const Change &change = {}) {
+        QTest::newRow(name) << SceneCase{scene, point, d, {}, change};
     };
-    row(
-        "no node", [](NodeTree &) { return 0; }, {}, 1e10f);
-    row(
-        "root below the list", [](NodeTree &t) { return t.add("sphere"_L1, {1}) - 2; }, {}, 1e10f);
-    row(
-        "root past the list", [](NodeTree &t) { return t.add("sphere"_L1, {1}) + 1; }, {}, 1e10f);
-    row(
-        "sphere", [](NodeTree &t) { return t.add("sphere"_L1, {4}); }, {0, 6, 0}, 2);
-    row(
-        "translate moves the child", [](NodeTree &t) { return sphereAt(t, 1, 2, 3, 1); }, {1, 2, 5},
-        1);
-    row(
-        "inner transform acts last on the child",
-        [](NodeTree &t) {
-            const int inner = sphereAt(t, 2, 0, 0, 1);
-            return t.add("scale"_L1, {2}, {inner});
-        },
+    const QString ball = u"(sphere 1)"_s;
+    row("no node", {}, {}, 1e10f);
+    row("root below the list", ball, {}, 1e10f, [](NodeTree &, int &root) { root = -2; });
+    row("root past the list", ball, {}, 1e10f, [](NodeTree &, int &root) { ++root; });
+    row("sphere", u"(sphere 4)"_s, {0, 6, 0}, 2);
+    row("translate moves the child", u"(translate 1 2 3 (sphere 1))"_s, {1, 2, 5}, 1);
+    row("inner transform acts last on the child", u"(scale 2 (translate 2 0 0 (sphere 1)))"_s,
         {4, 0, 0}, -1);
-    row(
-        "later child is cut out of the first",
-        [](NodeTree &t) {
-            return t.add("subtract"_L1, {}, {t.add("sphere"_L1, {3}), t.add("sphere"_L1, {1})});
-        },
-        {0.5f, 0, 0}, 0.5f);
-    row(
-        "every later child is cut out",
-        [](NodeTree &t) {
-            const int cut = sphereAt(t, 2, 0, 0, 0.5f);
-            return t.add("subtract"_L1, {},
-                         {t.add("sphere"_L1, {3}), t.add("sphere"_L1, {1}), cut});
-        },
-        {2, 0, 0}, 0.5f);
-    row(
-        "strength weighs the base",
-        [](NodeTree &t) {
-            return t.add("additive_blend"_L1, {3},
-                         {t.add("sphere"_L1, {1}), t.add("sphere"_L1, {5})});
-        },
-        {7, 0, 0}, (2.0f + 6.0f * 3.0f) / 4.0f);
-    row(
-        "single child passes through an operator",
-        [](NodeTree &t) { return t.add("union"_L1, {}, {t.add("sphere"_L1, {1})}); }, {3, 0, 0}, 2);
-    row(
-        "operator without children", [](NodeTree &t) { return t.add("union"_L1); }, {}, 1e10f);
-    row(
-        "modifier acts on the distance",
-        [](NodeTree &t) { return t.add("round"_L1, {0.25f}, {t.add("sphere"_L1, {1})}); },
-        {3, 0, 0}, 1.75f);
-    row(
-        "extrusion sees the position",
-        [](NodeTree &t) { return t.add("extrude"_L1, {2}, {t.add("sphere"_L1, {10})}); }, {0, 6, 0},
-        4);
-    row(
-        "scalar field",
-        [](NodeTree &t) {
-            return t.add("linear_gradient"_L1, {0, 1, 0, 2});
-        },
-        {7, 5, 9}, 3);
-    row(
-        "inflated",
-        [](NodeTree &t) {
-            const int node = t.add("sphere"_L1, {1});
-            t.nodes[node].densityScale = 1.5f;
-            return node;
-        },
-        {3, 0, 0}, 2.5f);
-    row(
-        "hollow after inflation",
-        [](NodeTree &t) {
-            const int node = t.add("sphere"_L1, {1});
-            t.nodes[node].densityScale = 1.5f;
-            t.nodes[node].shellThickness = 0.25f;
-            return node;
-        },
-        {0, 0, 0}, 0.25f);
-    row(
-        "matrix of a group",
-        [](NodeTree &t) {
-            const int node = t.add("box"_L1, {1, 2, 3});
+    row("later child is cut out of the first", u"(subtract (sphere 3) (sphere 1))"_s, {0.5f, 0, 0},
+        0.5f);
+    row("every later child is cut out",
+        u"(subtract (sphere 3) (sphere 1) (translate 2 0 0 (sphere 0.5)))"_s, {2, 0, 0}, 0.5f);
+    row("strength weighs the base", u"(additive_blend 3 (sphere 1) (sphere 5))"_s, {7, 0, 0},
+        (2.0f + 6.0f * 3.0f) / 4.0f);
+    row("single child passes through an operator", u"(union (sphere 1))"_s, {3, 0, 0}, 2);
+    row("operator without children", u"(union)"_s, {}, 1e10f);
+    row("modifier acts on the distance", u"(round 0.25 (sphere 1))"_s, {3, 0, 0}, 1.75f);
+    row("extrusion sees the position", u"(extrude 2 (sphere 10))"_s, {0, 6, 0}, 4);
+    row("scalar field", u"(linear_gradient 0 1 0 2)"_s, {7, 5, 9}, 3);
+    row("inflated", ball, {3, 0, 0}, 2.5f,
+        [](NodeTree &t, int &root) { t.nodes[root].densityScale = 1.5f; });
+    row("hollow after inflation", ball, {0, 0, 0}, 0.25f, [](NodeTree &t, int &root) {
+        t.nodes[root].densityScale = 1.5f;
+        t.nodes[root].shellThickness = 0.25f;
+    });
+    row("matrix of a group", u"(box 1 2 3)"_s, {10, 4, 0}, 3, [](NodeTree &t, int &root) {
+        QMatrix4x4 matrix;
+        matrix.translate(10, 0, 0);
+        matrix.rotate(90, 0, 0, 1);
+        t.nodes[root].setTransform(matrix);
+    });
+    row("modifier leaves the matrix to the shapes", u"(round 0.5 (sphere 1))"_s, {13, 0, 0}, 1.5f,
+        [](NodeTree &t, int &) {
             QMatrix4x4 matrix;
             matrix.translate(10, 0, 0);
-            matrix.rotate(90, 0, 0, 1);
-            t.nodes[node].setTransform(matrix);
-            return node;
-        },
-        {10, 4, 0}, 3);
-    row(
-        "modifier leaves the matrix to the shapes",
-        [](NodeTree &t) {
-            const int shape = t.add("sphere"_L1, {1});
-            const int node = t.add("round"_L1, {0.5f}, {shape});
-            QMatrix4x4 matrix;
-            matrix.translate(10, 0, 0);
-            t.nodes[shape].setTransform(matrix);
-            t.nodes[node].setTransform(matrix);
-            return node;
-        },
-        {13, 0, 0}, 1.5f);
-    row(
-        "roots are a union",
-        [](NodeTree &t) {
-            const int first = sphereAt(t, -5, 0, 0, 1);
-            const int second = sphereAt(t, 5, 0, 0, 2);
-            t.nodes[first].nextSibling = second;
-            return first;
-        },
-        {5, 0, 3}, 1);
+            for (auto &node : t.nodes)
+                node.setTransform(matrix);
+        });
+    row("roots are a union", u"(translate -5 0 0 (sphere 1))"_s, {5, 0, 3}, 1,
+        [](NodeTree &t, int &root) {
+            const int second = t.read(u"(translate 5 0 0 (sphere 2))"_s);
+            t.nodes[root].nextSibling = second;
+        });
+    row("250 transforms", nested(u"translate 0.5 0 0"_s, 250), {125, 0, 3}, 2);
+    row("250 modifiers", nested(u"dilate 0.25"_s, 250), {0, 0, 100}, 36.5f);
+    row("250 nested operators", nested(u"union (sphere 0.5)"_s, 250), {0, 0, 3}, 2);
+    QString children;
+    for (int i = 0; i < 3000; ++i)
+        children += u"(translate %1 0 0 (sphere 1))"_s.arg(i);
+    row("3000 children", u"(union "_s + children + u')', {1500, 4, 0}, 3);
+    row("1024 roots", ball, {0, 0, 2000}, 976, [](NodeTree &t, int &root) {
+        for (int i = 2; i <= 1024; ++i) {
+            const int next = root;
+            root = t.add("sphere"_L1, {static_cast<float>(i)});
+            t.nodes[root].nextSibling = next;
+        }
+    });
 }
 
 void TstSdfSceneGraphBuilder::distanceIsThatOfTheScene()
 {
-    QFETCH(ValueCase, c);
+    QFETCH(SceneCase, c);
     NodeTree tree(m_registry);
-    const int root = c.scene(tree);
+    const int root = made(tree, c);
     auto result = build(tree, root);
     QCOMPARE(result.error, QString());
     auto evaluator = evaluatorOf(result);
@@ -260,14 +202,11 @@ void TstSdfSceneGraphBuilder::bothFormsOfTheTextAgree()
     QList<int> roots;
     for (const int parts : {15, 15, 30}) {
         NodeTree tree(m_registry);
-        QList<int> children;
-        for (int i = 0; i < parts; ++i) {
-            const float x = static_cast<float>((trees.size() == 1 ? i + 15 : i) % 30);
-            const int base = sphereAt(tree, x, 0, 0, 0.75f);
-            const int hole = tree.add("round"_L1, {0.1f}, {tree.add("box"_L1, {0.2f, 5, 0.2f})});
-            children << tree.add("smooth_subtract"_L1, {0.3f}, {base, hole});
-        }
-        roots << tree.addNode(u"smooth_union"_s, {0.0625f}, children);
+        QString children;
+        for (int i = 0; i < parts; ++i)
+            children += u"(smooth_subtract 0.3 (translate %1 0 0 (sphere 0.75)) "
+                        "(round 0.1 (box 0.2 5 0.2)))"_s.arg((trees.size() == 1 ? i + 15 : i) % 30);
+        roots << tree.read(u"(smooth_union 0.0625 "_s + children + u')');
         trees << tree;
     }
     auto whole = build(trees.at(2), roots.at(2));
@@ -285,167 +224,71 @@ void TstSdfSceneGraphBuilder::bothFormsOfTheTextAgree()
     }
 }
 
-void TstSdfSceneGraphBuilder::deepTreesEvaluate_data()
-{
-    QTest::addColumn<ValueCase>("c");
-    QTest::newRow("250 transforms")
-        << ValueCase{[](NodeTree &t) {
-                         return chainOf(t, "translate"_L1, {0.5f, 0, 0}, 250);
-                     },
-                     {125, 0, 3},
-                     2};
-    QTest::newRow("250 modifiers") << ValueCase{
-        [](NodeTree &t) { return chainOf(t, "dilate"_L1, {0.25f}, 250); }, {0, 0, 100}, 36.5f};
-    QTest::newRow("250 nested operators")
-        << ValueCase{[](NodeTree &t) {
-                         int node = t.add("sphere"_L1, {1});
-                         for (int i = 0; i < 250; ++i)
-                             node = t.add("union"_L1, {}, {t.add("sphere"_L1, {0.5f}), node});
-                         return node;
-                     },
-                     {0, 0, 3},
-                     2};
-    QTest::newRow("3000 children")
-        << ValueCase{[](NodeTree &t) {
-                         QList<int> children;
-                         for (int i = 0; i < 3000; ++i)
-                             children << sphereAt(t, static_cast<float>(i), 0, 0, 1);
-                         return t.addNode(u"union"_s, {}, children);
-                     },
-                     {1500, 4, 0},
-                     3};
-    QTest::newRow("1024 roots") << ValueCase{
-        [](NodeTree &t) {
-            int next = -1;
-            for (int i = 0; i < 1024; ++i) {
-                const int root = t.add("sphere"_L1, {1.0f + static_cast<float>(i)});
-                t.nodes[root].nextSibling = next;
-                next = root;
-            }
-            return next;
-        },
-        {0, 0, 2000},
-        976};
-}
-
-void TstSdfSceneGraphBuilder::deepTreesEvaluate()
-{
-    distanceIsThatOfTheScene();
-}
-
 void TstSdfSceneGraphBuilder::textGrowsWithTheNodes()
 {
     // Deep transforms above many shapes, each of which is moved by all of them.
     NodeTree tree(m_registry);
-    QList<int> children;
-    for (int i = 0; i < 20000; ++i)
-        children << tree.add("sphere"_L1, {1});
-    int node = tree.addNode(u"union"_s, {}, children);
-    for (int i = 0; i < 200; ++i)
-        node = tree.add("translate"_L1, {0.5f, 0, 0}, {node});
-    const auto result = build(tree, node);
+    const int root = tree.read(
+        nested(u"translate 0.5 0 0"_s, 200, u"(union "_s + u"(sphere 1)"_s.repeated(20000) + u')'));
+    const auto result = build(tree, root);
     QCOMPARE(result.error, QString());
     QVERIFY(result.source.size() < 100 * tree.nodes.size());
 }
 
 void TstSdfSceneGraphBuilder::brokenTreesAreFarAway_data()
 {
-    QTest::addColumn<ErrorCase>("c");
-    const auto row = [](const char *name, const Scene &scene, const QString &error) {
-        QTest::newRow(name) << ErrorCase{scene, error};
+    QTest::addColumn<SceneCase>("c");
+    const auto row = [](const char *name, const QString &scene, const QString &error,
+                        const Change &change = {}) {
+        QTest::newRow(name) << SceneCase{scene, {}, 1e10f, error, change};
     };
-    const auto unknown = [](QLatin1String id) {
-        return [id](NodeTree &t) {
-            const int node = t.add(id, {}, {t.add("sphere"_L1, {1})});
-            t.nodes[node].definitionIndex = 9999;
-            return node;
-        };
-    };
-    row("shape of no definition", unknown("sphere"_L1),
-        u"Primitive node has no Definition (definitionIndex=9999)"_s);
-    row("operator of no definition", unknown("union"_L1),
-        u"CSG operator at node index 1 has no Definition (definitionIndex=9999)"_s);
-    row("transform of no definition", unknown("translate"_L1),
-        u"PositionTransform node has no Definition"_s);
-    row("modifier of no definition", unknown("round"_L1),
-        u"DistanceModifier node has no Definition"_s);
-    row(
-        "transform of nothing", [](NodeTree &t) { return t.add("translate"_L1); },
-        u"PositionTransform node has no child"_s);
-    row(
-        "modifier of nothing", [](NodeTree &t) { return t.add("round"_L1); },
-        u"DistanceModifier node has no child"_s);
-    row(
-        "extrusion of nothing", [](NodeTree &t) { return t.add("extrude"_L1); },
-        u"PositionAwareModifier node has no child"_s);
-    row(
-        "unknown type",
-        [](NodeTree &t) {
-            const int node = t.add("sphere"_L1, {1});
-            t.nodes[node].nodeType = 77;
-            return node;
-        },
-        u"Unknown node type 77"_s);
-    row(
-        "257 levels", [](NodeTree &t) { return chainOf(t, "dilate"_L1, {0.1f}, 257); },
-        u"SDF tree depth exceeds 256 — likely a cycle"_s);
-    row(
-        "child of itself",
-        [](NodeTree &t) {
-            const int node = t.add("union"_L1, {}, {t.add("sphere"_L1, {1})});
-            t.nodes[node].firstChild = node;
-            return node;
-        },
-        u"SDF tree depth exceeds 256 — likely a cycle"_s);
-    row(
-        "sibling of itself",
-        [](NodeTree &t) {
-            const int child = t.add("sphere"_L1, {1});
-            t.nodes[child].nextSibling = child;
-            return t.add("union"_L1, {}, {child});
-        },
-        u"Children of node index 1 do not end — likely a cycle"_s);
-    row(
-        "doubling at every level",
-        [](NodeTree &t) {
-            int node = t.add("sphere"_L1, {1});
+    const Change unknown = [](NodeTree &t, int &root) { t.nodes[root].definitionIndex = 9999; };
+    row("shape of no definition", u"(sphere 1)"_s,
+        u"Primitive node has no Definition (definitionIndex=9999)"_s, unknown);
+    row("operator of no definition", u"(union (sphere 1))"_s,
+        u"CSG operator at node index 1 has no Definition (definitionIndex=9999)"_s, unknown);
+    row("transform of no definition", u"(translate 1 0 0 (sphere 1))"_s,
+        u"PositionTransform node has no Definition"_s, unknown);
+    row("modifier of no definition", u"(round 1 (sphere 1))"_s,
+        u"DistanceModifier node has no Definition"_s, unknown);
+    row("transform of nothing", u"(translate)"_s, u"PositionTransform node has no child"_s);
+    row("modifier of nothing", u"(round)"_s, u"DistanceModifier node has no child"_s);
+    row("extrusion of nothing", u"(extrude)"_s, u"PositionAwareModifier node has no child"_s);
+    row("unknown type", u"(sphere 1)"_s, u"Unknown node type 77"_s,
+        [](NodeTree &t, int &root) { t.nodes[root].nodeType = 77; });
+    const QString deep = u"SDF tree depth exceeds 256 — likely a cycle"_s;
+    row("257 levels", nested(u"dilate 0.1"_s, 257), deep);
+    row("child of itself", u"(union (sphere 1))"_s, deep,
+        [](NodeTree &t, int &root) { t.nodes[root].firstChild = root; });
+    row("sibling of itself", u"(union (sphere 1))"_s,
+        u"Children of node index 1 do not end — likely a cycle"_s,
+        [](NodeTree &t, int &) { t.nodes[0].nextSibling = 0; });
+    row("doubling at every level", u"(sphere 1)"_s, u"SDF tree expands to more than 65536 nodes"_s,
+        [](NodeTree &t, int &root) {
             for (int i = 0; i < 40; ++i) {
-                const int twin = t.add("translate"_L1, {1, 0, 0}, {node});
-                const int other = t.add("translate"_L1, {0, 1, 0}, {node});
-                node = t.add("union"_L1, {}, {twin, other});
+                const int twin = t.add("translate"_L1, {1, 0, 0}, {root});
+                const int other = t.add("translate"_L1, {0, 1, 0}, {root});
+                root = t.add("union"_L1, {}, {twin, other});
             }
-            return node;
-        },
-        u"SDF tree expands to more than 65536 nodes"_s);
-    row(
-        "parameter that is no number",
-        [](NodeTree &t) { return t.add("sphere"_L1, {std::numeric_limits<float>::quiet_NaN()}); },
+        });
+    row("parameter that is no number", u"(sphere nan)"_s,
         u"A parameter of 'sphere' is not a finite number"_s);
-    row(
-        "infinite parameter of an operator",
-        [](NodeTree &t) {
-            return t.add("smooth_union"_L1, {std::numeric_limits<float>::infinity()},
-                         {t.add("sphere"_L1, {1}), t.add("sphere"_L1, {2})});
-        },
+    row("infinite parameter of an operator", u"(smooth_union inf (sphere 1) (sphere 2))"_s,
         u"A parameter of 'smooth_union' is not a finite number"_s);
-    row(
-        "matrix that is no number",
-        [](NodeTree &t) {
-            const int node = t.add("sphere"_L1, {1});
-            t.nodes[node].invTransform[3] = std::numeric_limits<float>::quiet_NaN();
-            return node;
-        },
-        u"The placement of 'sphere' is not a finite number"_s);
+    row("matrix that is no number", u"(sphere 1)"_s,
+        u"The placement of 'sphere' is not a finite number"_s, [](NodeTree &t, int &root) {
+            t.nodes[root].invTransform[3] = std::numeric_limits<float>::quiet_NaN();
+        });
 }
 
 void TstSdfSceneGraphBuilder::brokenTreesAreFarAway()
 {
-    QFETCH(ErrorCase, c);
+    QFETCH(SceneCase, c);
     NodeTree tree(m_registry);
-    const int root = c.scene(tree);
+    const int root = made(tree, c);
     auto result = build(tree, root);
     QCOMPARE(result.error, c.error);
-    QCOMPARE(evaluatorOf(result).evaluate(0, 0, 0), 1e10f);
+    QCOMPARE(evaluatorOf(result).evaluate(0, 0, 0), c.distance);
 }
 
 void TstSdfSceneGraphBuilder::definitionsOfUsersKeepTheirNames()
