@@ -14,17 +14,18 @@ namespace {
 
 const QString type = u"corvane/bounds_detection"_s;
 
-BoundsDetectionContext ballContext(const QString &backend)
+BoundsDetectionContext contextOf(const QString &scene, const QString &backend = u"cpu"_s)
 {
     support::NodeTree tree;
-    const int ball = tree.add("sphere"_L1, {2});
-    const int root = tree.add("translate"_L1, {1, 0, 0}, {ball});
+    const int root = tree.read(scene);
     return {.nodes = tree.nodes,
             .definitions = tree.definitions(),
             .rootIndex = root,
-            .label = u"ball"_s,
+            .label = u"scene"_s,
             .backend = backend};
 }
+
+const QString ball = u"(translate 1 0 0 (sphere 2))"_s;
 
 } // namespace
 
@@ -35,16 +36,7 @@ class TstBoundsDetectionWorker : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        auto endless = corvane::registry::DefinitionPtr::create();
-        endless->id = endless->name = u"test_endless"_s;
-        endless->category = u"Test"_s;
-        endless->shaderCode = u"float sdf_test_endless(vec3 p) { float s = 0.0;\n"
-                              "while (true) { while (true) { while (true) { s = s + 1.0; } } }\n"
-                              "return s; }"_s;
-        corvane::registry::Registry::instance().registerFileScopedPrimitive(endless);
-    }
+    void initTestCase() { support::addEndlessShape(); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void saysWhatItIs()
@@ -71,7 +63,7 @@ private slots:
         QFETCH(QString, backend);
         QFETCH(QString, line);
         BoundsDetectionContextStore contexts;
-        contexts.add(u"key"_s, ballContext(backend));
+        contexts.add(u"key"_s, contextOf(ball, backend));
         BoundsDetectionWorker worker(&contexts);
         support::JobRunner runner(&worker);
         support::QueuedSpy finished(&worker, &BoundsDetectionWorker::detectionFinished);
@@ -103,7 +95,7 @@ private slots:
         QTest::addColumn<QString>("error");
         QTest::newRow("no nodes") << BoundsDetectionContext{.backend = u"cpu"_s}
                                   << u"Bounds detection: scene has no SDF nodes"_s;
-        BoundsDetectionContext nowhere = ballContext(u"cpu"_s);
+        BoundsDetectionContext nowhere = contextOf(ball);
         nowhere.rootIndex = 17;
         QTest::newRow("root that is not there")
             << nowhere << u"No geometry found within search radius"_s;
@@ -130,13 +122,8 @@ private slots:
 
     void cancelStopsAnEndlessField()
     {
-        support::NodeTree tree;
-        const int root = tree.add("test_endless"_L1);
         BoundsDetectionContextStore contexts;
-        contexts.add(u"key"_s, {.nodes = tree.nodes,
-                                .definitions = tree.definitions(),
-                                .rootIndex = root,
-                                .backend = u"cpu"_s});
+        contexts.add(u"key"_s, contextOf(u"(test_endless)"_s));
         BoundsDetectionWorker worker(&contexts);
         support::JobRunner runner(&worker);
         const quint64 id = runner.start(type, {{u"snapshotId"_s, u"key"_s}});
@@ -149,13 +136,8 @@ private slots:
 
     void workerMayGoWhileItWorks()
     {
-        support::NodeTree tree;
-        const int root = tree.add("test_endless"_L1);
         BoundsDetectionContextStore contexts;
-        contexts.add(u"key"_s, {.nodes = tree.nodes,
-                                .definitions = tree.definitions(),
-                                .rootIndex = root,
-                                .backend = u"cpu"_s});
+        contexts.add(u"key"_s, contextOf(u"(test_endless)"_s));
         auto worker = std::make_unique<BoundsDetectionWorker>(&contexts);
         support::JobRunner runner(worker.get());
         const quint64 id = runner.start(type, {{u"snapshotId"_s, u"key"_s}});

@@ -1,14 +1,9 @@
 // Whole exports by the extractors that keep edges, of volumes, and through the steps after meshing.
 
-#include <corvane/xport/ExportPipeline.h>
-#include <corvane/xport/MemoryBudget.h>
-
 #include <corvane/mesh/Tetrahedron.h>
-#include <support/MeshChecks.h>
-#include <support/NodeTree.h>
-#include <support/QueuedSpy.h>
-
-#include <mesh/io/IORegistry.h>
+#include <corvane/xport/MemoryBudget.h>
+#include <support/ExportRun.h>
+#include <support/Files.h>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -18,68 +13,33 @@
 #include <numbers>
 
 using namespace Qt::StringLiterals;
+using support::contentOf;
 using namespace corvane;
 using namespace corvane::xport;
-using support::NodeTree;
+using support::exported;
+using support::meshOf;
+using Change = std::function<void(ExportRequest &)>;
+
+Q_DECLARE_METATYPE(Change)
 
 namespace {
 
-using Scene = std::function<int(NodeTree &)>;
-
-int sphere(NodeTree &tree)
-{
-    return tree.add("sphere"_L1, {2});
-}
-
-int longCylinder(NodeTree &tree)
-{
-    return tree.add("cylinder"_L1, {1, 5});
-}
-
-int box(NodeTree &tree)
-{
-    return tree.add("box"_L1, {1.05f, 2, 0.53f});
-}
-
-int turnedBox(NodeTree &tree)
-{
-    return tree.add("rotate"_L1, {0, 45, 0}, {box(tree)});
-}
-
-int drilledBlock(NodeTree &tree)
-{
-    const int hole = tree.add("translate"_L1, {0.3f, 0, 0}, {tree.add("cylinder"_L1, {0.4f, 3})});
-    const int turned = tree.add("rotate"_L1, {90, 0, 0}, {tree.add("cylinder"_L1, {0.2f, 3})});
-    return tree.add("subtract"_L1, {}, {tree.add("box"_L1, {1, 1, 1}), hole, turned});
-}
-
-// Blocks that meet in one edge, and in one corner.
-int touchingBlocks(NodeTree &tree)
-{
-    QList<int> blocks;
-    for (const auto &place :
-         {std::array{-1.0f, -1.0f, -1.0f}, {1.0f, 1.0f, -1.0f}, {1.0f, -1.0f, 1.0f}})
-        blocks.append(tree.add("translate"_L1, {place[0], place[1], place[2]},
-                               {tree.add("box"_L1, {1, 1, 1})}));
-    return tree.addNode(u"union"_s, {}, blocks);
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+const QString sphere = u"(sphere 2)"_s;
+const QString box = u"(box 1.05 2 0.53)"_s;
+const QString drilledBlock = u"(subtract (box 1 1 1) (translate 0.3 0 0 (cylinder 0.4 3)) "
+                             "(rotate 90 0 0 (cylinder 0.2 3)))"_s;
+// They meet in one edge, and in one corner.
+const QString touchingBlocks = u"(union (translate -1 -1 -1 (box 1 1 1)) "
+                               "(translate 1 1 -1 (box 1 1 1)) (translate 1 -1 1 (box 1 1 1)))"_s;
 
 } // namespace
-
-Q_DECLARE_METATYPE(Scene)
 
 class TstSharpExport : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { support::addEndlessShape(); }
     void init();
     void solidBecomesAClosedMesh_data();
     void solidBecomesAClosedMesh();
@@ -99,24 +59,16 @@ private slots:
     void whatDoesNotFitIsSaidWithNumbers();
 
 private:
-    ExportRequest requestFor(const Scene &scene, int extractor) const;
-    static ExportResult exported(const ExportRequest &request);
-    static support::FloatMesh read(const ExportRequest &request);
+    ExportRequest requestFor(const QString &scene, int extractor) const
+    {
+        auto request = support::requestFor(scene, m_folder->filePath(u"out.stl"_s), 0.1f);
+        request.chunkSize = 16;
+        request.extractor = extractor;
+        return request;
+    }
 
     QScopedPointer<QTemporaryDir> m_folder;
 };
-
-void TstSharpExport::initTestCase()
-{
-    auto endless = registry::DefinitionPtr::create();
-    endless->id = u"test_endless"_s;
-    endless->name = endless->id;
-    endless->category = u"Test"_s;
-    endless->shaderCode = u"float sdf_test_endless(vec3 p) { float s = 0.0;\n"
-                          "while (true) { while (true) { while (true) { s = s + 1.0; } } }\n"
-                          "return s; }"_s;
-    registry::Registry::instance().registerFileScopedPrimitive(endless);
-}
 
 void TstSharpExport::init()
 {
@@ -124,51 +76,20 @@ void TstSharpExport::init()
     m_folder.reset(new QTemporaryDir);
 }
 
-ExportRequest TstSharpExport::requestFor(const Scene &scene, int extractor) const
-{
-    NodeTree tree;
-    ExportRequest request;
-    request.rootNodeIndex = scene(tree);
-    request.nodes = tree.nodes;
-    request.boundsMin = {-3, -3, -3};
-    request.boundsMax = {3, 3, 3};
-    request.cellSize = 0.1f;
-    request.chunkSize = 16;
-    request.extractor = extractor;
-    request.outputPath = m_folder->filePath(u"out.stl"_s);
-    return request;
-}
-
-ExportResult TstSharpExport::exported(const ExportRequest &request)
-{
-    ExportPipeline pipeline;
-    support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
-    pipeline.run(request);
-    if (finished.isEmpty() && !finished.wait(120000))
-        return ExportResult::failed(u"no end"_s);
-    return finished.first().first().value<ExportResult>();
-}
-
-support::FloatMesh TstSharpExport::read(const ExportRequest &request)
-{
-    const auto mesh = ::mesh::io::IORegistry<float>::instance().load(request.outputPath);
-    return mesh ? support::welded(mesh.value()) : support::FloatMesh();
-}
-
 void TstSharpExport::solidBecomesAClosedMesh_data()
 {
-    QTest::addColumn<Scene>("scene");
+    QTest::addColumn<QString>("scene");
     QTest::addColumn<int>("extractor");
     QTest::addColumn<double>("volume");
     constexpr double pi = std::numbers::pi;
     for (const int extractor : {1, 2}) {
-        const auto row = [&](const char *name, const Scene &scene, double volume) {
+        const auto row = [&](const char *name, const QString &scene, double volume) {
             QTest::addRow("%s, %s", name, extractor == 1 ? "uniform" : "octree")
                 << scene << extractor << volume;
         };
         row("sphere", sphere, 4.0 / 3.0 * pi * 8.0);
         row("box", box, 8 * 1.05 * 2 * 0.53);
-        row("box at 45 degrees", turnedBox, 8 * 1.05 * 2 * 0.53);
+        row("box at 45 degrees", u"(rotate 0 45 0 "_s + box + u')', 8 * 1.05 * 2 * 0.53);
         row("drilled block", drilledBlock, 0.0);
         row("blocks that touch", touchingBlocks, 24.0);
     }
@@ -176,13 +97,13 @@ void TstSharpExport::solidBecomesAClosedMesh_data()
 
 void TstSharpExport::solidBecomesAClosedMesh()
 {
-    QFETCH(Scene, scene);
+    QFETCH(QString, scene);
     QFETCH(int, extractor);
     QFETCH(double, volume);
     const ExportRequest request = requestFor(scene, extractor);
     const ExportResult result = exported(request);
     QVERIFY2(result.success, qPrintable(result.errorMessage));
-    const support::FloatMesh mesh = read(request);
+    const support::FloatMesh mesh = meshOf(request);
     QCOMPARE(mesh.elements.size(), result.triangleCount);
     QVERIFY(support::isClosedManifold(mesh));
     const double enclosed = support::signedVolume(mesh);
@@ -206,7 +127,7 @@ void TstSharpExport::edgesStaySharp()
     QVERIFY(exported(request).success);
     // Every vertex lies on the faces, and some at each corner.
     float nearest = 1;
-    const support::FloatMesh mesh = read(request);
+    const support::FloatMesh mesh = meshOf(request);
     for (const auto &v : mesh.vertices) {
         const std::array away{std::fabs(v.x) - 1.05f, std::fabs(v.y) - 2.0f,
                               std::fabs(v.z) - 0.53f};
@@ -224,13 +145,13 @@ void TstSharpExport::sealedEndsAreFlat_data()
 void TstSharpExport::sealedEndsAreFlat()
 {
     QFETCH(int, extractor);
-    ExportRequest request = requestFor(longCylinder, extractor);
+    ExportRequest request = requestFor(u"(cylinder 1 5)"_s, extractor);
     QVERIFY(exported(request).success);
-    QVERIFY(extractor == 2 || !support::isClosedManifold(read(request)));
+    QVERIFY(extractor == 2 || !support::isClosedManifold(meshOf(request)));
 
     request.sealed = true;
     QVERIFY(exported(request).success);
-    const support::FloatMesh mesh = read(request);
+    const support::FloatMesh mesh = meshOf(request);
     QVERIFY(support::isClosedManifold(mesh));
     // The caps lie half a cell inside the ends of the grid, and meet the wall in sharp edges.
     qsizetype onCaps = 0;
@@ -247,6 +168,7 @@ void TstSharpExport::fileIsTheSameForAnyThreads_data()
 {
     QTest::addColumn<int>("extractor");
     QTest::addColumn<bool>("sealed");
+    QTest::newRow("marching cubes") << 0 << false;
     QTest::newRow("uniform") << 1 << false;
     QTest::newRow("uniform, sealed") << 1 << true;
     QTest::newRow("octree") << 2 << true;
@@ -257,11 +179,7 @@ void TstSharpExport::fileIsTheSameForAnyThreads()
     QFETCH(int, extractor);
     QFETCH(bool, sealed);
     // Thin sheets that meet in every way, so that cells at the seams have several vertices.
-    ExportRequest request = requestFor(
-        [](NodeTree &t) {
-            return t.add("gyroid"_L1, {1.1f, 0.08f});
-        },
-        extractor);
+    ExportRequest request = requestFor(u"(gyroid 1.1 0.08)"_s, extractor);
     request.sealed = sealed;
     request.chunkSize = 64;
     request.threadCount = 1;
@@ -269,7 +187,7 @@ void TstSharpExport::fileIsTheSameForAnyThreads()
     const QByteArray alone = contentOf(request.outputPath);
     QVERIFY(alone.size() > 100000);
     if (sealed)
-        QVERIFY(support::isClosedManifold(read(request)));
+        QVERIFY(support::isClosedManifold(meshOf(request)));
     for (const int threads : {2, 8}) {
         request.threadCount = threads;
         request.chunkSize = 64 / threads;
@@ -306,7 +224,7 @@ void TstSharpExport::volumeFillsTheSolid()
     // Marching cubes gives the same solid, but for crossings that were moved to their nodes.
     ExportRequest surface = requestFor(drilledBlock, 0);
     QVERIFY(exported(surface).success);
-    QVERIFY(std::fabs(sum / support::signedVolume(read(surface)) - 1) < 0.05);
+    QVERIFY(std::fabs(sum / support::signedVolume(meshOf(surface)) - 1) < 0.05);
 }
 
 void TstSharpExport::stepsKeepTheSolid_data()
@@ -330,11 +248,11 @@ void TstSharpExport::stepsKeepTheSolid()
     ExportRequest request = requestFor(drilledBlock, 1);
     request.outputPath = m_folder->filePath(u"out.ply"_s);
     QVERIFY(exported(request).success);
-    const double volume = support::signedVolume(read(request));
+    const double volume = support::signedVolume(meshOf(request));
     request.postprocess = steps;
     const ExportResult result = exported(request);
     QVERIFY2(result.success, qPrintable(result.errorMessage));
-    const support::FloatMesh mesh = read(request);
+    const support::FloatMesh mesh = meshOf(request);
     QVERIFY(support::isClosedManifold(mesh));
     QVERIFY2(mesh.elements.size() <= mostTriangles,
              qPrintable(QString::number(mesh.elements.size())));
@@ -343,52 +261,47 @@ void TstSharpExport::stepsKeepTheSolid()
 
 void TstSharpExport::failureIsASentence_data()
 {
-    QTest::addColumn<Scene>("scene");
-    QTest::addColumn<std::function<void(ExportRequest &)>>("change");
+    QTest::addColumn<QString>("scene");
+    QTest::addColumn<Change>("change");
     QTest::addColumn<QString>("error");
-    const auto row = [](const char *name, const Scene &scene,
-                        const std::function<void(ExportRequest &)> &change,
+    const auto row = [](const char *name, const QString &scene, const Change &change,
                         const QString &error) { QTest::newRow(name) << scene << change << error; };
-    const Scene broken = [](NodeTree &t) { return t.add("translate"_L1); };
-    row(
-        "octree that cannot fit", sphere,
-        [](ExportRequest &r) { r.extractor = 2, r.cellSize = 0.0004f; },
+    const QString broken = u"(translate)"_s;
+    const Change octree = [](ExportRequest &r) { r.extractor = 2; };
+    const Change volume = [](ExportRequest &r) { r.algorithm = 1; };
+    const auto fine = [](const Change &kind) {
+        return [kind](ExportRequest &r) { kind(r), r.cellSize = 0.0004f; };
+    };
+    const auto empty = [](const Change &kind) {
+        return [kind](ExportRequest &r) { kind(r), r.nodes.clear(); };
+    };
+    const Change longOctree = [](ExportRequest &r) {
+        r.extractor = 2, r.boundsMin = {0, 0, 0}, r.boundsMax = {1e7f, 1, 1}, r.cellSize = 1;
+    };
+    const Change unwritable = [](ExportRequest &r) {
+        r.algorithm = 1, r.outputPath = u"/proc/nowhere/a.vtk"_s;
+    };
+    row("octree that cannot fit", sphere, fine(octree),
         u"An octree over 16385 x 16385 x 16385 nodes needs "_s);
-    row(
-        "octree beyond limits", sphere,
-        [](ExportRequest &r) {
-            r.extractor = 2, r.boundsMin = {0, 0, 0}, r.boundsMax = {1e7f, 1, 1}, r.cellSize = 1;
-        },
+    row("octree beyond limits", sphere, longOctree,
         u"An octree over 16777217 x 16777217 x 16777217 nodes is too large: the limit is 1048577 nodes an axis"_s);
-    row(
-        "volume that cannot fit", sphere,
-        [](ExportRequest &r) { r.algorithm = 1, r.cellSize = 0.0004f; },
+    row("volume that cannot fit", sphere, fine(volume),
         u"A volume over 15001 x 15001 x 15001 nodes needs 13502.7 GB of memory, and "_s);
-    row(
-        "octree of a broken tree", broken, [](ExportRequest &r) { r.extractor = 2; },
+    row("octree of a broken tree", broken, octree,
         u"Octree DC evaluator failed: CPUFieldEvaluator: SdfSceneGraphBuilder failed: "_s);
-    row(
-        "volume of a broken tree", broken, [](ExportRequest &r) { r.algorithm = 1; },
+    row("volume of a broken tree", broken, volume,
         u"Volume evaluator failed: PositionTransform node has no child"_s);
-    row(
-        "empty octree", sphere, [](ExportRequest &r) { r.extractor = 2, r.nodes.clear(); },
+    row("empty octree", sphere, empty(octree),
         u"Export produced no triangles — the source may be hidden or outside the export bounds"_s);
-    row(
-        "empty volume", sphere, [](ExportRequest &r) { r.algorithm = 1, r.nodes.clear(); },
+    row("empty volume", sphere, empty(volume),
         u"Export produced no tetrahedra — the source may be hidden or outside the export bounds"_s);
-    row(
-        "unknown step", sphere, [](ExportRequest &r) { r.postprocess = {u"polish"_s}; },
-        u"unknown postprocess step 'polish'"_s);
-    row(
-        "volume that cannot be saved", sphere,
-        [](ExportRequest &r) { r.algorithm = 1, r.outputPath = u"/proc/nowhere/a.vtk"_s; },
-        u"Failed to save tet mesh: "_s);
+    row("volume that cannot be saved", sphere, unwritable, u"Failed to save tet mesh: "_s);
 }
 
 void TstSharpExport::failureIsASentence()
 {
-    QFETCH(Scene, scene);
-    QFETCH(std::function<void(ExportRequest &)>, change);
+    QFETCH(QString, scene);
+    QFETCH(Change, change);
     QFETCH(QString, error);
     ExportRequest request = requestFor(scene, 0);
     change(request);
@@ -402,6 +315,7 @@ void TstSharpExport::cancelStopsAnEndlessField_data()
 {
     QTest::addColumn<int>("extractor");
     QTest::addColumn<int>("algorithm");
+    QTest::newRow("marching cubes") << 0 << 0;
     QTest::newRow("uniform") << 1 << 0;
     QTest::newRow("octree") << 2 << 0;
     QTest::newRow("volume") << 0 << 1;
@@ -411,8 +325,7 @@ void TstSharpExport::cancelStopsAnEndlessField()
 {
     QFETCH(int, extractor);
     QFETCH(int, algorithm);
-    ExportRequest request =
-        requestFor([](NodeTree &t) { return t.add("test_endless"_L1); }, extractor);
+    ExportRequest request = requestFor(u"(test_endless)"_s, extractor);
     request.algorithm = algorithm;
     ExportPipeline pipeline;
     support::QueuedSpy finished(&pipeline, &ExportPipeline::finished);
