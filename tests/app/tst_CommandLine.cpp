@@ -1,6 +1,7 @@
 #include "app/Program.h"
 
 #include <mesh/io/MeshLoader.h>
+#include <support/Files.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -255,9 +256,7 @@ void TstCommandLine::formatFollowsTheExtension()
     const QString out = m_folder.filePath(name);
     const QString scene = writeFile(m_folder, u"f.corvane"_s, sphereScene);
     QCOMPARE(runProgram({u"export"_s, scene, u"-o"_s, out}).status, 0);
-    QFile file(out);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.read(begins.size()), begins);
+    QCOMPARE(support::contentOf(out).left(begins.size()), begins);
     QVERIFY(std::abs(halfExtent(out) - 3.0f) < 0.01f);
 }
 
@@ -293,9 +292,8 @@ void TstCommandLine::emptySceneGivesAnEmptyStl()
     QCOMPARE(run.status, 0);
     QCOMPARE(run.lastErrorLine(),
              u"{\"success\":true,\"triangles\":0,\"vertices\":0,\"elapsed\":0}"_s);
-    QFile file(out);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("Ondrel Corvane empty mesh") + QByteArray(84 - 25, '\0'));
+    QCOMPARE(support::contentOf(out),
+             QByteArray("Ondrel Corvane empty mesh") + QByteArray(84 - 25, '\0'));
 }
 
 void TstCommandLine::errorOnEmptyIsStatusThree_data()
@@ -386,9 +384,7 @@ void TstCommandLine::aFailedExportKeepsTheOldFile()
     text.replace("cellSize: 0.5", "bounds:\n        minX: 4.9\n      cellSize: 0.5");
     const QString scene = writeFile(m_folder, u"k.corvane"_s, text);
     QCOMPARE(runProgram({u"export"_s, scene, u"-o"_s, out}).status, 3);
-    QFile file(out);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("what was there"));
+    QCOMPARE(support::contentOf(out), QByteArray("what was there"));
     QVERIFY(QDir(m_folder.path())
                 .entryList({u"keep.stl*"_s, u".keep*"_s}, QDir::Files | QDir::Hidden)
                 .size() == 1);

@@ -1,5 +1,7 @@
 #include "app/Program.h"
 
+#include <support/Files.h>
+
 #include <QDirIterator>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -9,6 +11,7 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
+using support::contentOf;
 
 namespace {
 
@@ -34,12 +37,6 @@ bool isRunning(const QByteArray &process)
 {
     QFile status(u"/proc/%1/stat"_s.arg(QString::fromLatin1(process.trimmed())));
     return status.open(QIODevice::ReadOnly) && !status.readAll().contains(") Z ");
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "app/Program.h"
 
 #include <mesh/io/MeshLoader.h>
+#include <support/Files.h>
 #include <support/MeshChecks.h>
 
 using namespace Qt::StringLiterals;
@@ -55,9 +56,7 @@ void TstSamples::aMeshIsTheSameBytesEveryTime()
     for (int run = 0; run < 2; ++run) {
         const QString out = m_folder.filePath(u"run.stl"_s);
         QCOMPARE(runProgram({u"export"_s, sample, u"-o"_s, out}).status, 0);
-        QFile file(out);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray bytes = file.readAll();
+        const QByteArray bytes = support::contentOf(out);
         if (run == 0)
             first = bytes;
         QVERIFY(bytes == first);

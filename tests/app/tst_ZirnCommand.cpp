@@ -2,6 +2,7 @@
 #include "Program.h"
 
 #include <mesh/io/MeshLoader.h>
+#include <support/Files.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,6 +10,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using support::contentOf;
 
 namespace {
 
@@ -52,12 +54,6 @@ corvane:
   roots:
     - Ball
 )";
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// The largest x of a mesh file; 0 when it can't be read.
 float widthOf(const QString &path)

@@ -1,6 +1,8 @@
 #include <store/FaultInjection.h>
 #include <store/SafeFile.h>
 
+#include <support/Files.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -14,25 +16,14 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using support::contentOf;
+using support::put;
 
 namespace {
 
 const QByteArray oldContent = QByteArray("the old content\n").repeated(1000);
 // More than the buffer, so that a save takes several writes.
 const QByteArray newContent = QByteArray("something new\n").repeated(60'000);
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void put(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
 
 bool saveInPieces(const QString &path)
 {

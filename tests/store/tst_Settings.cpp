@@ -5,6 +5,8 @@
 #include <store/Settings.h>
 #include <store/ShutdownLifecycle.h>
 
+#include <support/Files.h>
+
 #include <QDir>
 #include <QFile>
 #include <QLoggingCategory>
@@ -305,7 +307,7 @@ private slots:
     void aDamagedFileIsSetAside()
     {
         QFETCH(const QByteArray, content);
-        write(content);
+        QVERIFY(support::put(path(), content));
         QTest::ignoreMessage(QtWarningMsg,
                              warning(u"WARNING: '.*Test Corvane.ini' was kept as .*damaged.*"_s));
         {
@@ -317,9 +319,7 @@ private slots:
         const QDir folder = QFileInfo(path()).dir();
         const QStringList kept = folder.entryList({u"*.damaged-*"_s});
         QCOMPARE(kept.size(), 1);
-        QFile file(folder.filePath(kept.first()));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), content);
+        QCOMPARE(support::contentOf(folder.filePath(kept.first())), content);
     }
 
     void whatIsNoFileIsLeftAlone_data()
@@ -367,14 +367,6 @@ private:
         const QString copy = m_dir->filePath(u"copy%1.ini"_s.arg(++copies));
         QFile::copy(path(), copy);
         return QSettings(copy, QSettings::IniFormat).value(u"Corvane/custom/"_s + key, -1).toInt();
-    }
-
-    void write(const QByteArray &content) const
-    {
-        QVERIFY(QDir().mkpath(QFileInfo(path()).path()));
-        QFile file(path());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;

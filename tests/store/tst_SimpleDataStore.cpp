@@ -2,6 +2,8 @@
 #include <store/ShutdownLifecycle.h>
 #include <store/SimpleDataStore.h>
 
+#include <support/Files.h>
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -98,7 +100,7 @@ private slots:
         QCOMPARE(words->word(), u"default"_s);
         QCOMPARE(onDisk(), u"default"_s);
         QVERIFY(!words->isDirty());
-        QVERIFY(fileContent().contains("\n    \"word\"")); // for people to read
+        QVERIFY(support::contentOf(path()).contains("\n    \"word\"")); // for people to read
         QCOMPARE(words->journal(), QStringList({u"synchronization started"_s, u"sync=ok"_s,
                                                 u"synchronization succeeded"_s}));
     }
@@ -136,7 +138,7 @@ private slots:
     {
         QFETCH(const QByteArray, content);
         QFETCH(const QString, message);
-        write(content);
+        QVERIFY(support::put(path(), content));
         if (!message.isEmpty())
             QTest::ignoreMessage(QtWarningMsg, warning(message));
         QTest::ignoreMessage(QtWarningMsg,
@@ -165,7 +167,7 @@ private slots:
 
     void whatWasNeverReadIsKept()
     {
-        write(precious);
+        QVERIFY(support::put(path(), precious));
         const Words words = opened();
         words->change(u"hasty"_s);
         QTest::ignoreMessage(QtWarningMsg, warning(u"WARNING: .*without having been read"_s));
@@ -333,33 +335,20 @@ private:
         return words;
     }
 
-    QByteArray fileContent() const
-    {
-        QFile file(path());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
     QString onDisk() const
     {
-        return QJsonDocument::fromJson(fileContent()).object().value(u"word"_s).toString();
-    }
-
-    void write(const QByteArray &content) const
-    {
-        QFile file(path());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
+        return QJsonDocument::fromJson(support::contentOf(path()))
+            .object()
+            .value(u"word"_s)
+            .toString();
     }
 
     QList<QByteArray> keptAside() const
     {
         QList<QByteArray> contents;
         const QDir folder(m_dir->path());
-        for (const QString &name : folder.entryList({u"words.json.damaged-*"_s})) {
-            QFile file(folder.filePath(name));
-            if (file.open(QIODevice::ReadOnly))
-                contents.append(file.readAll());
-        }
+        for (const QString &name : folder.entryList({u"words.json.damaged-*"_s}))
+            contents.append(support::contentOf(folder.filePath(name)));
         return contents;
     }
 

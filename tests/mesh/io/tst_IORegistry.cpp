@@ -3,6 +3,7 @@
 #include <mesh/io/IORegistry.h>
 #include <mesh/io/MeshLoader.h>
 #include <store/FaultInjection.h>
+#include <support/Files.h>
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +15,7 @@
 using namespace Qt::StringLiterals;
 using mesh::io::ErrorCode;
 using mesh::io::IORegistry;
+using support::contentOf;
 using support::FloatMesh;
 
 class TstIORegistry : public QObject
@@ -23,12 +25,6 @@ class TstIORegistry : public QObject
 private:
     QTemporaryDir m_folder;
     const IORegistry<float> &m_registry = IORegistry<float>::instance();
-
-    QByteArray contentOf(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
 
     static void formatRows()
     {

@@ -3,6 +3,8 @@
 #include <mesh/io/ObjExporter.h>
 #include <mesh/io/ObjImporter.h>
 
+#include <support/Files.h>
+
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -14,6 +16,7 @@ using mesh::ElementType;
 using support::FloatMesh;
 using support::ImportOptions;
 using support::Point;
+using support::put;
 using Importer = mesh::io::ObjImporter<float>;
 using Exporter = mesh::io::ObjExporter<float>;
 
@@ -31,14 +34,6 @@ QList<int> nodesOf(const FloatMesh &surface, int element)
 class TstObjFormat : public QObject
 {
     Q_OBJECT
-
-private:
-    void put(const QTemporaryDir &folder, const QString &name, const QByteArray &bytes)
-    {
-        QFile file(folder.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(bytes), bytes.size());
-    }
 
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
@@ -141,10 +136,10 @@ private slots:
     void materialsComeFromTheLibraryBeside()
     {
         const QTemporaryDir folder;
-        put(folder, u"a b.mtl"_s,
+        put(folder.filePath(u"a b.mtl"_s),
             "newmtl Steel\r\nkd 0.1 0.2 0.3\nKS 0.3 0.6 0.9\nNs 6\nd 0.25\n"
             "newmtl glass\nTr 0.75\nKd nan 0 0\nKd 1\n");
-        put(folder, u"part.obj"_s,
+        put(folder.filePath(u"part.obj"_s),
             "mtllib a b.mtl\nmtllib a b.mtl\no Bracket\n" + square +
                 "f 1 2 3\nusemtl glass\nf 1 2 3 4 1\nusemtl Steel\nf 1 2 3\nusemtl glass\nf 1 2 "
                 "4\n");
@@ -183,10 +178,10 @@ private slots:
         QFETCH(const QString, name);
         const QTemporaryDir folder;
         QVERIFY(QDir(folder.path()).mkdir(u"in"_s));
-        put(folder, u"red.mtl"_s, "newmtl red\nKd 1 0 0\n");
+        put(folder.filePath(u"red.mtl"_s), "newmtl red\nKd 1 0 0\n");
         QVERIFY(::mkfifo(qPrintable(folder.filePath(u"in/pipe.mtl"_s)), 0600) == 0);
         const QString library = name.isEmpty() ? folder.filePath(u"red.mtl"_s) : name;
-        put(folder, u"in/part.obj"_s,
+        put(folder.filePath(u"in/part.obj"_s),
             "mtllib " + library.toUtf8() + "\nusemtl red\n" + square + "f 1 2 3\n");
         const auto read = Importer().read(folder.filePath(u"in/part.obj"_s), {});
         QVERIFY(read.isOk());

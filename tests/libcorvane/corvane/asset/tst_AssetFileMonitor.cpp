@@ -1,5 +1,7 @@
 #include <corvane/asset/AssetFileMonitor.h>
 
+#include <support/Files.h>
+
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -9,16 +11,7 @@
 
 using namespace Qt::StringLiterals;
 using corvane::asset::AssetFileMonitor;
-
-namespace {
-
-bool write(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-}
-
-} // namespace
+using support::put;
 
 class TstAssetFileMonitor : public QObject
 {
@@ -43,7 +36,7 @@ private slots:
         const QString path = dir.filePath(u"outer/inner/part.stl"_s),
                       next = dir.filePath(u"next"_s);
         const QString folder = QFileInfo(path).path();
-        QVERIFY(QDir().mkpath(folder) && write(path, "one"));
+        QVERIFY(QDir().mkpath(folder) && put(path, "one"));
         AssetFileMonitor monitor;
         QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
         const QUuid a = QUuid::createUuid(), b = QUuid::createUuid();
@@ -53,16 +46,16 @@ private slots:
         for (int round = 1; round <= 2; ++round) {
             changes.clear();
             if (way == u"write"_s) {
-                QVERIFY(write(path, QByteArray(round * 10, 'x')));
+                QVERIFY(put(path, QByteArray(round * 10, 'x')));
             } else if (way == u"rename"_s) {
-                QVERIFY(write(next, QByteArray(round * 10, 'x')));
+                QVERIFY(put(next, QByteArray(round * 10, 'x')));
                 QVERIFY(std::rename(qPrintable(next), qPrintable(path)) == 0);
             } else {
                 const bool folders = way == u"remove folders"_s;
                 QVERIFY(folders ? QDir(dir.filePath(u"outer"_s)).removeRecursively()
                                 : QFile::remove(path));
                 QCoreApplication::processEvents();
-                QVERIFY(QDir().mkpath(folder) && write(path, QByteArray(round * 10, 'x')));
+                QVERIFY(QDir().mkpath(folder) && put(path, QByteArray(round * 10, 'x')));
             }
             QTRY_VERIFY(!changes.isEmpty());
             QCOMPARE(changes.first().at(0).toString(), path);
@@ -76,18 +69,16 @@ private slots:
     {
         const QTemporaryDir dir;
         const QString path = dir.filePath(u"part.stl"_s);
-        QVERIFY(write(path, "one"));
+        QVERIFY(put(path, "one"));
         AssetFileMonitor monitor;
         QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
         QByteArray seen;
-        connect(&monitor, &AssetFileMonitor::fileChanged, this, [&] {
-            QFile file(path);
-            seen = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        });
+        connect(&monitor, &AssetFileMonitor::fileChanged, this,
+                [&] { seen = support::contentOf(path); });
         monitor.watchPath(path, QUuid::createUuid());
         constexpr int floods = 300;
         for (int i = 0; i < floods; ++i) {
-            QVERIFY(write(path, QByteArray::number(i)));
+            QVERIFY(put(path, QByteArray::number(i)));
             QCoreApplication::processEvents();
         }
         QTRY_COMPARE(seen, QByteArray::number(floods - 1));
@@ -109,13 +100,13 @@ private slots:
     {
         const QTemporaryDir dir;
         const QString path = dir.filePath(u"part.stl"_s), other = dir.filePath(u"other.stl"_s);
-        QVERIFY(write(path, "one") && write(other, "one"));
+        QVERIFY(put(path, "one") && put(other, "one"));
         AssetFileMonitor monitor;
         QSignalSpy changes(&monitor, &AssetFileMonitor::fileChanged);
         monitor.watchPath(path, QUuid::createUuid());
         monitor.clear();
         monitor.watchPath(other, QUuid::createUuid());
-        QVERIFY(write(path, "two") && write(other, "two"));
+        QVERIFY(put(path, "two") && put(other, "two"));
         QTRY_VERIFY(!changes.isEmpty());
         for (const auto &change : std::as_const(changes))
             QCOMPARE(change.at(0).toString(), other);

@@ -1,6 +1,8 @@
 #include <corvane/bench/BenchPipelineDefinition.h>
 #include <corvane/bench/BenchRequest.h>
 
+#include <support/Files.h>
+
 #include <QFile>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -119,9 +121,8 @@ private slots:
 private:
     QString written(const QByteArray &text, const QString &name) const
     {
-        QFile file(m_folder->filePath(name + u".json"_s));
-        return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() ? file.fileName()
-                                                                                  : QString();
+        const QString path = m_folder->filePath(name + u".json"_s);
+        return support::put(path, text) ? path : QString();
     }
 
     QScopedPointer<QTemporaryDir> m_folder;

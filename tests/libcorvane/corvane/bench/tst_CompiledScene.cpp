@@ -3,6 +3,8 @@
 #include <corvane/eval/CPUFieldEvaluator.h>
 #include <corvane/registry/Registry.h>
 
+#include <support/Files.h>
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -137,9 +139,8 @@ private slots:
 private:
     QString written(const QByteArray &text) const
     {
-        QFile file(m_folder->filePath(u"scene.corvane"_s));
-        return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() ? file.fileName()
-                                                                                  : QString();
+        const QString path = m_folder->filePath(u"scene.corvane"_s);
+        return support::put(path, text) ? path : QString();
     }
 
     QScopedPointer<QTemporaryDir> m_folder;

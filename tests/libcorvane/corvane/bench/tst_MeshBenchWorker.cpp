@@ -1,5 +1,6 @@
 #include <corvane/bench/MeshBenchWorker.h>
 
+#include <support/Files.h>
 #include <support/JobRunner.h>
 
 #include <QDir>
@@ -16,6 +17,7 @@
 using namespace Qt::StringLiterals;
 using batch::BatchStatus;
 using corvane::bench::MeshBenchWorker;
+using support::contentOf;
 
 namespace {
 
@@ -43,12 +45,6 @@ constexpr auto endless = R"(corvane:
     one:
       type: bench_endless
 )";
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -298,9 +294,7 @@ private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
     void write(const QString &name, const QByteArray &text) const
     {
-        QVERIFY(QDir().mkpath(QFileInfo(path(name)).path()));
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+        QVERIFY(support::put(path(name), text));
     }
     QVariantMap payload() const
     {

@@ -1,5 +1,6 @@
 #include <corvane/bench/TestDB.h>
 
+#include <support/Files.h>
 #include <support/PostgresServer.h>
 
 #include <QFile>
@@ -15,6 +16,8 @@
 
 using namespace Qt::StringLiterals;
 using lab::TestDB;
+using support::contentOf;
+using support::put;
 
 namespace {
 
@@ -32,18 +35,6 @@ QVariantList row(const QString &connection, const QString &sql)
 int number(const QString &connection, const QString &sql)
 {
     return row(connection, sql).value(0, -1).toInt();
-}
-
-void write(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -158,7 +149,7 @@ private slots:
         else if (what == u"fifo"_s)
             QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         else
-            write(path, text);
+            put(path, text);
         if (what == u"below a file"_s)
             path += u"/r.db"_s;
         if (what == u"server"_s) {
@@ -187,7 +178,7 @@ private slots:
         // The header stays, the pages are gone.
         QByteArray damaged = contentOf(path);
         std::fill(damaged.begin() + 100, damaged.end(), char(0xee));
-        write(path, damaged);
+        put(path, damaged);
         auto db = TestDB::fromSQLitePath(path, u"second"_s);
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"r\\.db"_s));
         QVERIFY2(db.open(), qPrintable(db.errorString()));

@@ -1,6 +1,7 @@
 #include <corvane/asset/AssetStore.h>
 #include <corvane/asset/MeshImportWorker.h>
 
+#include <support/Files.h>
 #include <support/JobRunner.h>
 #include <support/MeshChecks.h>
 
@@ -12,6 +13,7 @@
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
+using support::put;
 using namespace corvane::asset;
 using batch::BatchStatus;
 
@@ -19,12 +21,6 @@ namespace {
 
 const QString type = u"corvane/mesh_import"_s;
 using ResultPointer = QSharedPointer<const MeshImportResult>;
-
-void write(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
-}
 
 // Two triangles, of one material each.
 constexpr auto twoColoured = "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
@@ -99,8 +95,8 @@ private slots:
         QFETCH(QStringList, names);
         QFETCH(QList<int>, vertices);
         const QString path = m_folder->filePath(u"part.obj"_s);
-        write(path, text);
-        write(m_folder->filePath(u"m.mtl"_s), colours);
+        put(path, text);
+        put(m_folder->filePath(u"m.mtl"_s), colours);
         MeshImportWorker worker(&m_assets, &m_contexts);
         support::JobRunner runner(&worker);
         ResultPointer result;
@@ -138,7 +134,7 @@ private slots:
         QFETCH(QString, error);
         const QString path = m_folder->filePath(name);
         if (!name.startsWith(u"gone"_s))
-            write(path, "ply\nformat ascii 1.0\nelement vertex 9\n");
+            put(path, "ply\nformat ascii 1.0\nelement vertex 9\n");
         m_assets.storeMeshData(m_id,
                                QSharedPointer<support::FloatMesh>::create(support::makeCube()));
         MeshImportWorker worker(&m_assets, &m_contexts);

@@ -1,6 +1,8 @@
 #include <corvane/zirn/Operator.h>
 #include <corvane/zirn/PermissionStore.h>
 
+#include <support/Files.h>
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -165,18 +167,15 @@ void TstPermissions::damagedFileIsSetAside()
     QFETCH(QByteArray, content);
     QTemporaryDir dir;
     const QString path = dir.filePath(u"grants.json"_s);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    file.close();
+    QVERIFY(support::put(path, content));
     const auto store = PermissionStore::create();
     QTest::ignoreMessage(QtWarningMsg, qPrintable(u"PermissionStore: damaged file set aside as "_s +
                                                   path + u".damaged"_s));
     QVERIFY(!store->load(path));
     QVERIFY(store->grants().isEmpty());
     QVERIFY(!QFile::exists(path));
-    QFile aside(path + u".damaged"_s);
-    QVERIFY(aside.open(QIODevice::ReadOnly));
-    QCOMPARE(aside.readAll(), content);
+    QVERIFY(QFile::exists(path + u".damaged"_s));
+    QCOMPARE(support::contentOf(path + u".damaged"_s), content);
 }
 
 void TstPermissions::submittersHaveWords()

@@ -3,6 +3,8 @@
 
 #include "PlanFixture.h"
 
+#include <support/Files.h>
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QSqlDatabase>
@@ -15,6 +17,7 @@
 #include <cerrno>
 
 using namespace Qt::StringLiterals;
+using support::put;
 using namespace corvane::zirn;
 
 namespace {
@@ -39,12 +42,6 @@ QStringList rowsOf(const QString &path, const QString &sql)
     }
     QSqlDatabase::removeDatabase(u"check"_s);
     return rows;
-}
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
 }
 
 } // namespace
@@ -158,12 +155,10 @@ void TstZirnHistoryDatabase::damagedFileIsSetAside()
     QByteArray content(20000, 'x');
     QVERIFY(ZirnHistoryDatabase(path()).isUsable()); // makes the folder
     if (isCutDatabase) {
-        QFile file(path());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        content = file.readAll();
+        content = support::contentOf(path());
         content.replace(100, content.size() - 100, QByteArray(content.size() - 100, '\0'));
     }
-    writeFile(path(), content);
+    put(path(), content);
     const QString aside = path() + u".damaged"_s;
     {
         ZirnHistoryDatabase history(path());
@@ -171,10 +166,8 @@ void TstZirnHistoryDatabase::damagedFileIsSetAside()
             QtWarningMsg, qPrintable(u"ZirnHistoryDatabase: damaged file set aside as "_s + aside));
         QCOMPARE(history.logPlanSubmitted(planOf({}), {}), 1);
     }
-    QFile old(aside);
-    QVERIFY(old.open(QIODevice::ReadOnly));
-    QCOMPARE(old.readAll(), content);
-    QVERIFY(old.remove());
+    QCOMPARE(support::contentOf(aside), content);
+    QVERIFY(QFile::remove(aside));
 }
 
 void TstZirnHistoryDatabase::planRunsWithoutItsHistory_data()
@@ -183,7 +176,7 @@ void TstZirnHistoryDatabase::planRunsWithoutItsHistory_data()
     const QString fifo = m_dir.filePath(u"fifo"_s);
     const QString file = m_dir.filePath(u"file"_s);
     QVERIFY(::mkfifo(qPrintable(fifo), 0600) == 0 || errno == EEXIST);
-    writeFile(file, {});
+    put(file, {});
     QTest::newRow("a folder") << m_dir.path();
     QTest::newRow("a FIFO") << fifo;
     QTest::newRow("below a file") << file + u"/history.db"_s;
