@@ -81,8 +81,7 @@ private slots:
 
     void entriesOfItems_data();
     void entriesOfItems();
-    void unknownTypeHasAPlainEntry();
-    void typesCanBeAdded();
+    void unknownTypesHaveAPlainEntry();
     void programsEntriesComeFirst();
     void entriesMove();
     void refusedEntriesChangeNothing();
@@ -127,7 +126,7 @@ void TstGenericTree::entriesOfItems()
     QVERIFY(ItemRegistry::instance().createEntry(operation)->hasCustomIcon());
 }
 
-void TstGenericTree::unknownTypeHasAPlainEntry()
+void TstGenericTree::unknownTypesHaveAPlainEntry()
 {
     SceneItem odd;
     odd.itemType = u"odd"_s;
@@ -136,10 +135,7 @@ void TstGenericTree::unknownTypeHasAPlainEntry()
     QVERIFY(!entry->canHaveChildren());
     QVERIFY(!entry->hasCustomIcon());
     QVERIFY(ItemRegistry::instance().createItem(u"odd"_s).id.isNull());
-}
 
-void TstGenericTree::typesCanBeAdded()
-{
     ItemRegistry registry;
     registry.registerItemType(u"note"_s, [] {
         SceneItem item;

@@ -550,29 +550,11 @@ void TstTreeModel::randomEditsKeepTheModelSound()
 void TstTreeModel::iconsAreDrawn()
 {
     QSet<QByteArray> pictures;
-    const QStringList names{u"empty_slot"_s,
-                            u"box"_s,
-                            u"sphere"_s,
-                            u"cylinder"_s,
-                            u"torus"_s,
-                            u"capsule"_s,
-                            u"cone"_s,
-                            u"plane"_s,
-                            u"union"_s,
-                            u"subtract"_s,
-                            u"intersect"_s,
-                            u"smooth_union"_s,
-                            u"smooth_subtract"_s,
-                            u"smooth_intersect"_s,
-                            u"translate"_s,
-                            u"rotate"_s,
-                            u"scale"_s,
-                            u"mirror"_s,
-                            u"linear_repeat"_s,
-                            u"radial_repeat"_s,
-                            u"grid_repeat"_s,
-                            u"orphans"_s,
-                            u"anything else"_s};
+    const QStringList names =
+        u"empty_slot box sphere cylinder torus capsule cone plane union subtract "
+        "intersect smooth_union smooth_subtract smooth_intersect translate "
+        "rotate scale mirror linear_repeat radial_repeat grid_repeat orphans "
+        "anything"_s.split(u' ');
     for (const QString &name : names) {
         const QImage picture =
             SlotManager::iconForDefinition(name).pixmap(32).toImage().convertToFormat(

@@ -25,20 +25,14 @@ class TstCorvane : public QObject
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
-    void newDocumentIsEmpty();
-    void addedItemIsFoundByName();
     void sharedNamePassesOn();
     void sceneChangesWithStructureOnly_data();
     void sceneChangesWithStructureOnly();
     void unknownItemIsNotUpdated();
     void removedItemLeavesReferencesBehind();
     void addingAnExistingItemKeepsIt();
-    void rootsTellNothingFromAll();
     void childrenResolveByNameAndId();
     void itemNeverStandsUnderItself();
-    void movedItemTakesItsPlace_data();
-    void movedItemTakesItsPlace();
-    void domainIsTheNearestAbove();
     void proxiesNeverNest();
     void selectionSpeaksOnce();
     void settingsAreNested();
@@ -48,36 +42,7 @@ private slots:
     void fingerprintFollowsContentAndSelection();
     void resetLeavesANewDocument();
     void materialsAreIndexedByName();
-    void copiesCountFromTheBaseName_data();
-    void copiesCountFromTheBaseName();
 };
-
-void TstCorvane::newDocumentIsEmpty()
-{
-    const Corvane scene;
-    QCOMPARE(scene.units(), u"mm"_s);
-    QVERIFY(scene.items().isEmpty());
-    QVERIFY(scene.drawsAllItems());
-    QVERIFY(scene.item(QUuid::createUuid()).id.isNull());
-    QVERIFY(!scene.instance(QUuid::createUuid()).isValid());
-}
-
-void TstCorvane::addedItemIsFoundByName()
-{
-    Corvane scene;
-    QSignalSpy added(&scene, &Corvane::itemAdded);
-    QSignalSpy changed(&scene, &Corvane::sceneChanged);
-    SceneItem item = namedItem(u"ball"_s);
-    item.id = {};
-    const QUuid id = scene.addItem(item);
-    QVERIFY(!id.isNull());
-    QCOMPARE(scene.instanceIdByName(u"ball"_s), id);
-    QCOMPARE(added.size(), 1);
-    QCOMPARE(added.at(0).at(1).toString(), u"sdf"_s);
-    QCOMPARE(changed.size(), 1);
-    QCOMPARE(scene.itemsOfType(ItemTypes::Sdf).size(), 1);
-    QVERIFY(!scene.hasItemsOfType(ItemTypes::Mesh));
-}
 
 void TstCorvane::sharedNamePassesOn()
 {
@@ -175,20 +140,6 @@ void TstCorvane::addingAnExistingItemKeepsIt()
     QCOMPARE(scene.item(group).itemType, ItemTypes::Group);
 }
 
-void TstCorvane::rootsTellNothingFromAll()
-{
-    Corvane scene;
-    const QUuid id = scene.addItem(namedItem(u"a"_s));
-    QVERIFY(scene.drawsAllItems());
-    scene.addRoot(id);
-    scene.addRoot(id);
-    QCOMPARE(scene.roots(), QList<QUuid>{id});
-    QVERIFY(!scene.drawsAllItems());
-    scene.removeRoot(id);
-    QVERIFY(scene.roots().isEmpty());
-    QVERIFY(!scene.drawsAllItems());
-}
-
 void TstCorvane::childrenResolveByNameAndId()
 {
     Corvane scene;
@@ -219,49 +170,6 @@ void TstCorvane::itemNeverStandsUnderItself()
     QCOMPARE(scene.depth(leaf), 2);
     QVERIFY(scene.setParent(leaf, {}));
     QCOMPARE(scene.depth(leaf), 0);
-}
-
-void TstCorvane::movedItemTakesItsPlace_data()
-{
-    QTest::addColumn<int>("index");
-    QTest::addColumn<QString>("order");
-    QTest::newRow("first") << 0 << u"xabc"_s;
-    QTest::newRow("between") << 2 << u"abxc"_s;
-    QTest::newRow("last") << 3 << u"abcx"_s;
-    QTest::newRow("negative") << -1 << u"abcx"_s;
-    QTest::newRow("too large") << 99 << u"abcx"_s;
-}
-
-void TstCorvane::movedItemTakesItsPlace()
-{
-    QFETCH(const int, index);
-    QFETCH(const QString, order);
-    Corvane scene;
-    const QUuid group = scene.addGroupItem(QUuid::createUuid(), u"group"_s);
-    for (const auto &name : {u"a"_s, u"b"_s, u"c"_s})
-        QVERIFY(scene.moveHierarchyItem(scene.addItem(namedItem(name)), group, -1));
-    QVERIFY(scene.moveHierarchyItem(scene.addItem(namedItem(u"x"_s)), group, index));
-    QString found;
-    const auto children = scene.hierarchyChildIds(group);
-    for (const QUuid &child : children)
-        found += scene.item(child).name;
-    QCOMPARE(found, order);
-}
-
-void TstCorvane::domainIsTheNearestAbove()
-{
-    Corvane scene;
-    SceneItem domain;
-    domain.itemType = ItemTypes::SdfDomain;
-    scene.addItem(domain);
-    const QUuid group = scene.addGroupItem(QUuid::createUuid(), u"g"_s);
-    QVERIFY(scene.setParent(group, domain.id));
-    const QUuid inside = scene.addItem(namedItem(u"in"_s, group));
-    const QUuid outside = scene.addItem(namedItem(u"out"_s));
-    QCOMPARE(scene.domainForItem(inside), domain.id);
-    QVERIFY(scene.domainForItem(outside).isNull());
-    QCOMPARE(scene.sdfItemsInDomain(domain.id), QList<QUuid>{inside});
-    QCOMPARE(scene.sdfItemsInDomain({}), QList<QUuid>{outside});
 }
 
 void TstCorvane::proxiesNeverNest()
@@ -395,23 +303,6 @@ void TstCorvane::materialsAreIndexedByName()
     QVERIFY(!scene.updateMaterial(CatalogMaterial()));
     scene.removeMaterial(steel.id);
     QVERIFY(!scene.material(steel.id));
-}
-
-void TstCorvane::copiesCountFromTheBaseName_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("base");
-    QTest::newRow("numbered") << u"Box 2"_s << u"Box"_s;
-    QTest::newRow("several blanks") << u"Box  \t12"_s << u"Box"_s;
-    QTest::newRow("no blank") << u"Box2"_s << u"Box2"_s;
-    QTest::newRow("two numbers") << u"Box 1 2"_s << u"Box 1"_s;
-    QTest::newRow("number first") << u"2 Box"_s << u"2 Box"_s;
-}
-
-void TstCorvane::copiesCountFromTheBaseName()
-{
-    QFETCH(const QString, name);
-    QTEST(duplicateBaseName(name), "base");
 }
 
 QTEST_GUILESS_MAIN(TstCorvane)

@@ -1,5 +1,4 @@
 #include <corvane/model/CorvaneDSLParser.h>
-#include <corvane/model/SceneMigrator.h>
 
 #include <QFile>
 #include <QPointer>
@@ -18,8 +17,6 @@ class TstCorvaneDSLParser : public QObject
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
-    void versionIsDetected_data();
-    void versionIsDetected();
     void hostileTextIsAnAnswer_data();
     void hostileTextIsAnAnswer();
     void fileThatCannotBeReadIsAnError_data();
@@ -44,23 +41,6 @@ private:
     QTemporaryDir m_folder;
 };
 
-void TstCorvaneDSLParser::versionIsDetected_data()
-{
-    QTest::addColumn<QVariantMap>("file");
-    QTest::addColumn<int>("version");
-    QTest::newRow("missing") << QVariantMap() << 1;
-    QTest::newRow("one") << QVariantMap{{u"formatVersion"_s, 1}} << 1;
-    QTest::newRow("two") << QVariantMap{{u"formatVersion"_s, 2}} << 2;
-    QTest::newRow("newer") << QVariantMap{{u"formatVersion"_s, 7}} << 7;
-    QTest::newRow("a word") << QVariantMap{{u"formatVersion"_s, u"new"_s}} << 1;
-}
-
-void TstCorvaneDSLParser::versionIsDetected()
-{
-    QFETCH(const QVariantMap, file);
-    QTEST(SceneMigrator::detectVersion(file), "version");
-}
-
 void TstCorvaneDSLParser::hostileTextIsAnAnswer_data()
 {
     QTest::addColumn<QByteArray>("text");
@@ -75,6 +55,7 @@ void TstCorvaneDSLParser::hostileTextIsAnAnswer_data()
                             << false;
     QTest::newRow("deep blocks") << deep << false;
     QTest::newRow("deep flow") << "a: " + QByteArray(5000, '[') + QByteArray(5000, ']') << false;
+    QTest::newRow("a word for the version") << QByteArray("formatVersion: new\n") << true;
     QTest::newRow("cut short") << QByteArray("corvane:\n  instances:\n    a:\n      ty") << false;
     QTest::newRow("wrong kinds")
         << QByteArray("name: [1]\nvarset: 3\nvarsets: {a: 1}\nsettings: x\ninstances: [1, 2]\n"

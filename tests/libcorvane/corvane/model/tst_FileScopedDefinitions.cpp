@@ -42,7 +42,6 @@ private slots:
     void overrideStandsInForTheBuiltin();
     void equalContentIsLeftAlone();
     void invalidDefinitionIsNotRegistered();
-    void definitionsOfSeveralLinesReadBack();
     void usedBuiltinsAreEmbedded();
 
 private:
@@ -111,21 +110,6 @@ void TstFileScopedDefinitions::invalidDefinitionIsNotRegistered()
         u"definitions:\n  - name: B\n  - id: blob\n    name: B\n  - id: blob\n    name: C\n"_s);
     QCOMPARE(result.warnings.size(), 2);
     QCOMPARE(result.scene->customDefinitions().size(), 1);
-}
-
-void TstFileScopedDefinitions::definitionsOfSeveralLinesReadBack()
-{
-    const auto scene = CorvaneDSLParser::parseText(blobScene).scene;
-    const QString path = m_folder.filePath(u"saved.corvane"_s);
-    QVERIFY(scene->saveToFile(path));
-    const auto again = CorvaneDSLParser::parseFile(path).scene;
-    QVERIFY(again);
-    QCOMPARE(again->customDefinitions().size(), 1);
-    const auto definition = again->customDefinitions().first();
-    QCOMPARE(definition->shaderCode, scene->customDefinitions().first()->shaderCode);
-    QVERIFY(definition->shaderCode.contains(u'\n'));
-    scene->removeCustomDefinition(u"blob"_s);
-    QVERIFY(!scene->hasCustomDefinition(u"blob"_s));
 }
 
 void TstFileScopedDefinitions::usedBuiltinsAreEmbedded()

@@ -20,10 +20,7 @@ private slots:
 
     void parameterReadsEveryForm_data();
     void parameterReadsEveryForm();
-    void parameterMapsReadBack();
     void modifierAtItsDefaultIsNotStored();
-    void instanceGivesUsableValues();
-    void itemMapLeavesOutDefaults();
     void itemMapReadsBack();
     void itemTakesOnlyWellFormedVectors_data();
     void itemTakesOnlyWellFormedVectors();
@@ -68,68 +65,20 @@ void TstItemRecords::parameterReadsEveryForm()
     QCOMPARE(plainParamValue(stored), expression.isNull() ? value : QVariant());
 }
 
-void TstItemRecords::parameterMapsReadBack()
-{
-    const QList<ParameterValue> parameters{
-        ParameterValue::fromLiteral(2), ParameterValue::fromLiteral(u"=x"_s),
-        ParameterValue::fromExpression(u"a"_s), ParameterValue::fromExpression(u"a"_s, 0.5)};
-    for (const ParameterValue &parameter : parameters)
-        QCOMPARE(ParameterValue::fromVariant(parameter.toVariantMap()), parameter);
-    QVERIFY(!parameters.at(2).toVariantMap().contains(u"fallback"_s));
-}
-
 void TstItemRecords::modifierAtItsDefaultIsNotStored()
 {
     Instance instance(u"sphere"_s);
-    QVERIFY(instance.isValid());
-    QCOMPARE(instance.blendSharpness(), 0.7f);
-    QCOMPARE(instance.materialMode(), 2);
-    QCOMPARE(instance.densityScale(), 1.0f);
-    QCOMPARE(instance.shellThickness(), 0.0f);
     const QVariantMap untouched = instance.typeData;
-
-    instance.setBlendSharpness(0.5f);
-    instance.setMaterialMode(1);
-    instance.setDensityScale(2.0f);
-    instance.setShellThickness(0.25f);
+    const auto set = [&instance](float sharpness, int mode, float density, float thickness) {
+        instance.setBlendSharpness(sharpness);
+        instance.setMaterialMode(mode);
+        instance.setDensityScale(density);
+        instance.setShellThickness(thickness);
+    };
+    set(0.5f, 1, 2.0f, 0.25f);
     QCOMPARE(instance.typeData.size(), untouched.size() + 4);
-    QCOMPARE(instance.shellThickness(), 0.25f);
-
-    instance.setBlendSharpness(0.7f);
-    instance.setMaterialMode(2);
-    instance.setDensityScale(1.0f);
-    instance.setShellThickness(0.0f);
+    set(0.7f, 2, 1.0f, 0.0f);
     QCOMPARE(instance.typeData, untouched);
-}
-
-void TstItemRecords::instanceGivesUsableValues()
-{
-    Instance instance(u"box"_s);
-    instance.setParameters({{u"width"_s, u"=w"_s}, {u"height"_s, 2.0}});
-    instance.setRawParams([&instance] {
-        QVariantMap raw = instance.rawParams();
-        raw.insert(u"depth"_s, QVariantMap{{u"expr"_s, u"d"_s}, {u"fallback"_s, 4}});
-        return raw;
-    }());
-    QCOMPARE(instance.parameter(u"height"_s), QVariant(2.0));
-    QCOMPARE(instance.parameter(u"depth"_s), QVariant(4));
-    QVERIFY(!instance.parameter(u"width"_s).isValid());
-    QCOMPARE(instance.parameterValue(u"width"_s).expression, u"w"_s);
-    QVERIFY(!instance.parameter(u"absent"_s).isValid());
-
-    instance.setLiteral(u"width"_s, u"=w"_s);
-    QCOMPARE(instance.parameter(u"width"_s), QVariant(u"=w"_s));
-    instance.setParameter(u"children"_s, QVariantList{u"@a"_s, u"@b"_s});
-    QCOMPARE(instance.childReferences(), QStringList({u"@a"_s, u"@b"_s}));
-    QVERIFY(!Instance(QString()).isValid());
-}
-
-void TstItemRecords::itemMapLeavesOutDefaults()
-{
-    const SceneItem item;
-    QCOMPARE(item.toVariantMap().keys(), QStringList({u"id"_s, u"itemType"_s}));
-    QVERIFY(!item.id.isNull());
-    QVERIFY(item.id != SceneItem().id);
 }
 
 void TstItemRecords::itemMapReadsBack()

@@ -48,27 +48,20 @@ private slots:
     void addedNodeIsComplete();
     void componentInstanceIsComplete();
     void namesAreUnique();
-    void freedNamesAreFoundAgain();
     void removalTakesTheSubtree();
     void moves_data();
     void moves();
     void refusedMovesChangeNothing_data();
     void refusedMovesChangeNothing();
-    void restoredNodeIsTheSame();
     void restoreRefuses();
-    void parametersAndWrappers();
     void replaceTellsWhatDiffers_data();
     void replaceTellsWhatDiffers();
-    void selectionIsATag();
     void batchTellsOnce();
-    void componentEditsChangeTheStructure();
     void stateRoundTrip();
     void contradictoryStateBecomesATree();
     void randomEditsKeepTheTree();
     void manyChildrenComeAndGo();
-    void rolesHaveNames_data();
     void rolesHaveNames();
-    void provenanceIsKeptByAnItem();
 };
 
 void TstLogicalScene::addedNodeIsComplete()
@@ -127,12 +120,8 @@ void TstLogicalScene::namesAreUnique()
     QCOMPARE(structure.size(), 0); // names mean nothing to the field
     QCOMPARE(scene.generateUniqueName(u"Box"_s), u"Box 2"_s);
     QCOMPARE(scene.generateUniqueName(u"Sphere"_s), u"Sphere 1"_s);
-}
 
-void TstLogicalScene::freedNamesAreFoundAgain()
-{
     FourBoxes made;
-    QCOMPARE(made.scene.generateUniqueName(u"Box"_s), u"Box 5"_s);
     made.scene.removeInstance(made.boxes.at(1));
     QCOMPARE(made.scene.generateUniqueName(u"Box"_s), u"Box 2"_s);
     made.scene.setInstanceName(made.boxes.at(0), u"Lid"_s);
@@ -235,22 +224,6 @@ void TstLogicalScene::refusedMovesChangeNothing()
     QCOMPARE(made.scene.indexOf(knob), 1);
 }
 
-void TstLogicalScene::restoredNodeIsTheSame()
-{
-    FourBoxes made;
-    made.scene.setInstanceParameter(made.boxes.at(1), u"width"_s, u"=a*2"_s);
-    const QUuid below = made.scene.addInstance(u"sphere"_s, made.boxes.at(1));
-    const QVariantMap before = made.scene.toVariantMap();
-    const QVariantMap box = made.scene.instance(made.boxes.at(1))->toVariantMap();
-    const QVariantMap sphere = made.scene.instance(below)->toVariantMap();
-    made.scene.removeInstance(made.boxes.at(1));
-    QCOMPARE(made.scene.restoreInstance(box, made.group, 1), made.boxes.at(1));
-    QCOMPARE(made.scene.restoreInstance(sphere, made.boxes.at(1)), below);
-    QCOMPARE(made.scene.toVariantMap(), before);
-    QCOMPARE(support::treeFaults(made.scene), QStringList());
-    QVERIFY(made.scene.hasName(u"Sphere 1"_s));
-}
-
 void TstLogicalScene::restoreRefuses()
 {
     FourBoxes made;
@@ -267,57 +240,23 @@ void TstLogicalScene::restoreRefuses()
     QCOMPARE(support::treeFaults(made.scene), QStringList());
 }
 
-void TstLogicalScene::parametersAndWrappers()
-{
-    LogicalScene scene;
-    const QUuid id = scene.addInstance(u"box"_s);
-    QSignalSpy parameter(&scene, &LogicalScene::instanceParameterChanged);
-    QSignalSpy wrapper(&scene, &LogicalScene::wrapperParameterChanged);
-    QSignalSpy transform(&scene, &LogicalScene::instanceTransformChanged);
-    QSignalSpy structure(&scene, &LogicalScene::structureChanged);
-    scene.setInstanceParameter(id, u"width"_s, 4);
-    scene.removeInstanceParameter(id, u"height"_s);
-    QCOMPARE(parameter.size(), 1);
-    QCOMPARE(scene.instance(id)->params, QVariantMap({{u"width"_s, 4}}));
-    scene.setWrapperParameter(id, u"rotate"_s, u"angles"_s, QVariantList{1, 2, 3});
-    QCOMPARE(structure.size(), 0);
-    scene.setWrapperParameter(id, u"onion"_s, u"thickness"_s, 0.5);
-    QCOMPARE(structure.size(), 1); // a wrapper more is another field
-    QCOMPARE(wrapper, QList<QVariantList>({{id, u"rotate"_s}, {id, u"onion"_s}}));
-    QCOMPARE(scene.instance(id)->wrappers.last(),
-             (WrapperValues{u"onion"_s, {{u"thickness"_s, 0.5}}}));
-    scene.setInstanceTransform(id, {1, 0, 0}, {}, {1, 1, 1});
-    QCOMPARE(transform.size(), 1);
-    scene.setInstanceDefinition(id, u"box"_s);
-    QCOMPARE(structure.size(), 1);
-    scene.setInstanceDefinition(id, u"sphere"_s);
-    QCOMPARE(structure.size(), 2);
-    // The values of a wrapper never become the transform of a node that has its own.
-    const LogicalInstance before = *scene.instance(id);
-    QCOMPARE(LogicalInstance::fromVariantMap(before.toVariantMap()), before);
-}
-
 void TstLogicalScene::replaceTellsWhatDiffers_data()
 {
     QTest::addColumn<QVariantMap>("change");
     QTest::addColumn<QStringList>("told");
+    const auto row = [](const QString &key, const QVariant &value, const QStringList &told) {
+        QTest::newRow(qPrintable(told.join(u' ') + u' ' + key))
+            << QVariantMap{{key, value}} << told;
+    };
     QTest::newRow("nothing") << QVariantMap() << QStringList();
-    QTest::newRow("name") << QVariantMap{{u"name"_s, u"x"_s}} << QStringList{u"name"_s};
-    QTest::newRow("parameter") << QVariantMap{{u"params"_s, QVariantMap{{u"a"_s, 1}}}}
-                               << QStringList{u"parameter"_s};
-    QTest::newRow("modifier") << QVariantMap{{u"shellThickness"_s, 2}}
-                              << QStringList{u"parameter"_s};
-    QTest::newRow("transform") << QVariantMap{{u"rotate"_s, QVariantList{1, 2, 3}}}
-                               << QStringList{u"transform"_s};
-    QTest::newRow("definition") << QVariantMap{{u"type"_s, u"torus"_s}}
-                                << QStringList{u"structure"_s};
-    QTest::newRow("hidden") << QVariantMap{{u"tags"_s, u"hidden"_s}}
-                            << QStringList{u"visibility"_s};
-    QTest::newRow("selected") << QVariantMap{{u"tags"_s, u"selected"_s}}
-                              << QStringList{u"selection"_s};
-    QTest::newRow("wrappers") << QVariantMap{{u"wrappers"_s,
-                                              QVariantMap{{u"onion"_s, QVariantMap()}}}}
-                              << QStringList{u"wrapper"_s, u"structure"_s};
+    row(u"name"_s, u"x"_s, {u"name"_s});
+    row(u"params"_s, QVariantMap{{u"a"_s, 1}}, {u"parameter"_s});
+    row(u"shellThickness"_s, 2, {u"parameter"_s});
+    row(u"rotate"_s, QVariantList{1, 2, 3}, {u"transform"_s});
+    row(u"type"_s, u"torus"_s, {u"structure"_s});
+    row(u"tags"_s, u"hidden"_s, {u"visibility"_s});
+    row(u"tags"_s, u"selected"_s, {u"selection"_s});
+    row(u"wrappers"_s, QVariantMap{{u"onion"_s, QVariantMap()}}, {u"wrapper"_s, u"structure"_s});
 }
 
 void TstLogicalScene::replaceTellsWhatDiffers()
@@ -345,25 +284,6 @@ void TstLogicalScene::replaceTellsWhatDiffers()
     QVERIFY(!scene.replaceInstance(LogicalInstance()));
 }
 
-void TstLogicalScene::selectionIsATag()
-{
-    FourBoxes made;
-    QSignalSpy changed(&made.scene, &LogicalScene::selectionChanged);
-    made.scene.setSelectedInstance(made.boxes.at(1));
-    made.scene.addToSelection(made.boxes.at(2));
-    made.scene.addToSelection(made.boxes.at(2));
-    QCOMPARE(changed.size(), 2);
-    QCOMPARE(made.scene.selectedInstances().size(), 2);
-    made.scene.setSelectedInstance(made.group);
-    QCOMPARE(made.scene.selectedInstances(), QList<QUuid>{made.group});
-    QCOMPARE(changed.size(), 3);
-    made.scene.clearSelection();
-    made.scene.clearSelection();
-    QCOMPARE(changed.size(), 4);
-    made.scene.setInstanceTag(made.group, ItemTags::Isolated, true);
-    QVERIFY(made.scene.isIsolated(made.group));
-}
-
 void TstLogicalScene::batchTellsOnce()
 {
     LogicalScene scene;
@@ -380,18 +300,6 @@ void TstLogicalScene::batchTellsOnce()
         const LogicalScene::Batch nothing(scene);
     }
     QCOMPARE(structure.size(), 1);
-}
-
-void TstLogicalScene::componentEditsChangeTheStructure()
-{
-    LogicalScene scene;
-    QVERIFY(scene.componentRegistry()->registerDefinition(simpleComponent(u"a"_s)));
-    QSignalSpy structure(&scene, &LogicalScene::structureChanged);
-    QVERIFY(scene.componentRegistry()->applyDefinition(simpleComponent(u"a"_s)));
-    QCOMPARE(structure.size(), 1);
-    scene.clear();
-    QCOMPARE(structure.size(), 2);
-    QVERIFY(scene.componentRegistry()->definitions().isEmpty());
 }
 
 void TstLogicalScene::stateRoundTrip()
@@ -481,43 +389,23 @@ void TstLogicalScene::manyChildrenComeAndGo()
     QCOMPARE(scene.generateUniqueName(u"Box"_s), u"Box 1"_s);
 }
 
-void TstLogicalScene::rolesHaveNames_data()
-{
-    QTest::addColumn<QString>("suffix");
-    QTest::addColumn<int>("role");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("core") << u"core"_s << 1 << u"core"_s;
-    QTest::newRow("translate") << u"translate"_s << 2 << u"wrapper-translate"_s;
-    QTest::newRow("rotate") << u"rotate"_s << 3 << u"wrapper-rotate"_s;
-    QTest::newRow("scale") << u"scale"_s << 4 << u"wrapper-scale"_s;
-    QTest::newRow("onion") << u"onion"_s << 7 << u"convenience-wrapper"_s;
-}
-
 void TstLogicalScene::rolesHaveNames()
 {
-    QFETCH(const QString, suffix);
-    const auto role = classifyRoleForSuffix(suffix);
-    QTEST(int(role), "role");
-    QTEST(roleToString(role), "name");
-    QCOMPARE(roleToString(SDFNodeProvenance::Role(5)), u"operator-slot"_s);
-    QCOMPARE(roleToString(SDFNodeProvenance::Role(6)), u"operator-slot-empty"_s);
-    QCOMPARE(roleToString(SDFNodeProvenance::Role(99)), u"unknown"_s);
-}
-
-void TstLogicalScene::provenanceIsKeptByAnItem()
-{
-    Instance item(u"box"_s);
-    QVERIFY(!item.hasProvenance());
-    const SDFNodeProvenance provenance{.compiledId = item.id,
-                                       .sourceItemId = QUuid::createUuid(),
-                                       .sourceItemName = u"Box 1"_s,
-                                       .role = SDFNodeProvenance::Role::WrapperScale,
-                                       .roleDetail = u"scale"_s,
-                                       .parentCompiledId = u"__c_1_core"_s};
-    item.setProvenance(provenance);
-    QVERIFY(item.hasProvenance());
-    QCOMPARE(item.provenance(), provenance);
-    QCOMPARE(Instance(SceneItem::fromVariantMap(item.toVariantMap())).provenance(), provenance);
+    using Role = SDFNodeProvenance::Role;
+    const std::tuple<QString, int, QString> rows[] = {
+        {u"core"_s, 1, u"core"_s},
+        {u"translate"_s, 2, u"wrapper-translate"_s},
+        {u"rotate"_s, 3, u"wrapper-rotate"_s},
+        {u"scale"_s, 4, u"wrapper-scale"_s},
+        {u"onion"_s, 7, u"convenience-wrapper"_s},
+    };
+    for (const auto &[suffix, role, name] : rows) {
+        QCOMPARE(int(classifyRoleForSuffix(suffix)), role);
+        QCOMPARE(roleToString(Role(role)), name);
+    }
+    QCOMPARE(roleToString(Role(5)), u"operator-slot"_s);
+    QCOMPARE(roleToString(Role(6)), u"operator-slot-empty"_s);
+    QCOMPARE(roleToString(Role(99)), u"unknown"_s);
     QCOMPARE(SDFNodeProvenance::fromVariantMap({{u"role"_s, 99}}), SDFNodeProvenance());
 }
 

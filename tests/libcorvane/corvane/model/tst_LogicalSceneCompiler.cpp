@@ -373,7 +373,6 @@ void TstLogicalSceneCompiler::edits_data()
 void TstLogicalSceneCompiler::edits()
 {
     QFETCH(const Edit, edit);
-    QFETCH(const int, updates);
     QFETCH(const bool, isStructural);
     Bench bench;
     const QUuid sum = bench.scene.addInstance(u"union"_s);
@@ -385,7 +384,7 @@ void TstLogicalSceneCompiler::edits()
     const QVariantMap before = bench.document.toVariantMap();
     edit(bench.scene, id);
     QCOMPARE(changes.size(), isStructural ? 1 : 0);
-    QCOMPARE(updated.size(), updates);
+    QTEST(int(updated.size()), "updates");
     const QVariantMap edited = bench.document.toVariantMap();
     QVERIFY(edited != before);
     bench.compiler.fullCompile();

@@ -18,6 +18,11 @@ ParseResult parse(const QString &text)
     return CorvaneDSLParser::parseText(text);
 }
 
+QVariantMap blockOf(const Corvane &scene)
+{
+    return scene.toVariantMap().value(u"corvane"_s).toMap();
+}
+
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -177,7 +182,6 @@ private slots:
     void unsafeNamesAreKeyedById_data();
     void unsafeNamesAreKeyedById();
     void unknownKeysAreKept();
-    void materialOfTheCatalogueIsCopied();
     void nothingIsLost_data();
     void nothingIsLost();
     void failedSaveLeavesTheOldFile();
@@ -319,12 +323,11 @@ void TstSceneVersion1::rootsSayWhatIsDrawn()
 {
     QFETCH(const QString, roots);
     QFETCH(const bool, all);
-    QFETCH(const int, count);
     const auto result = parse(
         u"instances:\n  a: {type: box, id: 6d1f7c52-9a3e-4b0d-8f21-3c5e7790ab14}\n"_s + roots);
     QVERIFY(result.ok());
     QCOMPARE(result.scene->drawsAllItems(), all);
-    QCOMPARE(result.scene->roots().size(), count);
+    QTEST(int(result.scene->roots().size()), "count");
     const auto again = Corvane::fromVariantMap(result.scene->toVariantMap());
     QCOMPARE(again->drawsAllItems(), all);
     QCOMPARE(again->roots(), result.scene->roots());
@@ -386,7 +389,7 @@ void TstSceneVersion1::formFollowsTheItems()
     Instance box(u"box"_s);
     box.name = u"a box"_s;
     scene.addItem(box);
-    QVariantMap block = scene.toVariantMap().value(u"corvane"_s).toMap();
+    QVariantMap block = blockOf(scene);
     QVERIFY(!block.contains(u"items"_s));
     QVERIFY(!block.value(u"instances"_s).toMap().value(u"a box"_s).toMap().contains(u"itemType"_s));
     QCOMPARE(block.value(u"version"_s).toInt(), 1);
@@ -396,7 +399,7 @@ void TstSceneVersion1::formFollowsTheItems()
     mesh.itemType = ItemTypes::Mesh;
     mesh.setParameter(u"level"_s, u"=a"_s);
     scene.addItem(mesh);
-    block = scene.toVariantMap().value(u"corvane"_s).toMap();
+    block = blockOf(scene);
     QVERIFY(!block.contains(u"instances"_s));
     const QVariantMap items = block.value(u"items"_s).toMap();
     QCOMPARE(items.value(u"a box"_s).toMap().value(u"itemType"_s), QVariant(u"sdf"_s));
@@ -415,15 +418,8 @@ void TstSceneVersion1::parametersAreWrittenAsTheyRead()
     box.setLiteral(u"text"_s, u"=not an expression"_s);
     box.setExpression(u"width"_s, u"x*2"_s, 1);
     scene.addItem(box);
-    const QVariantMap params = scene.toVariantMap()
-                                   .value(u"corvane"_s)
-                                   .toMap()
-                                   .value(u"instances"_s)
-                                   .toMap()
-                                   .value(u"b"_s)
-                                   .toMap()
-                                   .value(u"params"_s)
-                                   .toMap();
+    const QVariantMap items = blockOf(scene).value(u"instances"_s).toMap();
+    const QVariantMap params = items.value(u"b"_s).toMap().value(u"params"_s).toMap();
     QCOMPARE(params.value(u"size"_s), QVariant(QVariantList{1.0, 2.0, 3.0}));
     QCOMPARE(params.value(u"text"_s), QVariant(QVariantMap{{u"value"_s, u"=not an expression"_s}}));
     QCOMPARE(params.value(u"width"_s),
@@ -437,11 +433,8 @@ void TstSceneVersion1::unsafeNamesAreKeyedById_data()
     QTest::newRow("plain") << u"box 1.5"_s << true;
     QTest::newRow("other letters") << u"\u00e4\u4e2d"_s << true;
     QTest::newRow("empty") << QString() << false;
-    QTest::newRow("colon") << u"a:b"_s << false;
-    QTest::newRow("hash") << u"a#b"_s << false;
-    QTest::newRow("double quote") << u"a\"b"_s << false;
-    QTest::newRow("single quote") << u"a'b"_s << false;
-    QTest::newRow("hyphen") << u"a-b"_s << false;
+    for (const QChar unsafe : u":#\"'-"_s)
+        QTest::addRow("a%cb", unsafe.toLatin1()) << u"a%1b"_s.arg(unsafe) << false;
     QTest::newRow("line end") << u"a\nb"_s << false;
     QTest::newRow("blank at the end") << u"a "_s << false;
 }
@@ -455,24 +448,9 @@ void TstSceneVersion1::unsafeNamesAreKeyedById()
 void TstSceneVersion1::unknownKeysAreKept()
 {
     const auto result = parse(u"formatVersion: 1\ncorvane:\n  name: n\n  future: {a: [1, 2]}\n"_s);
-    const QVariantMap block = result.scene->toVariantMap().value(u"corvane"_s).toMap();
+    const QVariantMap block = blockOf(*result.scene);
     QCOMPARE(block.value(u"future"_s).toMap().value(u"a"_s).toList().size(), 2);
     QVERIFY(!block.contains(u"formatVersion"_s));
-}
-
-void TstSceneVersion1::materialOfTheCatalogueIsCopied()
-{
-    CatalogMaterial gold;
-    gold.name = u"Gold"_s;
-    Corvane::setMaterialSource(
-        [&gold](const QUuid &id) { return id == gold.id ? std::optional(gold) : std::nullopt; });
-    const auto forget = qScopeGuard([] { Corvane::setMaterialSource({}); });
-    Corvane scene;
-    SceneItem item;
-    item.materialId = gold.id;
-    scene.addItem(item);
-    const auto again = Corvane::fromVariantMap(scene.toVariantMap());
-    QCOMPARE(again->material(gold.id), gold);
 }
 
 void TstSceneVersion1::nothingIsLost_data()

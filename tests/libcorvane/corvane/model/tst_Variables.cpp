@@ -2,7 +2,6 @@
 
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QVector2D>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::model;
@@ -16,8 +15,6 @@ private slots:
 
     void entriesReadBack_data();
     void entriesReadBack();
-    void typeFollowsTheValue_data();
-    void typeFollowsTheValue();
     void dottedNamesResolve();
     void orderHoldsEachNameOnce();
     void renamingStaysInTheVarset_data();
@@ -52,27 +49,6 @@ void TstVariables::entriesReadBack()
     const QVariant written = entry.toVariant();
     QCOMPARE(VarsetEntry::fromVariant(written), entry);
     QTEST(written == entry.value, "isBare");
-}
-
-void TstVariables::typeFollowsTheValue_data()
-{
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("type");
-    QTest::newRow("int") << QVariant(1) << u"number"_s;
-    QTest::newRow("long") << QVariant(1ll) << u"number"_s;
-    QTest::newRow("double") << QVariant(1.5) << u"number"_s;
-    QTest::newRow("float") << QVariant(1.5f) << u"number"_s;
-    QTest::newRow("bool") << QVariant(true) << u"boolean"_s;
-    QTest::newRow("vector") << QVariant(QVector2D()) << u"vector"_s;
-    QTest::newRow("text") << QVariant(u"1"_s) << u"string"_s;
-    QTest::newRow("nothing") << QVariant() << u"string"_s;
-}
-
-void TstVariables::typeFollowsTheValue()
-{
-    QFETCH(const QVariant, value);
-    QTEST(VarsetEntry::inferType(value), "type");
-    QCOMPARE(VarsetEntry({.value = value, .type = u"mine"_s}).effectiveType(), u"mine"_s);
 }
 
 void TstVariables::dottedNamesResolve()
