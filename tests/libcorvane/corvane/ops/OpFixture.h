@@ -46,15 +46,15 @@ struct SceneState
                              QString::fromUtf8(now) + QStringLiteral("before: ") +
                              QString::fromUtf8(before));
         };
-        compare("items", differing(items, other.items), differing(other.items, items));
-        compare("own materials", differing(ownMaterials, other.ownMaterials),
-                differing(other.ownMaterials, ownMaterials));
-        compare("nodes", differing(nodes, other.nodes), differing(other.nodes, nodes));
-        compare("components", differing(components, other.components),
-                differing(other.components, components));
-        compare("materials", differing(materials, other.materials),
-                differing(other.materials, materials));
-        compare("library", differing(library, other.library), differing(other.library, library));
+        const auto compareRecords = [&compare](const char *what, const auto &a, const auto &b) {
+            compare(what, differing(a, b), differing(b, a));
+        };
+        compareRecords("items", items, other.items);
+        compareRecords("own materials", ownMaterials, other.ownMaterials);
+        compareRecords("nodes", nodes, other.nodes);
+        compareRecords("components", components, other.components);
+        compareRecords("materials", materials, other.materials);
+        compareRecords("library", library, other.library);
         if (!hasSameRest(other))
             compare("rest", rest(), other.rest());
         return found.join(u'\n');
@@ -73,24 +73,14 @@ private:
         return corvane::model::plainForFile(map);
     }
     /// Those records of `a` that `b` does not have just so, by id.
-    template<class Record>
-    static QVariantMap differing(const QMap<QUuid, Record> &a, const QMap<QUuid, Record> &b)
+    template<class Key, class Record>
+    static QVariantMap differing(const QMap<Key, Record> &a, const QMap<Key, Record> &b)
     {
         QVariantMap found;
         for (auto it = a.cbegin(); a != b && it != a.cend(); ++it) {
             const auto same = b.constFind(it.key());
             if (same == b.cend() || *same != *it)
-                found.insert(it.key().toString(), plain(*it));
-        }
-        return found;
-    }
-    template<class Record>
-    static QVariantMap differing(const QMap<QString, Record> &a, const QMap<QString, Record> &b)
-    {
-        QVariantMap found;
-        for (auto it = a.cbegin(); a != b && it != a.cend(); ++it) {
-            if (!b.contains(it.key()) || b.value(it.key()) != *it)
-                found.insert(it.key(), plain(*it));
+                found.insert(QVariant(it.key()).toString(), plain(*it));
         }
         return found;
     }

@@ -12,49 +12,226 @@ constexpr int manyItems = 30;
 constexpr int manyComponents = 10;
 const QStringList shapes{u"box"_s, u"sphere"_s, u"union"_s, u"smooth_union"_s, u"subtract"_s};
 
+QVariantMap only(const QString &key, const QVariant &value)
+{
+    return {{key, value}};
+}
+
 } // namespace
 
 const QList<RandomOps::Maker> &RandomOps::makers()
 {
     static const QList<Maker> all{
-        {OpKind::ItemAdd, &RandomOps::itemAdd},
-        {OpKind::ItemRemove, &RandomOps::itemRemove},
-        {OpKind::ItemRename, &RandomOps::itemRename},
-        {OpKind::ItemSetTransform, &RandomOps::itemSetTransform},
-        {OpKind::ItemSetParent, &RandomOps::itemSetParent},
-        {OpKind::ItemSetMaterial, &RandomOps::itemSetMaterial},
-        {OpKind::ItemSetTags, &RandomOps::itemSetTags},
-        {OpKind::ItemSetTypeData, &RandomOps::itemSetTypeData},
-        {OpKind::ItemDuplicate, &RandomOps::itemDuplicate},
-        {OpKind::ItemSetProxy, &RandomOps::itemSetProxy},
-        {OpKind::SdfSetParameter, &RandomOps::sdfSetParameter},
-        {OpKind::SdfSetAllParams, &RandomOps::sdfSetAllParams},
-        {OpKind::SdfSetDefinition, &RandomOps::sdfSetDefinition},
-        {OpKind::SdfSetModifier, &RandomOps::sdfSetModifier},
-        {OpKind::MaterialAdd, &RandomOps::materialAdd},
-        {OpKind::MaterialRemove, &RandomOps::materialRemove},
-        {OpKind::MaterialUpdate, &RandomOps::materialUpdate},
-        {OpKind::MaterialDuplicate, &RandomOps::materialDuplicate},
-        {OpKind::VarsetSetVariable, &RandomOps::varsetSetVariable},
-        {OpKind::VarsetRemoveVar, &RandomOps::varsetRemoveVar},
-        {OpKind::VarsetRenameVar, &RandomOps::varsetRenameVar},
-        {OpKind::VarsetReorder, &RandomOps::varsetReorder},
-        {OpKind::VarsetAddNamed, &RandomOps::varsetAddNamed},
-        {OpKind::VarsetRemoveNamed, &RandomOps::varsetRemoveNamed},
-        {OpKind::VarsetMoveEntry, &RandomOps::varsetMoveEntry},
-        {OpKind::SettingsSet, &RandomOps::settingsSet},
-        {OpKind::SettingsSetBulk, &RandomOps::settingsSetBulk},
-        {OpKind::DefinitionAdd, &RandomOps::definitionAdd},
-        {OpKind::DefinitionRemove, &RandomOps::definitionRemove},
-        {OpKind::DefinitionUpdate, &RandomOps::definitionUpdate},
-        {OpKind::ComponentNest, &RandomOps::componentNest},
-        {OpKind::ComponentNestMulti, &RandomOps::componentNestMulti},
-        {OpKind::ComponentUnnest, &RandomOps::componentUnnest},
-        {OpKind::ComponentExplode, &RandomOps::componentExplode},
-        {OpKind::ComponentUpdateDefinition, &RandomOps::componentUpdateDefinition},
-        {OpKind::ComponentPublish, &RandomOps::componentPublish},
-        {OpKind::ComponentEditEnter, &RandomOps::componentEditEnter},
-        {OpKind::ComponentEditCommit, &RandomOps::componentEditCommit},
+        {OpKind::ItemAdd,
+         [](RandomOps &r) -> QVariantMap {
+             if (r.chance(30))
+                 return {{u"itemType"_s, r.pickText({u"mesh"_s, u"group"_s, u"camera"_s})},
+                         {u"parentId"_s, r.chance(50) ? QUuid() : r.item()},
+                         {u"name"_s, r.name()},
+                         {u"material"_s, r.surface()},
+                         {u"typeData"_s, QVariantMap{{u"file"_s, u"a.stl"_s}}}};
+             QVariantMap args{
+                 {u"itemType"_s, u"sdf"_s},
+                 {u"definitionId"_s, r.chance(15) ? r.component() : r.pickText(shapes)},
+                 {u"parentId"_s, r.chance(40) ? QUuid() : r.node()}};
+             if (r.chance(30))
+                 args.insert(u"name"_s, r.name());
+             if (r.chance(20))
+                 args.insert(u"insertIndex"_s, r.below(3));
+             if (r.chance(10))
+                 args.insert(u"container"_s, true);
+             return args;
+         }},
+        {OpKind::ItemRemove, [](RandomOps &r) { return only(u"itemId"_s, r.anything()); }},
+        {OpKind::ItemRename,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"itemId"_s, r.anything()}, {u"newName"_s, r.name()}};
+         }},
+        {OpKind::ItemSetTransform,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap args{{u"itemId"_s, r.anything()}};
+             args.insert(r.pickText({u"translate"_s, u"rotate"_s, u"scale"_s}),
+                         QVariantList{0.1 * r.below(90), r.below(9), 1});
+             if (r.chance(30))
+                 args.insert(u"ry"_s, r.below(360));
+             return args;
+         }},
+        {OpKind::ItemSetParent,
+         [](RandomOps &r) -> QVariantMap {
+             const bool isNode = r.chance(75);
+             const QUuid parent = isNode ? r.node() : r.item();
+             return {{u"itemId"_s, isNode ? r.node() : r.item()},
+                     {u"newParentId"_s, r.chance(30) ? QUuid() : parent},
+                     {u"insertIndex"_s, r.below(6) - 1}};
+         }},
+        {OpKind::ItemSetMaterial,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap args{{u"itemId"_s, r.anything()}};
+             if (r.chance(50))
+                 args.insert(u"materialId"_s, r.material());
+             if (r.chance(60))
+                 args.insert(u"material"_s, r.surface());
+             return args;
+         }},
+        {OpKind::ItemSetTags,
+         [](RandomOps &r) -> QVariantMap {
+             const QStringList tags{u"hidden"_s, u"locked"_s, u"isolated"_s, u"selected"_s};
+             return {{u"itemId"_s, r.anything()},
+                     {u"add"_s, QStringList{r.pickText(tags)}},
+                     {u"remove"_s, QStringList{r.pickText(tags), r.pickText(tags)}}};
+         }},
+        {OpKind::ItemSetTypeData,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap args{
+                 {u"itemId"_s, r.item()},
+                 {u"key"_s, r.pickText({u"file"_s, u"params"_s, u"parameters"_s, u"name"_s})}};
+             if (r.chance(70))
+                 args.insert(u"value"_s, QVariantMap{{u"radius"_s, r.below(9)}});
+             return args;
+         }},
+        {OpKind::ItemDuplicate,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap args{{u"sourceId"_s, r.anything()}};
+             if (r.chance(30))
+                 args.insert(u"newParentId"_s, r.anything());
+             return args;
+         }},
+        {OpKind::ItemSetProxy,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"itemId"_s, r.anything()}, {u"proxied"_s, r.chance(60)}};
+         }},
+        {OpKind::SdfSetParameter, [](RandomOps &r) { return r.sdfSetParameter(); }},
+        {OpKind::SdfSetAllParams, [](RandomOps &r) { return r.sdfSetAllParams(); }},
+        {OpKind::SdfSetDefinition,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"itemId"_s, r.anything()}, {u"definitionId"_s, r.pickText(shapes)}};
+         }},
+        {OpKind::SdfSetModifier,
+         [](RandomOps &r) -> QVariantMap {
+             return {
+                 {u"itemId"_s, r.anything()},
+                 {u"modifier"_s, r.pickText({u"densityScale"_s, u"shellThickness"_s,
+                                             u"blendSharpness"_s, u"materialMode"_s, u"colour"_s})},
+                 {u"value"_s, 0.1 * r.below(30)}};
+         }},
+        {OpKind::MaterialAdd,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap data = r.surface();
+             if (r.chance(70))
+                 data.insert(u"name"_s, r.pickText({u"Wood"_s, u"Wood (copy)"_s, u"Slate"_s}));
+             return {{u"data"_s, data}};
+         }},
+        {OpKind::MaterialRemove, [](RandomOps &r) { return only(u"materialId"_s, r.material()); }},
+        {OpKind::MaterialUpdate,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap data = r.surface();
+             if (r.chance(40))
+                 data.insert(u"name"_s, r.pickText({u"Wood"_s, u"Oak"_s}));
+             return {{u"materialId"_s, r.material()}, {u"data"_s, data}};
+         }},
+        {OpKind::MaterialDuplicate, [](RandomOps &r) { return only(u"sourceId"_s, r.material()); }},
+        {OpKind::VarsetSetVariable,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap args{
+                 {u"name"_s, r.chance(40) ? r.variable() : r.pickText({u"a"_s, u"b"_s, u"w"_s})},
+                 {u"varsetName"_s, r.varset()}};
+             if (r.chance(30))
+                 args.insert(u"entry"_s,
+                             QVariantMap{{u"value"_s, r.below(9)},
+                                         {u"unit"_s, u"mm"_s},
+                                         {u"constraints"_s, QVariantMap{{u"min"_s, 1}}}});
+             else
+                 args.insert(u"value"_s,
+                             r.chance(20) ? QVariant(u"=a * 3"_s) : QVariant(r.below(99)));
+             return args;
+         }},
+        {OpKind::VarsetRemoveVar, [](RandomOps &r) { return only(u"name"_s, r.variable()); }},
+        {OpKind::VarsetRenameVar,
+         [](RandomOps &r) -> QVariantMap {
+             return {
+                 {u"oldName"_s, r.variable()},
+                 {u"newName"_s, r.pickText({u"a"_s, u"b"_s, u"long name"_s, u"width"_s, u"q"_s})}};
+         }},
+        {OpKind::VarsetReorder,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"name"_s, r.variable()},
+                     {u"beforeName"_s, r.chance(30) ? QString() : r.variable()}};
+         }},
+        {OpKind::VarsetAddNamed,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"varsetName"_s, r.pickText({u"size"_s, u"look"_s, u"motion"_s})}};
+         }},
+        {OpKind::VarsetRemoveNamed, [](RandomOps &r) { return only(u"varsetName"_s, r.varset()); }},
+        {OpKind::VarsetMoveEntry,
+         [](RandomOps &r) -> QVariantMap {
+             const QString source = r.varset();
+             return {
+                 {u"entryName"_s,
+                  r.pickText(source.isEmpty() ? r.m_fixture.document->variableNames()
+                                              : r.m_fixture.document->namedVarset(source).keys())},
+                 {u"srcVarset"_s, source},
+                 {u"dstVarset"_s, r.varset()}};
+         }},
+        {OpKind::SettingsSet,
+         [](RandomOps &r) -> QVariantMap {
+             return {
+                 {u"path"_s, r.pickText({u"export.cellSize"_s, u"export.bounds.minX"_s, u"export"_s,
+                                         u"animation.fps"_s, u"note"_s, u"note.text"_s})},
+                 {u"value"_s, r.below(9)}};
+         }},
+        {OpKind::SettingsSetBulk,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"settings"_s,
+                      QVariantMap{{u"export"_s, QVariantMap{{u"cellSize"_s, r.below(9)}}},
+                                  {u"view.grid"_s, r.chance(50)}}}};
+         }},
+        {OpKind::DefinitionAdd,
+         [](RandomOps &r) {
+             return only(u"definition"_s, r.definitionMap(u"ball%1"_s.arg(r.below(5))));
+         }},
+        {OpKind::DefinitionRemove,
+         [](RandomOps &r) { return only(u"definitionId"_s, u"ball%1"_s.arg(r.below(5))); }},
+        {OpKind::DefinitionUpdate,
+         [](RandomOps &r) -> QVariantMap {
+             const QString id = u"ball%1"_s.arg(r.below(5));
+             return {{u"definitionId"_s, id}, {u"definition"_s, r.definitionMap(id)}};
+         }},
+        {OpKind::ComponentNest,
+         [](RandomOps &r) -> QVariantMap {
+             QVariantMap args{{u"itemId"_s, r.node()}, {u"definitionId"_s, r.newComponent()}};
+             if (r.chance(60))
+                 args.insert(u"name"_s, r.name());
+             return args;
+         }},
+        {OpKind::ComponentNestMulti,
+         [](RandomOps &r) -> QVariantMap {
+             return {{u"itemIds"_s, QVariantList{r.node(), r.node(), r.node()}},
+                     {u"name"_s, r.name()},
+                     {u"definitionId"_s, r.newComponent()}};
+         }},
+        {OpKind::ComponentUnnest, [](RandomOps &r) { return r.componentUnnest(); }},
+        {OpKind::ComponentExplode, [](RandomOps &r) { return r.componentExplode(); }},
+        {OpKind::ComponentUpdateDefinition,
+         [](RandomOps &r) -> QVariantMap {
+             const QString id = r.component();
+             const auto definition = r.m_fixture.tree.componentRegistry()->definition(id);
+             const QVariantList nodes = definition.structure.value(u"instances"_s).toList();
+             const QString target =
+                 nodes.isEmpty() ? QString() : nodes.last().toMap().value(u"id"_s).toString();
+             const QVariantMap promotion{
+                 {u"alias"_s, u"knob"_s},
+                 {u"target"_s, QVariantMap{{u"node"_s, target}, {u"param"_s, u"radius"_s}}},
+                 {u"binding"_s, r.chance(50) ? u"passthrough"_s : u"expression"_s},
+                 {u"expression"_s, u"knob * 2"_s}};
+             return {{u"definitionId"_s, id},
+                     {u"definition"_s, QVariantMap{{u"description"_s, r.name()},
+                                                   {u"interface"_s, QVariantList{promotion}}}}};
+         }},
+        {OpKind::ComponentPublish,
+         [](RandomOps &r) { return only(u"definitionId"_s, r.component()); }},
+        {OpKind::ComponentEditEnter,
+         [](RandomOps &r) -> QVariantMap { return r.componentUnnest(); }},
+        {OpKind::ComponentEditCommit, [](RandomOps &r) { return r.componentEditCommit(); }},
     };
     return all;
 }
@@ -79,7 +256,7 @@ CorvaneOp RandomOps::next()
     if (!m_sessions.isEmpty() && m_fixture.tree.contains(m_sessions.last().second) && chance(10))
         return {OpKind::ComponentEditCommit, componentEditCommit()};
     const Maker &maker = makers().at(below(int(makers().size())));
-    return {maker.kind, (this->*maker.args)()};
+    return {maker.kind, maker.args(*this)};
 }
 
 CorvaneOp RandomOps::nextOfDrag(const QUuid &id)
@@ -205,95 +382,6 @@ QVariantMap RandomOps::definitionMap(const QString &id)
         {u"shaderCode"_s, u"float sdf_%1(vec3 p, float r) { return length(p) - r; }"_s.arg(id)}};
 }
 
-QVariantMap RandomOps::itemAdd()
-{
-    if (chance(30))
-        return {{u"itemType"_s, pickText({u"mesh"_s, u"group"_s, u"camera"_s})},
-                {u"parentId"_s, chance(50) ? QUuid() : item()},
-                {u"name"_s, name()},
-                {u"material"_s, surface()},
-                {u"typeData"_s, QVariantMap{{u"file"_s, u"a.stl"_s}}}};
-    QVariantMap args{{u"itemType"_s, u"sdf"_s},
-                     {u"definitionId"_s, chance(15) ? component() : pickText(shapes)},
-                     {u"parentId"_s, chance(40) ? QUuid() : node()}};
-    if (chance(30))
-        args.insert(u"name"_s, name());
-    if (chance(20))
-        args.insert(u"insertIndex"_s, below(3));
-    if (chance(10))
-        args.insert(u"container"_s, true);
-    return args;
-}
-
-QVariantMap RandomOps::itemRemove()
-{
-    return {{u"itemId"_s, anything()}};
-}
-
-QVariantMap RandomOps::itemRename()
-{
-    return {{u"itemId"_s, anything()}, {u"newName"_s, name()}};
-}
-
-QVariantMap RandomOps::itemSetTransform()
-{
-    QVariantMap args{{u"itemId"_s, anything()}};
-    args.insert(pickText({u"translate"_s, u"rotate"_s, u"scale"_s}),
-                QVariantList{0.1 * below(90), below(9), 1});
-    if (chance(30))
-        args.insert(u"ry"_s, below(360));
-    return args;
-}
-
-QVariantMap RandomOps::itemSetParent()
-{
-    const bool isNode = chance(75);
-    const QUuid parent = isNode ? node() : item();
-    return {{u"itemId"_s, isNode ? node() : item()},
-            {u"newParentId"_s, chance(30) ? QUuid() : parent},
-            {u"insertIndex"_s, below(6) - 1}};
-}
-
-QVariantMap RandomOps::itemSetMaterial()
-{
-    QVariantMap args{{u"itemId"_s, anything()}};
-    if (chance(50))
-        args.insert(u"materialId"_s, material());
-    if (chance(60))
-        args.insert(u"material"_s, surface());
-    return args;
-}
-
-QVariantMap RandomOps::itemSetTags()
-{
-    const QStringList tags{u"hidden"_s, u"locked"_s, u"isolated"_s, u"selected"_s};
-    return {{u"itemId"_s, anything()},
-            {u"add"_s, QStringList{pickText(tags)}},
-            {u"remove"_s, QStringList{pickText(tags), pickText(tags)}}};
-}
-
-QVariantMap RandomOps::itemSetTypeData()
-{
-    QVariantMap args{{u"itemId"_s, item()},
-                     {u"key"_s, pickText({u"file"_s, u"params"_s, u"parameters"_s, u"name"_s})}};
-    if (chance(70))
-        args.insert(u"value"_s, QVariantMap{{u"radius"_s, below(9)}});
-    return args;
-}
-
-QVariantMap RandomOps::itemDuplicate()
-{
-    QVariantMap args{{u"sourceId"_s, anything()}};
-    if (chance(30))
-        args.insert(u"newParentId"_s, anything());
-    return args;
-}
-
-QVariantMap RandomOps::itemSetProxy()
-{
-    return {{u"itemId"_s, anything()}, {u"proxied"_s, chance(60)}};
-}
-
 QVariantMap RandomOps::sdfSetParameter()
 {
     QVariantMap args{{u"itemId"_s, anything()},
@@ -315,138 +403,6 @@ QVariantMap RandomOps::sdfSetAllParams()
             {u"parameters"_s, QVariantMap{{u"radius"_s, value()}, {u"depth"_s, value()}}}};
 }
 
-QVariantMap RandomOps::sdfSetDefinition()
-{
-    return {{u"itemId"_s, anything()}, {u"definitionId"_s, pickText(shapes)}};
-}
-
-QVariantMap RandomOps::sdfSetModifier()
-{
-    return {{u"itemId"_s, anything()},
-            {u"modifier"_s, pickText({u"densityScale"_s, u"shellThickness"_s, u"blendSharpness"_s,
-                                      u"materialMode"_s, u"colour"_s})},
-            {u"value"_s, 0.1 * below(30)}};
-}
-
-QVariantMap RandomOps::materialAdd()
-{
-    QVariantMap data = surface();
-    if (chance(70))
-        data.insert(u"name"_s, pickText({u"Wood"_s, u"Wood (copy)"_s, u"Slate"_s}));
-    return {{u"data"_s, data}};
-}
-
-QVariantMap RandomOps::materialRemove()
-{
-    return {{u"materialId"_s, material()}};
-}
-
-QVariantMap RandomOps::materialUpdate()
-{
-    QVariantMap data = surface();
-    if (chance(40))
-        data.insert(u"name"_s, pickText({u"Wood"_s, u"Oak"_s}));
-    return {{u"materialId"_s, material()}, {u"data"_s, data}};
-}
-
-QVariantMap RandomOps::materialDuplicate()
-{
-    return {{u"sourceId"_s, material()}};
-}
-
-QVariantMap RandomOps::varsetSetVariable()
-{
-    QVariantMap args{{u"name"_s, chance(40) ? variable() : pickText({u"a"_s, u"b"_s, u"w"_s})},
-                     {u"varsetName"_s, varset()}};
-    if (chance(30))
-        args.insert(u"entry"_s, QVariantMap{{u"value"_s, below(9)},
-                                            {u"unit"_s, u"mm"_s},
-                                            {u"constraints"_s, QVariantMap{{u"min"_s, 1}}}});
-    else
-        args.insert(u"value"_s, chance(20) ? QVariant(u"=a * 3"_s) : QVariant(below(99)));
-    return args;
-}
-
-QVariantMap RandomOps::varsetRemoveVar()
-{
-    return {{u"name"_s, variable()}};
-}
-
-QVariantMap RandomOps::varsetRenameVar()
-{
-    return {{u"oldName"_s, variable()},
-            {u"newName"_s, pickText({u"a"_s, u"b"_s, u"long name"_s, u"width"_s, u"q"_s})}};
-}
-
-QVariantMap RandomOps::varsetReorder()
-{
-    return {{u"name"_s, variable()}, {u"beforeName"_s, chance(30) ? QString() : variable()}};
-}
-
-QVariantMap RandomOps::varsetAddNamed()
-{
-    return {{u"varsetName"_s, pickText({u"size"_s, u"look"_s, u"motion"_s})}};
-}
-
-QVariantMap RandomOps::varsetRemoveNamed()
-{
-    return {{u"varsetName"_s, varset()}};
-}
-
-QVariantMap RandomOps::varsetMoveEntry()
-{
-    const QString source = varset();
-    return {{u"entryName"_s,
-             pickText(source.isEmpty() ? m_fixture.document->variableNames()
-                                       : m_fixture.document->namedVarset(source).keys())},
-            {u"srcVarset"_s, source},
-            {u"dstVarset"_s, varset()}};
-}
-
-QVariantMap RandomOps::settingsSet()
-{
-    return {{u"path"_s, pickText({u"export.cellSize"_s, u"export.bounds.minX"_s, u"export"_s,
-                                  u"animation.fps"_s, u"note"_s, u"note.text"_s})},
-            {u"value"_s, below(9)}};
-}
-
-QVariantMap RandomOps::settingsSetBulk()
-{
-    return {{u"settings"_s, QVariantMap{{u"export"_s, QVariantMap{{u"cellSize"_s, below(9)}}},
-                                        {u"view.grid"_s, chance(50)}}}};
-}
-
-QVariantMap RandomOps::definitionAdd()
-{
-    return {{u"definition"_s, definitionMap(u"ball%1"_s.arg(below(5)))}};
-}
-
-QVariantMap RandomOps::definitionRemove()
-{
-    return {{u"definitionId"_s, u"ball%1"_s.arg(below(5))}};
-}
-
-QVariantMap RandomOps::definitionUpdate()
-{
-    const QString id = u"ball%1"_s.arg(below(5));
-    return {{u"definitionId"_s, id}, {u"definition"_s, definitionMap(id)}};
-}
-
-QVariantMap RandomOps::componentNest()
-{
-    QVariantMap args{{u"itemId"_s, node()}, {u"definitionId"_s, newComponent()}};
-    if (chance(60))
-        args.insert(u"name"_s, name());
-    return args;
-}
-
-QVariantMap RandomOps::componentNestMulti()
-{
-    return {{u"itemIds"_s, QVariantList{node(), node(), node()}},
-            {u"name"_s, name()},
-            {u"definitionId"_s, newComponent()}};
-}
-
 QVariantMap RandomOps::componentUnnest()
 {
     QList<QUuid> instances = m_fixture.tree.nodesInOrder();
@@ -457,33 +413,6 @@ QVariantMap RandomOps::componentUnnest()
 QVariantMap RandomOps::componentExplode()
 {
     return {{u"definitionId"_s, component()}};
-}
-
-QVariantMap RandomOps::componentUpdateDefinition()
-{
-    const QString id = component();
-    const auto definition = m_fixture.tree.componentRegistry()->definition(id);
-    const QVariantList nodes = definition.structure.value(u"instances"_s).toList();
-    const QString target =
-        nodes.isEmpty() ? QString() : nodes.last().toMap().value(u"id"_s).toString();
-    const QVariantMap promotion{
-        {u"alias"_s, u"knob"_s},
-        {u"target"_s, QVariantMap{{u"node"_s, target}, {u"param"_s, u"radius"_s}}},
-        {u"binding"_s, chance(50) ? u"passthrough"_s : u"expression"_s},
-        {u"expression"_s, u"knob * 2"_s}};
-    return {{u"definitionId"_s, id},
-            {u"definition"_s,
-             QVariantMap{{u"description"_s, name()}, {u"interface"_s, QVariantList{promotion}}}}};
-}
-
-QVariantMap RandomOps::componentPublish()
-{
-    return {{u"definitionId"_s, component()}};
-}
-
-QVariantMap RandomOps::componentEditEnter()
-{
-    return componentUnnest();
 }
 
 QVariantMap RandomOps::componentEditCommit()

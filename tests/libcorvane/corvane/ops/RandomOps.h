@@ -35,7 +35,7 @@ private:
     struct Maker
     {
         QLatin1StringView kind;
-        QVariantMap (RandomOps::*args)();
+        QVariantMap (*args)(RandomOps &);
     };
 
     static const QList<Maker> &makers();
@@ -55,43 +55,10 @@ private:
     QVariantMap surface();
     QVariantMap definitionMap(const QString &id);
 
-    QVariantMap itemAdd();
-    QVariantMap itemRemove();
-    QVariantMap itemRename();
-    QVariantMap itemSetTransform();
-    QVariantMap itemSetParent();
-    QVariantMap itemSetMaterial();
-    QVariantMap itemSetTags();
-    QVariantMap itemSetTypeData();
-    QVariantMap itemDuplicate();
-    QVariantMap itemSetProxy();
     QVariantMap sdfSetParameter();
     QVariantMap sdfSetAllParams();
-    QVariantMap sdfSetDefinition();
-    QVariantMap sdfSetModifier();
-    QVariantMap materialAdd();
-    QVariantMap materialRemove();
-    QVariantMap materialUpdate();
-    QVariantMap materialDuplicate();
-    QVariantMap varsetSetVariable();
-    QVariantMap varsetRemoveVar();
-    QVariantMap varsetRenameVar();
-    QVariantMap varsetReorder();
-    QVariantMap varsetAddNamed();
-    QVariantMap varsetRemoveNamed();
-    QVariantMap varsetMoveEntry();
-    QVariantMap settingsSet();
-    QVariantMap settingsSetBulk();
-    QVariantMap definitionAdd();
-    QVariantMap definitionRemove();
-    QVariantMap definitionUpdate();
-    QVariantMap componentNest();
-    QVariantMap componentNestMulti();
     QVariantMap componentUnnest();
     QVariantMap componentExplode();
-    QVariantMap componentUpdateDefinition();
-    QVariantMap componentPublish();
-    QVariantMap componentEditEnter();
     QVariantMap componentEditCommit();
 
     OpFixture &m_fixture;

@@ -53,8 +53,6 @@ class TstSceneOps : public QObject
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
-    void addedNodeComesBackWithItsId();
-    void removedBranchComesBackAtItsPlace();
     void whatIsAddedBelowAGroupIsMovedByIt_data();
     void whatIsAddedBelowAGroupIsMovedByIt();
     void detachedNodeComesBackDetached_data();
@@ -67,7 +65,6 @@ private slots:
     void renamedItemIsFollowedByAllThatNameIt();
     void variablesOfTwoVarsetsMayShareAFullName();
     void brokenExpressionsGetTheirValuesBack();
-    void settingLeavesNoKeyBehind();
     void nestingIntoItselfIsRefused();
     void nestedTwiceUnnestsToTheSamePlace_data();
     void nestedTwiceUnnestsToTheSamePlace();
@@ -76,35 +73,6 @@ private slots:
     void editDropsPromotionsWhoseTargetIsGone();
     void publishedComponentBringsWhatItPlaces();
 };
-
-void TstSceneOps::addedNodeComesBackWithItsId()
-{
-    OpFixture fixture;
-    const QUuid id = fixture.addNode(u"box"_s);
-    QVERIFY(!id.isNull());
-    fixture.stack().undo();
-    QVERIFY(!fixture.tree.contains(id));
-    fixture.stack().redo();
-    QCOMPARE(fixture.tree.roots(), QList<QUuid>{id});
-    QCOMPARE(fixture.tree.instance(id)->name, u"Box 1"_s);
-}
-
-void TstSceneOps::removedBranchComesBackAtItsPlace()
-{
-    OpFixture fixture;
-    fixture.addNode(u"box"_s);
-    const QUuid top = fixture.addNode(u"union"_s);
-    const QUuid middle = fixture.addNode(u"union"_s, top);
-    fixture.addNode(u"sphere"_s, middle);
-    fixture.addNode(u"box"_s, middle);
-    fixture.addNode(u"sphere"_s, top);
-    fixture.addNode(u"box"_s);
-    const QByteArray before = fixture.state();
-    QVERIFY(fixture.apply(OpKind::ItemRemove, {{u"itemId"_s, top}}));
-    QCOMPARE(fixture.tree.instances().size(), 2);
-    fixture.stack().undo();
-    QCOMPARE(fixture.state(), before);
-}
 
 void TstSceneOps::whatIsAddedBelowAGroupIsMovedByIt_data()
 {
@@ -347,22 +315,6 @@ void TstSceneOps::brokenExpressionsGetTheirValuesBack()
     fixture.stack().redo();
     fixture.stack().redo();
     QCOMPARE(fixture.state(), after);
-}
-
-void TstSceneOps::settingLeavesNoKeyBehind()
-{
-    OpFixture fixture;
-    fixture.document->setSceneSetting(u"export"_s, 5);
-    const QByteArray before = fixture.state();
-    fixture.apply(OpKind::SettingsSet, {{u"path"_s, u"export.bounds.minX"_s}, {u"value"_s, 1.5}});
-    fixture.apply(OpKind::SettingsSetBulk,
-                  {{u"settings"_s, QVariantMap{{u"export"_s, QVariantMap{{u"cellSize"_s, 0.1}}},
-                                               {u"view.grid"_s, true}}}});
-    QCOMPARE(fixture.document->sceneSetting(u"export.bounds.minX"_s).toDouble(), 1.5);
-    QCOMPARE(fixture.document->sceneSetting(u"export.cellSize"_s).toDouble(), 0.1);
-    fixture.stack().undo();
-    fixture.stack().undo();
-    QCOMPARE(fixture.state(), before);
 }
 
 void TstSceneOps::nestingIntoItselfIsRefused()
