@@ -1,6 +1,5 @@
 #include <corvane/expr/ExprCompiler.h>
 #include <corvane/expr/ExprEvaluator.h>
-#include <corvane/expr/NameScanner.h>
 #include <corvane/model/Corvane.h>
 
 #include <QRegularExpression>
@@ -63,12 +62,8 @@ private slots:
     void errorsSayWhatAndWhere_data();
     void errorsSayWhatAndWhere();
     void constantsAreFolded();
-    void nameWithoutValueFailsToEvaluate();
     void missingProgramIsCounted();
-    void typesHaveTheirNames_data();
-    void typesHaveTheirNames();
     void constantsAreFloats();
-    void wordsOfTheLanguageAreReserved();
 };
 
 void TstExprCompiler::expressionHasItsValue_data()
@@ -195,17 +190,6 @@ void TstExprCompiler::constantsAreFolded()
     QVERIFY(compiler.compile(u"1.0 / 0.0"_s).isValid());
 }
 
-void TstExprCompiler::nameWithoutValueFailsToEvaluate()
-{
-    const model::Corvane scene;
-    const CompileContext context = buildCompileContext(scene);
-    const auto compiled = ExprCompiler(context).compile(u"position.x * 2.0"_s);
-    QVERIFY(compiled.isValid());
-    QString error;
-    QVERIFY(!ExprEvaluator::evaluateViaV2(compiled, valuesOf(scene), error).isValid());
-    QCOMPARE(error, u"'position' has no value here"_s);
-}
-
 void TstExprCompiler::missingProgramIsCounted()
 {
     const quint64 before = gV1FallbackHits;
@@ -215,29 +199,6 @@ void TstExprCompiler::missingProgramIsCounted()
     QCOMPARE(gV1FallbackHits.load(), before + 1);
 }
 
-void TstExprCompiler::typesHaveTheirNames_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<ExprType>("type");
-    QTest::addColumn<QString>("canonical");
-    QTest::newRow("number") << u"number"_s << ExprType::Float << u"float"_s;
-    QTest::newRow("boolean") << u"boolean"_s << ExprType::Bool << u"bool"_s;
-    QTest::newRow("vector") << u"vector"_s << ExprType::Vec3 << u"vec3"_s;
-    QTest::newRow("nonsense") << u"length"_s << ExprType::Unknown << u"unknown"_s;
-    for (int i = 0; i <= int(ExprType::Unknown); ++i) {
-        const QString name = exprTypeName(ExprType(i));
-        QTest::newRow(qPrintable(name + u" itself"_s)) << name << ExprType(i) << name;
-    }
-}
-
-void TstExprCompiler::typesHaveTheirNames()
-{
-    QFETCH(const QString, name);
-    QFETCH(const ExprType, type);
-    QCOMPARE(exprTypeFromName(name), type);
-    QTEST(exprTypeName(type), "canonical");
-}
-
 void TstExprCompiler::constantsAreFloats()
 {
     QCOMPARE(mathConstants().size(), 16);
@@ -245,18 +206,6 @@ void TstExprCompiler::constantsAreFloats()
         QCOMPARE(value.typeId(), int(QMetaType::Float));
     QCOMPARE(mathConstants().value(u"math.PI"_s), QVariant(3.1415927f));
     QCOMPARE(builtinVariables().size(), 3);
-}
-
-void TstExprCompiler::wordsOfTheLanguageAreReserved()
-{
-    for (const QString &word :
-         {u"if"_s, u"void"_s, u"uint64_t"_s, u"bvec4"_s, u"mat4x3"_s, u"dmat4"_s})
-        QVERIFY2(isReservedWord(word), qPrintable(word));
-    QVERIFY(!isReservedWord(u"main"_s));
-    QVERIFY(isPlainIdentifier(u"_a1"_s));
-    QVERIFY(!isPlainIdentifier(u"1a"_s));
-    QVERIFY(!isPlainIdentifier(u"a.b"_s));
-    QVERIFY(!isPlainIdentifier(u"in"_s));
 }
 
 QTEST_GUILESS_MAIN(TstExprCompiler)

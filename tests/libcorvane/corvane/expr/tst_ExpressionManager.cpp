@@ -44,9 +44,7 @@ private slots:
     void removedParameterIsForgotten();
     void typesFollowTheValues_data();
     void typesFollowTheValues();
-    void newItemsCountFromTheNextEvaluation();
     void blockedSignalsAreNoticed();
-    void unknownNameIsFoundOnceItExists();
     void timeFollowsTheClock();
     void resultsAreToldByName();
     void referencesAreListed();
@@ -296,19 +294,6 @@ void TstExpressionManager::typesFollowTheValues()
     QCOMPARE(scene.instance(b).parameter(u"x"_s), value);
 }
 
-void TstExpressionManager::newItemsCountFromTheNextEvaluation()
-{
-    Corvane scene;
-    ExpressionManager manager(&scene);
-    manager.evaluateAll();
-    const QUuid id = scene.addItem(box(u"b"_s, {{u"width"_s, u"=1.0 + 1.0"_s}}));
-    manager.evaluateAll();
-    QCOMPARE(scene.instance(id).parameter(u"width"_s), QVariant(2.0f));
-    scene.removeItem(id);
-    manager.evaluateAll();
-    QVERIFY(manager.graph().topologicalOrder().isEmpty());
-}
-
 void TstExpressionManager::blockedSignalsAreNoticed()
 {
     Corvane scene;
@@ -325,18 +310,6 @@ void TstExpressionManager::blockedSignalsAreNoticed()
     }
     manager.evaluateAll();
     QCOMPARE(scene.instance(id).parameter(u"width"_s), QVariant(20.0f));
-}
-
-void TstExpressionManager::unknownNameIsFoundOnceItExists()
-{
-    Corvane scene;
-    const QUuid id = scene.addItem(box(u"b"_s, {{u"width"_s, u"=later"_s}}));
-    ExpressionManager manager(&scene);
-    manager.evaluateAll();
-    QCOMPARE(manager.errors().size(), 1);
-    scene.setVariableEntry(u"later"_s, {.value = 4});
-    QCOMPARE(manager.errors(), QStringList());
-    QCOMPARE(scene.instance(id).parameter(u"width"_s), QVariant(4.0f));
 }
 
 void TstExpressionManager::timeFollowsTheClock()

@@ -29,38 +29,31 @@ void TstNameRewriter::referencesAreReplaced_data()
     QTest::addColumn<QString>("to");
     QTest::addColumn<Kind>("kind");
     QTest::addColumn<QString>("result");
-    const QString w = u"w"_s, width = u"width"_s;
-    QTest::newRow("whole name") << u"w*2"_s << w << width << Kind::Variable << u"width*2"_s;
-    QTest::newRow("part of a name")
-        << u"sw*2 + w2"_s << w << width << Kind::Variable << u"sw*2 + w2"_s;
-    QTest::newRow("default scope")
-        << u"default.w"_s << w << width << Kind::Variable << u"default.width"_s;
-    QTest::newRow("swizzle of it") << u"w.x"_s << w << width << Kind::Variable << u"width.x"_s;
-    QTest::newRow("member of another")
-        << u"v.w + w"_s << w << width << Kind::Variable << u"v.w + width"_s;
-    QTest::newRow("call") << u"w(1.0) + w"_s << w << width << Kind::Variable << u"w(1.0) + width"_s;
-    QTest::newRow("comment") << u"w /* w */"_s << w << width << Kind::Variable
-                             << u"width /* w */"_s;
-    QTest::newRow("quoted") << u"\"w\" + w"_s << w << width << Kind::Variable << u"width + width"_s;
-    QTest::newRow("to a name in need of quotes")
-        << u"w*2"_s << w << u"left wall"_s << Kind::Variable << u"\"left wall\"*2"_s;
-    QTest::newRow("to a reserved word")
-        << u"w*2"_s << w << u"in"_s << Kind::Variable << u"\"in\"*2"_s;
-    QTest::newRow("from quotes to quotes")
-        << u"\"left wall\"*2"_s << u"left wall"_s << u"right wall"_s << Kind::Variable
-        << u"\"right wall\"*2"_s;
-    QTest::newRow("in a varset") << u"size.w + w"_s << u"size.w"_s << u"size.width"_s
-                                 << Kind::Variable << u"size.width + w"_s;
-    QTest::newRow("item") << u"Box.depth + w"_s << u"Box"_s << u"Crate"_s << Kind::Instance
-                          << u"Crate.depth + w"_s;
-    QTest::newRow("item in need of quotes")
-        << u"Box.depth"_s << u"Box"_s << u"My Box"_s << Kind::Instance << u"\"My Box\".depth"_s;
-    QTest::newRow("item with the name of a variable")
-        << u"both + both.depth"_s << u"both"_s << u"q"_s << Kind::Instance << u"both + q.depth"_s;
-    QTest::newRow("variable with the name of an item")
-        << u"both + both.depth"_s << u"both"_s << u"q"_s << Kind::Variable << u"q + both.depth"_s;
-    QTest::newRow("pattern characters")
-        << u"w + \"a+b\""_s << u"a+b"_s << u"c"_s << Kind::Any << u"w + c"_s;
+    // Of "w" to "width", unless something else is said.
+    const auto row = [](const char *name, const char *text, const char *result,
+                        const char *from = "w", const char *to = "width",
+                        Kind kind = Kind::Variable) {
+        const auto string = [](const char *latin1) { return QString::fromLatin1(latin1); };
+        QTest::newRow(name) << string(text) << string(from) << string(to) << kind << string(result);
+    };
+    row("whole name", "w*2", "width*2");
+    row("part of a name", "sw*2 + w2", "sw*2 + w2");
+    row("default scope", "default.w", "default.width");
+    row("swizzle of it", "w.x", "width.x");
+    row("member of another", "v.w + w", "v.w + width");
+    row("call", "w(1.0) + w", "w(1.0) + width");
+    row("comment", "w /* w */", "width /* w */");
+    row("quoted", "\"w\" + w", "width + width");
+    row("to a name in need of quotes", "w*2", "\"left wall\"*2", "w", "left wall");
+    row("to a reserved word", "w*2", "\"in\"*2", "w", "in");
+    row("from quotes to quotes", "\"left wall\"*2", "\"right wall\"*2", "left wall", "right wall");
+    row("in a varset", "size.w + w", "size.width + w", "size.w", "size.width");
+    row("item", "Box.depth + w", "Crate.depth + w", "Box", "Crate", Kind::Instance);
+    row("item in need of quotes", "Box.depth", "\"My Box\".depth", "Box", "My Box", Kind::Instance);
+    row("item with the name of a variable", "both + both.depth", "both + q.depth", "both", "q",
+        Kind::Instance);
+    row("variable with the name of an item", "both + both.depth", "q + both.depth", "both", "q");
+    row("pattern characters", "w + \"a+b\"", "w + c", "a+b", "c", Kind::Any);
 }
 
 void TstNameRewriter::referencesAreReplaced()
