@@ -1,6 +1,5 @@
 #include "TestDefinitions.h"
 
-#include <corvane/registry/BuiltinPaths.h>
 #include <corvane/registry/Registry.h>
 
 #include <toast/ErrorManager.h>
@@ -24,10 +23,7 @@ private slots:
     void initTestCase();
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
-    void listsEveryBuiltinFile();
     void loadsEveryBuiltin();
-    void classifiesBuiltins_data();
-    void classifiesBuiltins();
     void reloadsBuiltinsAndKeepsTheRest();
     void sortsByCategoryOrderAndId();
     void takesParametersFromTheSignature();
@@ -74,15 +70,6 @@ void TstRegistry::initTestCase()
     QVERIFY(qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path())));
 }
 
-void TstRegistry::listsEveryBuiltinFile()
-{
-    const auto &groups = builtinGroups();
-    QCOMPARE(groups[0].ids.size(), 45);
-    QCOMPARE(groups[1].ids.size(), 27);
-    QCOMPARE(groups[2].ids.size(), 7);
-    QCOMPARE(groups[2].path(u"round"_s), u":/sdf/modifiers/round.yaml"_s);
-}
-
 void TstRegistry::loadsEveryBuiltin()
 {
     Registry registry;
@@ -99,34 +86,6 @@ void TstRegistry::loadsEveryBuiltin()
         QCOMPARE(definition->operationType >= 0, definition->nodeType == NodeType::CSGOperator);
         QCOMPARE(definition->blend.isEmpty(), definition->nodeType != NodeType::CSGOperator);
     }
-}
-
-void TstRegistry::classifiesBuiltins_data()
-{
-    QTest::addColumn<NodeType>("type");
-    QTest::addColumn<int>("operation");
-    QTest::newRow("union") << NodeType::CSGOperator << 0;
-    QTest::newRow("smooth_subtract") << NodeType::CSGOperator << 4;
-    QTest::newRow("xor") << NodeType::CSGOperator << 9;
-    QTest::newRow("rotate") << NodeType::PositionTransform << -1;
-    QTest::newRow("sweep") << NodeType::PositionAwareModifier << -1;
-    QTest::newRow("elongate") << NodeType::DistanceModifier << -1;
-    QTest::newRow("gyroid") << NodeType::Primitive << -1;
-    QTest::newRow("simplex_noise") << NodeType::ScalarField << -1;
-}
-
-void TstRegistry::classifiesBuiltins()
-{
-    QFETCH(const NodeType, type);
-    QFETCH(const int, operation);
-    Registry registry;
-    registry.loadBuiltinPrimitives();
-    const DefinitionPtr definition =
-        registry.getDefinition(QString::fromLatin1(QTest::currentDataTag()));
-    QVERIFY(definition);
-    QCOMPARE(definition->nodeType, type);
-    QCOMPARE(definition->operationType, operation);
-    QVERIFY(registry.getDefinitionsByNodeType(type).contains(definition));
 }
 
 void TstRegistry::reloadsBuiltinsAndKeepsTheRest()

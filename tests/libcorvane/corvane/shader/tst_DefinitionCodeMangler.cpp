@@ -17,10 +17,7 @@ private slots:
 
     void declaredNamesGetThePrefix_data();
     void declaredNamesGetThePrefix();
-    void mangledNamesStayDifferentAndPlain_data();
-    void mangledNamesStayDifferentAndPlain();
     void differentNamesNeverMeet();
-    void keptNamesSurvive();
     void onlyUsersDefinitionsAreMangled();
     void hugeTextsAreLinear();
 };
@@ -85,27 +82,7 @@ void TstDefinitionCodeMangler::declaredNamesGetThePrefix_data()
 void TstDefinitionCodeMangler::declaredNamesGetThePrefix()
 {
     QFETCH(const QString, code);
-    QFETCH(const QString, expected);
-    QCOMPARE(DefinitionCodeMangler(code, u"u_"_s).code(), expected);
-}
-
-void TstDefinitionCodeMangler::mangledNamesStayDifferentAndPlain_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("plain") << u"radius"_s << u"u7_radius"_s;
-    QTest::newRow("underscores in a row") << u"a__b"_s << u"u7_a_Zub"_s;
-    QTest::newRow("underscore first") << u"_a"_s << u"u7_Zua"_s;
-    QTest::newRow("escape letter") << u"Z"_s << u"u7_Zz"_s;
-    QTest::newRow("reserved beginning") << u"gl_Position"_s << u"u7_gl_Position"_s;
-}
-
-void TstDefinitionCodeMangler::mangledNamesStayDifferentAndPlain()
-{
-    QFETCH(const QString, name);
-    QFETCH(const QString, expected);
-    QCOMPARE(DefinitionCodeMangler::mangledName(u"u7_"_s, name), expected);
+    QTEST(DefinitionCodeMangler(code, u"u_"_s).code(), "expected");
 }
 
 void TstDefinitionCodeMangler::differentNamesNeverMeet()
@@ -126,12 +103,6 @@ void TstDefinitionCodeMangler::differentNamesNeverMeet()
     QCOMPARE(mangled.size(), count);
     for (const QString &name : std::as_const(mangled))
         QVERIFY2(!name.contains("__"_L1), qPrintable(name));
-}
-
-void TstDefinitionCodeMangler::keptNamesSurvive()
-{
-    const DefinitionCodeMangler mangler(u"float h = d1; float blend = h;"_s, u"b_"_s, {u"blend"_s});
-    QCOMPARE(mangler.code(), u"float b_h = d1; float blend = b_h;"_s);
 }
 
 void TstDefinitionCodeMangler::onlyUsersDefinitionsAreMangled()

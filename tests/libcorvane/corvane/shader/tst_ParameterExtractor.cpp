@@ -17,10 +17,8 @@ class TstParameterExtractor : public QObject
 
 private slots:
     void readsLinesAbove();
-    void mergesLinesAbove();
-    void readsCommentsBehind();
-    void commentBehindBeatsLinesAbove();
-    void readsLinesOfTheirOwn();
+    void readsAnnotations_data();
+    void readsAnnotations();
     void readsAnnotationLines_data();
     void readsAnnotationLines();
     void readsValues_data();
@@ -40,6 +38,11 @@ QStringList names(const QList<ParameterDef> &parameters)
     for (const ParameterDef &parameter : parameters)
         all.append(parameter.name);
     return all;
+}
+
+QVariantList valuesOf(const ParameterAnnotation &a)
+{
+    return {a.minValue, a.maxValue, a.defaultValue, a.unit, a.description};
 }
 
 } // namespace
@@ -66,50 +69,37 @@ void TstParameterExtractor::readsLinesAbove()
     QCOMPARE(odd.value(u"a"_s).hint, UIHint::Default);
 }
 
-void TstParameterExtractor::mergesLinesAbove()
+void TstParameterExtractor::readsAnnotations_data()
 {
-    const auto annotation =
-        ParameterExtractor::parseAnnotations(
-            u"// @min 0\n// @default 1\nfloat a;\n// @max 9\n// @default 5\n// @unit mm\nfloat a;"_s)
-            .value(u"a"_s);
-    QCOMPARE(annotation.defaultValue, QVariant(u"1"_s));
-    QCOMPARE(annotation.maxValue, QVariant(u"9"_s));
-    QCOMPARE(annotation.minValue, QVariant());
-    QCOMPARE(annotation.unit, u"mm"_s);
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QVariantList>("expected"); // of "a": as in readsAnnotationLines
+    const QVariant none;
+    QTest::newRow("lines above add up")
+        << u"// @min 0\n// @default 1\nfloat a;\n// @max 9\n// @default 5\n// @unit mm\nfloat a;"_s
+        << 1 << QVariantList{none, u"9"_s, u"1"_s, u"mm"_s, u""_s};
+    QTest::newRow("comment behind")
+        << u"float a, // Range: 0 to 1, Unit: mm\nfloat b; // the second one\nfloat c) //\n"
+           "float d = 1.0; // Range: 0 to 1"_s
+        << 2 << QVariantList{u"0"_s, u"1"_s, none, u"mm"_s, u""_s};
+    QTest::newRow("comment behind is the description")
+        << u"float a; // the second one"_s << 1
+        << QVariantList{none, none, none, u""_s, u"the second one"_s};
+    QTest::newRow("comment behind beats lines above")
+        << u"// @min 5\n// @max 6\n// @unit mm\nfloat a; // Range: 0 - 1"_s << 1
+        << QVariantList{u"0"_s, u"1"_s, none, u""_s, u""_s};
+    QTest::newRow("lines of their own")
+        << u"// a: Range: 0.001 to 100000.0, Default: 2.5, Unit: mm\n// note: nothing of use\n"
+           "// @default 1\nfloat a;"_s
+        << 1 << QVariantList{u"0.001"_s, u"100000.0"_s, u"1"_s, u"mm"_s, u""_s};
 }
 
-void TstParameterExtractor::readsCommentsBehind()
+void TstParameterExtractor::readsAnnotations()
 {
-    const auto annotations = ParameterExtractor::parseAnnotations(
-        u"float a, // Range: 0 to 1, Unit: mm\nfloat b; // the second one\nfloat c) //\n"
-        "float d = 1.0; // Range: 0 to 1"_s);
-    QCOMPARE(annotations.size(), 2);
-    QCOMPARE(annotations.value(u"a"_s).unit, u"mm"_s);
-    QCOMPARE(annotations.value(u"b"_s).description, u"the second one"_s);
-}
-
-void TstParameterExtractor::commentBehindBeatsLinesAbove()
-{
-    const auto annotation = ParameterExtractor::parseAnnotations(
-                                u"// @min 5\n// @max 6\n// @unit mm\nfloat a; // Range: 0 - 1"_s)
-                                .value(u"a"_s);
-    QCOMPARE(annotation.minValue, QVariant(u"0"_s));
-    QCOMPARE(annotation.maxValue, QVariant(u"1"_s));
-    QCOMPARE(annotation.unit, QString());
-}
-
-void TstParameterExtractor::readsLinesOfTheirOwn()
-{
-    const auto annotations = ParameterExtractor::parseAnnotations(
-        u"// a: Range: 0.001 to 100000.0, Default: 2.5, Unit: mm\n// note: nothing of use\n"
-        "// @default 1\nfloat a;"_s);
-    QCOMPARE(annotations.size(), 1);
-    const ParameterAnnotation a = annotations.value(u"a"_s);
-    QCOMPARE(a.name, u"a"_s);
-    QCOMPARE(a.defaultValue, QVariant(u"1"_s));
-    QCOMPARE(a.minValue, QVariant(u"0.001"_s));
-    QCOMPARE(a.maxValue, QVariant(u"100000.0"_s));
-    QCOMPARE(a.unit, u"mm"_s);
+    QFETCH(const QString, text);
+    const auto annotations = ParameterExtractor::parseAnnotations(text);
+    QTEST(int(annotations.size()), "count");
+    QTEST(valuesOf(annotations.value(u"a"_s)), "expected");
 }
 
 void TstParameterExtractor::readsAnnotationLines_data()
@@ -132,11 +122,9 @@ void TstParameterExtractor::readsAnnotationLines_data()
 void TstParameterExtractor::readsAnnotationLines()
 {
     QFETCH(const QString, text);
-    QFETCH(const QVariantList, expected);
     ParameterAnnotation a;
     ParameterExtractor::parseAnnotationLine(text, a);
-    QCOMPARE((QVariantList{a.minValue, a.maxValue, a.defaultValue, a.unit, a.description}),
-             expected);
+    QTEST(valuesOf(a), "expected");
 }
 
 void TstParameterExtractor::readsValues_data()
@@ -163,8 +151,7 @@ void TstParameterExtractor::readsValues()
 {
     QFETCH(const QString, text);
     QFETCH(const SDFParameterType, type);
-    QFETCH(const QVariant, value);
-    QCOMPARE(ParameterExtractor::parseValueString(text, type), value);
+    QTEST(ParameterExtractor::parseValueString(text, type), "value");
 }
 
 void TstParameterExtractor::extractsFromSignatures_data()

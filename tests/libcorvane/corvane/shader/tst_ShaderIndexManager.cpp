@@ -20,8 +20,6 @@ private slots:
     void kindsHaveTables();
     void definitionsWithoutUseGetNoIndex();
     void indexSurvivesTheActiveSet();
-    void sameSetIsNoChange();
-    void noRegistryClearsTheTables();
 };
 
 void TstShaderIndexManager::kindsHaveTables_data()
@@ -96,27 +94,6 @@ void TstShaderIndexManager::indexSurvivesTheActiveSet()
     QCOMPARE(indices.activePrimitiveCount(), 2);
     indices.clearActiveFilter();
     QVERIFY(indices.isActive(u"b"_s));
-}
-
-void TstShaderIndexManager::sameSetIsNoChange()
-{
-    ShaderIndexManager indices;
-    QVERIFY(indices.setActiveDefinitionIds({})); // no filter differs from an empty one
-    QVERIFY(!indices.setActiveDefinitionIds({}));
-    QVERIFY(indices.setActiveDefinitionIds({u"a"_s, u"b"_s}));
-    QVERIFY(!indices.setActiveDefinitionIds({u"b"_s, u"a"_s}));
-    indices.clearActiveFilter();
-    QVERIFY(indices.setActiveDefinitionIds({u"a"_s, u"b"_s}));
-}
-
-void TstShaderIndexManager::noRegistryClearsTheTables()
-{
-    corvane::registry::Registry registry;
-    registry.registerPrimitive(definition(u"a"_s, NodeType::Primitive, u"code"_s));
-    ShaderIndexManager indices;
-    indices.rebuildIndices(&registry);
-    indices.rebuildIndices(nullptr);
-    QCOMPARE(indices.count(GpuNodeType::Primitive), 0);
 }
 
 QTEST_GUILESS_MAIN(TstShaderIndexManager)

@@ -16,8 +16,7 @@ private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void serialisedShaderIsReadBack();
-    void missingFileIsInvalid();
-    void junkIsInvalid();
+    void whatIsNoShaderIsInvalid();
 
 private:
     QString path() const { return m_folder.filePath(u"s.qsb"_s); }
@@ -42,14 +41,10 @@ void TstGetShader::serialisedShaderIsReadBack()
     QCOMPARE(read, shader);
 }
 
-void TstGetShader::missingFileIsInvalid()
+void TstGetShader::whatIsNoShaderIsInvalid()
 {
     QTest::ignoreMessage(QtWarningMsg, "Could not open :/no/such.qsb for reading shader");
     QVERIFY(!getShader(u":/no/such.qsb"_s).isValid());
-}
-
-void TstGetShader::junkIsInvalid()
-{
     write(QByteArray("\0\0\0\4junk", 8));
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"qUncompress"_s));
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"Attempted to deserialize"_s));

@@ -26,7 +26,6 @@ private slots:
     void takesAsDeepAsAllowed();
     void survivesJunk_data();
     void survivesJunk();
-    void boundsTheErrorsOfJunk();
     void usesItsIndentSize();
 };
 
@@ -199,8 +198,7 @@ void TstYamlParser::reportsErrorsAndGoesOn_data()
 void TstYamlParser::reportsErrorsAndGoesOn()
 {
     QFETCH(const QString, text);
-    QFETCH(const QStringList, errors);
-    QCOMPARE(errorsOf(text), errors);
+    QTEST(errorsOf(text), "errors");
     QList<YamlParser::ParseError> ignored;
     QCOMPARE(YamlParser().parseToVariantMap(text, ignored).value(u"b"_s), QVariant(3LL));
 }
@@ -282,6 +280,7 @@ void TstYamlParser::survivesJunk_data()
     QTest::newRow("brackets") << u"a: "_s + QString(100000, u'[');
     QTest::newRow("dashes") << QString(100000, u'-');
     QTest::newRow("colons") << QString(100000, u':');
+    QTest::newRow("an error on each line") << u"junk\n"_s.repeated(100000);
     QTest::newRow("surrogates") << QString(1000, QChar(char16_t(0xd800)));
 }
 
@@ -292,13 +291,6 @@ void TstYamlParser::survivesJunk()
     const QVariantMap map = YamlParser().parseToVariantMap(text, errors);
     QVERIFY(map.size() < 20000);
     QVERIFY(errors.size() <= YamlParser::maxErrors);
-}
-
-void TstYamlParser::boundsTheErrorsOfJunk()
-{
-    QList<YamlParser::ParseError> errors;
-    (void)YamlParser().parseToVariantMap(u"junk\n"_s.repeated(100000), errors);
-    QCOMPARE(errors.size(), qsizetype(YamlParser::maxErrors));
 }
 
 void TstYamlParser::usesItsIndentSize()
