@@ -317,6 +317,7 @@ void TstGraph::deepestSourcesEvaluate_data()
 {
     QTest::addColumn<QString>("source");
     constexpr qsizetype levels = eval::internal::maxTreeDepth - 1;
+    QTest::newRow("parentheses") << u"("_s.repeated(levels) + u"1.0"_s + u")"_s.repeated(levels);
     QTest::newRow("sum") << u"1.0+"_s.repeated(levels) + u"1.0"_s;
     QTest::newRow("calls") << u"abs("_s.repeated(levels) + u"1.0"_s + u")"_s.repeated(levels);
     QTest::newRow("user calls") << u"float f(float a) { return a; }"_s + u"f("_s.repeated(levels) +

@@ -29,8 +29,6 @@ private slots:
     void variantsBecomeValues_data();
     void variantsBecomeValues();
     void structsTakeMapsAndLists();
-    void retaggingGoesLaneByLane_data();
-    void retaggingGoesLaneByLane();
     void defaultsOfDoublingStructsStaySmall();
     void boundsAreFaults_data();
     void boundsAreFaults();
@@ -95,36 +93,6 @@ void TstInterpreter::structsTakeMapsAndLists()
         const Value value = qvariantToValue(variant, Type::Struct, u"S"_s, structs);
         QCOMPARE(valueToQVariant(value).toList(), wanted);
     }
-}
-
-void TstInterpreter::retaggingGoesLaneByLane_data()
-{
-    QTest::addColumn<Type>("from");
-    QTest::addColumn<QVariant>("variant");
-    QTest::addColumn<Type>("to");
-    QTest::addColumn<QVariant>("result");
-    QTest::newRow("int to float") << Type::Int << QVariant(3) << Type::Float << QVariant(3.0f);
-    QTest::newRow("negative to unsigned")
-        << Type::Int << QVariant(-1) << Type::Uint << QVariant(4294967295u);
-    QTest::newRow("vector to scalar")
-        << Type::Vec3 << QVariant(QVector3D(7, 8, 9)) << Type::Float << QVariant(7.0f);
-    QTest::newRow("scalar to vector")
-        << Type::Float << QVariant(2) << Type::Vec2 << QVariant(QVector2D(2, 2));
-    QTest::newRow("vector to longer vector")
-        << Type::Vec2 << QVariant(QVector2D(1, 2)) << Type::Vec3 << QVariant(QVector3D(1, 2, 0));
-    QTest::newRow("float to bool") << Type::Float << QVariant(0.5) << Type::Bool << QVariant(true);
-    QTest::newRow("struct to float") << Type::Struct << QVariant() << Type::Float << QVariant(0.0f);
-}
-
-void TstInterpreter::retaggingGoesLaneByLane()
-{
-    QFETCH(Type, from);
-    QFETCH(QVariant, variant);
-    QFETCH(Type, to);
-    QFETCH(QVariant, result);
-    const StructRegistry structs;
-    const Value value = qvariantToValue(variant, from, {}, structs);
-    QCOMPARE(valueToQVariant(retagged(value, to, {}, structs)), result);
 }
 
 void TstInterpreter::defaultsOfDoublingStructsStaySmall()

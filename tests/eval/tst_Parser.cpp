@@ -24,8 +24,6 @@ private slots:
     void errors();
     void hostileSourcesAreRefusedOnce_data();
     void hostileSourcesAreRefusedOnce();
-    void deepestAllowed_data();
-    void deepestAllowed();
     void longSourcesAreFine();
 };
 
@@ -292,27 +290,6 @@ void TstParser::hostileSourcesAreRefusedOnce()
     const ParsedSource parsed = Parser(source).parse();
     QCOMPARE(parsed.diagnostics.size(), 1);
     QVERIFY(parsed.diagnostics.first().message.startsWith(u"source "_s));
-}
-
-void TstParser::deepestAllowed_data()
-{
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<int>("height");
-    constexpr qsizetype levels = maxTreeDepth - 1;
-    QTest::newRow("parentheses") << u"("_s.repeated(levels) + u"a"_s + u")"_s.repeated(levels) << 1;
-    QTest::newRow("calls") << u"f("_s.repeated(levels) + u"a"_s + u")"_s.repeated(levels)
-                           << maxTreeDepth;
-    QTest::newRow("sum") << u"a+"_s.repeated(levels) + u"a"_s << maxTreeDepth;
-}
-
-void TstParser::deepestAllowed()
-{
-    QFETCH(const QString, source);
-    QFETCH(const int, height);
-    const ParsedSource parsed = Parser(source).parse();
-    QCOMPARE(asttext::texts(parsed.diagnostics), QStringList());
-    QVERIFY(parsed.root);
-    QCOMPARE(parsed.root->height, height);
 }
 
 void TstParser::longSourcesAreFine()

@@ -23,7 +23,6 @@ private slots:
     void wordsHaveTheirNumbers_data();
     void wordsHaveTheirNumbers();
     void everyTypeButStringIsAKeyword();
-    void placesCountFromOne();
     void reportsUnexpectedCharacters_data();
     void reportsUnexpectedCharacters();
     void manyErrorsAreCut();
@@ -132,17 +131,6 @@ void TstTokenizer::everyTypeButStringIsAKeyword()
     }
     QCOMPARE(eval::typeName(static_cast<eval::Type>(48)), u"<unknown>"_s);
     QCOMPARE(eval::typeName(static_cast<eval::Type>(4711)), u"<unknown>"_s);
-}
-
-void TstTokenizer::placesCountFromOne()
-{
-    Tokenizer tokenizer(u"ab\n  cde /* x\n */ f");
-    const QList<Token> tokens = tokenizer.tokenize();
-    QCOMPARE(tokens.size(), 4);
-    QCOMPARE(tokens[0].span(), (eval::SourceSpan{1, 1, 2}));
-    QCOMPARE(tokens[1].span(), (eval::SourceSpan{2, 3, 3}));
-    QCOMPARE(tokens[2].span(), (eval::SourceSpan{3, 5, 1}));
-    QCOMPARE(tokens[3].span(), (eval::SourceSpan{3, 6, 0}));
 }
 
 void TstTokenizer::reportsUnexpectedCharacters_data()

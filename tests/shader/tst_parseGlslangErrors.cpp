@@ -10,7 +10,6 @@ class TstParseGlslangErrors : public QObject
 private slots:
     void readsDiagnostics_data();
     void readsDiagnostics();
-    void ordersByLineThenColumn();
 };
 
 Q_DECLARE_METATYPE(QList<Diagnostic>)
@@ -41,16 +40,6 @@ void TstParseGlslangErrors::readsDiagnostics()
     QFETCH(const QString, text);
     QFETCH(const QList<Diagnostic>, diagnostics);
     QCOMPARE(shader::parseGlslangErrors(text), diagnostics);
-}
-
-void TstParseGlslangErrors::ordersByLineThenColumn()
-{
-    const Diagnostic first{.line = 1, .column = 5, .message = {}, .filename = {}};
-    const Diagnostic second{.line = 2, .column = 1, .message = {}, .filename = {}};
-    const Diagnostic third{.line = 2, .column = 2, .message = {}, .filename = {}};
-    QVERIFY(first < second);
-    QVERIFY(second < third);
-    QVERIFY(!(third < second));
 }
 
 QTEST_APPLESS_MAIN(TstParseGlslangErrors)

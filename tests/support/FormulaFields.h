@@ -2,6 +2,7 @@
 // Needs corvane_field and mesh.
 #pragma once
 
+#include <corvane/eval/IFieldEvaluator.h>
 #include <corvane/mesh/DualContouring.h>
 #include <corvane/mesh/MarchingCubes.h>
 #include <corvane/mesh/OctreeDualContouring.h>
@@ -55,6 +56,26 @@ inline Field cut(Field base, Field part)
 }
 
 // ------------------------------------------------------------------ sampling
+
+/// A formula in the place of a scene's field; without one it is invalid.
+class FormulaEvaluator : public corvane::eval::IFieldEvaluator
+{
+public:
+    explicit FormulaEvaluator(Field field)
+        : m_field(std::move(field))
+    {}
+
+    bool isValid() const override { return bool(m_field); }
+    QString lastError() const override
+    {
+        return m_field ? QString() : QStringLiteral("no such field");
+    }
+    QString backendName() const override { return QStringLiteral("formula"); }
+    float evaluate(float x, float y, float z) override { return m_field({x, y, z}); }
+
+private:
+    const Field m_field;
+};
 
 inline corvane::mesh::FieldFunction distanceOf(const Field &field)
 {

@@ -44,27 +44,6 @@ class TstVertexMerger : public QObject
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
-    void aSoupBecomesTheClosedSurface_data()
-    {
-        QTest::addColumn<double>("tolerance");
-        QTest::newRow("exact") << 0.0;
-        QTest::newRow("default") << 1e-6;
-        QTest::newRow("coarse") << 0.01;
-    }
-
-    void aSoupBecomesTheClosedSurface()
-    {
-        QFETCH(const double, tolerance);
-        const FloatMesh sphere = support::makeSphere(3, 20, 30);
-        FloatMesh surface = support::asSoup(sphere);
-        QVERIFY(!support::isClosedManifold(surface));
-        QCOMPARE(weld(surface, tolerance), QString());
-        QCOMPARE(surface.vertices.size(), sphere.vertices.size());
-        QCOMPARE(surface.elements.size(), sphere.elements.size());
-        QVERIFY(support::isClosedManifold(surface));
-        QVERIFY(support::signedVolume(surface) > 0);
-    }
-
     void keepsWhatTheDefinitionKeeps_data()
     {
         QTest::addColumn<double>("tolerance");

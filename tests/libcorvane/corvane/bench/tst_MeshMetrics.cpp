@@ -1,48 +1,19 @@
 #include <corvane/bench/BenchScore.h>
 
-#include <support/MeshChecks.h>
+#include <support/FormulaFields.h>
 
 #include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::bench;
+using support::ball;
 using support::FloatMesh;
-using support::Point;
+using support::FormulaEvaluator;
 
 namespace {
 
-using Formula = std::function<float(const Point &)>;
-
-class FormulaField : public corvane::eval::IFieldEvaluator
-{
-public:
-    explicit FormulaField(Formula formula)
-        : m_formula(std::move(formula))
-    {}
-
-    bool isValid() const override { return true; }
-    QString lastError() const override { return {}; }
-    float evaluate(float x, float y, float z) override { return m_formula({x, y, z}); }
-    QString backendName() const override { return u"formula"_s; }
-
-private:
-    const Formula m_formula;
-};
-
-Formula box(float half)
-{
-    return [half](const Point &p) {
-        const Point q{std::abs(p.x) - half, std::abs(p.y) - half, std::abs(p.z) - half};
-        const Point out{std::fmax(q.x, 0.0f), std::fmax(q.y, 0.0f), std::fmax(q.z, 0.0f)};
-        return out.length() + std::fmin(std::fmax(q.x, std::fmax(q.y, q.z)), 0.0f);
-    };
-}
-
-Formula ball(float radius)
-{
-    return [radius](const Point &p) { return p.length() - radius; };
-}
+const support::Field unitBox = support::box({1, 1, 1});
 
 FloatMesh turnedInsideOut(FloatMesh mesh)
 {
@@ -82,9 +53,9 @@ FloatMesh bevelled(float cut)
     return mesh;
 }
 
-MeshMetrics measured(const FloatMesh &mesh, const Formula &formula, double cellSize = 0.1)
+MeshMetrics measured(const FloatMesh &mesh, const support::Field &formula, double cellSize = 0.1)
 {
-    FormulaField field(formula);
+    FormulaEvaluator field(formula);
     const std::atomic_bool cancelled = false;
     MeshMetrics metrics = computeMeshMetrics(mesh, field, cancelled);
     metrics.cellSize = cellSize;
@@ -131,7 +102,7 @@ private slots:
     {
         QFETCH(FloatMesh, mesh);
         QFETCH(int, vertexCount);
-        const MeshMetrics m = measured(mesh, box(1));
+        const MeshMetrics m = measured(mesh, unitBox);
         QCOMPARE(m.surfaceMax, 0.0);
         QCOMPARE(m.featureSamples, 12.0);
         QVERIFY(m.featureMax < 1e-6);
@@ -146,7 +117,7 @@ private slots:
 
     void distanceIsThatOfTheVertices()
     {
-        const MeshMetrics m = measured(support::makeSphere(1, 30, 60), ball(1.03f));
+        const MeshMetrics m = measured(support::makeSphere(1, 30, 60), ball({}, 1.03f));
         QVERIFY(isNear(m.surfaceMean, 0.03) && isNear(m.surfaceP95, 0.03));
         QVERIFY(isNear(m.surfaceMax, 0.03));
         QCOMPARE(m.featureSamples, 0.0);
@@ -169,7 +140,7 @@ private slots:
         FloatMesh points;
         for (int i = 0; i < 20; ++i)
             points.vertices.append({float(i), 0, i < astray ? 0.5f : 0.0f});
-        const MeshMetrics m = measured(points, [](const Point &p) { return p.z; });
+        const MeshMetrics m = measured(points, [](const QVector3D &p) { return p.z(); });
         QCOMPARE(m.surfaceP95, p95);
         QCOMPARE(m.surfaceMax, 0.5);
         QCOMPARE(m.surfaceMean, 0.5 * astray / 20);
@@ -178,16 +149,16 @@ private slots:
 
     void normalsAreComparedAsDirections()
     {
-        const MeshMetrics m = measured(turnedInsideOut(support::makeCube()), box(1));
+        const MeshMetrics m = measured(turnedInsideOut(support::makeCube()), unitBox);
         QVERIFY(isNear(m.normalMeanDeg, 180, 0.1));
         QVERIFY(isNear(m.normalP95Deg, 180, 0.1));
     }
 
     void bevelIsSeenAtItsEdges()
     {
-        const MeshMetrics exact = measured(bevelled(0), box(1));
-        const MeshMetrics small = measured(bevelled(0.05f), box(1));
-        const MeshMetrics large = measured(bevelled(0.2f), box(1));
+        const MeshMetrics exact = measured(bevelled(0), unitBox);
+        const MeshMetrics small = measured(bevelled(0.05f), unitBox);
+        const MeshMetrics large = measured(bevelled(0.2f), unitBox);
         // All vertices lie on the box, so that only edges and normals can tell.
         QVERIFY(small.surfaceMax < 1e-6 && large.surfaceMax < 1e-6);
         QVERIFY(exact.featureMax < 1e-6);
@@ -199,7 +170,7 @@ private slots:
 
     void openMeshMissesTheGate()
     {
-        const MeshMetrics m = measured(withoutLast(support::makeCube()), box(1));
+        const MeshMetrics m = measured(withoutLast(support::makeCube()), unitBox);
         QVERIFY(m.closed == 0 && m.manifold == 1);
         QCOMPARE(m.boundaryEdges, 3.0);
         QVERIFY(!passesGate(m));
@@ -210,10 +181,10 @@ private slots:
     {
         QTest::addColumn<MeshMetrics>("metrics");
         QTest::newRow("not measured") << MeshMetrics{};
-        QTest::newRow("no triangles") << measured({}, box(1));
+        QTest::newRow("no triangles") << measured({}, unitBox);
         QTest::newRow("field is no number")
-            << measured(support::makeCube(), [](const Point &) { return std::nanf(""); });
-        QTest::newRow("no cell size") << measured(support::makeCube(), box(1), 0);
+            << measured(support::makeCube(), [](const QVector3D &) { return std::nanf(""); });
+        QTest::newRow("no cell size") << measured(support::makeCube(), unitBox, 0);
     }
     void nothingAndFailuresPassNoGate()
     {
@@ -241,7 +212,7 @@ private slots:
         QFETCH(double, feature);
         QFETCH(double, normal);
         QFETCH(double, expected);
-        MeshMetrics m = measured(support::makeCube(), box(1));
+        MeshMetrics m = measured(support::makeCube(), unitBox);
         m.surfaceP95 = surface;
         m.featureP95 = feature;
         m.normalP95Deg = normal;
@@ -254,7 +225,7 @@ private slots:
     void cancelEndsIt()
     {
         int evaluations = 0;
-        FormulaField field([&](const Point &) {
+        FormulaEvaluator field([&](const QVector3D &) {
             ++evaluations;
             return 0.0f;
         });

@@ -1,4 +1,5 @@
 #include <corvane/bv/BoundsDetector.h>
+#include <support/FormulaFields.h>
 
 #include <QRegularExpression>
 #include <QTest>
@@ -6,41 +7,12 @@
 using namespace Qt::StringLiterals;
 using corvane::bv::BoundsDetectionResult;
 using corvane::bv::BoundsDetector;
-using Field = std::function<float(const QVector3D &)>;
+using support::ball;
+using support::box;
+using support::Field;
+using support::FormulaEvaluator;
 
 namespace {
-
-/// A field that is given as a formula.
-class FormulaField : public corvane::eval::IFieldEvaluator
-{
-public:
-    explicit FormulaField(Field field, bool valid = true)
-        : m_field(std::move(field))
-        , m_valid(valid)
-    {}
-
-    bool isValid() const override { return m_valid; }
-    QString lastError() const override { return m_valid ? QString() : u"no such field"_s; }
-    QString backendName() const override { return u"formula"_s; }
-    float evaluate(float x, float y, float z) override { return m_field({x, y, z}); }
-
-private:
-    Field m_field;
-    bool m_valid;
-};
-
-Field ball(const QVector3D &centre, float radius)
-{
-    return [=](const QVector3D &p) { return (p - centre).length() - radius; };
-}
-
-Field box(const QVector3D &half)
-{
-    return [=](const QVector3D &p) {
-        return std::max(
-            {std::abs(p.x()) - half.x(), std::abs(p.y()) - half.y(), std::abs(p.z()) - half.z()});
-    };
-}
 
 struct BoundsCase
 {
@@ -66,7 +38,6 @@ private slots:
     void failuresAreSentences_data();
     void failuresAreSentences();
     void threadsChangeNothing();
-    void aMarchGoesThroughTheSolid();
 };
 
 void TstBoundsDetector::theBoxHoldsTheSolidAndLittleMore_data()
@@ -94,7 +65,7 @@ void TstBoundsDetector::theBoxHoldsTheSolidAndLittleMore_data()
 void TstBoundsDetector::theBoxHoldsTheSolidAndLittleMore()
 {
     QFETCH(BoundsCase, scene);
-    FormulaField field(scene.field);
+    FormulaEvaluator field(scene.field);
     const BoundsDetectionResult result = BoundsDetector::detectAdaptive(&field);
     QVERIFY2(result.success, qPrintable(result.error));
     QVERIFY(!result.hasUnboundedAxes());
@@ -110,16 +81,16 @@ void TstBoundsDetector::theBoxHoldsTheSolidAndLittleMore()
 
 void TstBoundsDetector::marginIsAShareWithAFloor()
 {
-    FormulaField small(ball({}, 1));
+    FormulaEvaluator small(ball({}, 1));
     QCOMPARE(BoundsDetector::detectAdaptive(&small).averageMargin, 0.1f);
-    FormulaField large(ball({}, 100));
+    FormulaEvaluator large(ball({}, 100));
     const auto result = BoundsDetector::detectAdaptive(&large);
     QVERIFY(std::abs(result.averageMargin - 10.0f) < 0.1f);
 }
 
 void TstBoundsDetector::unboundedSolidsAreFlagged()
 {
-    FormulaField halfSpace([](const QVector3D &p) { return p.y(); });
+    FormulaEvaluator halfSpace([](const QVector3D &p) { return p.y(); });
     const auto result = BoundsDetector::detectAdaptive(&halfSpace);
     QVERIFY(result.success);
     QVERIFY(result.hasUnboundedAxes());
@@ -140,7 +111,7 @@ void TstBoundsDetector::failuresAreSentences_data()
 void TstBoundsDetector::failuresAreSentences()
 {
     QFETCH(bool, valid);
-    FormulaField field([](const QVector3D &) { return 1e10f; }, valid);
+    FormulaEvaluator field(valid ? Field([](const QVector3D &) { return 1e10f; }) : Field());
     const auto result = BoundsDetector::detectAdaptive(&field);
     QVERIFY(!result.success);
     QTEST(result.error, "error");
@@ -152,29 +123,14 @@ void TstBoundsDetector::threadsChangeNothing()
     const Field shape = [](const QVector3D &p) {
         return std::min(ball({3, 1, 0}, 2)(p), box({1, 6, 1})(p));
     };
-    FormulaField field(shape);
+    FormulaEvaluator field(shape);
     const auto alone = BoundsDetector::detectAdaptive(&field);
     BoundsDetector::Config config;
     config.threads = 4;
-    config.evaluatorFactory = [&shape] { return std::make_unique<FormulaField>(shape); };
+    config.evaluatorFactory = [&shape] { return std::make_unique<FormulaEvaluator>(shape); };
     const auto together = BoundsDetector::detectAdaptive(&field, config);
     QCOMPARE(together.bounds, alone.bounds);
     QCOMPARE(together.totalSamples, alone.totalSamples);
-}
-
-void TstBoundsDetector::aMarchGoesThroughTheSolid()
-{
-    FormulaField field(ball({}, 2));
-    qint64 samples = 0;
-    const auto hit =
-        BoundsDetector::sphereTrace(field, {-10, 0, 0}, {1, 0, 0}, 100, 0.01f, 0.001f, samples);
-    QVERIFY(hit.hit);
-    QVERIFY(!hit.atBoundary);
-    QVERIFY(std::abs(hit.first.x() + 2) < 0.02f);
-    QVERIFY(std::abs(hit.last.x() - 2) < 0.05f);
-    const auto miss =
-        BoundsDetector::sphereTrace(field, {-10, 5, 0}, {1, 0, 0}, 100, 0.01f, 0.001f, samples);
-    QVERIFY(!miss.hit);
 }
 
 QTEST_GUILESS_MAIN(TstBoundsDetector)

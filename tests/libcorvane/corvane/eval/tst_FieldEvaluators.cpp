@@ -53,8 +53,7 @@ private slots:
     void withoutAProgramAllIsFar_data();
     void withoutAProgramAllIsFar();
     void faultIsFarAndKept();
-    void rowIsWhatPointsAre();
-    void manyPointsAreWhatEachIs();
+    void rowsAndPointsAreWhatEachIs();
     void cancelEndsALoop();
     void ownedFieldAnswers();
     void ownedFieldSaysWhatFailed_data();
@@ -123,22 +122,7 @@ void TstFieldEvaluators::faultIsFarAndKept()
     QCOMPARE(evaluator.lastError(), u"division by zero"_s);
 }
 
-void TstFieldEvaluators::rowIsWhatPointsAre()
-{
-    const QString source = u"length(p) - 1.0 / (p.x * p.y) + sin(p.z)"_s;
-    auto rows = evaluatorOf(source);
-    auto points = evaluatorOf(source);
-    std::vector<float> xs(301);
-    std::iota(xs.begin(), xs.end(), -150.0f);
-    std::vector<float> out(xs.size());
-    rows.evaluateRow(xs, 2.0f, -0.5f, out);
-    for (std::size_t i = 0; i < xs.size(); ++i)
-        QCOMPARE(std::bit_cast<quint32>(out[i]),
-                 std::bit_cast<quint32>(points.evaluate(xs[i], 2.0f, -0.5f)));
-    QCOMPARE(rows.lastError(), u"division by zero"_s);
-}
-
-void TstFieldEvaluators::manyPointsAreWhatEachIs()
+void TstFieldEvaluators::rowsAndPointsAreWhatEachIs()
 {
     const QString source = u"length(p) - 1.0 / (p.x * p.y) + sin(p.z)"_s;
     auto together = evaluatorOf(source);
@@ -151,7 +135,11 @@ void TstFieldEvaluators::manyPointsAreWhatEachIs()
     together.evaluateWithGradients(xs, ys, zs, gradients);
     std::vector<float> distances(xs.size());
     together.evaluatePoints(xs, ys, zs, distances);
+    std::vector<float> row(xs.size());
+    together.evaluateRow(xs, 2.0f, -0.5f, row);
     for (std::size_t i = 0; i < xs.size(); ++i) {
+        QCOMPARE(std::bit_cast<quint32>(row[i]),
+                 std::bit_cast<quint32>(each.evaluate(xs[i], 2.0f, -0.5f)));
         QCOMPARE(gradients[i], each.evaluateWithGradient(xs[i], ys[i], zs[i]));
         QCOMPARE(distances[i], gradients[i].distance);
     }

@@ -8,7 +8,6 @@
 #include <functional>
 #include <limits>
 #include <numbers>
-#include <random>
 
 using namespace Qt::StringLiterals;
 using corvane::mesh::marchingCubes;
@@ -73,19 +72,6 @@ support::FloatMesh soupOf(const QList<Triangle> &triangles)
     return mesh;
 }
 
-/// Reproducible noise without sign changes at the border of the grid.
-std::vector<float> noise(const ScalarField3D &field, unsigned seed)
-{
-    std::mt19937 random(seed);
-    std::vector<float> samples(field.index(0, 0, field.nz), 1.0f);
-    for (int k = 1; k + 1 < field.nz; ++k)
-        for (int j = 1; j + 1 < field.ny; ++j)
-            for (int i = 1; i + 1 < field.nx; ++i)
-                samples[field.index(i, j, k)] =
-                    static_cast<float>(random() % 2001) / 1000.0f - 1.0f;
-    return samples;
-}
-
 } // namespace
 
 class TstMarchingCubes : public QObject
@@ -97,7 +83,6 @@ private slots:
     void tablesAgree();
     void surfaceIsClosedAndPointsOut_data();
     void surfaceIsClosedAndPointsOut();
-    void everyCornerPatternIsClosed();
     void piecesMeetExactly_data();
     void piecesMeetExactly();
     void crossingFollowsTheValues_data();
@@ -157,17 +142,6 @@ void TstMarchingCubes::surfaceIsClosedAndPointsOut()
         const auto &v = triangle.vertices;
         QVERIFY(std::fabs(triangle.normal.length() - 1.0f) < 1e-5f);
         QVERIFY(QVector3D::dotProduct(triangle.normal, v[0] + v[1] + v[2]) > 0.0f);
-    }
-}
-
-void TstMarchingCubes::everyCornerPatternIsClosed()
-{
-    Grid grid(24, 0.1f);
-    grid.field.crossingMargin = 0.001f;
-    for (unsigned seed = 1; seed <= 3; ++seed) {
-        grid.samples = noise(grid.field, seed);
-        grid.field.values = grid.samples.data();
-        QVERIFY(support::isClosedManifold(support::welded(soupOf(grid.mesh()))));
     }
 }
 

@@ -14,7 +14,6 @@ using support::distanceOf;
 using support::Field;
 using support::gradientOf;
 using support::gridOf;
-using support::meshOf;
 using support::octree;
 using support::sampled;
 using support::uniform;
@@ -22,17 +21,8 @@ using support::uniform;
 namespace {
 
 constexpr int nodes = support::gridNodes;
-constexpr float cell = support::gridCell;
-
-struct SolidCase
-{
-    Field field;
-    double volume = 0.0;
-};
 
 } // namespace
-
-Q_DECLARE_METATYPE(SolidCase)
 
 class TstSharpSurfaces : public QObject
 {
@@ -40,51 +30,10 @@ class TstSharpSurfaces : public QObject
 
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
-    void solidsAreClosedAndTrue_data();
-    void solidsAreClosedAndTrue();
-    void edgesStaySharp();
     void flatFacesTakeFewTriangles();
     void chunksMeetWithoutASeam();
     void theMinimumOfPlanesIsTheirCommonPoint();
-    void cornersInTwoSetsAreNotSimple_data();
-    void cornersInTwoSetsAreNotSimple();
 };
-
-void TstSharpSurfaces::solidsAreClosedAndTrue_data()
-{
-    QTest::addColumn<SolidCase>("solid");
-    const Field drill = [](const QVector3D &p) { return std::hypot(p.x(), p.z()) - 0.4f; };
-    QTest::newRow("ball") << SolidCase{ball({}, 1.2f), 4.0 / 3.0 * M_PI * 1.728};
-    QTest::newRow("box") << SolidCase{box({1.1f, 0.8f, 1.0f}), 8 * 1.1 * 0.8 * 1.0};
-    QTest::newRow("drilled box") << SolidCase{cut(box({1.1f, 0.8f, 1.0f}), drill),
-                                              7.04 - M_PI * 0.16 * 1.6};
-}
-
-void TstSharpSurfaces::solidsAreClosedAndTrue()
-{
-    QFETCH(SolidCase, solid);
-    for (const QList<Triangle> &triangles : {uniform(solid.field), octree(solid.field)}) {
-        const support::FloatMesh mesh = meshOf(triangles);
-        QVERIFY(support::isClosedManifold(mesh));
-        QVERIFY(std::abs(support::signedVolume(mesh) / solid.volume - 1) < 0.02);
-        for (const auto &vertex : mesh.vertices)
-            QVERIFY(std::abs(solid.field({vertex.x, vertex.y, vertex.z})) < 0.15f * cell);
-        for (const Triangle &triangle : triangles)
-            QVERIFY(std::abs(triangle.normal.length() - 1) < 1e-4f);
-    }
-}
-
-void TstSharpSurfaces::edgesStaySharp()
-{
-    const Field field = box({1.1f, 0.8f, 1.0f});
-    for (const QList<Triangle> &triangles : {uniform(field), octree(field)}) {
-        float nearest = 1e9f;
-        for (const Triangle &triangle : triangles)
-            for (const QVector3D &vertex : triangle.vertices)
-                nearest = std::min(nearest, (vertex - QVector3D(1.1f, 0.8f, 1.0f)).length());
-        QVERIFY(nearest < 0.02f * cell);
-    }
-}
 
 void TstSharpSurfaces::flatFacesTakeFewTriangles()
 {
@@ -142,25 +91,6 @@ void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()
     const QefResult none = QefSolver().solve({0, 0, 0}, {2, 2, 2});
     QVERIFY(none.fellBack);
     QCOMPARE(none.position, QVector3D(1, 1, 1));
-}
-
-void TstSharpSurfaces::cornersInTwoSetsAreNotSimple_data()
-{
-    QTest::addColumn<uint>("mask");
-    QTest::addColumn<bool>("simple");
-    QTest::newRow("none") << 0u << true;
-    QTest::newRow("all") << 255u << true;
-    QTest::newRow("one corner") << 1u << true;
-    QTest::newRow("an edge") << 3u << true;
-    QTest::newRow("two across a face") << (1u | 1u << 3) << false;
-    QTest::newRow("two across the cube") << (1u | 1u << 7) << false;
-    QTest::newRow("all but two across the cube") << (255u ^ 1u ^ 1u << 7) << false;
-}
-
-void TstSharpSurfaces::cornersInTwoSetsAreNotSimple()
-{
-    QFETCH(uint, mask);
-    QTEST(simpleConfig(mask), "simple");
 }
 
 QTEST_GUILESS_MAIN(TstSharpSurfaces)
