@@ -91,42 +91,34 @@ private:
 
 void TstCommandLine::wrongUseIsExplained_data()
 {
-    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("begins");
-    QTest::newRow("schema without file")
-        << QStringList{u"schema"_s} << u"Usage: corvane schema <file.corvane>\n"_s;
-    QTest::newRow("validate without file")
-        << QStringList{u"validate"_s} << u"Usage: corvane validate <file.corvane>\n"_s;
-    QTest::newRow("export without file")
-        << QStringList{u"export"_s}
-        << u"Usage: corvane export <file.corvane> [-o <output>] [--params <params.json>]\n"
-           "                        [--backend cpu|gpu|native] [--cell-size <float>] [--error-on-empty]\n"_s;
-    QTest::newRow("zirn without plan")
-        << QStringList{u"zirn"_s}
-        << u"Usage: corvane zirn <plan.json> [<file.corvane>] [-o <out.corvane>]\n"_s;
-    QTest::newRow("unknown command")
-        << QStringList{u"frobnicate"_s}
-        << u"Error: unrecognised command 'frobnicate'\n\nCorvane — 3D CAD editor"_s;
-    QTest::newRow("trailing -o") << QStringList{u"export"_s, u"x.corvane"_s, u"-o"_s}
-                                 << u"Error: unrecognised argument '-o'\nUsage: corvane export"_s;
-    QTest::newRow("unknown option") << QStringList{u"export"_s, u"x.corvane"_s, u"--fast"_s}
-                                    << u"Error: unrecognised argument '--fast'\n"_s;
-    QTest::newRow("cell size 0") << QStringList{u"export"_s, u"x.corvane"_s, u"--cell-size"_s,
-                                                u"0"_s}
-                                 << u"Error: invalid --cell-size value\n"_s;
-    QTest::newRow("cell size in letters")
-        << QStringList{u"export"_s, u"x.corvane"_s, u"--cell-size"_s, u"fine"_s}
-        << u"Error: invalid --cell-size value\n"_s;
-    QTest::newRow("cell size nan")
-        << QStringList{u"export"_s, u"x.corvane"_s, u"--cell-size"_s, u"nan"_s}
-        << u"Error: invalid --cell-size value\n"_s;
+    const auto row = [](const char *name, const QString &arguments, const QString &begins) {
+        QTest::newRow(name) << arguments << begins;
+    };
+    row("schema without file", u"schema"_s, u"Usage: corvane schema <file.corvane>\n"_s);
+    row("validate without file", u"validate"_s, u"Usage: corvane validate <file.corvane>\n"_s);
+    row("export without file", u"export"_s,
+        u"Usage: corvane export <file.corvane> [-o <output>] [--params <params.json>]\n"
+        "                        [--backend cpu|gpu|native] [--cell-size <float>] [--error-on-empty]\n"_s);
+    row("zirn without plan", u"zirn"_s,
+        u"Usage: corvane zirn <plan.json> [<file.corvane>] [-o <out.corvane>]\n"_s);
+    row("unknown command", u"frobnicate"_s,
+        u"Error: unrecognised command 'frobnicate'\n\nCorvane — 3D CAD editor"_s);
+    row("trailing -o", u"export x.corvane -o"_s,
+        u"Error: unrecognised argument '-o'\nUsage: corvane export"_s);
+    row("unknown option", u"export x.corvane --fast"_s,
+        u"Error: unrecognised argument '--fast'\n"_s);
+    for (const QString &size : {u"0"_s, u"fine"_s, u"nan"_s})
+        row(qPrintable(u"cell size "_s + size), u"export x.corvane --cell-size "_s + size,
+            u"Error: invalid --cell-size value\n"_s);
 }
 
 void TstCommandLine::wrongUseIsExplained()
 {
-    QFETCH(QStringList, arguments);
+    QFETCH(QString, arguments);
     QFETCH(QString, begins);
-    const ProgramRun run = runProgram(arguments);
+    const ProgramRun run = runProgram(arguments.split(u' '));
     QCOMPARE(run.status, 2);
     QVERIFY2(run.standardError.startsWith(begins), qPrintable(run.standardError));
     QVERIFY(run.standardOutput.isEmpty());
@@ -187,20 +179,20 @@ void TstCommandLine::inputErrorsAreStatusOne_data()
     const QString missing = m_folder.filePath(u"missing"_s);
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("line");
-    QTest::newRow("schema of nothing")
-        << QStringList{u"schema"_s, missing} << u"Error: failed to load scene from "_s + missing;
-    QTest::newRow("validate of a broken file")
-        << QStringList{u"validate"_s, broken} << u"Error: failed to load scene from "_s + broken;
-    QTest::newRow("export of a folder") << QStringList{u"export"_s, m_folder.path()}
-                                        << u"Error: failed to load scene from "_s + m_folder.path();
-    QTest::newRow("missing parameters") << QStringList{u"export"_s, scene, u"--params"_s, missing}
-                                        << u"Error: cannot open params file "_s + missing;
-    QTest::newRow("parameters that are no JSON")
-        << QStringList{u"export"_s, scene, u"--params"_s, notJson}
-        << u"Error: invalid JSON in params file: "_s;
-    QTest::newRow("parameters that are a list")
-        << QStringList{u"export"_s, scene, u"--params"_s, list}
-        << u"Error: params file must contain a JSON object"_s;
+    const auto row = [](const char *name, const QStringList &arguments, const QString &line) {
+        QTest::newRow(name) << arguments << u"Error: "_s + line;
+    };
+    const QString failed = u"failed to load scene from "_s;
+    row("schema of nothing", {u"schema"_s, missing}, failed + missing);
+    row("validate of a broken file", {u"validate"_s, broken}, failed + broken);
+    row("export of a folder", {u"export"_s, m_folder.path()}, failed + m_folder.path());
+    const QStringList withParams{u"export"_s, scene, u"--params"_s};
+    row("missing parameters", withParams + QStringList{missing},
+        u"cannot open params file "_s + missing);
+    row("parameters that are no JSON", withParams + QStringList{notJson},
+        u"invalid JSON in params file: "_s);
+    row("parameters that are a list", withParams + QStringList{list},
+        u"params file must contain a JSON object"_s);
 }
 
 void TstCommandLine::inputErrorsAreStatusOne()

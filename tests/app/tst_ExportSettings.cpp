@@ -24,24 +24,18 @@ private:
 // A post that pokes through the box at its ends.
 ProgramRun TstExportSettings::exportWith(const QByteArray &settings) const
 {
-    const QByteArray scene = "formatVersion: 1\n"
-                             "corvane:\n"
-                             "  version: 1\n"
-                             "  name: \"Post\"\n"
-                             "  settings:\n"
-                             "    export:\n"
-                             "      bounds:\n"
-                             "        minX: -1\n        minY: -1\n        minZ: -1\n"
-                             "        maxX: 1\n        maxY: 1\n        maxZ: 1\n"
-                             "      cellSize: 0.1\n" +
-                             settings +
-                             "  instances:\n"
-                             "    post:\n"
-                             "      type: box\n"
-                             "      params:\n"
-                             "        width: 0.47\n        height: 1.53\n        depth: 0.36\n"
-                             "  roots:\n"
-                             "    - post\n";
+    const QByteArray scene = R"(formatVersion: 1
+corvane:
+  instances:
+    post:
+      type: box
+      params: {width: 0.47, height: 1.53, depth: 0.36}
+  roots: [post]
+  settings:
+    export:
+      bounds: {minX: -1, minY: -1, minZ: -1, maxX: 1, maxY: 1, maxZ: 1}
+      cellSize: 0.1
+)" + settings;
     return runProgram(
         {u"export"_s, writeFile(m_folder, u"post.corvane"_s, scene), u"-o"_s, output()});
 }

@@ -15,23 +15,18 @@ using support::contentOf;
 
 namespace {
 
-const QByteArray scene = "formatVersion: 1\n"
-                         "corvane:\n"
-                         "  version: 1\n"
-                         "  name: \"Ball\"\n"
-                         "  settings:\n"
-                         "    export:\n"
-                         "      bounds:\n"
-                         "        minX: -2\n        minY: -2\n        minZ: -2\n"
-                         "        maxX: 2\n        maxY: 2\n        maxZ: 2\n"
-                         "      cellSize: 0.2\n"
-                         "  instances:\n"
-                         "    ball:\n"
-                         "      type: sphere\n"
-                         "      params:\n"
-                         "        radius: 1.5\n"
-                         "  roots:\n"
-                         "    - ball\n";
+const QByteArray scene = R"(formatVersion: 1
+corvane:
+  settings:
+    export:
+      bounds: {minX: -2, minY: -2, minZ: -2, maxX: 2, maxY: 2, maxZ: 2}
+      cellSize: 0.2
+  instances:
+    ball:
+      type: sphere
+      params: {radius: 1.5}
+  roots: [ball]
+)";
 
 bool isRunning(const QByteArray &process)
 {

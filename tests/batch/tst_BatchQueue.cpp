@@ -136,30 +136,27 @@ private slots:
         row("a hung job is cancelled", {Hung, Cancel, Cancelled});
         row("a hung job is retried", {Hung, Retry, Pending});
         row("a failed job is retried", {Failed, Retry, Pending});
-        row("a running job is not claimed twice",
-            {InProgress, Claim, {}, "BatchQueue::claim: job 1 is in_progress, expected Pending"});
-        row("a waiting job cannot complete",
-            {Pending, Complete, {}, "BatchQueue::complete: job 1 is pending, expected InProgress"});
-        row("a hung job cannot complete",
-            {Hung, Complete, {}, "BatchQueue::complete: job 1 is hung, expected InProgress"});
-        row("a cancelled job cannot complete",
-            {Cancelled,
-             Complete,
-             {},
-             "BatchQueue::complete: job 1 is cancelled, expected InProgress"});
-        row("a done job cannot fail",
-            {Done, Fail, {}, "BatchQueue::fail: job 1 is done, expected InProgress"});
-        row("a done job cannot be cancelled",
-            {Done, Cancel, {}, "BatchQueue::cancel: job 1 is already terminal (done)"});
-        row("a failed job cannot be cancelled",
-            {Failed, Cancel, {}, "BatchQueue::cancel: job 1 is already terminal (failed)"});
-        row("a cancelled job is not retried",
-            {Cancelled,
-             Retry,
-             {},
-             "BatchQueue::retry: job 1 is cancelled, expected Hung or Failed"});
-        row("a done job is not retried",
-            {Done, Retry, {}, "BatchQueue::retry: job 1 is done, expected Hung or Failed"});
+        const auto refused = [&](const char *name, BatchStatus from, Operation operation,
+                                 const char *warning) {
+            row(name, {from, operation, {}, "BatchQueue::" + QByteArray(warning)});
+        };
+        refused("a running job is not claimed twice", InProgress, Claim,
+                "claim: job 1 is in_progress, expected Pending");
+        refused("a waiting job cannot complete", Pending, Complete,
+                "complete: job 1 is pending, expected InProgress");
+        refused("a hung job cannot complete", Hung, Complete,
+                "complete: job 1 is hung, expected InProgress");
+        refused("a cancelled job cannot complete", Cancelled, Complete,
+                "complete: job 1 is cancelled, expected InProgress");
+        refused("a done job cannot fail", Done, Fail, "fail: job 1 is done, expected InProgress");
+        refused("a done job cannot be cancelled", Done, Cancel,
+                "cancel: job 1 is already terminal (done)");
+        refused("a failed job cannot be cancelled", Failed, Cancel,
+                "cancel: job 1 is already terminal (failed)");
+        refused("a cancelled job is not retried", Cancelled, Retry,
+                "retry: job 1 is cancelled, expected Hung or Failed");
+        refused("a done job is not retried", Done, Retry,
+                "retry: job 1 is done, expected Hung or Failed");
     }
 
     void everyMoveIsMadeOrRefused()

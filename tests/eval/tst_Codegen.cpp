@@ -226,7 +226,6 @@ private slots:
     void builtinsAreAllThere();
     void refusals_data();
     void refusals();
-    void recursionIsRefused();
     void largeProgramsAreRefusedByASentence();
     void randomProgramsComputeTheSame();
     void assignmentsReachLaterOutputs();
@@ -308,6 +307,7 @@ void TstCodegen::refusals_data()
     QTest::newRow("name of two types")
         << u"float f(float a) { float b = a; if (a > 0.0) { int b = 1; } return b; } f(k)"_s;
     QTest::newRow("slot in a function") << u"float f(float a) { return a + k; } f(1.0)"_s;
+    QTest::newRow("recursion") << u"float f(float x) { return x < 0.0 ? x : f(x - 1.0); } f(k)"_s;
     QTest::newRow("struct output") << u"struct S { float a; }; S(k)"_s;
 }
 
@@ -323,15 +323,6 @@ void TstCodegen::refusals()
     QCOMPARE(program.firstError().message,
              u"Backend::Native: codegen does not support this expression yet "
              "(scalar/vector/matrix subset)."_s);
-}
-
-void TstCodegen::recursionIsRefused()
-{
-    QVERIFY(!unitOf(u"float f(float x) { return x < 0.0 ? x : f(x - 1.0); } f(k)"_s).isSupported);
-    // Overloads are functions of their own.
-    const QString overloads = u"float f(vec3 v) { return v.x; } float f(float x) { return "
-                              "f(vec3(x)); } f(k)"_s;
-    QVERIFY(unitOf(overloads).isSupported);
 }
 
 void TstCodegen::largeProgramsAreRefusedByASentence()

@@ -203,97 +203,86 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
 {
     QTest::addColumn<QString>("task");
     QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QString>("message");
-    const QString noId = u"{00000000-0000-0000-0000-000000000001}"_s;
-    QTest::newRow("remove: nothing given")
-        << u"corvane.item.remove"_s << QVariantMap()
-        << u"Failed to remove item: itemId is required. State: unchanged. Suggestion: provide the "
-           u"UUID of the item to remove."_s;
-    QTest::newRow("remove: unknown")
-        << u"corvane.item.remove"_s << QVariantMap{{u"itemId"_s, noId}}
-        << u"Failed to remove item %1: not found. State: unchanged. Suggestion: check itemId or "
-           u"run corvane.scene.list_items."_s.arg(noId);
-    QTest::newRow("a list as id") << u"corvane.item.rename"_s
-                                  << mapOf(R"({"itemId": [1], "newName": {"a": 1}})") << QString();
-    QTest::newRow("a list as the parent")
-        << u"corvane.item.add"_s << mapOf(R"({"itemType": "group", "parentId": [1]})")
-        << u"Failed to add item: parentId must be a text, not '[1]'. State: unchanged. Suggestion: "
-           u"provide the UUID of the parent; empty for the top."_s;
-    QTest::newRow("a map as a filter")
-        << u"corvane.scene.list_definitions"_s << mapOf(R"({"category": {}})")
-        << u"Failed to execute corvane.scene.list_definitions: category must be a text, not '{}'. "
-           u"State: unchanged. Suggestion: provide the category, or one of primitives, operators, "
-           u"modifiers; empty for all."_s;
-    QTest::newRow("a name that can't be saved")
-        << u"corvane.varset.set_variable"_s << mapOf(R"({"name": "a: b", "value": 1})")
-        << u"Failed to set variable: name 'a: b' can't be held by a scene file, whose names are "
-           u"without ':', '#', ',', brackets, quotes and line breaks. State: unchanged. "
-           u"Suggestion: "
-           u"provide the name of the variable."_s;
-    QTest::newRow("a key that can't be saved")
-        << u"corvane.settings.set"_s << mapOf(R"({"path": "a", "value": [{"b": {"#c": 1}}]})")
-        << u"Failed to set setting: value has a key that a scene file can't hold: '#c'. State: "
-           u"unchanged. Suggestion: provide the new value."_s;
-    QTest::newRow("a value that is nested too deep")
-        << u"corvane.settings.set"_s << QVariantMap{{u"path"_s, u"a"_s}, {u"value"_s, nested(101)}}
-        << u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
-           u"Suggestion: provide the new value."_s;
-    QTest::newRow("two numbers as a colour")
-        << u"corvane.material.add"_s << mapOf(R"({"albedo": [1, 0]})") << QString();
-    QTest::newRow("nothing to set")
-        << u"corvane.settings.set_bulk"_s << mapOf(R"({"settings": {}})") << QString();
-    QTest::newRow("add: unknown definition")
-        << u"corvane.item.add"_s << mapOf(R"({"itemType": "sdf", "definitionId": "nothing"})")
-        << u"Failed to add item: definition 'nothing' not found. State: unchanged. Suggestion: "
-           u"check definitionId or run corvane.scene.list_definitions."_s;
-    QTest::newRow("add: unknown type")
-        << u"corvane.item.add"_s << mapOf(R"({"itemType": "lamp"})") << QString();
-    QTest::newRow("transform: a text as number")
-        << u"corvane.item.set_transform"_s << mapOf(R"({"itemId": "abc", "tx": "wide"})")
-        << QString();
-    QTest::newRow("variable: unknown")
-        << u"corvane.varset.remove_variable"_s << mapOf(R"({"name": "w"})")
-        << u"Failed to remove variable w: not found. State: unchanged. Suggestion: check name or "
-           u"run corvane.varset.list."_s;
-    QTest::newRow("variable: unknown varset")
-        << u"corvane.varset.set_variable"_s
-        << mapOf(R"({"name": "w", "value": 1, "varsetName": "Sizes"})")
-        << u"Failed to set variable: varset 'Sizes' not found. State: unchanged. Suggestion: check "
-           u"varsetName or run corvane.varset.list."_s;
+    QTest::addColumn<QString>("message"); // empty: any that has the form
+    const auto rowOf = [](const char *name, const QString &task, const QVariantMap &arguments,
+                          const QString &message) {
+        QTest::newRow(name) << task << arguments << message;
+    };
+    // What failed, and what is suggested.
+    const auto row = [&](const char *name, const QString &task, const char *arguments,
+                         const QString &what, const QString &suggestion) {
+        rowOf(name, u"corvane."_s + task, mapOf(arguments),
+              u"Failed to "_s + what + u" State: unchanged. Suggestion: "_s + suggestion);
+    };
+    const auto anyOf = [&](const char *name, const QString &task, const char *arguments) {
+        rowOf(name, task, mapOf(arguments), {});
+    };
+    row("remove: nothing given", u"item.remove"_s, "{}", u"remove item: itemId is required."_s,
+        u"provide the UUID of the item to remove."_s);
+    row("remove: unknown", u"item.remove"_s,
+        R"({"itemId": "{00000000-0000-0000-0000-000000000001}"})",
+        u"remove item {00000000-0000-0000-0000-000000000001}: not found."_s,
+        u"check itemId or run corvane.scene.list_items."_s);
+    row("a list as the parent", u"item.add"_s, R"({"itemType": "group", "parentId": [1]})",
+        u"add item: parentId must be a text, not '[1]'."_s,
+        u"provide the UUID of the parent; empty for the top."_s);
+    row("a map as a filter", u"scene.list_definitions"_s, R"({"category": {}})",
+        u"execute corvane.scene.list_definitions: category must be a text, not '{}'."_s,
+        u"provide the category, or one of primitives, operators, modifiers; empty for all."_s);
+    row("a name that can't be saved", u"varset.set_variable"_s, R"({"name": "a: b", "value": 1})",
+        u"set variable: name 'a: b' can't be held by a scene file, whose names are without ':', "
+        u"'#', ',', brackets, quotes and line breaks."_s,
+        u"provide the name of the variable."_s);
+    row("a key that can't be saved", u"settings.set"_s,
+        R"({"path": "a", "value": [{"b": {"#c": 1}}]})",
+        u"set setting: value has a key that a scene file can't hold: '#c'."_s,
+        u"provide the new value."_s);
+    rowOf("a value that is nested too deep", u"corvane.settings.set"_s,
+          {{u"path"_s, u"a"_s}, {u"value"_s, nested(101)}},
+          u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
+          u"Suggestion: provide the new value."_s);
+    row("add: unknown definition", u"item.add"_s,
+        R"({"itemType": "sdf", "definitionId": "nothing"})",
+        u"add item: definition 'nothing' not found."_s,
+        u"check definitionId or run corvane.scene.list_definitions."_s);
+    row("variable: unknown", u"varset.remove_variable"_s, R"({"name": "w"})",
+        u"remove variable w: not found."_s, u"check name or run corvane.varset.list."_s);
+    row("variable: unknown varset", u"varset.set_variable"_s,
+        R"({"name": "w", "value": 1, "varsetName": "Sizes"})",
+        u"set variable: varset 'Sizes' not found."_s,
+        u"check varsetName or run corvane.varset.list."_s);
     const QString builtIn = builtInMaterial().toString(QUuid::WithoutBraces);
-    QTest::newRow("material: built-in")
-        << u"corvane.material.remove"_s << QVariantMap{{u"materialId"_s, builtIn}}
-        << u"Failed to remove material %1: not found or built-in. State: unchanged. Suggestion: "
-           u"check materialId or run corvane.material.list."_s.arg(builtIn);
-    QTest::newRow("search: no filter")
-        << u"corvane.scene.search_items"_s << QVariantMap()
-        << u"Failed to search items: at least one of namePattern, type, or tag is required. State: "
-           u"unchanged. Suggestion: provide a search criterion."_s;
-    QTest::newRow("item: nothing given")
-        << u"corvane.scene.get_item"_s << QVariantMap()
-        << u"Failed to get item: itemId or name is required. State: unchanged. Suggestion: provide "
-           u"one of itemId or name."_s;
-    QTest::newRow("batch: unknown")
-        << u"corvane.undo_batch"_s << mapOf(R"({"batchId": "x"})")
-        << u"Failed to undo batch x: batch not found or already undone. State: unchanged. "
-           u"Suggestion: check batchId or run corvane.list_batches."_s;
-    QTest::newRow("camera: no window")
-        << u"corvane.camera.reset"_s << QVariantMap()
-        << u"Failed to reset camera: Corvane UI not available (no camera bridge registered). "
-           u"State: unchanged. Suggestion: open Corvane first."_s;
-    QTest::newRow("bench: a parameter missing")
-        << u"mesh.bench.run"_s << mapOf(R"({"scenesDir": "a", "definitionsDir": "b"})")
-        << u"mesh.bench.run needs 'dbPath'. State: unchanged."_s;
-    QTest::newRow("bench: no results")
-        << u"mesh.bench.query"_s << mapOf(R"({"dbPath": "/nowhere/b.db"})") << QString();
-    QTest::newRow("export: no scene")
-        << u"mesh.export"_s
-        << mapOf(R"({"scenePath": "/nowhere/a.corvane", "outputPath": "/x.stl"})") << QString();
-    QTest::newRow("export: steps in a map")
-        << u"mesh.export"_s
-        << mapOf(R"({"scenePath": "a", "outputPath": "/x.stl", "postprocess": {"weld": 1}})")
-        << u"Failed to export mesh: \"postprocess\" must be a list of texts. State: unchanged. "
-           u"Suggestion: check extractor, cellSize, backend and postprocess."_s;
+    row("material: built-in", u"material.remove"_s,
+        qPrintable(uR"({"materialId": "%1"})"_s.arg(builtIn)),
+        u"remove material %1: not found or built-in."_s.arg(builtIn),
+        u"check materialId or run corvane.material.list."_s);
+    row("search: no filter", u"scene.search_items"_s, "{}",
+        u"search items: at least one of namePattern, type, or tag is required."_s,
+        u"provide a search criterion."_s);
+    row("item: nothing given", u"scene.get_item"_s, "{}",
+        u"get item: itemId or name is required."_s, u"provide one of itemId or name."_s);
+    row("batch: unknown", u"undo_batch"_s, R"({"batchId": "x"})",
+        u"undo batch x: batch not found or already undone."_s,
+        u"check batchId or run corvane.list_batches."_s);
+    row("camera: no window", u"camera.reset"_s, "{}",
+        u"reset camera: Corvane UI not available (no camera bridge registered)."_s,
+        u"open Corvane first."_s);
+    anyOf("a list as id", u"corvane.item.rename"_s, R"({"itemId": [1], "newName": {"a": 1}})");
+    anyOf("two numbers as a colour", u"corvane.material.add"_s, R"({"albedo": [1, 0]})");
+    anyOf("nothing to set", u"corvane.settings.set_bulk"_s, R"({"settings": {}})");
+    anyOf("add: unknown type", u"corvane.item.add"_s, R"({"itemType": "lamp"})");
+    anyOf("transform: a text as number", u"corvane.item.set_transform"_s,
+          R"({"itemId": "abc", "tx": "wide"})");
+    anyOf("bench: no results", u"mesh.bench.query"_s, R"({"dbPath": "/nowhere/b.db"})");
+    anyOf("export: no scene", u"mesh.export"_s,
+          R"({"scenePath": "/nowhere/a.corvane", "outputPath": "/x.stl"})");
+    rowOf("bench: a parameter missing", u"mesh.bench.run"_s,
+          mapOf(R"({"scenesDir": "a", "definitionsDir": "b"})"),
+          u"mesh.bench.run needs 'dbPath'. State: unchanged."_s);
+    rowOf("export: steps in a map", u"mesh.export"_s,
+          mapOf(R"({"scenePath": "a", "outputPath": "/x.stl", "postprocess": {"weld": 1}})"),
+          u"Failed to export mesh: \"postprocess\" must be a list of texts. State: unchanged. "
+          u"Suggestion: check extractor, cellSize, backend and postprocess."_s);
 }
 
 void TstCorvaneTasks::failuresSayWhatRemains()
