@@ -16,7 +16,7 @@ void fill(model::Corvane &scene)
 {
     scene.setVariableEntries({
         {u"width"_s, {.value = 40ll}},
-        {u"flag"_s, {.value = true}},
+        {u"flag"_s, {.value = true, .type = u"boolean"_s}},
         {u"dir"_s, {.value = QVariantList{1, 2, 3}}},
         {u"uv"_s, {.value = QVariantList{0.5, 4}, .type = u"vector"_s}},
         {u"whole"_s, {.value = 7, .type = u"int"_s}},

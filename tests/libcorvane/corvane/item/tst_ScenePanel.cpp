@@ -82,6 +82,13 @@ struct World
                          [&](const LogicalInstance &node) { return node.name == name; });
         return it == nodes.cend() ? scene->instanceIdByName(name) : it.key();
     }
+    QList<QUuid> idsOf(const QString &names) const
+    {
+        QList<QUuid> ids;
+        for (const QString &name : names.split(u' '))
+            ids.append(idOf(name));
+        return ids;
+    }
     QString fingerprint() const
     {
         const QVariant state = tree.toVariantMap();
@@ -309,12 +316,8 @@ void TstScenePanel::moves()
     fill(world);
     const QAbstractItemModelTester tester(&world.model);
     const QString before = world.fingerprint();
-    QList<QUuid> ids;
-    const QStringList names = moved.split(u' ');
-    for (const QString &name : names)
-        ids.append(world.idOf(name));
     const support::KeptRows rows(world.model, ScenePanelItemModel::UuidRole);
-    QVERIFY(world.panel.moveItems(ids, world.idOf(parent), index));
+    QVERIFY(world.panel.moveItems(world.idsOf(moved), world.idOf(parent), index));
     QTEST(outline(world), "expected");
     QCOMPARE(rows.lost(), QStringList());
     QCOMPARE(world.executor.undoStack()->index(), 1);
@@ -341,12 +344,8 @@ void TstScenePanel::refusedMovesChangeNothing()
     World world;
     fill(world);
     const QString before = world.fingerprint();
-    QList<QUuid> ids;
-    const QStringList names = moved.split(u' ');
-    for (const QString &name : names)
-        ids.append(world.idOf(name));
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"move refused"_s));
-    QVERIFY(!world.panel.moveItems(ids, world.idOf(parent), 0));
+    QVERIFY(!world.panel.moveItems(world.idsOf(moved), world.idOf(parent), 0));
     QCOMPARE(world.fingerprint(), before);
     QCOMPARE(world.executor.undoStack()->count(), 0);
 }

@@ -25,27 +25,25 @@ void TstCorvaneSchemaExtractor::entriesAreDescribed_data()
 {
     QTest::addColumn<VarsetEntry>("entry");
     QTest::addColumn<QByteArray>("json");
-    QTest::newRow("whole number") << VarsetEntry{.value = 40ll}
-                                  << QByteArray(R"({"default":40,"name":"v","type":"number"})");
-    QTest::newRow("number") << VarsetEntry{.value = 0.5}
-                            << QByteArray(R"({"default":0.5,"name":"v","type":"number"})");
-    QTest::newRow("float") << VarsetEntry{.value = 0.1f}
-                           << QByteArray(R"({"default":0.1,"name":"v","type":"number"})");
-    QTest::newRow("bool") << VarsetEntry{.value = true}
-                          << QByteArray(R"({"default":true,"name":"v","type":"boolean"})");
-    QTest::newRow("text") << VarsetEntry{.value = u"a"_s, .unit = u"mm"_s}
-                          << QByteArray(
-                                 R"({"default":"a","name":"v","type":"string","unit":"mm"})");
-    QTest::newRow("nothing") << VarsetEntry{} << QByteArray(R"({"name":"v","type":"string"})");
-    QTest::newRow("vector") << VarsetEntry{.value = QVector3D(1, 2, 3)}
-                            << QByteArray(R"({"default":"[1,2,3]","name":"v","type":"vector"})");
-    QTest::newRow("constraints")
-        << VarsetEntry{.value = 2ll,
-                       .type = u"number"_s,
-                       .description = u"d"_s,
-                       .constraints = {.min = 1ll, .max = 2.5, .step = {}, .enumValues = {u"x"_s}}}
-        << QByteArray(R"({"default":2,"description":"d","max":2.5,"min":1,"name":"v",)"
-                      R"("type":"number","values":["x"]})");
+    const auto row = [](const char *name, const VarsetEntry &entry, const char *json) {
+        QTest::newRow(name) << entry << QByteArray(json);
+    };
+    row("whole number", {.value = 40ll}, R"({"default":40,"name":"v","type":"number"})");
+    row("number", {.value = 0.5}, R"({"default":0.5,"name":"v","type":"number"})");
+    row("float", {.value = 0.1f}, R"({"default":0.1,"name":"v","type":"number"})");
+    row("bool", {.value = true}, R"({"default":true,"name":"v","type":"boolean"})");
+    row("text", {.value = u"a"_s, .unit = u"mm"_s},
+        R"({"default":"a","name":"v","type":"string","unit":"mm"})");
+    row("nothing", {}, R"({"name":"v","type":"string"})");
+    row("vector", {.value = QVector3D(1, 2, 3)},
+        R"({"default":"[1,2,3]","name":"v","type":"vector"})");
+    row("constraints",
+        {.value = 2ll,
+         .type = u"number"_s,
+         .description = u"d"_s,
+         .constraints = {.min = 1ll, .max = 2.5, .step = {}, .enumValues = {u"x"_s}}},
+        R"({"default":2,"description":"d","max":2.5,"min":1,"name":"v",)"
+        R"("type":"number","values":["x"]})");
 }
 
 void TstCorvaneSchemaExtractor::entriesAreDescribed()

@@ -57,7 +57,6 @@ private slots:
     void replaceTellsWhatDiffers_data();
     void replaceTellsWhatDiffers();
     void batchTellsOnce();
-    void stateRoundTrip();
     void contradictoryStateBecomesATree();
     void randomEditsKeepTheTree();
     void manyChildrenComeAndGo();
@@ -300,23 +299,6 @@ void TstLogicalScene::batchTellsOnce()
         const LogicalScene::Batch nothing(scene);
     }
     QCOMPARE(structure.size(), 1);
-}
-
-void TstLogicalScene::stateRoundTrip()
-{
-    for (quint32 seed = 1; seed < 30; ++seed) {
-        LogicalScene made;
-        support::LogicalSceneMaker(seed).fill(made, 25);
-        const QVariantMap state = made.toVariantMap();
-        LogicalScene taken;
-        QStringList warnings;
-        taken.fromVariantMap(state, &warnings);
-        QCOMPARE(warnings, QStringList());
-        QCOMPARE(taken.toVariantMap(), state);
-        QCOMPARE(taken.instances(), made.instances());
-        QCOMPARE(taken.roots(), made.roots());
-        QCOMPARE(support::treeFaults(taken), QStringList());
-    }
 }
 
 void TstLogicalScene::contradictoryStateBecomesATree()
