@@ -3,6 +3,8 @@
 
 #include <mesh/Mesh.h>
 
+#include <QRandomGenerator>
+
 #include <array>
 #include <functional>
 #include <map>
@@ -53,6 +55,17 @@ inline mesh::Mesh<float> makeVoxelSurface(const std::array<int, 3> &size, const 
                         if (!at(beside))
                             addSide({x, y, z}, axis, high);
                     }
+    return surface;
+}
+
+/// Each vertex moved by up to `by` along each axis, the same on every run.
+inline FloatMesh shaken(FloatMesh surface, float by)
+{
+    QRandomGenerator random(5);
+    for (Point &p : surface.vertices) {
+        const auto number = [&] { return by * (float(random.bounded(2001)) / 1000 - 1); };
+        p += Point{number(), number(), number()};
+    }
     return surface;
 }
 

@@ -77,30 +77,28 @@ private slots:
     {
         QTest::addColumn<QByteArray>("lines");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("index 0") << "f 0 1 2"_ba << u"3: Face index 0 out of range at line 5"_s;
-        QTest::newRow("behind the end")
-            << "f 1 2 5"_ba << u"3: Face index 5 out of range at line 5"_s;
-        QTest::newRow("before the start")
-            << "f -5 2 3"_ba << u"3: Face index -5 out of range at line 5"_s;
-        QTest::newRow("huge") << "f 1 2 99999999999"_ba
-                              << u"3: Face index 99999999999 out of range at line 5"_s;
-        QTest::newRow("no texture coordinate")
-            << "f 1/1 2/1 3/1"_ba << u"3: Face index 1 out of range at line 5"_s;
-        QTest::newRow("no normal")
-            << "f 1//1 2//1 3//1"_ba << u"3: Face index 1 out of range at line 5"_s;
-        QTest::newRow("no number") << "f 1 b 3"_ba << u"3: Invalid face index at line 5"_s;
-        QTest::newRow("no vertex") << "f 1 /1 3"_ba << u"3: Invalid face index at line 5"_s;
-        QTest::newRow("beyond 64 bits")
-            << "f 1 2 99999999999999999999999"_ba << u"3: Invalid face index at line 5"_s;
-        QTest::newRow("nan") << "v 0 nan 0"_ba << u"3: Invalid coordinates (NaN/Inf) at line 5"_s;
-        QTest::newRow("infinite") << "v 0 1e99 0"_ba
-                                  << u"3: Invalid coordinates (NaN/Inf) at line 5"_s;
-        QTest::newRow("line without end") << QByteArray(3 << 20, 'f') << u"3: Line 5 is too long"_s;
-        QTest::newRow("missing number") << "v 0 0\nf 1 2 3"_ba << QString();
-        QTest::newRow("no numbers") << "v a b c\nvn x\nvt\nf 1 2 3"_ba << QString();
-        QTest::newRow("vertex that comes later") << "f 1 2 5\nv 5 5 5"_ba << QString();
-        QTest::newRow("unknown words")
-            << "# f 1\n\ncurv 0 1\ns off\nbinary \x01\xFF"_ba << QString();
+        const auto row = [](const char *name, const QByteArray &lines, const QString &expected) {
+            QTest::newRow(name) << lines << expected;
+        };
+        const QString outside = u"3: Face index %1 out of range at line 5"_s;
+        row("index 0", "f 0 1 2", outside.arg(0));
+        row("behind the end", "f 1 2 5", outside.arg(5));
+        row("before the start", "f -5 2 3", outside.arg(-5));
+        row("huge", "f 1 2 99999999999", outside.arg(99999999999));
+        row("no texture coordinate", "f 1/1 2/1 3/1", outside.arg(1));
+        row("no normal", "f 1//1 2//1 3//1", outside.arg(1));
+        const QString invalid = u"3: Invalid face index at line 5"_s;
+        row("no number", "f 1 b 3", invalid);
+        row("no vertex", "f 1 /1 3", invalid);
+        row("beyond 64 bits", "f 1 2 99999999999999999999999", invalid);
+        const QString notFinite = u"3: Invalid coordinates (NaN/Inf) at line 5"_s;
+        row("nan", "v 0 nan 0", notFinite);
+        row("infinite", "v 0 1e99 0", notFinite);
+        row("line without end", QByteArray(3 << 20, 'f'), u"3: Line 5 is too long"_s);
+        row("missing number", "v 0 0\nf 1 2 3", {});
+        row("no numbers", "v a b c\nvn x\nvt\nf 1 2 3", {});
+        row("vertex that comes later", "f 1 2 5\nv 5 5 5", {});
+        row("unknown words", "# f 1\n\ncurv 0 1\ns off\nbinary \x01\xFF", {});
     }
 
     void badInputIsNamedByItsLine()

@@ -58,31 +58,28 @@ private slots:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("triangles"); // -1 for an error
         QTest::addColumn<QString>("expected");
-        QTest::newRow("binary") << binaryStl("thing", 2, 2) << 2 << u"thing"_s;
-        QTest::newRow("binary that begins with solid")
-            << binaryStl("solid thing", 2, 2) << 2 << u"solid thing"_s;
-        QTest::newRow("empty binary") << binaryStl("nothing", 0, 0) << 0 << u"nothing"_s;
-        QTest::newRow("1000 bytes behind") << binaryStl("thing", 1, 1, 1000) << 1 << u"thing"_s;
-        QTest::newRow("1001 bytes behind")
-            << binaryStl("thing", 1, 1, 1001) << -1 << u"3: Cannot determine STL format"_s;
-        QTest::newRow("no triangles and bytes behind")
-            << binaryStl("thing", 0, 0, 10) << -1 << u"3: Cannot determine STL format"_s;
-        QTest::newRow("cut") << binaryStl("thing", 3, 2) << -1
-                             << u"6: Unexpected end of file at triangle 2 of 3"_s;
-        QTest::newRow("promises half a billion")
-            << binaryStl("thing", 499'999'999, 2) << -1
-            << u"9: Triangle count 499999999 exceeds limit of 50000000"_s;
-        QTest::newRow("promises fifty million")
-            << binaryStl("thing", 50'000'000, 2) << -1
-            << u"6: Unexpected end of file at triangle 2 of 50000000"_s;
-        QTest::newRow("promises too many to be one")
-            << binaryStl("thing", 500'000'000, 2) << -1 << u"3: Cannot determine STL format"_s;
-        QTest::newRow("text") << oneFacet << 1 << u"part one"_s;
-        QTest::newRow("text below 84 bytes") << "solid a\nendsolid a\n"_ba << 0 << u"a"_s;
-        QTest::newRow("small and no text")
-            << "not a mesh"_ba << -1 << u"3: File too small and not valid ASCII STL"_s;
-        QTest::newRow("nothing") << QByteArray() << -1
-                                 << u"3: File too small and not valid ASCII STL"_s;
+        const auto row = [](const char *name, const QByteArray &bytes, int triangles,
+                            const QString &expected) {
+            QTest::newRow(name) << bytes << triangles << expected;
+        };
+        const QString unknown = u"3: Cannot determine STL format"_s;
+        const QString small = u"3: File too small and not valid ASCII STL"_s;
+        row("binary", binaryStl("thing", 2, 2), 2, u"thing"_s);
+        row("binary that begins with solid", binaryStl("solid thing", 2, 2), 2, u"solid thing"_s);
+        row("empty binary", binaryStl("nothing", 0, 0), 0, u"nothing"_s);
+        row("1000 bytes behind", binaryStl("thing", 1, 1, 1000), 1, u"thing"_s);
+        row("1001 bytes behind", binaryStl("thing", 1, 1, 1001), -1, unknown);
+        row("no triangles and bytes behind", binaryStl("thing", 0, 0, 10), -1, unknown);
+        row("cut", binaryStl("thing", 3, 2), -1, u"6: Unexpected end of file at triangle 2 of 3"_s);
+        row("promises half a billion", binaryStl("thing", 499'999'999, 2), -1,
+            u"9: Triangle count 499999999 exceeds limit of 50000000"_s);
+        row("promises fifty million", binaryStl("thing", 50'000'000, 2), -1,
+            u"6: Unexpected end of file at triangle 2 of 50000000"_s);
+        row("promises too many to be one", binaryStl("thing", 500'000'000, 2), -1, unknown);
+        row("text", oneFacet, 1, u"part one"_s);
+        row("text below 84 bytes", "solid a\nendsolid a\n", 0, u"a"_s);
+        row("small and no text", "not a mesh", -1, small);
+        row("nothing", {}, -1, small);
     }
 
     void theFormIsToldFromSizeAndHeader()

@@ -20,6 +20,7 @@ using namespace mesh::process;
 using mesh::ElementType;
 using support::FloatMesh;
 using support::Point;
+using support::shaken;
 using StepPointer = std::shared_ptr<MeshProcessor<float>>;
 
 Q_DECLARE_METATYPE(StepPointer)
@@ -115,16 +116,6 @@ FloatMesh randomVoxels(quint32 seed)
         isSolid.append(random.bounded(2) == 0);
     return support::makeVoxelSurface(
         {6, 6, 6}, [&](int x, int y, int z) { return isSolid.at(x + 6 * (y + 6 * z)); });
-}
-
-FloatMesh shaken(FloatMesh surface, float by)
-{
-    QRandomGenerator random(5);
-    for (Point &p : surface.vertices) {
-        const auto number = [&] { return by * (float(random.bounded(2001)) / 1000 - 1); };
-        p += Point{number(), number(), number()};
-    }
-    return surface;
 }
 
 QList<NamedMesh> badMeshes()

@@ -8,13 +8,13 @@
 #include <mesh/process/QuadricSimplification.h>
 #include <mesh/process/SdfProjection.h>
 
-#include <QRandomGenerator>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 using namespace mesh::process;
 using support::FloatMesh;
 using support::Point;
+using support::shaken;
 
 namespace {
 
@@ -43,16 +43,6 @@ SdfSample<float> boxField(const Point &p)
 SdfSample<float> sphereField(const Point &p)
 {
     return {p.length() - 1, p.normalized()};
-}
-
-FloatMesh shaken(FloatMesh surface, float by)
-{
-    QRandomGenerator random(5);
-    for (Point &p : surface.vertices) {
-        const auto number = [&] { return by * (float(random.bounded(2001)) / 1000 - 1); };
-        p += Point{number(), number(), number()};
-    }
-    return surface;
 }
 
 double largestDistance(const FloatMesh &surface, SdfSample<float> (*field)(const Point &))
@@ -94,8 +84,6 @@ private slots:
             QCOMPARE(features.edges.faces(e).size(), size_t(2));
         }
         QCOMPARE(features.edges.find(0, int(box.vertices.size()) - 1), -1);
-        QCOMPARE(quint32(EdgeTable::pack(7, 3)), 3u);
-        QCOMPARE(EdgeTable::pack(3, 7) >> 32, 7u);
     }
 
     // The steps of a grid look sharp; the field knows which are.

@@ -55,28 +55,23 @@ private slots:
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QString>("error");
-        QTest::newRow("no JSON") << QByteArray("{") << u"Bad JSON in %1: unterminated object"_s;
-        QTest::newRow("no UTF-8") << QByteArray("{\"name\": \"\xff\"}")
-                                  << u"Bad JSON in %1: invalid UTF8 string"_s;
-        QTest::newRow("endless") << QByteArray(2 << 20, '[')
-                                 << u"Bad JSON in %1: more than 1 MiB"_s;
-        QTest::newRow("deep") << QByteArray(10000, '[')
-                              << u"Bad JSON in %1: too deeply nested document"_s;
-        QTest::newRow("list") << QByteArray("[]") << u"Bad definition %1: not an object"_s;
-        QTest::newRow("name of a number")
-            << QByteArray(R"({"name": 4})") << u"Bad definition %1: \"name\" must be a text"_s;
-        QTest::newRow("sealed by a word")
-            << QByteArray(R"({"sealed": "yes"})")
-            << u"Bad definition %1: \"sealed\" must be true or false"_s;
-        QTest::newRow("negative cells") << QByteArray(R"({"cellSize": -1})")
-                                        << u"Bad definition %1: \"cellSize\" must be 0 or more"_s;
-        QTest::newRow("boundless cells") << QByteArray(R"({"cellSize": 1e300})")
-                                         << u"Bad definition %1: \"cellSize\" must be 0 or more"_s;
-        QTest::newRow("steps of numbers")
-            << QByteArray(R"({"postprocess": [1]})")
-            << u"Bad definition %1: \"postprocess\" must be a list of texts"_s;
-        QTest::newRow("unknown step") << QByteArray(R"({"postprocess": ["polish"]})")
-                                      << u"Bad definition %1: unknown postprocess step 'polish'"_s;
+        const auto row = [](const char *name, const QByteArray &text, const QString &error) {
+            QTest::newRow(name) << text << error;
+        };
+        row("no JSON", "{", u"Bad JSON in %1: unterminated object"_s);
+        row("no UTF-8", "{\"name\": \"\xff\"}", u"Bad JSON in %1: invalid UTF8 string"_s);
+        row("endless", QByteArray(2 << 20, '['), u"Bad JSON in %1: more than 1 MiB"_s);
+        row("deep", QByteArray(10000, '['), u"Bad JSON in %1: too deeply nested document"_s);
+        const auto bad = [&](const char *json, const QString &error) {
+            row(json, json, u"Bad definition %1: "_s + error);
+        };
+        bad("[]", u"not an object"_s);
+        bad(R"({"name": 4})", u"\"name\" must be a text"_s);
+        bad(R"({"sealed": "yes"})", u"\"sealed\" must be true or false"_s);
+        bad(R"({"cellSize": -1})", u"\"cellSize\" must be 0 or more"_s);
+        bad(R"({"cellSize": 1e300})", u"\"cellSize\" must be 0 or more"_s);
+        bad(R"({"postprocess": [1]})", u"\"postprocess\" must be a list of texts"_s);
+        bad(R"({"postprocess": ["polish"]})", u"unknown postprocess step 'polish'"_s);
     }
     void badFilesAreRefused()
     {

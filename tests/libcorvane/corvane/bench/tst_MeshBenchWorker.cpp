@@ -2,6 +2,7 @@
 
 #include <support/Files.h>
 #include <support/JobRunner.h>
+#include <support/SqlRows.h>
 
 #include <QDir>
 #include <QFile>
@@ -9,9 +10,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QSqlDatabase>
-#include <QSqlQuery>
-#include <QSqlRecord>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -303,25 +301,9 @@ private:
                 {u"dbPath"_s, path(u"results.db"_s)},
                 {u"artifactsDir"_s, path(u"out"_s)}};
     }
-    /// Rows of the results, each with "|" between its values.
     QStringList rows(const QString &sql) const
     {
-        QStringList found;
-        {
-            auto database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"reader"_s);
-            database.setDatabaseName(path(u"results.db"_s));
-            QSqlQuery query(database);
-            if (database.open() && query.exec(sql)) {
-                while (query.next()) {
-                    QStringList values;
-                    for (int i = 0; i < query.record().count(); ++i)
-                        values.append(query.value(i).toString());
-                    found.append(values.join(u'|'));
-                }
-            }
-        }
-        QSqlDatabase::removeDatabase(u"reader"_s);
-        return found;
+        return support::rowsOf(path(u"results.db"_s), sql);
     }
 
     QScopedPointer<QTemporaryDir> m_folder;

@@ -78,34 +78,27 @@ void TstChunkScheduler::impossibleGridsAreRefused_data()
     QTest::addColumn<ExportRequest>("request");
     QTest::addColumn<QString>("error");
     const auto cell = [](float size) { return requestFor({-5, -5, -5}, {5, 5, 5}, size); };
-    QTest::newRow("default") << ExportRequest() << QString();
-    QTest::newRow("a thousand million cells") << cell(0.01f) << QString();
-    QTest::newRow("no cell size") << cell(0) << u"The cell size must be a positive number, not 0"_s;
-    QTest::newRow("negative cell size")
-        << cell(-1) << u"The cell size must be a positive number, not -1"_s;
-    QTest::newRow("cell size that is no number")
-        << cell(std::nanf("")) << u"The cell size must be a positive number, not nan"_s;
-    QTest::newRow("infinite cell size")
-        << cell(infinity) << u"The cell size must be a positive number, not inf"_s;
-    QTest::newRow("bound that is no number")
-        << requestFor({0, std::nanf(""), 0}, {1, 1, 1}, 1)
-        << u"The export bounds from (0, nan, 0) to (1, 1, 1) are not finite"_s;
-    QTest::newRow("infinite bound")
-        << requestFor({0, 0, 0}, {1, infinity, 1}, 1)
-        << u"The export bounds from (0, 0, 0) to (1, inf, 1) are not finite"_s;
-    QTest::newRow("inverted")
-        << requestFor({0, 0, 2}, {1, 1, 1}, 1)
-        << u"The export bounds from (0, 0, 2) to (1, 1, 1) are inverted: each maximum must be at "
-           "least its minimum"_s;
-    QTest::newRow("too many nodes on an axis")
-        << requestFor({0, 0, 0}, {4, 1, 1}, 1e-9f)
-        << u"A cell size of 1e-09 makes a grid of 4000000001 x 1000000001 x 1000000001 nodes, and "
-           u"the "
-           "limit is 2147483646 nodes an axis"_s;
-    QTest::newRow("too many cells") << requestFor({0, 0, 0}, {32768, 32768, 16384}, 1)
-                                    << u"A cell size of 1 makes a grid of 32769 x 32769 x 16385 "
-                                       u"nodes with 17592186044416 cells, "
-                                       "and the limit is 10000000000000 cells"_s;
+    const auto row = [](const char *name, const ExportRequest &request, const QString &error) {
+        QTest::newRow(name) << request << error;
+    };
+    row("default", ExportRequest(), {});
+    row("a thousand million cells", cell(0.01f), {});
+    for (const float size : {0.0f, -1.0f, std::nanf(""), infinity})
+        row(qPrintable(u"cell size %1"_s.arg(size)), cell(size),
+            u"The cell size must be a positive number, not %1"_s.arg(size));
+    row("bound that is no number", requestFor({0, std::nanf(""), 0}, {1, 1, 1}, 1),
+        u"The export bounds from (0, nan, 0) to (1, 1, 1) are not finite"_s);
+    row("infinite bound", requestFor({0, 0, 0}, {1, infinity, 1}, 1),
+        u"The export bounds from (0, 0, 0) to (1, inf, 1) are not finite"_s);
+    row("inverted", requestFor({0, 0, 2}, {1, 1, 1}, 1),
+        u"The export bounds from (0, 0, 2) to (1, 1, 1) are inverted: each maximum must be at "
+        "least its minimum"_s);
+    row("too many nodes on an axis", requestFor({0, 0, 0}, {4, 1, 1}, 1e-9f),
+        u"A cell size of 1e-09 makes a grid of 4000000001 x 1000000001 x 1000000001 nodes, and "
+        "the limit is 2147483646 nodes an axis"_s);
+    row("too many cells", requestFor({0, 0, 0}, {32768, 32768, 16384}, 1),
+        u"A cell size of 1 makes a grid of 32769 x 32769 x 16385 nodes with 17592186044416 "
+        "cells, and the limit is 10000000000000 cells"_s);
 }
 
 void TstChunkScheduler::impossibleGridsAreRefused()

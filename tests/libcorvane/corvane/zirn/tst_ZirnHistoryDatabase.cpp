@@ -4,13 +4,10 @@
 #include "PlanFixture.h"
 
 #include <support/Files.h>
+#include <support/SqlRows.h>
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QSqlDatabase>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QSqlRecord>
 
 #include <sys/stat.h>
 
@@ -18,33 +15,8 @@
 
 using namespace Qt::StringLiterals;
 using support::put;
+using support::rowsOf;
 using namespace corvane::zirn;
-
-namespace {
-
-/// The rows of a query, fields joined by "|", through a connection of its own.
-QStringList rowsOf(const QString &path, const QString &sql)
-{
-    QStringList rows;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"check"_s);
-        database.setDatabaseName(path);
-        database.open();
-        QSqlQuery query(database);
-        if (!query.exec(sql))
-            rows.append(query.lastError().text());
-        while (query.next()) {
-            QStringList fields;
-            for (int i = 0; i < query.record().count(); ++i)
-                fields.append(query.isNull(i) ? u"NULL"_s : query.value(i).toString());
-            rows.append(fields.join(u'|'));
-        }
-    }
-    QSqlDatabase::removeDatabase(u"check"_s);
-    return rows;
-}
-
-} // namespace
 
 class TstZirnHistoryDatabase : public QObject
 {
