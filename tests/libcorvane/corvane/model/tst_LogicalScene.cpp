@@ -1,6 +1,4 @@
-#include <corvane/model/Instance.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/SceneItem.h>
 #include <support/LogicalSceneMaker.h>
 
 #include <QRegularExpression>
