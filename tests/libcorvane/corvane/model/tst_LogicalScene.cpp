@@ -1,4 +1,5 @@
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/SDFNodeProvenance.h>
 #include <support/LogicalSceneMaker.h>
 
 #include <QRegularExpression>
