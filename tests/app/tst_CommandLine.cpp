@@ -78,7 +78,6 @@ private slots:
     void emptySceneGivesAnEmptyStl();
     void errorOnEmptyIsStatusThree_data();
     void errorOnEmptyIsStatusThree();
-    void unwritableOutputIsFoundFirst_data();
     void unwritableOutputIsFoundFirst();
     void otherBackendsFallBackToTheCpu();
     void impossibleGridsAreRefused();
@@ -311,17 +310,9 @@ void TstCommandLine::errorOnEmptyIsStatusThree()
     QVERIFY2(run.standardError.contains(line), qPrintable(run.standardError));
 }
 
-void TstCommandLine::unwritableOutputIsFoundFirst_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("folder that does not exist") << m_folder.filePath(u"no/such/a.stl"_s);
-    QTest::newRow("a folder") << m_folder.path();
-    QTest::newRow("a file as a folder") << writeFile(m_folder, u"plain"_s, "x") + u"/a.stl"_s;
-}
-
 void TstCommandLine::unwritableOutputIsFoundFirst()
 {
-    QFETCH(QString, path);
+    const QString path = m_folder.filePath(u"no/such/a.stl"_s);
     const QString scene = writeFile(m_folder, u"u.corvane"_s, sphereScene);
     const ProgramRun run = runProgram({u"export"_s, scene, u"-o"_s, path});
     QCOMPARE(run.status, 1);

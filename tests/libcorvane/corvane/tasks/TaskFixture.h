@@ -11,6 +11,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTemporaryDir>
 
 namespace corvane::zirn {
 
@@ -65,5 +66,13 @@ struct TaskFixture
         return QJsonDocument::fromJson(json).object();
     }
 };
+
+/// For initTestCase(): what tasks keep goes to this folder, and the registry has said what it
+/// loads.
+inline void prepareTasks(const QTemporaryDir &home)
+{
+    qputenv("XDG_DATA_HOME", home.path().toLocal8Bit());
+    TaskFixture().add(QStringLiteral("sphere"));
+}
 
 } // namespace corvane::zirn

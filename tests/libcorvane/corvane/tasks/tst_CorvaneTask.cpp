@@ -4,7 +4,6 @@
 #include <corvane/zirn/ZirnTaskRuntime.h>
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <functional>
@@ -47,7 +46,7 @@ class TstCorvaneTask : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { prepareTasks(m_home); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void nothingRunsWithoutScene_data();
     void nothingRunsWithoutScene();
@@ -58,12 +57,6 @@ private slots:
 private:
     QTemporaryDir m_home;
 };
-
-void TstCorvaneTask::initTestCase()
-{
-    qputenv("XDG_DATA_HOME", m_home.path().toLocal8Bit());
-    TaskFixture().add(u"sphere"_s); // the registry logs what it loads at its first use
-}
 
 void TstCorvaneTask::nothingRunsWithoutScene_data()
 {

@@ -1,6 +1,5 @@
 #include "TaskFixture.h"
 
-#include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
 
@@ -13,7 +12,7 @@ class TstSceneBuildTreeTask : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { prepareTasks(m_home); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void treesPutParentsFirst_data();
     void treesPutParentsFirst();
@@ -25,12 +24,6 @@ private slots:
 private:
     QTemporaryDir m_home;
 };
-
-void TstSceneBuildTreeTask::initTestCase()
-{
-    qputenv("XDG_DATA_HOME", m_home.path().toLocal8Bit());
-    TaskFixture().add(u"sphere"_s); // the registry logs what it loads at its first use
-}
 
 void TstSceneBuildTreeTask::treesPutParentsFirst_data()
 {

@@ -4,7 +4,6 @@
 #include <corvane/tasks/SceneErrors.h>
 
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -16,8 +15,8 @@ class TstSceneErrors : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
+    void initTestCase() { prepareTasks(m_home); }
+    void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void newErrorsAreToldOnce();
     void errorsSayWhereTheyStand();
     void countFollowsAnyEdit();
@@ -35,17 +34,6 @@ ZirnTaskResult setParameter(TaskFixture &fixture, const QString &id, const QStri
 }
 
 } // namespace
-
-void TstSceneErrors::initTestCase()
-{
-    qputenv("XDG_DATA_HOME", m_home.path().toLocal8Bit());
-    TaskFixture().add(u"sphere"_s);
-}
-
-void TstSceneErrors::init()
-{
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-}
 
 void TstSceneErrors::newErrorsAreToldOnce()
 {
