@@ -1,3 +1,5 @@
+#include "StoreLog.h"
+
 #include <store/FaultInjection.h>
 #include <store/FolderLock.h>
 #include <store/IniText.h>
@@ -9,8 +11,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QLoggingCategory>
-#include <QRegularExpression>
 #include <QSettings>
 #include <QSignalSpy>
 
@@ -27,18 +27,6 @@ const Settings::Names names{.group = u"Corvane"_s,
                             .domain = u"test.example"_s,
                             .application = u"Test Corvane"_s};
 constexpr qint64 start = 1'800'000'000'000;
-
-/// Keeps the log silent where a loop warns or not, as it comes.
-struct Quiet
-{
-    Quiet() { QLoggingCategory::setFilterRules(u"ondrel.store.*=false"_s); }
-    ~Quiet() { QLoggingCategory::setFilterRules(QString()); }
-};
-
-QRegularExpression warning(const QString &pattern)
-{
-    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption);
-}
 
 } // namespace
 

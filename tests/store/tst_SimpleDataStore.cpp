@@ -1,3 +1,5 @@
+#include "StoreLog.h"
+
 #include <store/FaultInjection.h>
 #include <store/ShutdownLifecycle.h>
 #include <store/SimpleDataStore.h>
@@ -8,9 +10,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLoggingCategory>
 #include <QMutex>
-#include <QRegularExpression>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,11 +21,6 @@ using store::ASTransaction;
 using store::SimpleDataStore;
 
 namespace {
-
-QRegularExpression warning(const QString &pattern)
-{
-    return QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption);
-}
 
 /// A store of one word, which must not be "bad".
 class WordStore : public SimpleDataStore
@@ -67,13 +62,6 @@ private:
     }
     mutable QMutex m_mutex;
     QString m_word = u"nothing"_s;
-};
-
-/// Keeps the log silent where a loop warns or not, as it comes.
-struct Quiet
-{
-    Quiet() { QLoggingCategory::setFilterRules(u"ondrel.store.*=false"_s); }
-    ~Quiet() { QLoggingCategory::setFilterRules(QString()); }
 };
 
 const QByteArray precious = "{\"word\": \"precious\"}";

@@ -1,7 +1,7 @@
 #include <corvane/mesh/MarchingCubes.h>
 #include <corvane/mesh/MarchingCubesTables.h>
 
-#include <support/MeshChecks.h>
+#include <support/FormulaFields.h>
 
 #include <QTest>
 
@@ -58,18 +58,6 @@ float sphere(float x, float y, float z)
 float box(float x, float y, float z)
 {
     return std::max({std::fabs(x), std::fabs(y), std::fabs(z)}) - 0.5f;
-}
-
-support::FloatMesh soupOf(const QList<Triangle> &triangles)
-{
-    support::FloatMesh mesh;
-    for (const Triangle &triangle : triangles) {
-        const int first = static_cast<int>(mesh.vertices.size());
-        for (const QVector3D &v : triangle.vertices)
-            mesh.vertices.append({v.x(), v.y(), v.z()});
-        mesh.addElement(::mesh::ElementType::Triangle, {first, first + 1, first + 2});
-    }
-    return mesh;
 }
 
 } // namespace
@@ -135,7 +123,7 @@ void TstMarchingCubes::surfaceIsClosedAndPointsOut()
     grid.field.crossingMargin = margin;
     grid.fill(field);
     const QList<Triangle> triangles = grid.mesh();
-    const auto mesh = support::welded(soupOf(triangles));
+    const auto mesh = support::welded(support::soupOf(triangles));
     QVERIFY(support::isClosedManifold(mesh));
     QVERIFY(std::fabs(support::signedVolume(mesh) - volume) < 0.03 * volume);
     for (const Triangle &triangle : triangles) {
@@ -168,7 +156,7 @@ void TstMarchingCubes::piecesMeetExactly()
         joined += piece.mesh();
     }
     QCOMPARE(joined.size(), whole.mesh().size());
-    QVERIFY(support::isClosedManifold(support::welded(soupOf(joined))));
+    QVERIFY(support::isClosedManifold(support::welded(support::soupOf(joined))));
 }
 
 void TstMarchingCubes::crossingFollowsTheValues_data()
