@@ -8,6 +8,15 @@
 
 namespace support {
 
+/// Id, version, tags and types of jobs, on one line.
+inline QString describe(const batch::IBatchWorker &worker)
+{
+    const QLatin1Char comma(',');
+    return QStringList{worker.workerId(), worker.workerVersion(), worker.workerTags().join(comma),
+                       worker.supportedTypes().join(comma)}
+        .join(QLatin1Char(' '));
+}
+
 struct JobRunner
 {
     static constexpr int patienceMs = 60000;

@@ -42,11 +42,9 @@ private slots:
     void saysWhatItIs()
     {
         BoundsDetectionContextStore contexts;
-        const BoundsDetectionWorker worker(&contexts);
-        QCOMPARE(worker.workerId(), u"corvane/bounds_detection_worker"_s);
-        QCOMPARE(worker.workerVersion(), u"1.0.0"_s);
-        QCOMPARE(worker.workerTags(), (QStringList{u"corvane"_s, u"bounds"_s}));
-        QCOMPARE(worker.supportedTypes(), QStringList(type));
+        QCOMPARE(
+            support::describe(BoundsDetectionWorker(&contexts)),
+            u"corvane/bounds_detection_worker 1.0.0 corvane,bounds corvane/bounds_detection"_s);
     }
 
     void findsTheBox_data()

@@ -44,11 +44,8 @@ private slots:
 
     void saysWhatItIs()
     {
-        const MeshExportWorker worker(&m_contexts);
-        QCOMPARE(worker.workerId(), u"corvane/mesh_export_worker"_s);
-        QCOMPARE(worker.workerVersion(), u"1.0.0"_s);
-        QCOMPARE(worker.workerTags(), (QStringList{u"corvane"_s, u"mesh"_s, u"export"_s}));
-        QCOMPARE(worker.supportedTypes(), QStringList(type));
+        QCOMPARE(support::describe(MeshExportWorker(&m_contexts)),
+                 u"corvane/mesh_export_worker 1.0.0 corvane,mesh,export corvane/mesh_export"_s);
     }
 
     void payloadBecomesARequest()

@@ -44,11 +44,8 @@ private slots:
 
     void saysWhatItIs()
     {
-        const MeshImportWorker worker(&m_assets, &m_contexts);
-        QCOMPARE(worker.workerId(), u"corvane/mesh_import_worker"_s);
-        QCOMPARE(worker.workerVersion(), u"1.0.0"_s);
-        QCOMPARE(worker.workerTags(), (QStringList{u"corvane"_s, u"mesh"_s, u"import"_s}));
-        QCOMPARE(worker.supportedTypes(), QStringList(type));
+        QCOMPARE(support::describe(MeshImportWorker(&m_assets, &m_contexts)),
+                 u"corvane/mesh_import_worker 1.0.0 corvane,mesh,import corvane/mesh_import"_s);
     }
 
     void fileGoesIntoTheStore()
