@@ -38,6 +38,7 @@ corvane_library(corvane_model
         corvane/model/MaterialLibrary.cpp
         corvane/model/MaterialListModel.cpp
         corvane/model/NameCounter.cpp
+        corvane/model/NearestName.cpp
         corvane/model/NestedValue.cpp
         corvane/model/NodeCompilation.cpp
         corvane/model/NodeKeys.cpp
@@ -55,6 +56,7 @@ corvane_library(corvane_model
         corvane/model/SceneVersion1Writer.cpp
         corvane/model/SceneVersion2Reader.cpp
         corvane/model/SceneVersion2Writer.cpp
+        corvane/model/SceneWarning.cpp
         corvane/model/SlotManager.cpp
         corvane/model/SlotMoves.cpp
         corvane/model/TreeBuilder.cpp

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/model/SceneWarning.h>
 #include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderValidator.h>
 
@@ -53,6 +54,8 @@ struct ExportResult
     qint64 tetrahedronCount = 0;
     qint64 vertexCount = 0;
     double elapsedSeconds = 0.0;
+    /// What the mesh does not show as its author most likely means it; also of a success.
+    QList<model::SceneWarning> warnings{};
 
     static ExportResult failed(const QString &message);
 
