@@ -10,6 +10,7 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <cstdio>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -72,6 +73,7 @@ bool writePrivateFile(const QString &path, QByteArrayView bytes, QString *error)
         return false;
     SafeFile file(path);
     file.setPrivate();
+    file.setRegularOnly();
     const bool written = file.open() && file.write(bytes) && file.commit();
     if (!written && error)
         *error = file.errorString();
@@ -87,7 +89,8 @@ QString setAsideFile(const QString &path, const QString &why)
         const QString kept = i == 1 ? stem : stem + u'-' + QString::number(i);
         if (QFileInfo::exists(kept))
             continue;
-        if (!QFile::rename(path, kept))
+        // Not by QFile, which copies what can't be renamed, and would wait for a FIFO's writer.
+        if (std::rename(QFile::encodeName(path), QFile::encodeName(kept)) != 0)
             break; // not the name is in the way
         qCWarning(lcFiles).noquote()
             << u"WARNING: '%1' was kept as '%2': %3"_s.arg(path, kept, why);

@@ -54,15 +54,24 @@ QString sizeText(qint64 bytes)
                                                       : u"%1 bytes"_s.arg(bytes);
 }
 
-bool tooLarge(qint64 mostBytes, QString *error)
+/// Where a reader tells why it has nothing.
+struct Refusal
 {
-    return fail(error, u"it is larger than "_s + sizeText(mostBytes));
-}
+    QString *error = nullptr;
+    bool *isTooLarge = nullptr;
+
+    std::nullopt_t tooLarge(qint64 mostBytes) const
+    {
+        if (isTooLarge)
+            *isTooLarge = true;
+        fail(error, u"it is larger than "_s + sizeText(mostBytes));
+        return std::nullopt;
+    }
+};
 
 bool requireRegular(const struct stat &status, QString *error)
 {
-    return S_ISREG(status.st_mode) ||
-           fail(error, u"it is %1, not a regular file"_s.arg(kindOf(status.st_mode)));
+    return S_ISREG(status.st_mode) || fail(error, notRegularText(status.st_mode));
 }
 
 /// The name in the system's encoding; empty, with the error, where none can be opened.
@@ -126,7 +135,7 @@ ssize_t readBlock(int descriptor, char *data, qint64 size)
 
 /// To the end, whatever size was announced: that of a file under /proc is 0, and others grow.
 std::optional<QByteArray> readAll(int descriptor, qint64 announcedSize, qint64 mostBytes,
-                                  QString *error)
+                                  const Refusal &refusal)
 {
     QByteArray bytes;
     bytes.reserve(announcedSize + 1);
@@ -137,57 +146,57 @@ std::optional<QByteArray> readAll(int descriptor, qint64 announcedSize, qint64 m
         const ssize_t count = readBlock(descriptor, bytes.data() + before, bytes.size() - before);
         bytes.resize(before + std::max<ssize_t>(count, 0));
         if (count < 0) {
-            fail(error, errno);
+            fail(refusal.error, errno);
             return std::nullopt;
         }
         if (count == 0)
             return bytes;
-        if (bytes.size() > mostBytes) {
-            tooLarge(mostBytes, error);
-            return std::nullopt;
-        }
+        if (bytes.size() > mostBytes)
+            return refusal.tooLarge(mostBytes);
     }
 }
 
-std::optional<QByteArray> readResource(const QString &path, qint64 mostBytes, QString *error)
+std::optional<QByteArray> readResource(const QString &path, qint64 mostBytes,
+                                       const Refusal &refusal)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        fail(error, file.errorString());
+        fail(refusal.error, file.errorString());
         return std::nullopt;
     }
-    if (file.size() > mostBytes) {
-        tooLarge(mostBytes, error);
-        return std::nullopt;
-    }
-    return file.readAll();
+    return file.size() > mostBytes ? refusal.tooLarge(mostBytes) : std::optional(file.readAll());
 }
 
-std::optional<QByteArray> readStream(const QByteArray &name, qint64 mostBytes, QString *error)
+std::optional<QByteArray> readStream(const QByteArray &name, qint64 mostBytes,
+                                     const Refusal &refusal)
 {
-    const int descriptor = openDescriptor(name, 0, error);
+    const int descriptor = openDescriptor(name, 0, refusal.error);
     if (descriptor < 0)
         return std::nullopt;
     const auto close = qScopeGuard([descriptor] { ::close(descriptor); });
-    return readAll(descriptor, 0, mostBytes, error);
+    return readAll(descriptor, 0, mostBytes, refusal);
 }
 
 } // namespace
 
-std::optional<QByteArray> readRegularFile(const QString &path, qint64 mostBytes, QString *error)
+QString notRegularText(mode_t mode)
 {
+    return u"it is %1, not a regular file"_s.arg(kindOf(mode));
+}
+
+std::optional<QByteArray> readRegularFile(const QString &path, qint64 mostBytes, QString *error,
+                                          bool *isTooLarge)
+{
+    const Refusal refusal{error, isTooLarge};
     if (isResource(path))
-        return readResource(path, mostBytes, error);
+        return readResource(path, mostBytes, refusal);
     qint64 size = 0;
     const int descriptor = openRegular(path, size, error);
     if (descriptor < 0)
         return std::nullopt;
     const auto close = qScopeGuard([descriptor] { ::close(descriptor); });
-    if (size > mostBytes) {
-        tooLarge(mostBytes, error);
-        return std::nullopt;
-    }
-    return readAll(descriptor, size, mostBytes, error);
+    return size > mostBytes ? refusal.tooLarge(mostBytes)
+                            : readAll(descriptor, size, mostBytes, refusal);
 }
 
 RegularFile::RegularFile(const QString &path)
@@ -212,15 +221,25 @@ bool RegularFile::open(OpenMode mode)
     return false;
 }
 
-std::optional<QByteArray> readInput(const QString &path, const InputLimits &limits, QString *error)
+std::optional<QByteArray> readInput(const QString &path, const InputLimits &limits, QString *error,
+                                    bool *isTooLarge)
 {
     const QByteArray name = nameOf(path, error);
     struct stat status = {};
     const bool isStream = !isResource(path) && !name.isEmpty() &&
                           ::stat(name.constData(), &status) == 0 && !S_ISREG(status.st_mode) &&
                           !S_ISDIR(status.st_mode);
-    return isStream ? readStream(name, limits.stream, error)
-                    : readRegularFile(path, limits.file, error);
+    return isStream ? readStream(name, limits.stream, {error, isTooLarge})
+                    : readRegularFile(path, limits.file, error, isTooLarge);
+}
+
+bool isSameFile(const QString &first, const QString &second)
+{
+    struct stat one = {};
+    struct stat other = {};
+    return ::stat(QFile::encodeName(first).constData(), &one) == 0 &&
+           ::stat(QFile::encodeName(second).constData(), &other) == 0 &&
+           one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 } // namespace store

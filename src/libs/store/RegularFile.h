@@ -6,6 +6,8 @@
 
 #include <optional>
 
+#include <sys/types.h>
+
 namespace store {
 
 /// The ways in which everything reads a file, so that nothing that lies under its name keeps the
@@ -15,12 +17,17 @@ namespace store {
 /// pipe or a device too.
 ///
 /// On failure `error`, if given, says why: in the system's words, such as "No such file or
-/// directory", or "it is a FIFO, not a regular file", or "it is larger than 64 MiB". Any thread.
+/// directory", or "it is a FIFO, not a regular file", or "it is larger than 64 MiB"; `isTooLarge`
+/// tells the last case from the others. Any thread.
+
+/// What readers and writers say of a file of this st_mode that is none.
+[[nodiscard]] QString notRegularText(mode_t mode);
 
 /// All of a regular file, also through links. None when it is something else, is longer than
 /// `mostBytes` or can't be read. Names that begin with ":/" are resources of the program.
 [[nodiscard]] std::optional<QByteArray> readRegularFile(const QString &path, qint64 mostBytes,
-                                                        QString *error = nullptr);
+                                                        QString *error = nullptr,
+                                                        bool *isTooLarge = nullptr);
 
 /// A regular file that is read piece by piece, in place of a QFile.
 class RegularFile : public QFile
@@ -48,6 +55,10 @@ struct InputLimits
 /// All of a file that the user named: like readRegularFile, but it may be a pipe, which is waited
 /// for, a terminal or another device.
 [[nodiscard]] std::optional<QByteArray> readInput(const QString &path, const InputLimits &limits,
-                                                  QString *error = nullptr);
+                                                  QString *error = nullptr,
+                                                  bool *isTooLarge = nullptr);
+
+/// Whether two paths lead to one file, by links of either kind too. False where one leads nowhere.
+[[nodiscard]] bool isSameFile(const QString &first, const QString &second);
 
 } // namespace store
