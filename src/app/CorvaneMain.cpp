@@ -3,6 +3,7 @@
 #include "BuildInfo.h"
 #include "Constants.h"
 #include "MessageHandler.h"
+#include "TerminalText.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -63,6 +64,22 @@ bool writeAll(std::FILE *stream, const QByteArray &bytes)
     return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
+/// Paths are handled as text, in UTF-8 whatever the locale. One that is no text would lead to
+/// another file, or make one.
+bool areArgumentsText(int argc, char **argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (QFile::encodeName(CorvaneMain::pathArgument(argv[i])) == argument)
+            continue;
+        CorvaneMain::printError(
+            u"Error: argument %1 is not valid UTF-8: '%2'. Give the file another name"_s.arg(
+                QString::number(i), QString::fromLatin1(argument)));
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 namespace CorvaneMain {
@@ -74,6 +91,8 @@ int run(int argc, char **argv)
     installMessageHandler();
     if (argc <= 1)
         return runGui(argc, argv);
+    if (!areArgumentsText(argc, argv))
+        return InputOutputError;
     for (const Mode &mode : modes) {
         if (std::strcmp(argv[1], mode.word) == 0)
             return mode.run(argc, argv);
@@ -117,7 +136,7 @@ QString pathArgument(const char *argument)
 
 void printError(const QString &line)
 {
-    writeAll(stderr, line.toUtf8() + '\n');
+    writeAll(stderr, terminalText(line).toUtf8() + '\n');
 }
 
 bool printOutput(const QString &text)
