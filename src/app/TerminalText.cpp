@@ -18,16 +18,23 @@ bool isLayout(QChar character)
     return character == u'\n' || character == u'\t';
 }
 
-template<class IsUnsafe>
-QString writtenOut(const QString &text, IsUnsafe isUnsafe)
+bool isHarmful(QChar character)
+{
+    return isControl(character) && !isLayout(character);
+}
+
+QString writtenOut(const QString &text, bool (*isUnsafe)(QChar), QLatin1StringView escape,
+                   int digits)
 {
     if (std::none_of(text.cbegin(), text.cend(), isUnsafe))
         return text;
     QString shown;
-    for (const QChar character : text)
-        shown += isUnsafe(character)
-                     ? u"\\x%1"_s.arg(int(character.unicode()), 2, 16, QLatin1Char('0'))
-                     : QString(character);
+    for (const QChar character : text) {
+        if (isUnsafe(character))
+            shown += escape + QString::number(character.unicode(), 16).rightJustified(digits, u'0');
+        else
+            shown += character;
+    }
     return shown;
 }
 
@@ -35,11 +42,15 @@ QString writtenOut(const QString &text, IsUnsafe isUnsafe)
 
 QString terminalText(const QString &text)
 {
-    return writtenOut(text,
-                      [](QChar character) { return isControl(character) && !isLayout(character); });
+    return writtenOut(text, &isHarmful, "\\x"_L1, 2);
 }
 
 QString terminalLine(const QString &text)
 {
-    return writtenOut(text, isControl);
+    return writtenOut(text, &isControl, "\\x"_L1, 2);
+}
+
+QString terminalJson(const QString &json)
+{
+    return writtenOut(json, &isHarmful, "\\u"_L1, 4);
 }

@@ -9,3 +9,6 @@ QString terminalText(const QString &text);
 
 /// The same on one line: line feeds and tabs are written out too.
 QString terminalLine(const QString &text);
+
+/// The same for a JSON document, whose own escapes are used: "\u009b".
+QString terminalJson(const QString &json);

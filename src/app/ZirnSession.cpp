@@ -195,8 +195,13 @@ bool ZirnSession::save(const QString &path)
 bool ZirnSession::canSave(const QString &path) const
 {
     QString error;
-    if (!m_file.isPlain() || !m_file.isAt(path))
+    if (!m_file.isAt(path))
         return true;
+    if (!m_file.isPlain()) {
+        CorvaneMain::printError(
+            u"Error: %1 is no file that can be saved back to; name another with -o"_s.arg(path));
+        return false;
+    }
     const QString kept = keptPath(path);
     return store::canKeepCopy(kept, &error) || failToKeep(kept, error);
 }

@@ -33,7 +33,8 @@ public:
     /// Compiles the tree into the document. What the document drew before and still has stays in
     /// the picture, ahead of the tree.
     void compile();
-    /// Whether save() would find the place of the kept file free. False with a line for the user.
+    /// Whether the scene, if it is saved over, is a file, and save() would find the place of the
+    /// kept one free. False with a line for the user.
     bool canSave(const QString &path) const;
     /// Saves the document, compiled. A scene file that is saved over is kept as it was, beside it,
     /// as "<file>.bak"; a kept file of version 2, which holds more than what is compiled from it,
