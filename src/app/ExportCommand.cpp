@@ -190,7 +190,7 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
         printError(u"Error: failed to load scene from "_s + options.scenePath);
         return {};
     }
-    if (options.parametersPath.isEmpty())
+    if (options.parametersPath.isNull()) // an empty name is a mistake, such as an unset variable
         return scene;
     QString error;
     const auto overrides = ParameterOverrides::read(options.parametersPath, error);
@@ -264,7 +264,7 @@ int exportFile(const ExportOptions &options)
     const QString outputPath =
         OutputPath::resolveExportOutputPath(options.scenePath, options.outputPath, *scene);
     const bool isChosenByScene =
-        options.outputPath.isEmpty() &&
+        options.outputPath.isNull() &&
         outputPath == scene->sceneSetting(u"export.outputPath"_s).toString();
     if (!mayWrite(outputPath, options, isChosenByScene))
         return CorvaneMain::InputOutputError;

@@ -73,7 +73,7 @@ namespace OutputPath {
 QString resolveExportOutputPath(const QString &inputPath, const QString &outputOption,
                                 const Corvane &scene)
 {
-    if (!outputOption.isEmpty())
+    if (!outputOption.isNull())
         return outputOption;
     const QString fromScene = scene.sceneSetting(u"export.outputPath"_s).toString();
     if (!fromScene.isEmpty())

@@ -54,8 +54,8 @@ private slots:
     void placesOfKeptFilesAreChecked();
     void inputsMayBePipes_data();
     void inputsMayBePipes();
-    void endlessInputsAreRefused_data();
-    void endlessInputsAreRefused();
+    void uselessNamesAreRefused_data();
+    void uselessNamesAreRefused();
     void escapeSequencesAreShown_data();
     void escapeSequencesAreShown();
     void namesMustBeText_data();
@@ -304,7 +304,7 @@ void TstFileSafety::inputsMayBePipes()
              qPrintable(back.standardError));
 }
 
-void TstFileSafety::endlessInputsAreRefused_data()
+void TstFileSafety::uselessNamesAreRefused_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<int>("status");
@@ -316,12 +316,17 @@ void TstFileSafety::endlessInputsAreRefused_data()
         << u"Error: invalid JSON in params file: it is larger than 64 MiB\n"_s;
     QTest::newRow("plan") << QByteArray("$C zirn /dev/zero") << 2
                           << u"Error: invalid plan: it is larger than 16 MiB\n"_s;
+    QTest::newRow("overrides without a name")
+        << QByteArray("$C export scene.corvane --params ''") << 1
+        << u"Error: cannot open params file \n  No such file or directory\n"_s;
+    QTest::newRow("output without a name") << QByteArray("$C export scene.corvane -o ''") << 1
+                                           << u"Error: cannot write output file \n"_s;
     QTest::newRow("plan that is a folder")
         << QByteArray("$C zirn .") << 1
         << u"Error: cannot open plan file .\n  it is a folder, not a regular file\n"_s;
 }
 
-void TstFileSafety::endlessInputsAreRefused()
+void TstFileSafety::uselessNamesAreRefused()
 {
     QFETCH(const QByteArray, line);
     QFETCH(const int, status);

@@ -3,6 +3,7 @@
 #include "GuardedCalls.h"
 #include "RegularFile.h"
 #include "TemporaryFile.h"
+#include "failWith.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -18,13 +19,6 @@ namespace store {
 namespace {
 
 constexpr qint64 blockSize = 1 << 20;
-
-bool fail(QString *error, const QString &reason)
-{
-    if (error)
-        *error = reason;
-    return false;
-}
 
 /// False with errno.
 bool copyInto(int fd, QFile &source)
@@ -58,16 +52,16 @@ bool canKeepCopy(const QString &copyPath, QString *error)
 {
     struct stat status = {};
     if (::lstat(QFile::encodeName(copyPath).constData(), &status) != 0)
-        return errno == ENOENT || fail(error, qt_error_string(errno));
+        return errno == ENOENT || failWith(error, errno);
     return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode) ||
-           fail(error, notRegularText(status.st_mode));
+           failWith(error, notRegularText(status.st_mode));
 }
 
 bool keepCopy(const QString &path, const QString &copyPath, QString *error)
 {
     RegularFile source(path);
     if (!source.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return fail(error, source.errorString());
+        return failWith(error, source.errorString());
     if (!canKeepCopy(copyPath, error))
         return false;
     const QString folder = QFileInfo(copyPath).path();
@@ -76,13 +70,14 @@ bool keepCopy(const QString &path, const QString &copyPath, QString *error)
     TemporaryFile copy;
     const int fd = copy.create(target, true);
     if (fd < 0)
-        return fail(error, qt_error_string(errno));
-    bool isDone = fill(fd, source) && copy.giveName(fd);
-    const int failure = errno;
-    isDone = ::close(fd) == 0 && isDone;
-    errno = isDone ? 0 : failure;
-    return (isDone && copy.renameTo(QFile::encodeName(copyPath)) && syncFolder(target.folder)) ||
-           fail(error, qt_error_string(errno));
+        return failWith(error, errno);
+    int failure = fill(fd, source) && copy.giveName(fd) ? 0 : errno;
+    if (::close(fd) != 0 && failure == 0)
+        failure = errno;
+    if (failure != 0)
+        return failWith(error, failure);
+    return (copy.renameTo(QFile::encodeName(copyPath)) && syncFolder(target.folder)) ||
+           failWith(error, errno);
 }
 
 } // namespace store

@@ -1,6 +1,7 @@
 #include "PrivateFile.h"
 
 #include "SafeFile.h"
+#include "failWith.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -36,13 +37,6 @@ bool isOwnLocation(const QString &folder)
     return false;
 }
 
-bool fail(QString *error, int failure)
-{
-    if (error)
-        *error = qt_error_string(failure);
-    return false;
-}
-
 } // namespace
 
 bool makePrivateFolder(const QString &folder, QString *error)
@@ -51,14 +45,14 @@ bool makePrivateFolder(const QString &folder, QString *error)
     const QByteArray path = QFile::encodeName(absolute);
     // The last one is made by hand: it must not be open to others for a moment.
     if (!QDir().mkpath(QFileInfo(absolute).path()))
-        return fail(error, errno);
+        return failWith(error, errno);
     if (::mkdir(path.constData(), S_IRWXU) == 0)
         return true;
     struct stat status = {};
     if (errno != EEXIST || ::stat(path.constData(), &status) != 0)
-        return fail(error, errno);
+        return failWith(error, errno);
     if (!S_ISDIR(status.st_mode))
-        return fail(error, ENOTDIR);
+        return failWith(error, ENOTDIR);
     if ((status.st_mode & accessForOthers) == 0)
         return true;
     if (!isOwnLocation(absolute) || ::chmod(path.constData(), S_IRWXU) != 0)

@@ -1,5 +1,7 @@
 #include "RegularFile.h"
 
+#include "failWith.h"
+
 #include <QScopeGuard>
 
 #include <algorithm>
@@ -15,18 +17,6 @@ namespace store {
 namespace {
 
 constexpr qint64 blockSize = 1 << 20;
-
-bool fail(QString *error, const QString &reason)
-{
-    if (error)
-        *error = reason;
-    return false;
-}
-
-bool fail(QString *error, int failure)
-{
-    return fail(error, qt_error_string(failure));
-}
 
 bool isResource(const QString &path)
 {
@@ -64,14 +54,14 @@ struct Refusal
     {
         if (isTooLarge)
             *isTooLarge = true;
-        fail(error, u"it is larger than "_s + sizeText(mostBytes));
+        failWith(error, u"it is larger than "_s + sizeText(mostBytes));
         return std::nullopt;
     }
 };
 
 bool requireRegular(const struct stat &status, QString *error)
 {
-    return S_ISREG(status.st_mode) || fail(error, notRegularText(status.st_mode));
+    return S_ISREG(status.st_mode) || failWith(error, notRegularText(status.st_mode));
 }
 
 /// The name in the system's encoding; empty, with the error, where none can be opened.
@@ -79,7 +69,7 @@ QByteArray nameOf(const QString &path, QString *error)
 {
     // The system would take the part before the null for the name.
     if (path.isEmpty() || path.contains(QChar(u'\0'))) {
-        fail(error, path.isEmpty() ? ENOENT : EINVAL);
+        failWith(error, path.isEmpty() ? ENOENT : EINVAL);
         return {};
     }
     return QFile::encodeName(path);
@@ -92,7 +82,7 @@ int openDescriptor(const QByteArray &name, int flags, QString *error)
         descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | flags);
     while (descriptor < 0 && errno == EINTR);
     if (descriptor < 0)
-        fail(error, errno);
+        failWith(error, errno);
     return descriptor;
 }
 
@@ -108,14 +98,14 @@ int openRegular(const QString &path, qint64 &size, QString *error)
         return -1;
     struct stat status = {};
     if (::stat(name.constData(), &status) != 0) {
-        fail(error, errno);
+        failWith(error, errno);
         return -1;
     }
     const int descriptor =
         requireRegular(status, error) ? openDescriptor(name, O_NONBLOCK, error) : -1;
     if (descriptor < 0)
         return -1;
-    const bool isKnown = ::fstat(descriptor, &status) == 0 || fail(error, errno);
+    const bool isKnown = ::fstat(descriptor, &status) == 0 || failWith(error, errno);
     if (!isKnown || !requireRegular(status, error)) {
         ::close(descriptor);
         return -1;
@@ -146,7 +136,7 @@ std::optional<QByteArray> readAll(int descriptor, qint64 announcedSize, qint64 m
         const ssize_t count = readBlock(descriptor, bytes.data() + before, bytes.size() - before);
         bytes.resize(before + std::max<ssize_t>(count, 0));
         if (count < 0) {
-            fail(refusal.error, errno);
+            failWith(refusal.error, errno);
             return std::nullopt;
         }
         if (count == 0)
@@ -161,7 +151,7 @@ std::optional<QByteArray> readResource(const QString &path, qint64 mostBytes,
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        fail(refusal.error, file.errorString());
+        failWith(refusal.error, file.errorString());
         return std::nullopt;
     }
     return file.size() > mostBytes ? refusal.tooLarge(mostBytes) : std::optional(file.readAll());
