@@ -3,6 +3,7 @@
 #include "BuildInfo.h"
 #include "Constants.h"
 #include "MessageHandler.h"
+#include "TerminalText.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -63,6 +64,44 @@ bool writeAll(std::FILE *stream, const QByteArray &bytes)
     return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
+/// Bytes that are no ASCII are shown as "\xe9".
+QString shownBytes(const QByteArray &bytes)
+{
+    QString shown;
+    for (const char byte : bytes)
+        shown += uchar(byte) < 0x80 ? QString(QLatin1Char(byte))
+                                    : u"\\x%1"_s.arg(int(uchar(byte)), 2, 16, QLatin1Char('0'));
+    return shown;
+}
+
+/// Paths are handled as text, in UTF-8 whatever the locale. One that is no text would lead to
+/// another file, or make one.
+bool isText(const QString &name, const char *value)
+{
+    const QByteArray bytes(value);
+    if (QFile::encodeName(CorvaneMain::pathArgument(value)) == bytes)
+        return true;
+    CorvaneMain::printError(u"Error: %1 is not valid UTF-8: '%2'. Use another file name"_s.arg(
+        name, shownBytes(bytes)));
+    return false;
+}
+
+/// The arguments, and the variables that say where settings, caches and temporary files lie.
+bool areNamesText(int argc, char **argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (!isText(u"argument %1"_s.arg(i), argv[i]))
+            return false;
+    }
+    for (const char *name :
+         {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "TMPDIR"}) {
+        if (!isText(u"the environment variable %1"_s.arg(QLatin1StringView(name)),
+                    qgetenv(name).constData()))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 namespace CorvaneMain {
@@ -74,6 +113,8 @@ int run(int argc, char **argv)
     installMessageHandler();
     if (argc <= 1)
         return runGui(argc, argv);
+    if (!areNamesText(argc, argv))
+        return InputOutputError;
     for (const Mode &mode : modes) {
         if (std::strcmp(argv[1], mode.word) == 0)
             return mode.run(argc, argv);
@@ -117,7 +158,7 @@ QString pathArgument(const char *argument)
 
 void printError(const QString &line)
 {
-    writeAll(stderr, line.toUtf8() + '\n');
+    writeAll(stderr, terminalText(line).toUtf8() + '\n');
 }
 
 bool printOutput(const QString &text)

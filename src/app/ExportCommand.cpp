@@ -2,7 +2,9 @@
 
 #include "ExportOptions.h"
 #include "HeadlessCommand.h"
+#include "OutputPath.h"
 #include "ParameterOverrides.h"
+#include "TerminalText.h"
 
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
@@ -16,7 +18,6 @@
 #include <store/SafeFile.h>
 
 #include <QEventLoop>
-#include <QFileInfo>
 
 #include <optional>
 
@@ -57,32 +58,6 @@ QStringList textsSetting(const Corvane &scene, const QString &key)
     return texts;
 }
 
-QString extensionOf(const Corvane &scene)
-{
-    switch (scene.sceneSetting(u"export.format"_s).toInt()) {
-    case 1:
-        return u".obj"_s;
-    case 2:
-        return u".ply"_s;
-    case 3:
-        return u".vtk"_s;
-    default:
-        return u".stl"_s;
-    }
-}
-
-QString resolveExportOutputPath(const QString &inputPath, const QString &outputOption,
-                                const Corvane &scene)
-{
-    if (!outputOption.isEmpty())
-        return outputOption;
-    const QString fromScene = scene.sceneSetting(u"export.outputPath"_s).toString();
-    if (!fromScene.isEmpty())
-        return fromScene;
-    const QFileInfo input(inputPath);
-    return input.path() + u'/' + input.completeBaseName() + extensionOf(scene);
-}
-
 // ------------------------------------------------------------------ result lines
 
 QString resultLine(const ExportResult &result)
@@ -91,7 +66,7 @@ QString resultLine(const ExportResult &result)
         result.success ? u"true"_s : u"false"_s, QString::number(result.triangleCount),
         QString::number(result.vertexCount), QString::number(result.elapsedSeconds));
     if (!result.success)
-        line += u",\"error\":\""_s + result.errorMessage + u'"';
+        line += u",\"error\":\""_s + terminalLine(result.errorMessage) + u'"';
     return line + u'}';
 }
 
@@ -215,7 +190,7 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
         printError(u"Error: failed to load scene from "_s + options.scenePath);
         return {};
     }
-    if (options.parametersPath.isEmpty())
+    if (options.parametersPath.isNull()) // an empty name is a mistake, such as an unset variable
         return scene;
     QString error;
     const auto overrides = ParameterOverrides::read(options.parametersPath, error);
@@ -227,6 +202,15 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
     printError(u"Applied %1 parameter override(s) from %2"_s.arg(
         QString::number(overrides->count()), options.parametersPath));
     return scene;
+}
+
+int failForFormat(const QString &outputPath, const ExportOptions &options)
+{
+    printError(u"Error: the extension of the output is that of no mesh format; known are "_s +
+               OutputPath::knownExtensions());
+    return report(
+        ExportResult::failed(u"Failed to save mesh: No exporter found for: %1"_s.arg(outputPath)),
+        options);
 }
 
 int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath)
@@ -246,6 +230,9 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     }
     if (layer.generatedNodes().isEmpty())
         return finishWithoutGeometry(options, outputPath);
+    // Said before the meshing too.
+    if (!OutputPath::hasKnownFormat(outputPath))
+        return failForFormat(outputPath, options);
     if (!addFieldShader(layer.generator(), request))
         return CorvaneMain::OperationFailed;
     const auto field = layer.nodesAsOneField();
@@ -255,13 +242,32 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     return report(runWithFallback(request), options);
 }
 
+/// False, with a line for the user, for an output that would replace what must stay.
+bool mayWrite(const QString &outputPath, const ExportOptions &options, bool isChosenByScene)
+{
+    QString refusal =
+        OutputPath::inputInTheWay(outputPath, {options.scenePath, options.parametersPath});
+    if (refusal.isEmpty() && isChosenByScene)
+        refusal = OutputPath::strangerInTheWay(outputPath);
+    if (!refusal.isEmpty())
+        printError(u"Error: "_s + refusal);
+    return refusal.isEmpty();
+}
+
 int exportFile(const ExportOptions &options)
 {
+    if (!mayWrite(options.outputPath, options, false))
+        return CorvaneMain::InputOutputError;
     const auto scene = loadScene(options);
     if (!scene)
         return CorvaneMain::InputOutputError;
     const QString outputPath =
-        resolveExportOutputPath(options.scenePath, options.outputPath, *scene);
+        OutputPath::resolveExportOutputPath(options.scenePath, options.outputPath, *scene);
+    const bool isChosenByScene =
+        options.outputPath.isNull() &&
+        outputPath == scene->sceneSetting(u"export.outputPath"_s).toString();
+    if (!mayWrite(outputPath, options, isChosenByScene))
+        return CorvaneMain::InputOutputError;
     // Found before the meshing, which may take minutes.
     if (!store::probeWritable(outputPath)) {
         printError(u"Error: cannot write output file "_s + outputPath);

@@ -8,8 +8,8 @@
 struct ExportOptions
 {
     QString scenePath;
-    QString outputPath;         ///< empty without -o
-    QString parametersPath;     ///< empty without --params
+    QString outputPath;         ///< null without -o
+    QString parametersPath;     ///< null without --params
     std::optional<int> backend; ///< 0 CPU, 1 GPU, 2 native
     std::optional<float> cellSize;
     bool errorOnEmpty = false;

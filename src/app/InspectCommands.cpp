@@ -1,6 +1,7 @@
 // The commands that only read a scene: schema and validate.
 
 #include "CorvaneMain.h"
+#include "TerminalText.h"
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneSchemaExtractor.h>
@@ -44,7 +45,8 @@ int inspect(int argc, char **argv, const QString &usage, QString (*textOf)(const
 QString schemaText(const Corvane &scene)
 {
     const QJsonObject schema = corvane::model::CorvaneSchemaExtractor::extractSchema(scene);
-    return schema.isEmpty() ? QString() : QString::fromUtf8(QJsonDocument(schema).toJson());
+    return schema.isEmpty() ? QString()
+                            : terminalJson(QString::fromUtf8(QJsonDocument(schema).toJson()));
 }
 
 QString summaryText(const Corvane &scene)

@@ -7,23 +7,37 @@
 
 namespace {
 
-// Only what is safe in a signal handler: the table of pending files is fixed, and _exit runs
-// nothing.
+using Cleanup = void (*)() noexcept;
+
+/// What is undone on the way out, each of them safe in a signal handler.
+constexpr Cleanup cleanups[] = {
+    &store::SafeFile::removeAllPending, // its table of pending files is fixed
+};
+
 void endNow(int signalNumber)
 {
-    store::SafeFile::removeAllPending();
-    ::_exit(128 + signalNumber);
+    for (const Cleanup cleanup : cleanups)
+        cleanup();
+    ::_exit(128 + signalNumber); // runs nothing
+}
+
+void endAt(int signalNumber)
+{
+    struct sigaction action = {};
+    if (sigaction(signalNumber, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+        return;
+    action = {};
+    action.sa_handler = endNow;
+    sigfillset(&action.sa_mask); // another signal does not come in between
+    sigaction(signalNumber, &action, nullptr);
 }
 
 } // namespace
 
 void installInterruptionHandler()
 {
-    struct sigaction action = {};
-    action.sa_handler = endNow;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        endAt(signalNumber);
     // A file that grows past the limit of the process is a failed write like any other.
     std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-/// Makes SIGINT and SIGTERM end the program at once without litter: files that are being written
-/// are removed, what they would have replaced stays, and the status is 128 plus the signal's
-/// number.
+/// Makes SIGINT, SIGTERM, SIGHUP and SIGQUIT end the program at once without litter: files that are
+/// being written are removed, what they would have replaced stays, and the status is 128 plus the
+/// signal's number. One that whoever started the program has had ignored, as nohup does SIGHUP,
+/// stays ignored.
 void installInterruptionHandler();

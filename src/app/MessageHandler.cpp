@@ -1,5 +1,7 @@
 #include "MessageHandler.h"
 
+#include "TerminalText.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -9,7 +11,7 @@ namespace {
 
 void writeMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    const QByteArray line = qFormatLogMessage(type, context, message).toUtf8() + '\n';
+    const QByteArray line = terminalText(qFormatLogMessage(type, context, message)).toUtf8() + '\n';
     std::fwrite(line.constData(), 1, size_t(line.size()),
                 stderr); // one call, so that threads do not mix lines
 }

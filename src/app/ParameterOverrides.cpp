@@ -1,8 +1,8 @@
 #include "ParameterOverrides.h"
 
 #include <corvane/model/Corvane.h>
+#include <store/RegularFile.h>
 
-#include <QFile>
 #include <QJsonDocument>
 
 using namespace Qt::StringLiterals;
@@ -16,18 +16,19 @@ constexpr qint64 maxFileSize = 64 * 1024 * 1024;
 
 std::optional<ParameterOverrides> ParameterOverrides::read(const QString &path, QString &error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = u"Error: cannot open params file "_s + path;
+    QString reason;
+    bool isTooLarge = false;
+    const auto text =
+        store::readInput(path, {.file = maxFileSize, .stream = maxFileSize}, &reason, &isTooLarge);
+    if (!text && !isTooLarge) {
+        error = u"Error: cannot open params file %1\n  %2"_s.arg(path, reason);
         return std::nullopt;
     }
-    const QByteArray text = file.read(maxFileSize + 1);
     QJsonParseError problem;
-    const QJsonDocument document = QJsonDocument::fromJson(text.left(maxFileSize), &problem);
-    if (text.size() > maxFileSize || problem.error != QJsonParseError::NoError) {
-        const QString reason =
-            text.size() > maxFileSize ? u"it is larger than 64 MiB"_s : problem.errorString();
-        error = u"Error: invalid JSON in params file: "_s + reason;
+    const QJsonDocument document = QJsonDocument::fromJson(text.value_or(QByteArray()), &problem);
+    if (isTooLarge || problem.error != QJsonParseError::NoError) {
+        error = u"Error: invalid JSON in params file: "_s +
+                (isTooLarge ? reason : problem.errorString());
         return std::nullopt;
     }
     if (!document.isObject()) {

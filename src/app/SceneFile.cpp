@@ -1,5 +1,7 @@
 #include "SceneFile.h"
 
+#include <store/RegularFile.h>
+
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QFile>
@@ -21,7 +23,7 @@ namespace {
 
 QByteArray digestOf(const QString &path)
 {
-    QFile file(path);
+    store::RegularFile file(path);
     QCryptographicHash hash(QCryptographicHash::Blake2b_256);
     return file.open(QIODevice::ReadOnly) && hash.addData(&file) ? hash.result() : QByteArray();
 }
@@ -56,7 +58,7 @@ int openLocked(const QString &path)
     const QByteArray name = QFile::encodeName(path);
     const QDeadlineTimer deadline(longestSave);
     for (;;) {
-        const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
+        const int descriptor = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (descriptor < 0 || !lock(descriptor, deadline) || isStillAt(name, descriptor))
             return descriptor;
         ::close(descriptor);
@@ -73,8 +75,7 @@ SceneFile::SceneFile(const QString &path)
 
 bool SceneFile::isAt(const QString &path) const
 {
-    const QString canonical = QFileInfo(m_path).canonicalFilePath();
-    return !canonical.isEmpty() && canonical == QFileInfo(path).canonicalFilePath();
+    return store::isSameFile(m_path, path);
 }
 
 bool SceneFile::replace(const std::function<bool()> &write, QString &error) const

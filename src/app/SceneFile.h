@@ -15,6 +15,7 @@ public:
     explicit SceneFile(const QString &path);
 
     QString path() const { return m_path; }
+    bool isPlain() const { return m_isPlain; }
     /// Whether a path leads to this file.
     bool isAt(const QString &path) const;
     /// Lets `write` replace the file, while nobody else does so by this road. False when that

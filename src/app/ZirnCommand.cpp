@@ -1,6 +1,7 @@
 // The command `zirn`: a plan edits a scene without a display.
 
 #include "HeadlessCommand.h"
+#include "OutputPath.h"
 #include "ZirnJobs.h"
 #include "ZirnOptions.h"
 #include "ZirnSession.h"
@@ -9,9 +10,8 @@
 #include <corvane/registry/Registry.h>
 #include <corvane/tasks/CorvaneTasks.h>
 #include <corvane/zirn/LLMSession.h>
+#include <store/RegularFile.h>
 #include <store/SafeFile.h>
-
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 using corvane::zirn::LLMSession;
@@ -21,14 +21,25 @@ namespace {
 
 using CorvaneMain::printError;
 
-/// No more than one byte past what a plan may have: enough to see that it is too long.
-std::optional<QByteArray> readPlan(const QString &path)
+/// The plan of the file; none, with the line for the user and the status, when it can't be had.
+std::optional<TaskPlan> readPlan(const QString &path, int &status)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    constexpr qint64 limit = LLMSession::maxPlanBytes;
+    QString reason;
+    bool isTooLarge = false;
+    const auto text =
+        store::readInput(path, {.file = limit, .stream = limit}, &reason, &isTooLarge);
+    if (!text && !isTooLarge) {
+        printError(u"Error: cannot open plan file %1\n  %2"_s.arg(path, reason));
+        status = CorvaneMain::InputOutputError;
         return std::nullopt;
-    const QByteArray text = file.read(LLMSession::maxPlanBytes + 1);
-    return file.error() == QFileDevice::NoError ? std::optional(text) : std::nullopt;
+    }
+    TaskPlan plan;
+    if (text && LLMSession::validatePlanJson(*text, plan, reason))
+        return plan;
+    printError(u"Error: invalid plan: "_s + reason);
+    status = CorvaneMain::UsageError;
+    return std::nullopt;
 }
 
 int writeFailure(const QString &path)
@@ -72,17 +83,16 @@ int runWithJobs(ZirnSession &session, const TaskPlan &plan, const QString &saveP
 
 int runPlanFile(const ZirnOptions &options)
 {
-    const auto text = readPlan(options.planPath);
-    if (!text) {
-        printError(u"Error: cannot open plan file "_s + options.planPath);
+    const QString savePath = options.savePath();
+    const QString refusal = OutputPath::inputInTheWay(savePath, {options.planPath});
+    if (!refusal.isEmpty()) {
+        printError(u"Error: "_s + refusal);
         return CorvaneMain::InputOutputError;
     }
-    TaskPlan plan;
-    QString error;
-    if (!LLMSession::validatePlanJson(*text, plan, error)) {
-        printError(u"Error: invalid plan: "_s + error);
-        return CorvaneMain::UsageError;
-    }
+    int status = CorvaneMain::Success;
+    const auto plan = readPlan(options.planPath, status);
+    if (!plan)
+        return status;
     corvane::registry::Registry::instance().loadBuiltinPrimitives();
     const auto session = ZirnSession::open(options.scenePath);
     if (!session) {
@@ -90,11 +100,10 @@ int runPlanFile(const ZirnOptions &options)
         return CorvaneMain::InputOutputError;
     }
     // Found before the plan, whose work would be lost.
-    const QString savePath = options.savePath();
-    if (!savePath.isNull() && !store::probeWritable(savePath))
+    if (!savePath.isNull() && !(store::probeWritable(savePath) && session->canSave(savePath)))
         return writeFailure(savePath);
     corvane::zirn::registerCorvaneTasks();
-    return runWithJobs(*session, plan, savePath);
+    return runWithJobs(*session, *plan, savePath);
 }
 
 } // namespace

@@ -8,15 +8,16 @@
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/NodeRecovery.h>
+#include <corvane/model/SceneMigrator.h>
 #include <corvane/ops/CorvaneServiceLocator.h>
 #include <corvane/tasks/SceneErrors.h>
+#include <corvane/yaml/YamlParser.h>
 #include <corvane/zirn/ZirnAuthContext.h>
 #include <corvane/zirn/ZirnTaskRuntime.h>
-#include <store/SafeFile.h>
+#include <store/KeptCopy.h>
+#include <store/RegularFile.h>
 
 #include <QEventLoop>
-#include <QFile>
-#include <QFileInfo>
 #include <QLoggingCategory>
 
 using namespace Qt::StringLiterals;
@@ -46,6 +47,22 @@ QSharedPointer<Corvane> documentBeside(const QVariantMap &file)
                                          *document);
     document->registerFileScopedDefinitions();
     return document;
+}
+
+bool isVersion2File(const QString &path)
+{
+    const auto bytes = store::readRegularFile(path, CorvaneDSLParser::maxFileSize);
+    constexpr int yamlIndent = 2;
+    QList<corvane::yaml::YamlParser::ParseError> errors;
+    return bytes && corvane::model::SceneMigrator::detectVersion(
+                        corvane::yaml::YamlParser(yamlIndent)
+                            .parseToVariantMap(QString::fromUtf8(*bytes), errors)) >= 2;
+}
+
+bool failToKeep(const QString &kept, const QString &error)
+{
+    CorvaneMain::printError(u"Error: cannot keep the original as %1: %2"_s.arg(kept, error));
+    return false;
 }
 
 /// What a document without roots of its own draws is what nothing else lists.
@@ -175,24 +192,41 @@ bool ZirnSession::save(const QString &path)
     return false;
 }
 
+bool ZirnSession::canSave(const QString &path) const
+{
+    QString error;
+    if (!m_file.isAt(path))
+        return true;
+    if (!m_file.isPlain()) {
+        CorvaneMain::printError(
+            u"Error: %1 is no file that can be saved back to; name another with -o"_s.arg(path));
+        return false;
+    }
+    const QString kept = keptPath(path);
+    return store::canKeepCopy(kept, &error) || failToKeep(kept, error);
+}
+
 bool ZirnSession::saveOver(const QString &path) const
 {
-    if (!m_isVersion2)
+    if (!m_file.isPlain())
         return m_document->saveToFile(path);
-    const QString kept = path + u".bak"_s;
-    if (!keepOriginal(kept) || !m_document->saveToFile(path))
+    const QString kept = keptPath(path);
+    QString error;
+    if (!store::keepCopy(m_file.path(), kept, &error))
+        return failToKeep(kept, error);
+    if (!m_document->saveToFile(path))
         return false;
-    CorvaneMain::printError(u"The scene is saved in its compiled form; the original is kept as "_s +
-                            kept);
+    CorvaneMain::printError(
+        (m_isVersion2 ? u"The scene is saved in its compiled form; the original is kept as "_s
+                      : u"The scene as it was is kept as "_s) +
+        kept);
     return true;
 }
 
-bool ZirnSession::keepOriginal(const QString &kept) const
+// A tree can't be made again from what it was compiled to: the next save, over the compiled form,
+// leaves it alone.
+QString ZirnSession::keptPath(const QString &path) const
 {
-    QFile file(m_file.path());
-    QString error = u"it can't be read"_s;
-    if (file.open(QIODevice::ReadOnly) && store::writeFile(kept, file.readAll(), &error))
-        return true;
-    CorvaneMain::printError(u"Error: cannot keep the original as %1: %2"_s.arg(kept, error));
-    return false;
+    const QString usual = path + u".bak"_s;
+    return !m_isVersion2 && isVersion2File(usual) ? path + u".v1.bak"_s : usual;
 }

@@ -33,16 +33,21 @@ public:
     /// Compiles the tree into the document. What the document drew before and still has stays in
     /// the picture, ahead of the tree.
     void compile();
-    /// Saves the document, compiled. What a version 2 file holds more than that is kept as
-    /// "<file>.bak" when it is saved over. False, with a line for the user where there is more to
-    /// say, when the file could not be written, or is another one than it was when it was read.
+    /// Whether the scene, if it is saved over, is a file, and save() would find the place of the
+    /// kept one free. False with a line for the user.
+    bool canSave(const QString &path) const;
+    /// Saves the document, compiled. A scene file that is saved over is kept as it was, beside it,
+    /// as "<file>.bak"; a kept file of version 2, which holds more than what is compiled from it,
+    /// is not replaced by one of version 1, which goes to "<file>.v1.bak" then. False, with a line
+    /// for the user where there is more to say, when the file could not be written, or is another
+    /// one than it was when it was read.
     bool save(const QString &path);
 
 private:
     ZirnSession(const SceneFile &file, const QSharedPointer<corvane::model::Corvane> &document,
                 const QSharedPointer<corvane::model::LogicalScene> &tree, bool isVersion2);
     bool saveOver(const QString &path) const;
-    bool keepOriginal(const QString &kept) const;
+    QString keptPath(const QString &path) const;
 
     const SceneFile m_file; ///< that the scene was read from
     const QSharedPointer<corvane::model::Corvane> m_document;

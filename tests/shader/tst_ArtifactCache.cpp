@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using shader::ArtifactCache;
 
@@ -19,6 +21,8 @@ private slots:
     void keepsSpirv();
     void missesDamagedSpirv_data();
     void missesDamagedSpirv();
+    void missesWhatIsNoFile_data();
+    void missesWhatIsNoFile();
     void keepsPipelines();
     void saysWhenItCannotSave();
 };
@@ -75,6 +79,31 @@ void TstArtifactCache::missesDamagedSpirv()
     QVERIFY(file.resize(0) && file.seek(0) && file.write(bytes) == bytes.size());
     file.close();
     QVERIFY(!cache.loadSpirv(u"k"_s));
+    cache.saveSpirv(u"k"_s, {.binary = "again", .messages = {}});
+    QVERIFY(cache.loadSpirv(u"k"_s));
+}
+
+void TstArtifactCache::missesWhatIsNoFile_data()
+{
+    QTest::addColumn<QString>("linkTo"); // empty: a FIFO
+    QTest::newRow("a FIFO") << QString();
+    QTest::newRow("an endless device") << u"/dev/zero"_s;
+    QTest::newRow("a folder") << u"."_s;
+}
+
+void TstArtifactCache::missesWhatIsNoFile()
+{
+    QFETCH(const QString, linkTo);
+    const QTemporaryDir dir;
+    const ArtifactCache cache(dir.path());
+    QVERIFY(QDir().mkpath(cache.shaderDir()) && QDir().mkpath(cache.pipelineDir()));
+    for (const QString &path : {cache.shaderDir() + u"/k.spv"_s, cache.shaderDir() + u"/k.qsb"_s,
+                                cache.pipelineDir() + u"/k.bin"_s})
+        QVERIFY(linkTo.isEmpty() ? ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0
+                                 : QFile::link(linkTo, path));
+    QVERIFY(!cache.loadSpirv(u"k"_s));
+    QVERIFY(!cache.loadShader(u"k"_s).isValid());
+    QVERIFY(cache.loadPipelineCache(u"k"_s).isEmpty());
     cache.saveSpirv(u"k"_s, {.binary = "again", .messages = {}});
     QVERIFY(cache.loadSpirv(u"k"_s));
 }

@@ -144,7 +144,7 @@ private slots:
         QVERIFY(::mkfifo(QFile::encodeName(path()).constData(), 0600) == 0);
         QTest::ignoreMessage(
             QtWarningMsg,
-            warning(u"ERROR: Could not open .*words.json for reading: not a regular file"_s));
+            warning(u"ERROR: Could not open .*words.json for reading: it is a FIFO, not a .*"_s));
         const Words words = opened();
         QVERIFY(!words->synchronize().wait());
         QCOMPARE(words->word(), u"default"_s); // in memory

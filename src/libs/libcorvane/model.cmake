@@ -35,6 +35,7 @@ corvane_library(corvane_model
         corvane/model/LogicalSceneState.cpp
         corvane/model/LogicalTree.cpp
         corvane/model/Material.cpp
+        corvane/model/MaterialFiles.cpp
         corvane/model/MaterialLibrary.cpp
         corvane/model/MaterialListModel.cpp
         corvane/model/NameCounter.cpp

@@ -26,4 +26,4 @@ corvane_library(corvane_tasks
         corvane/tasks/TaskJson.cpp
         corvane/tasks/TreeDescription.cpp
     LINKS batch corvane_bench corvane_ops corvane_zirn Qt6::Core
-    PRIVATE_LINKS Qt6::Sql)
+    PRIVATE_LINKS Qt6::Sql store)

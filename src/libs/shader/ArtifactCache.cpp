@@ -1,5 +1,7 @@
 #include <shader/ArtifactCache.h>
 
+#include <store/RegularFile.h>
+
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
@@ -30,10 +32,12 @@ QString keyOf(const QCryptographicHash &hash)
     return QString::fromLatin1(hash.result().toHex().first(keyLength));
 }
 
+constexpr qint64 largestEntry = 64 << 20;
+
+/// An entry that can't be read is as good as none: it is made again.
 QByteArray readAll(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return store::readRegularFile(path, largestEntry).value_or(QByteArray());
 }
 
 // Replaces the file at once, so that a reader, or a second program, never meets half of one. It is
@@ -43,7 +47,8 @@ bool replaceFile(const QString &path, const QByteArray &bytes, QString &error)
     QDir().mkpath(QFileInfo(path).path());
     const QString partPath = path + u".%1.part"_s.arg(QCoreApplication::applicationPid());
     QFile part(partPath);
-    const bool isWritten = part.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+    part.remove(); // a process of the same number may have been killed here
+    const bool isWritten = part.open(QIODevice::WriteOnly | QIODevice::NewOnly) &&
                            part.write(bytes) == bytes.size() && part.flush();
     error = part.errorString();
     part.close();

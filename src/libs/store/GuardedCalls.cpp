@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace store {
@@ -40,6 +41,15 @@ bool writeAll(int fd, const char *data, qsizetype size)
     if (struck)
         errno = ENOSPC;
     return !struck;
+}
+
+bool takeOver(int fd, uid_t owner, gid_t group, mode_t mode)
+{
+    // Only root may give a file away; whoever gets a file of another owner must not get its set-id
+    // bits.
+    if (::fchown(fd, owner, group) != 0)
+        mode &= 0777;
+    return ::fchmod(fd, mode) == 0;
 }
 
 bool syncGuarded(int fd)

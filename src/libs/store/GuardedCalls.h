@@ -13,6 +13,8 @@ namespace store {
 int openGuarded(const QByteArray &path, int flags, mode_t mode);
 /// All of it, in as many pieces as the system takes.
 bool writeAll(int fd, const char *data, qsizetype size);
+/// Gives a new file the owner, where the system allows that, and the permissions of an old one.
+bool takeOver(int fd, uid_t owner, gid_t group, mode_t mode);
 /// True for what cannot be synced since it keeps nothing, such as a pipe.
 bool syncGuarded(int fd);
 bool renameGuarded(const QByteArray &from, const QByteArray &to);

@@ -1,6 +1,7 @@
 #include "JsonAsyncBackend.h"
 
 #include "PrivateFile.h"
+#include "RegularFile.h"
 #include "SafeFile.h"
 
 #include <QDir>
@@ -43,23 +44,17 @@ bool JsonAsyncBackend::existsBackend() const
 
 bool JsonAsyncBackend::readAll(const QString &path, QByteArray &bytes)
 {
-    const auto refused = [&](const QString &reason) {
+    QString reason;
+    bool isTooLarge = false;
+    const auto content = readRegularFile(path, mostBytes, &reason, &isTooLarge);
+    m_damaged = isTooLarge;
+    if (!content) {
         qCWarning(lcJson).noquote()
             << u"ERROR: Could not open %1 for reading: %2"_s.arg(path, reason);
         return false;
-    };
-    const QFileInfo info(path);
-    if (info.exists() && !info.isFile())
-        return refused(u"not a regular file"_s); // opening a FIFO would wait for its writer
-    if (info.size() > mostBytes) {
-        m_damaged = true;
-        return refused(u"larger than 64 MiB"_s);
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return refused(file.errorString());
-    bytes = file.read(mostBytes);
-    return file.error() == QFileDevice::NoError || refused(file.errorString());
+    bytes = *content;
+    return true;
 }
 
 QVariantMap JsonAsyncBackend::loadBackend(bool *ok)
@@ -106,7 +101,7 @@ bool JsonAsyncBackend::saveBackend(const QVariantMap &data)
     QString error = u"the folder cannot be made"_s;
     const bool saved =
         m_private ? writePrivateFile(path, bytes, &error)
-                  : QDir().mkpath(QFileInfo(path).path()) && writeFile(path, bytes, &error);
+                  : QDir().mkpath(QFileInfo(path).path()) && writeRegularFile(path, bytes, &error);
     if (!saved)
         qCWarning(lcJson).noquote()
             << u"ERROR: Could not open %1 for writing: %2"_s.arg(path, error);

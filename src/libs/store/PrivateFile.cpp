@@ -1,6 +1,7 @@
 #include "PrivateFile.h"
 
 #include "SafeFile.h"
+#include "failWith.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -10,6 +11,7 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <cstdio>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -35,13 +37,6 @@ bool isOwnLocation(const QString &folder)
     return false;
 }
 
-bool fail(QString *error, int failure)
-{
-    if (error)
-        *error = qt_error_string(failure);
-    return false;
-}
-
 } // namespace
 
 bool makePrivateFolder(const QString &folder, QString *error)
@@ -50,14 +45,14 @@ bool makePrivateFolder(const QString &folder, QString *error)
     const QByteArray path = QFile::encodeName(absolute);
     // The last one is made by hand: it must not be open to others for a moment.
     if (!QDir().mkpath(QFileInfo(absolute).path()))
-        return fail(error, errno);
+        return failWith(error, errno);
     if (::mkdir(path.constData(), S_IRWXU) == 0)
         return true;
     struct stat status = {};
     if (errno != EEXIST || ::stat(path.constData(), &status) != 0)
-        return fail(error, errno);
+        return failWith(error, errno);
     if (!S_ISDIR(status.st_mode))
-        return fail(error, ENOTDIR);
+        return failWith(error, ENOTDIR);
     if ((status.st_mode & accessForOthers) == 0)
         return true;
     if (!isOwnLocation(absolute) || ::chmod(path.constData(), S_IRWXU) != 0)
@@ -72,6 +67,7 @@ bool writePrivateFile(const QString &path, QByteArrayView bytes, QString *error)
         return false;
     SafeFile file(path);
     file.setPrivate();
+    file.setRegularOnly();
     const bool written = file.open() && file.write(bytes) && file.commit();
     if (!written && error)
         *error = file.errorString();
@@ -87,7 +83,8 @@ QString setAsideFile(const QString &path, const QString &why)
         const QString kept = i == 1 ? stem : stem + u'-' + QString::number(i);
         if (QFileInfo::exists(kept))
             continue;
-        if (!QFile::rename(path, kept))
+        // Not by QFile, which copies what can't be renamed, and would wait for a FIFO's writer.
+        if (std::rename(QFile::encodeName(path), QFile::encodeName(kept)) != 0)
             break; // not the name is in the way
         qCWarning(lcFiles).noquote()
             << u"WARNING: '%1' was kept as '%2': %3"_s.arg(path, kept, why);

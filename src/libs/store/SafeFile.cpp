@@ -2,6 +2,7 @@
 
 #include "GuardedCalls.h"
 #include "PendingFiles.h"
+#include "RegularFile.h"
 #include "Target.h"
 #include "TemporaryFile.h"
 
@@ -55,12 +56,15 @@ private:
 
 bool takeOverPermissions(int fd, const Target &target, bool ownerOnly)
 {
-    mode_t mode = ownerOnly ? S_IRUSR | S_IWUSR : target.mode;
-    // Only root may give a file away; whoever gets a file of another owner must not get its set-id
-    // bits.
-    if (::fchown(fd, target.owner, target.group) != 0)
-        mode &= 0777;
-    return ::fchmod(fd, mode) == 0;
+    return takeOver(fd, target.owner, target.group, ownerOnly ? S_IRUSR | S_IWUSR : target.mode);
+}
+
+bool save(SafeFile &file, QByteArrayView bytes, QString *error)
+{
+    const bool saved = file.open() && file.write(bytes) && file.commit();
+    if (!saved && error)
+        *error = file.errorString();
+    return saved;
 }
 
 } // namespace
@@ -77,7 +81,7 @@ public:
 
     bool isSequential() const override { return true; }
     bool hasFailed() const { return m_failure != 0; }
-    QString failureText() const { return m_failure == 0 ? QString() : qt_error_string(m_failure); }
+    QString failureText() const { return m_failureText; }
 
     bool openTarget();
     bool append(const char *data, qint64 size);
@@ -86,6 +90,7 @@ public:
 
     const QString path;
     bool isPrivate = false;
+    bool isRegularOnly = false;
 
 protected:
     qint64 readData(char *, qint64) override { return -1; }
@@ -95,7 +100,8 @@ protected:
     }
 
 private:
-    bool fail(int failure);
+    bool fail(int failure) { return fail(failure, qt_error_string(failure != 0 ? failure : EIO)); }
+    bool fail(int failure, const QString &text);
     bool flush();
     bool writeOut(const char *data, qsizetype size);
     void startWriteback(qsizetype size);
@@ -110,13 +116,15 @@ private:
     qint64 m_synced = 0;   // up to here the disk was told to write
     qint64 m_unsynced = 0; // bytes written behind that
     int m_failure = 0;     // the first errno
+    QString m_failureText; // and what it says
 };
 
-bool SafeFile::Sink::fail(int failure)
+bool SafeFile::Sink::fail(int failure, const QString &text)
 {
     if (m_failure == 0) {
         m_failure = failure != 0 ? failure : EIO;
-        setErrorString(failureText());
+        m_failureText = text;
+        setErrorString(text);
     }
     return false;
 }
@@ -127,6 +135,8 @@ bool SafeFile::Sink::openTarget()
         return false;
     if (const int failure = Target::resolve(path, m_target))
         return fail(failure);
+    if (isDirect() && isRegularOnly)
+        return fail(EINVAL, notRegularText(m_target.type));
     m_fd = isDirect() ? openGuarded(m_target.path, O_WRONLY, 0)
                       : m_temporary.create(m_target, isPrivate);
     if (m_fd < 0)
@@ -233,6 +243,11 @@ void SafeFile::setPrivate()
     m_sink->isPrivate = true;
 }
 
+void SafeFile::setRegularOnly()
+{
+    m_sink->isRegularOnly = true;
+}
+
 bool SafeFile::open()
 {
     return m_sink->openTarget();
@@ -286,10 +301,14 @@ void SafeFile::removeAllPending() noexcept
 bool writeFile(const QString &path, QByteArrayView bytes, QString *error)
 {
     SafeFile file(path);
-    const bool written = file.open() && file.write(bytes) && file.commit();
-    if (!written && error)
-        *error = file.errorString();
-    return written;
+    return save(file, bytes, error);
+}
+
+bool writeRegularFile(const QString &path, QByteArrayView bytes, QString *error)
+{
+    SafeFile file(path);
+    file.setRegularOnly();
+    return save(file, bytes, error);
 }
 
 bool probeWritable(const QString &path, QString *error)

@@ -43,6 +43,10 @@ public:
     /// Before open(): the file will be for its owner alone (0600), whatever the old one allowed.
     void setPrivate();
 
+    /// Before open(): a target that exists must be a regular file. For files that the program finds
+    /// by a name of its own, where a FIFO would be waited for.
+    void setRegularOnly();
+
     /// Finds the target and opens the temporary file. False with errorString() when that is not
     /// possible.
     [[nodiscard]] bool open();
@@ -85,6 +89,11 @@ private:
 /// Writes `bytes` as the new content of `path`, all of it or nothing. On false `error`, if given,
 /// says why.
 [[nodiscard]] bool writeFile(const QString &path, QByteArrayView bytes, QString *error = nullptr);
+
+/// The same for a file of the application's own: refuses, by the words of readRegularFile, what is
+/// no regular file.
+[[nodiscard]] bool writeRegularFile(const QString &path, QByteArrayView bytes,
+                                    QString *error = nullptr);
 
 /// Tells before long work whether a SafeFile could replace `path`: the folder is there and takes
 /// new files, the path names no folder, an existing file may be written. Leaves nothing behind. On

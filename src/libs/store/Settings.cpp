@@ -3,13 +3,13 @@
 #include "FolderLock.h"
 #include "IniText.h"
 #include "PrivateFile.h"
+#include "RegularFile.h"
 #include "SafeFile.h"
 #include "SettingDefaults.h"
 #include "ShutdownLifecycle.h"
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <QRegularExpression>
@@ -48,23 +48,21 @@ bool holdsBinaryValues(const QByteArray &bytes)
 
 Reading readFile(const QString &path)
 {
-    const QFileInfo info(path);
-    if (!info.exists())
+    if (!QFileInfo::exists(path))
         return {};
-    if (!info.isFile())
-        return {.values = {}, .damage = {}, .unreachable = u"not a regular file"_s};
-    if (info.size() > mostBytes)
-        return {.values = {}, .damage = u"it is larger than 16 MiB"_s, .unreachable = {}};
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {.values = {}, .damage = {}, .unreachable = file.errorString()};
-    const QByteArray bytes = file.readAll();
-    if (holdsBinaryValues(bytes))
+    QString error;
+    bool isTooLarge = false;
+    const auto bytes = readRegularFile(path, mostBytes, &error, &isTooLarge);
+    if (isTooLarge)
+        return {.values = {}, .damage = error, .unreachable = {}};
+    if (!bytes)
+        return {.values = {}, .damage = {}, .unreachable = error};
+    if (holdsBinaryValues(*bytes))
         return {.values = {}, .damage = u"it holds values of unknown types"_s, .unreachable = {}};
     // QSettings keeps what it has read of a path, and takes a file of the same size and millisecond
     // for the one that it knows. Under a name of its own it reads what is there.
     QTemporaryFile copy;
-    if (!copy.open() || copy.write(bytes) != bytes.size() || !copy.flush())
+    if (!copy.open() || copy.write(*bytes) != bytes->size() || !copy.flush())
         return {.values = {}, .damage = {}, .unreachable = copy.errorString()};
     const QSettings ini(copy.fileName(), QSettings::IniFormat);
     Values values;
@@ -270,7 +268,7 @@ bool Settings::write()
     Values merged = disk.damage.isEmpty() ? disk.values : m_values;
     for (const QString &path : std::as_const(m_changed))
         merged.insert(path, m_values.value(path));
-    if (!error.isEmpty() || !writeFile(m_path, iniText(merged), &error)) {
+    if (!error.isEmpty() || !writeRegularFile(m_path, iniText(merged), &error)) {
         qCWarning(lcSettings).noquote()
             << u"ERROR: Could not write settings to '%1': %2"_s.arg(m_path, error);
         return false;

@@ -44,6 +44,7 @@ int resolveExisting(const struct stat &status, Target &target)
         return errno;
     target.exists = true;
     target.mode = status.st_mode & 07777;
+    target.type = status.st_mode & S_IFMT;
     target.owner = status.st_uid;
     target.group = status.st_gid;
     if (!S_ISREG(status.st_mode)) {

@@ -20,6 +20,7 @@ struct Target
     Kind kind = Kind::Replaceable;
     bool exists = false;
     mode_t mode = 0; ///< permission bits of one that exists
+    mode_t type = 0; ///< S_IFREG, S_IFIFO and so on, of one that exists
     uid_t owner = 0;
     gid_t group = 0;
 

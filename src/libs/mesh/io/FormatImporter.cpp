@@ -1,6 +1,7 @@
 #include "FormatImporter.h"
 
-#include <QFile>
+#include <store/RegularFile.h>
+
 #include <QFileInfo>
 
 #include <limits>
@@ -18,7 +19,7 @@ bool FormatImporter<T>::canRead(const QString &path) const
 template<typename T>
 Result<Mesh<T>> FormatImporter<T>::read(const QString &path, const ImportOptions &options) const
 {
-    QFile file(path);
+    store::RegularFile file(path);
     if (!file.exists())
         return Error{u"File not found: %1"_s.arg(path), NotFound};
     if (!file.open(QIODevice::ReadOnly))

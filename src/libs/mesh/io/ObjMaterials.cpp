@@ -2,8 +2,9 @@
 
 #include "NumberText.h"
 
+#include <store/RegularFile.h>
+
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QVariantList>
 
@@ -42,12 +43,11 @@ void ObjMaterials::readLibrary(const QString &name)
     if (path.isEmpty() || m_readLibraries.contains(path) || m_readLibraries.size() >= mostLibraries)
         return;
     m_readLibraries.insert(path);
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    const auto text = store::readRegularFile(path, largestLibrary);
+    if (!text)
         return;
-    const QByteArray text = file.read(largestLibrary);
     Properties *current = nullptr;
-    for (const QByteArray &line : text.split('\n'))
+    for (const QByteArray &line : text->split('\n'))
         readProperty(line, current);
 }
 

@@ -60,7 +60,7 @@ private slots:
         };
         row("no JSON", "{", u"Bad JSON in %1: unterminated object"_s);
         row("no UTF-8", "{\"name\": \"\xff\"}", u"Bad JSON in %1: invalid UTF8 string"_s);
-        row("endless", QByteArray(2 << 20, '['), u"Bad JSON in %1: more than 1 MiB"_s);
+        row("endless", QByteArray(2 << 20, '['), u"Bad JSON in %1: it is larger than 1 MiB"_s);
         row("deep", QByteArray(10000, '['), u"Bad JSON in %1: too deeply nested document"_s);
         const auto bad = [&](const char *json, const QString &error) {
             row(json, json, u"Bad definition %1: "_s + error);

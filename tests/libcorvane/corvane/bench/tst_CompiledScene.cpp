@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using namespace corvane;
 using bench::compileSceneFile;
@@ -58,6 +60,15 @@ private slots:
             QVERIFY(std::abs(d - b.evaluate(p.x(), p.y(), p.z())) < 1e-3f);
         }
         QVERIFY(inside > 0 && inside < 1000);
+    }
+
+    void whatIsNoFileIsRefused()
+    {
+        const QString pipe = m_folder->filePath(u"pipe"_s);
+        QVERIFY(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+        QString error;
+        QVERIFY(!compileSceneFile(pipe, error));
+        QVERIFY2(error.contains(u"it is a FIFO, not a regular file"_s), qPrintable(error));
     }
 
     void sceneWithoutABoxFindsItsOwn()

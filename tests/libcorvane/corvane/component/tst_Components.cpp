@@ -7,6 +7,8 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using namespace corvane::component;
 using corvane::model::LogicalInstance;
@@ -312,6 +314,10 @@ void TstComponents::libraryRefuses()
     QVERIFY2(error.startsWith(u"Cannot write %1: "_s.arg(other.filePathFor(u"a"_s))),
              qPrintable(error));
     QVERIFY(!other.contains(u"a"_s));
+    const QString pipe = other.filePathFor(u"b"_s);
+    QVERIFY(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+    QVERIFY(!other.saveDefinition(placing(u"b"_s), &error));
+    QCOMPARE(error, u"Cannot write %1: it is a FIFO, not a regular file"_s.arg(pipe));
 }
 
 QTEST_GUILESS_MAIN(TstComponents)

@@ -2,10 +2,15 @@
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/MaterialListModel.h>
 
+#include <store/FaultInjection.h>
+#include <support/Files.h>
+
 #include <QAbstractItemModelTester>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSignalSpy>
+
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace corvane::model;
@@ -44,6 +49,10 @@ private slots:
     void removingTheActiveOnePicksTheDefault();
     void damagedFilesAreKept_data();
     void damagedFilesAreKept();
+    void twoLibrariesShareAFolder();
+    void additionsAtOnceAreAllKept();
+    void whatCannotBeWrittenIsTriedAgain();
+    void idsThatAreMissingStayTheSame();
     void listModelFollows();
     void listModelFilters();
     void savedScenesCarryTheirMaterials();
@@ -232,11 +241,87 @@ void TstMaterialLibrary::damagedFilesAreKept()
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^MaterialLibrary: Cannot read "_s));
     MaterialLibrary library(m_folder->path());
     QCOMPARE(library.materials().size(), 19);
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(u"^WARNING: '.*' was kept as '.*': it can't be read"_s));
     library.addMaterial(named(u"Wood"_s));
-    QFile kept(path(u"materials.json.unreadable"_s));
-    QVERIFY(kept.open(QIODevice::ReadOnly));
-    QCOMPARE(kept.readAll(), content);
+    const QStringList kept = QDir(m_folder->path()).entryList({u"materials.json.damaged-*"_s});
+    QCOMPARE(kept.size(), 1);
+    QCOMPARE(support::contentOf(path(kept.first())), content);
     QCOMPARE(MaterialLibrary(m_folder->path()).materials().size(), 20);
+}
+
+void TstMaterialLibrary::twoLibrariesShareAFolder()
+{
+    MaterialLibrary ours(m_folder->path());
+    MaterialLibrary theirs(m_folder->path());
+    const QUuid pine = theirs.addMaterial(named(u"Pine"_s));
+    const QUuid oak = theirs.addMaterial(named(u"Oak"_s));
+    CatalogMaterial gold = *theirs.material(theirs.idByName(u"Gold"_s));
+    gold.setRoughness(0.7f);
+    QVERIFY(theirs.updateBuiltInMaterial(gold));
+    QVERIFY(theirs.setDefaultMaterialId(oak));
+
+    QSignalSpy added(&ours, &MaterialLibrary::materialAdded);
+    QSignalSpy updated(&ours, &MaterialLibrary::materialUpdated);
+    const QUuid second = ours.addMaterial(named(u"Pine"_s));
+    QCOMPARE(ours.material(second)->name, u"Pine (copy)"_s);
+    QCOMPARE(added.size(), 3); // the two of theirs and this
+    QCOMPARE(updated, QList<QVariantList>({{ours.idByName(u"Gold"_s)}}));
+    QCOMPARE(ours.defaultMaterialId(), oak);
+
+    QVERIFY(theirs.removeMaterial(pine));
+    QVERIFY(theirs.setActiveMaterialId(second));
+    QSignalSpy removed(&ours, &MaterialLibrary::materialRemoved);
+    QVERIFY(!ours.updateMaterial(named(u"Unknown"_s)));
+    QCOMPARE(removed, QList<QVariantList>({{pine}}));
+    QVERIFY(ours.removeMaterial(second));
+    QVERIFY(theirs.setDefaultMaterialId(theirs.idByName(u"Iron"_s)));
+    QCOMPARE(theirs.activeMaterialId(), theirs.defaultMaterialId());
+    for (const MaterialLibrary *library : {&ours, &theirs})
+        QVERIFY(library->materials().size() == 20 && library->material(oak));
+}
+
+void TstMaterialLibrary::additionsAtOnceAreAllKept()
+{
+    constexpr int processes = 8;
+    std::vector<std::thread> adding;
+    for (int i = 0; i < processes; ++i) {
+        adding.emplace_back([this, i] {
+            MaterialLibrary library(m_folder->path());
+            for (int j = 0; j < 3; ++j)
+                library.addMaterial(named(u"%1 of %2"_s.arg(j).arg(i)));
+        });
+    }
+    for (std::thread &thread : adding)
+        thread.join();
+    QCOMPARE(MaterialLibrary(m_folder->path()).materials().size(), 19 + 3 * processes);
+}
+
+void TstMaterialLibrary::whatCannotBeWrittenIsTriedAgain()
+{
+    MaterialLibrary library(m_folder->path());
+    const QUuid wood = library.addMaterial(named(u"Wood"_s));
+    {
+        const store::FaultInjection fault(store::Operation::Rename, 1);
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(u"^MaterialLibrary: Cannot write "_s));
+        library.addMaterial(named(u"Pine"_s));
+    }
+    QVERIFY(library.updateMaterial(*library.material(wood)));
+    QVERIFY(!MaterialLibrary(m_folder->path()).idByName(u"Pine"_s).isNull());
+}
+
+void TstMaterialLibrary::idsThatAreMissingStayTheSame()
+{
+    QVERIFY(support::put(path(u"materials.json"_s),
+                         R"({"materials": [{"name": "A"}, {"name": "B"}, {"name": "B"}]})"));
+    MaterialLibrary library(m_folder->path());
+    const QUuid first = library.idByName(u"A"_s);
+    const QUuid copy = library.idByName(u"B (copy)"_s);
+    library.addMaterial(named(u"Wood"_s));
+    QCOMPARE(library.materials().size(), 19 + 4);
+    QCOMPARE(library.idByName(u"A"_s), first);
+    QCOMPARE(library.idByName(u"B (copy)"_s), copy);
 }
 
 void TstMaterialLibrary::listModelFollows()

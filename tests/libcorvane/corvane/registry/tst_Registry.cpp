@@ -175,7 +175,9 @@ void TstRegistry::reportsFilesItCannotRead_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("warning");
-    QTest::newRow("missing") << QString() << u"^Registry: Failed to open YAML file: .*x.yaml$"_s;
+    QTest::newRow("missing")
+        << QString()
+        << u"^Registry: Failed to open YAML file: .*x.yaml - No such file or directory$"_s;
     QTest::newRow("nothing in it")
         << u"# empty\n"_s << u"^Registry: Failed to create primitive from YAML$"_s;
     QTest::newRow("no YAML") << u"id: x\nno pair"_s

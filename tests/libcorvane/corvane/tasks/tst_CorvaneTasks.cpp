@@ -270,6 +270,14 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
           mapOf(R"({"scenePath": "a", "outputPath": "/x.stl", "postprocess": {"weld": 1}})"),
           u"Failed to export mesh: \"postprocess\" must be a list of texts. State: unchanged. "
           u"Suggestion: check extractor, cellSize, backend and postprocess."_s);
+    rowOf("export: over the scene", u"mesh.export"_s,
+          mapOf(R"({"scenePath": "/etc/passwd", "outputPath": "/etc/../etc/passwd"})"),
+          u"Failed to export mesh: /etc/../etc/passwd is the scene itself. State: unchanged. "
+          u"Suggestion: choose another outputPath."_s);
+    rowOf("export: to a device", u"mesh.export"_s,
+          mapOf(R"({"scenePath": "a", "outputPath": "/dev/null"})"),
+          u"Failed to export mesh: /dev/null is no regular file. State: unchanged. "
+          u"Suggestion: choose another outputPath."_s);
 }
 
 void TstCorvaneTasks::failuresSayWhatRemains()

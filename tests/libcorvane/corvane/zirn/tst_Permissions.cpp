@@ -138,8 +138,8 @@ void TstPermissions::grantsOutliveTheProcess()
                  ofSession,
                  kept,
                  {.scope = u"b"_s, .lifetime = GrantLifetime::Timed, .expiresAt = later}}));
-    QTest::ignoreMessage(QtWarningMsg, qPrintable(u"PermissionStore: cannot read %1 - no regular "
-                                                  u"file"_s.arg(dir.path())));
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(u"PermissionStore: cannot read %1 - it is a "
+                                                  u"folder, not a regular file"_s.arg(dir.path())));
     QVERIFY(!again->load(dir.path()));
     QCOMPARE(again->grants().size(), 3);
     QVERIFY(!store->save(dir.path(), &error));

@@ -31,6 +31,7 @@ private slots:
     void earlierPlansStay();
     void plansWriteSideBySide();
     void damagedFileIsSetAside_data();
+    void journalThatIsNoFileIsNotOpened();
     void damagedFileIsSetAside();
     void planRunsWithoutItsHistory_data();
     void planRunsWithoutItsHistory();
@@ -119,6 +120,16 @@ void TstZirnHistoryDatabase::damagedFileIsSetAside_data()
     QTest::addColumn<bool>("isCutDatabase");
     QTest::newRow("no database") << false;
     QTest::newRow("a database with a page of zeros") << true;
+}
+
+void TstZirnHistoryDatabase::journalThatIsNoFileIsNotOpened()
+{
+    const QString journal = path() + u"-journal"_s;
+    QVERIFY(ZirnHistoryDatabase(path()).isUsable());
+    QVERIFY(::mkfifo(QFile::encodeName(journal).constData(), 0600) == 0);
+    QVERIFY(!ZirnHistoryDatabase(path()).isUsable());
+    QVERIFY(QFile::remove(journal));
+    QVERIFY(ZirnHistoryDatabase(path()).isUsable());
 }
 
 void TstZirnHistoryDatabase::damagedFileIsSetAside()

@@ -1,8 +1,8 @@
 #include <corvane/bench/BenchPipelineDefinition.h>
 
 #include <corvane/xport/PostProcessStep.h>
+#include <store/RegularFile.h>
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -109,18 +109,17 @@ std::optional<BenchPipelineDefinition> BenchPipelineDefinition::fromJson(const Q
 std::optional<BenchPipelineDefinition> BenchPipelineDefinition::fromFile(const QString &path,
                                                                          QString &error)
 {
-    // A FIFO would be waited for.
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
-        error = u"Cannot open %1"_s.arg(path);
+    QString why;
+    bool isTooLarge = false;
+    const auto text = store::readRegularFile(path, maxFileSize, &why, &isTooLarge);
+    if (!text) {
+        error = isTooLarge ? u"Bad JSON in %1: %2"_s.arg(path, why) : u"Cannot open %1"_s.arg(path);
         return std::nullopt;
     }
-    const QByteArray text = file.read(maxFileSize + 1);
     QJsonParseError parsed;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &parsed);
-    if (text.size() > maxFileSize || document.isNull()) {
-        const QString why = text.size() > maxFileSize ? u"more than 1 MiB"_s : parsed.errorString();
-        error = u"Bad JSON in %1: %2"_s.arg(path, why);
+    const QJsonDocument document = QJsonDocument::fromJson(*text, &parsed);
+    if (document.isNull()) {
+        error = u"Bad JSON in %1: %2"_s.arg(path, parsed.errorString());
         return std::nullopt;
     }
     QString wrong = u"not an object"_s;

@@ -199,7 +199,7 @@ QString BenchRun::writeReport()
                              .cells = m_cells};
     const QString path = reportPathFor(m_request.options, m_testSetId);
     QString error;
-    if (!::store::writeFile(path, report.toHtml().toUtf8(), &error))
+    if (!::store::writeRegularFile(path, report.toHtml().toUtf8(), &error))
         return infrastructureFailure(u"cannot write %1: %2"_s.arg(path, error));
     m_reportPath = path;
     return {};

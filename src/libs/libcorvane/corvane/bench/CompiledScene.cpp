@@ -18,7 +18,7 @@ namespace {
 
 QSharedPointer<Corvane> load(const QString &path, QString &error)
 {
-    const model::ParseResult result = CorvaneDSLParser::parseFile(path);
+    const model::ParseResult result = CorvaneDSLParser::parseRegularFile(path);
     if (!result.ok()) {
         error = result.errors.isEmpty() ? u"no scene"_s : result.errors.first().toString();
         return {};

@@ -1,10 +1,10 @@
 #include <corvane/bench/TestDB.h>
 
 #include <store/PrivateFile.h>
+#include <store/RegularFile.h>
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <QSqlDatabase>
@@ -51,6 +51,9 @@ constexpr QLatin1String schema[] = {
 // in spite of IF NOT EXISTS. The number is any that nobody else locks.
 constexpr auto lockSchema = "SELECT pg_advisory_xact_lock(7243601)"_L1;
 
+// The files of a database; the rollback journal that lies there is read when it is opened.
+constexpr QLatin1String databaseSuffixes[] = {""_L1, "-journal"_L1, "-wal"_L1, "-shm"_L1};
+
 // Opening a file reads none of this.
 constexpr QLatin1String probes[] = {
     "SELECT MAX(id) FROM test_sets"_L1,
@@ -78,7 +81,7 @@ QString quoted(QString value)
 
 bool beginsAsDatabase(const QString &path)
 {
-    QFile file(path);
+    ::store::RegularFile file(path);
     return file.open(QIODevice::ReadOnly) && file.read(15) == "SQLite format 3";
 }
 
@@ -215,8 +218,11 @@ bool TestDB::checkFile(Access access)
     const QFileInfo file(m_target);
     if (access == Access::Read && !file.exists())
         return fail(u"no such file"_s);
-    if (file.exists() && !file.isFile())
-        return fail(u"%1 is no regular file"_s.arg(m_target));
+    for (const auto suffix : databaseSuffixes) {
+        const QFileInfo part(m_target + suffix);
+        if (part.exists() && !part.isFile())
+            return fail(u"%1 is no regular file"_s.arg(part.filePath()));
+    }
     if (access == Access::Write && !QDir().mkpath(file.absolutePath()))
         return fail(u"cannot create the folder %1"_s.arg(file.absolutePath()));
     return true;

@@ -1,5 +1,6 @@
 #include <corvane/component/ComponentLibrary.h>
 
+#include <store/RegularFile.h>
 #include <store/SafeFile.h>
 
 #include <QCryptographicHash>
@@ -37,13 +38,14 @@ QString fileStem(const QString &id)
 
 ComponentDefinition readFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maxFileSize) {
-        qCWarning(lcComponent).noquote() << "ComponentLibrary: Cannot read" << path;
+    QString reason;
+    const auto bytes = store::readRegularFile(path, maxFileSize, &reason);
+    if (!bytes) {
+        qCWarning(lcComponent).noquote()
+            << "ComponentLibrary: Cannot read" << path << "-" << reason;
         return {};
     }
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(*bytes);
     const auto definition = ComponentDefinition::fromVariantMap(document.object().toVariantMap());
     if (!definition.isValid())
         qCWarning(lcComponent).noquote() << "ComponentLibrary: No component in" << path;
@@ -125,7 +127,7 @@ bool ComponentLibrary::saveDefinition(const ComponentDefinition &definition, QSt
     const QString path = filePathFor(definition.id);
     const QJsonObject object = QJsonObject::fromVariantMap(definition.toVariantMap());
     QString why;
-    if (!store::writeFile(path, QJsonDocument(object).toJson(), &why))
+    if (!store::writeRegularFile(path, QJsonDocument(object).toJson(), &why))
         return refuse(tr("Cannot write %1: %2").arg(path, why));
     // A file that the user put there under another name would bring the old state back.
     if (const QString former = m_paths.value(definition.id); !former.isEmpty() && former != path)

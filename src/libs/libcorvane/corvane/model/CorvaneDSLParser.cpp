@@ -6,8 +6,8 @@
 #include <corvane/model/SceneVersion1Reader.h>
 #include <corvane/model/SceneVersion2Reader.h>
 
-#include <QFile>
-#include <QFileInfo>
+#include <store/RegularFile.h>
+
 #include <QStringDecoder>
 
 using namespace Qt::StringLiterals;
@@ -19,7 +19,6 @@ namespace {
 /// What a device or pipe may give: its length is not known beforehand, and an endless one must not
 /// fill the memory before it is refused.
 constexpr qint64 maxStreamSize = qint64(64) << 20;
-constexpr qint64 readBlock = qint64(1) << 20;
 constexpr int yamlIndent = 2;
 
 template<class Result>
@@ -28,31 +27,11 @@ void addError(Result &result, const QString &message)
     result.errors.append({.line = 0, .column = 0, .message = message});
 }
 
-/// The bytes of a file, or none with an error in `result`.
-std::optional<QByteArray> readBytes(const QString &path, ParseResult &result)
+ParseResult unopened(const QString &reason)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        addError(result, u"Failed to open file: %1"_s.arg(file.errorString()));
-        return std::nullopt;
-    }
-    const qint64 limit = QFileInfo(path).isFile() ? CorvaneDSLParser::maxFileSize : maxStreamSize;
-    QByteArray bytes;
-    while (bytes.size() <= limit) {
-        const QByteArray block = file.read(readBlock);
-        if (block.isEmpty())
-            break;
-        bytes.append(block);
-    }
-    if (file.error() != QFileDevice::NoError) {
-        addError(result, u"Failed to read file: %1"_s.arg(file.errorString()));
-        return std::nullopt;
-    }
-    if (bytes.size() > limit) {
-        addError(result, u"Failed to read file: it is longer than %1 bytes"_s.arg(limit));
-        return std::nullopt;
-    }
-    return bytes;
+    ParseResult result;
+    addError(result, u"Failed to open file: "_s + reason);
+    return result;
 }
 
 /// UTF-8 unless a byte order mark says otherwise. What cannot be decoded becomes U+FFFD, with a
@@ -108,11 +87,23 @@ void adoptMaterials(Corvane &scene, const QVariantMap &block)
 
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 {
+    QString error;
+    const auto bytes =
+        store::readInput(path, {.file = maxFileSize, .stream = maxStreamSize}, &error);
+    return bytes ? parseBytes(*bytes, parent) : unopened(error);
+}
+
+ParseResult CorvaneDSLParser::parseRegularFile(const QString &path, QObject *parent)
+{
+    QString error;
+    const auto bytes = store::readRegularFile(path, maxFileSize, &error);
+    return bytes ? parseBytes(*bytes, parent) : unopened(error);
+}
+
+ParseResult CorvaneDSLParser::parseBytes(const QByteArray &bytes, QObject *parent)
+{
     ParseResult result;
-    const auto bytes = readBytes(path, result);
-    if (!bytes)
-        return result;
-    const QString text = decode(*bytes, result);
+    const QString text = decode(bytes, result);
     ParseResult parsed = parseText(text, parent);
     parsed.warnings = result.warnings + parsed.warnings;
     return parsed;

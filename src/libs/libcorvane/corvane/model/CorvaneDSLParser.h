@@ -45,7 +45,10 @@ public:
     /// version 2 file the document has the geometry and the definitions; its name, variables,
     /// settings and materials are for those who edit it, through parseLogical() and
     /// DocumentBlock::apply().
+    /// The file may be a pipe or a device, as a user names them.
     static ParseResult parseFile(const QString &path, QObject *parent = nullptr);
+    /// The same for a path that a plan or another file names: a regular file, or an error.
+    static ParseResult parseRegularFile(const QString &path, QObject *parent = nullptr);
     static ParseResult parseText(const QString &text, QObject *parent = nullptr);
 
     /// Reads the text of a version 2 file, or migrates that of version 1.
@@ -53,6 +56,7 @@ public:
     static LogicalParseResult parseLogical(const QVariantMap &file);
 
 private:
+    static ParseResult parseBytes(const QByteArray &bytes, QObject *parent);
     static void compileLogical(ParseResult &result, QObject *parent);
 };
 

@@ -2,19 +2,14 @@
 
 #include <corvane/model/BuiltinMaterials.h>
 #include <corvane/model/Logging.h>
-#include <store/SafeFile.h>
+#include <store/FolderLock.h>
+#include <store/PrivateFile.h>
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
-#include <QStandardPaths>
 
 #include <algorithm>
-#include <optional>
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -22,52 +17,19 @@ namespace corvane::model {
 
 namespace {
 
-constexpr qint64 maxFileSize = 64 * 1024 * 1024;
-const QString userFile = QStringLiteral("materials.json");
-const QString overrideFile = QStringLiteral("builtin_material_overrides.json");
-
-/// None when the file is there and can't be understood; an empty object when there is none.
-std::optional<QJsonObject> readObject(const QString &path)
-{
-    if (!QFileInfo::exists(path))
-        return QJsonObject();
-    QFile file(path);
-    QString reason = u"it is no library of materials"_s;
-    if (!file.open(QIODevice::ReadOnly)) {
-        reason = file.errorString();
-    } else if (file.size() > maxFileSize) {
-        reason = u"it is longer than %1 bytes"_s.arg(maxFileSize);
-    } else {
-        QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-        if (document.isObject())
-            return document.object();
-        if (error.error != QJsonParseError::NoError)
-            reason = error.errorString();
-    }
-    qCWarning(lcModel).noquote() << "MaterialLibrary: Cannot read" << path << "-" << reason;
-    return std::nullopt;
-}
-
-bool writeObject(const QString &path, const QJsonObject &object)
-{
-    QString error;
-    if (QDir().mkpath(QFileInfo(path).path()) &&
-        store::writeFile(path, QJsonDocument(object).toJson(), &error))
-        return true;
-    qCWarning(lcModel).noquote() << "MaterialLibrary: Cannot write" << path << "-" << error;
-    return false;
-}
+/// Many processes that add at once wait for each other's saves; each takes as long as the disk
+/// needs to sync.
+constexpr auto patience = std::chrono::seconds(5);
 
 } // namespace
 
 MaterialLibrary::MaterialLibrary(const QString &folder, QObject *parent)
     : QObject(parent)
-    , m_folder(folder)
+    , m_files(folder)
 {
     loadBuiltins();
     m_defaultMaterialId = idByName(defaultMaterialName());
-    loadUserMaterials();
+    load();
     m_activeMaterialId = m_defaultMaterialId;
 }
 
@@ -99,13 +61,15 @@ QUuid MaterialLibrary::idByName(const QString &name) const
 
 bool MaterialLibrary::setDefaultMaterialId(const QUuid &id)
 {
-    if (!m_materials.contains(id))
-        return false;
-    if (m_defaultMaterialId != id) {
+    if (id == m_defaultMaterialId)
+        return true;
+    return edit({}, [this, id] {
+        if (!m_materials.contains(id))
+            return false;
         m_defaultMaterialId = id;
-        save();
-    }
-    return true;
+        m_isDefaultUnsaved = true;
+        return true;
+    });
 }
 
 bool MaterialLibrary::setActiveMaterialId(const QUuid &id)
@@ -122,76 +86,97 @@ bool MaterialLibrary::setActiveMaterialId(const QUuid &id)
 QUuid MaterialLibrary::addMaterial(const CatalogMaterial &material)
 {
     CatalogMaterial added = material;
-    if (added.id.isNull() || m_materials.contains(added.id))
-        added.id = QUuid::createUuid();
-    added.name = uniqueName(added.name);
-    added.isBuiltIn = false;
-    added.touchModified();
-    insert(added);
-    save();
+    edit(added.id, [this, &added] {
+        if (added.id.isNull() || m_materials.contains(added.id))
+            added.id = QUuid::createUuid();
+        added.name = uniqueName(added.name);
+        added.isBuiltIn = false;
+        added.touchModified();
+        change(added);
+        return true;
+    });
     emit materialAdded(added.id);
     return added.id;
 }
 
+// The materials come by value where they may be those of the library itself, which is made anew
+// from the disk under them.
 bool MaterialLibrary::updateMaterial(const CatalogMaterial &material)
 {
-    const CatalogMaterial *known = this->material(material.id);
-    if (!known || known->isBuiltIn)
-        return false;
     CatalogMaterial updated = material;
-    m_ids.remove(known->name);
-    updated.name = uniqueName(updated.name);
-    updated.isBuiltIn = false;
-    updated.touchModified();
-    insert(updated);
-    save();
-    emit materialUpdated(updated.id);
-    return true;
+    const bool isUpdated = edit(updated.id, [this, &updated] {
+        const CatalogMaterial *known = this->material(updated.id);
+        if (!known || known->isBuiltIn)
+            return false;
+        m_ids.remove(known->name);
+        updated.name = uniqueName(updated.name);
+        updated.isBuiltIn = false;
+        updated.touchModified();
+        change(updated);
+        return true;
+    });
+    if (isUpdated)
+        emit materialUpdated(updated.id);
+    return isUpdated;
 }
 
 bool MaterialLibrary::restoreMaterial(const CatalogMaterial &material)
 {
-    const CatalogMaterial *known = this->material(material.id);
-    if (material.id.isNull() || material.isBuiltIn || (known && known->isBuiltIn))
-        return false;
-    if (known)
-        m_ids.remove(known->name);
     CatalogMaterial restored = material;
-    restored.name = uniqueName(restored.name);
-    insert(restored);
-    save();
-    if (known)
+    bool isKnown = false;
+    const bool isRestored = edit(restored.id, [&] {
+        const CatalogMaterial *known = this->material(restored.id);
+        if (restored.id.isNull() || restored.isBuiltIn || (known && known->isBuiltIn))
+            return false;
+        isKnown = known;
+        if (known)
+            m_ids.remove(known->name);
+        restored.name = uniqueName(restored.name);
+        change(restored);
+        return true;
+    });
+    if (isRestored && isKnown)
         emit materialUpdated(restored.id);
-    else
+    else if (isRestored)
         emit materialAdded(restored.id);
-    return true;
+    return isRestored;
 }
 
 bool MaterialLibrary::updateBuiltInMaterial(const CatalogMaterial &material)
 {
-    const CatalogMaterial *known = this->material(material.id);
-    if (!known || !known->isBuiltIn)
-        return false;
-    CatalogMaterial updated = *known;
-    updated.material = material.material;
-    updated.touchModified();
-    insert(updated);
-    saveOverrides();
-    emit materialUpdated(updated.id);
-    return true;
+    const CatalogMaterial wanted = material;
+    const bool isUpdated = edit(wanted.id, [this, &wanted] {
+        const CatalogMaterial *known = this->material(wanted.id);
+        if (!known || !known->isBuiltIn)
+            return false;
+        CatalogMaterial updated = *known;
+        updated.material = wanted.material;
+        updated.touchModified();
+        change(updated);
+        return true;
+    });
+    if (isUpdated)
+        emit materialUpdated(wanted.id);
+    return isUpdated;
 }
 
 bool MaterialLibrary::removeMaterial(const QUuid &id)
 {
-    const CatalogMaterial *known = material(id);
-    if (!known || known->isBuiltIn || id == m_defaultMaterialId)
+    const QUuid removed = id;
+    const bool isRemoved = edit(removed, [this, removed] {
+        const CatalogMaterial *known = material(removed);
+        if (!known || known->isBuiltIn || removed == m_defaultMaterialId)
+            return false;
+        m_ids.remove(known->name);
+        m_materials.remove(removed);
+        m_unsaved.insert(removed);
+        return true;
+    });
+    if (!isRemoved)
         return false;
-    m_ids.remove(known->name);
-    m_materials.remove(id);
-    if (m_activeMaterialId == id)
+    if (m_activeMaterialId == removed)
         setActiveMaterialId(m_defaultMaterialId);
-    save();
-    emit materialRemoved(id);
+    emit materialRemoved(removed);
     return true;
 }
 
@@ -207,49 +192,117 @@ QString MaterialLibrary::copyName(const QString &name)
     return u"%1 (copy %2)"_s.arg(match.captured(1), QString::number(number + 1));
 }
 
-QString MaterialLibrary::filePath(const QString &name) const
-{
-    if (!m_folder.isEmpty())
-        return m_folder + u'/' + name;
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + u'/' + name;
-}
+// ------------------------------------------------------------------ what is on the disk
 
 void MaterialLibrary::loadBuiltins()
 {
     const QList<CatalogMaterial> builtins = builtinMaterials();
     for (const CatalogMaterial &material : builtins)
         insert(material);
-    const auto stored = readObject(filePath(overrideFile));
-    if (!stored)
-        m_unreadable.insert(overrideFile);
-    const QJsonArray overrides = stored.value_or(QJsonObject()).value("overrides"_L1).toArray();
-    for (const QJsonValue &entry : overrides) {
-        const QVariantMap map = entry.toObject().toVariantMap();
-        const auto known = m_materials.find(idByName(map.value(u"name"_s).toString()));
-        if (known != m_materials.end())
-            known->material = CatalogMaterial::fromVariantMap(map).material;
+}
+
+void MaterialLibrary::load()
+{
+    QString error;
+    const auto warn = [&error](const QString &path) {
+        if (!error.isEmpty())
+            qCWarning(lcModel).noquote() << "MaterialLibrary: Cannot read" << path << "-" << error;
+    };
+    if (const auto overrides = m_files.readOverrides(error))
+        adoptOverrides(*overrides);
+    warn(m_files.overridePath());
+    if (const auto stored = m_files.readUserMaterials(error))
+        adopt(*stored);
+    warn(m_files.userPath());
+}
+
+bool MaterialLibrary::edit(const QUuid &own, const std::function<bool()> &change)
+{
+    const Materials before = m_materials;
+    bool isDone = false;
+    {
+        const QString folder = m_files.folder();
+        QDir().mkpath(folder);
+        const store::FolderLock lock(folder, patience);
+        const bool isClear = refresh();
+        isDone = change();
+        if (isDone && isClear)
+            save();
+    }
+    tellOfOthers(before, own);
+    return isDone;
+}
+
+// A file that is gone says nothing of the materials in it: they are written anew.
+bool MaterialLibrary::refresh()
+{
+    QString error;
+    const auto moveAside = [&error](const QString &path) {
+        return error.isEmpty() ||
+               !store::setAsideFile(path, u"it can't be read (%1)"_s.arg(error)).isEmpty();
+    };
+    if (const auto overrides = m_files.readOverrides(error))
+        adoptOverrides(*overrides);
+    const bool isFirstClear = moveAside(m_files.overridePath());
+    if (const auto stored = m_files.readUserMaterials(error))
+        adopt(*stored);
+    return moveAside(m_files.userPath()) && isFirstClear;
+}
+
+void MaterialLibrary::adopt(const MaterialFiles::UserMaterials &stored)
+{
+    QList<CatalogMaterial> merged;
+    for (const CatalogMaterial &material : stored.materials)
+        if (!m_unsaved.contains(material.id))
+            merged.append(material);
+    for (const QUuid &id : std::as_const(m_unsaved))
+        if (const CatalogMaterial *own = material(id); own && !own->isBuiltIn)
+            merged.append(*own);
+    const QUuid ownDefault = m_defaultMaterialId;
+    forgetUserMaterials();
+    for (CatalogMaterial &material : merged) {
+        material.name = uniqueName(material.name);
+        insert(material);
+    }
+    m_defaultMaterialId = m_isDefaultUnsaved && m_materials.contains(ownDefault)
+                              ? ownDefault
+                              : m_ids.value(stored.defaultName, idByName(defaultMaterialName()));
+}
+
+void MaterialLibrary::adoptOverrides(const QList<CatalogMaterial> &overrides)
+{
+    QHash<QString, Material> tuned;
+    for (const CatalogMaterial &material : overrides)
+        tuned.insert(material.name, material.material);
+    const QList<CatalogMaterial> builtins = builtinMaterials();
+    for (const CatalogMaterial &original : builtins) {
+        CatalogMaterial &known = m_materials[idByName(original.name)];
+        if (!m_unsaved.contains(known.id))
+            known.material = tuned.value(original.name, original.material);
     }
 }
 
-void MaterialLibrary::loadUserMaterials()
+void MaterialLibrary::tellOfOthers(const Materials &before, const QUuid &own)
 {
-    const auto stored = readObject(filePath(userFile));
-    if (!stored)
-        m_unreadable.insert(userFile);
-    const QJsonArray entries = stored.value_or(QJsonObject()).value("materials"_L1).toArray();
-    for (const QJsonValue &entry : entries) {
-        if (!entry.isObject())
-            continue;
-        CatalogMaterial material = CatalogMaterial::fromVariantMap(entry.toObject().toVariantMap());
-        material.isBuiltIn = false;
-        material.name = uniqueName(material.name);
-        if (m_materials.contains(material.id))
-            material.id = QUuid::createUuid();
-        insert(material);
+    QList<QUuid> added, updated, removed;
+    for (auto it = m_materials.cbegin(); it != m_materials.cend(); ++it) {
+        const auto old = before.constFind(it.key());
+        if (it.key() != own && old == before.cend())
+            added.append(it.key());
+        else if (it.key() != own && *old != *it)
+            updated.append(it.key());
     }
-    const QString byDefault = stored.value_or(QJsonObject()).value("default"_L1).toString();
-    if (!byDefault.isEmpty())
-        m_defaultMaterialId = m_ids.value(byDefault, m_defaultMaterialId);
+    for (auto it = before.cbegin(); it != before.cend(); ++it)
+        if (it.key() != own && !m_materials.contains(it.key()))
+            removed.append(it.key());
+    for (const QUuid &id : std::as_const(added))
+        emit materialAdded(id);
+    for (const QUuid &id : std::as_const(updated))
+        emit materialUpdated(id);
+    if (m_activeMaterialId != own && !m_materials.contains(m_activeMaterialId))
+        setActiveMaterialId(m_defaultMaterialId);
+    for (const QUuid &id : std::as_const(removed))
+        emit materialRemoved(id);
 }
 
 void MaterialLibrary::insert(const CatalogMaterial &material)
@@ -258,48 +311,59 @@ void MaterialLibrary::insert(const CatalogMaterial &material)
     m_ids.insert(material.name, material.id);
 }
 
+void MaterialLibrary::change(const CatalogMaterial &material)
+{
+    insert(material);
+    m_unsaved.insert(material.id);
+}
+
+void MaterialLibrary::forgetUserMaterials()
+{
+    m_materials.removeIf([](const auto &entry) { return !entry.value().isBuiltIn; });
+    m_ids.removeIf([this](const auto &entry) { return !m_materials.contains(entry.value()); });
+}
+
+bool MaterialLibrary::isBuiltIn(const QUuid &id) const
+{
+    const CatalogMaterial *known = material(id);
+    return known && known->isBuiltIn;
+}
+
 void MaterialLibrary::save()
 {
-    QJsonArray entries;
-    const QList<CatalogMaterial> all = allMaterials();
-    for (const CatalogMaterial &material : all) {
-        if (material.isBuiltIn)
-            continue;
-        QVariantMap map = material.toVariantMap();
-        map.insert(u"id"_s, material.id.toString(QUuid::WithoutBraces));
-        entries.append(QJsonObject::fromVariantMap(map));
-    }
-    QJsonObject library{{u"materials"_s, entries}};
+    const auto builtins = std::count_if(m_unsaved.cbegin(), m_unsaved.cend(),
+                                        [this](const QUuid &id) { return isBuiltIn(id); });
+    const bool isUserUnsaved = m_isDefaultUnsaved || builtins < m_unsaved.size();
+    if (builtins > 0)
+        saveOverrides();
+    if (isUserUnsaved)
+        saveUserMaterials();
+}
+
+void MaterialLibrary::saveUserMaterials()
+{
+    MaterialFiles::UserMaterials content{.materials = allMaterials(), .defaultName = {}};
+    content.materials.removeIf([](const CatalogMaterial &material) { return material.isBuiltIn; });
     const QString byDefault = material(m_defaultMaterialId)->name;
     if (byDefault != defaultMaterialName())
-        library.insert(u"default"_s, byDefault);
-    keepUnreadable(userFile);
-    writeObject(filePath(userFile), library);
+        content.defaultName = byDefault;
+    if (!m_files.writeUserMaterials(content))
+        return;
+    m_isDefaultUnsaved = false;
+    m_unsaved.removeIf([this](const QUuid &id) { return !isBuiltIn(id); });
 }
 
 void MaterialLibrary::saveOverrides()
 {
-    QJsonArray overrides;
+    QList<CatalogMaterial> overrides;
     const QList<CatalogMaterial> builtins = builtinMaterials();
     for (const CatalogMaterial &original : builtins) {
         const CatalogMaterial *current = material(idByName(original.name));
-        if (current->material == original.material)
-            continue;
-        QVariantMap map = current->material.toVariantMap();
-        map.insert(u"name"_s, current->name);
-        overrides.append(QJsonObject::fromVariantMap(map));
+        if (current->material != original.material)
+            overrides.append(*current);
     }
-    keepUnreadable(overrideFile);
-    writeObject(filePath(overrideFile), {{u"overrides"_s, overrides}});
-}
-
-void MaterialLibrary::keepUnreadable(const QString &name)
-{
-    if (!m_unreadable.remove(name))
-        return;
-    const QString kept = filePath(name) + u".unreadable"_s;
-    QFile::remove(kept);
-    QFile::rename(filePath(name), kept);
+    if (m_files.writeOverrides(overrides))
+        m_unsaved.removeIf([this](const QUuid &id) { return isBuiltIn(id); });
 }
 
 QString MaterialLibrary::uniqueName(const QString &name) const

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <corvane/model/CatalogMaterial.h>
+#include <corvane/model/MaterialFiles.h>
 
 #include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSet>
 #include <QUuid>
+
+#include <functional>
 
 namespace corvane::model {
 
@@ -16,6 +19,10 @@ namespace corvane::model {
 /// The user's materials are in "materials.json"; of built-ins that were retuned the values are in
 /// "builtin_material_overrides.json", by name. Built-in ids are made anew on each run, on purpose:
 /// a saved scene carries a copy of each material that it uses, under the id that its nodes name.
+///
+/// Other processes may have a library in the same folder. An edit is made of what is on the disk by
+/// then, and no other process can write in between: what others added since stays, and shows here
+/// from then on, with its signals.
 class MaterialLibrary : public QObject
 {
     Q_OBJECT
@@ -69,22 +76,35 @@ signals:
     void activeMaterialChanged(const QUuid &id);
 
 private:
-    QString filePath(const QString &name) const;
+    using Materials = QHash<QUuid, CatalogMaterial>;
+
     void loadBuiltins();
-    void loadUserMaterials();
+    void load();
+    /// Lets `change` edit what the disk has by now, and saves it. False when `change` refuses.
+    /// Tells of what others changed; of the material `own`, as it is called after the change, its
+    /// editor tells himself.
+    bool edit(const QUuid &own, const std::function<bool()> &change);
+    /// False when a file is there that can't be read, nor moved out of the way.
+    bool refresh();
+    void adopt(const MaterialFiles::UserMaterials &stored);
+    void adoptOverrides(const QList<CatalogMaterial> &overrides);
+    void tellOfOthers(const Materials &before, const QUuid &own);
     void insert(const CatalogMaterial &material);
+    void change(const CatalogMaterial &material); ///< inserts what is to be saved
+    void forgetUserMaterials();
+    bool isBuiltIn(const QUuid &id) const;
     void save();
+    void saveUserMaterials();
     void saveOverrides();
-    /// Moves a file that could not be read out of the way of the one that is about to be written.
-    void keepUnreadable(const QString &name);
     QString uniqueName(const QString &name) const;
 
-    QString m_folder; ///< empty: that of the application
-    QHash<QUuid, CatalogMaterial> m_materials;
+    MaterialFiles m_files;
+    Materials m_materials;
     QHash<QString, QUuid> m_ids; ///< by name
     QUuid m_defaultMaterialId;
     QUuid m_activeMaterialId;
-    QSet<QString> m_unreadable; ///< files that must not be lost when they are written anew
+    QSet<QUuid> m_unsaved; ///< changed or removed since the disk was written
+    bool m_isDefaultUnsaved = false;
 };
 
 } // namespace corvane::model

@@ -5,11 +5,10 @@
 #include <corvane/shader/ParameterExtractor.h>
 #include <corvane/shader/ShaderValidator.h>
 #include <corvane/yaml/YamlParser.h>
+#include <store/RegularFile.h>
 
 #include "DefinitionValidation.h"
 #include "RegistryLog.h"
-
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -26,20 +25,16 @@ constexpr auto testShader =
 
 std::optional<QVariantMap> readYaml(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qCWarning(lcRegistry).noquote() << "Registry: Failed to open YAML file:" << path;
-        return std::nullopt;
-    }
-    // A device in the file's place has no end.
-    const QByteArray bytes = file.read(maxFileSize + 1);
-    if (bytes.size() > maxFileSize) {
-        qCWarning(lcRegistry).noquote() << "Registry: YAML file is too large:" << path;
+    QString reason;
+    const auto bytes = store::readRegularFile(path, maxFileSize, &reason);
+    if (!bytes) {
+        qCWarning(lcRegistry).noquote()
+            << "Registry: Failed to open YAML file:" << path << "-" << reason;
         return std::nullopt;
     }
     QList<yaml::YamlParser::ParseError> errors;
     const QVariantMap map =
-        yaml::YamlParser(yamlIndent).parseToVariantMap(QString::fromUtf8(bytes), errors);
+        yaml::YamlParser(yamlIndent).parseToVariantMap(QString::fromUtf8(*bytes), errors);
     for (const auto &error : std::as_const(errors))
         qCWarning(lcRegistry).noquote() << "Registry: YAML parse error:" << error.toString();
     return errors.isEmpty() ? std::optional(map) : std::nullopt;

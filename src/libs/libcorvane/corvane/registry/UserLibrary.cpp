@@ -2,11 +2,11 @@
 
 #include "RegistryLog.h"
 
+#include <store/RegularFile.h>
 #include <store/SafeFile.h>
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -24,15 +24,17 @@ constexpr qint64 maxFileSize = 64 * 1024 * 1024;
 
 std::optional<QList<DefinitionPtr>> UserLibrary::load(const QString &path)
 {
-    if (!QFileInfo(path).isFile())
+    if (!QFileInfo::exists(path))
         return std::nullopt;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maxFileSize) {
-        qCWarning(lcRegistry).noquote() << "Registry: Cannot read user library:" << path;
+    QString reason;
+    const auto bytes = store::readRegularFile(path, maxFileSize, &reason);
+    if (!bytes) {
+        qCWarning(lcRegistry).noquote()
+            << "Registry: Cannot read user library:" << path << "-" << reason;
         return std::nullopt;
     }
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(*bytes, &error);
     if (!document.isObject()) {
         qCWarning(lcRegistry).noquote()
             << "Registry: Cannot read user library:" << path << error.errorString();
@@ -60,12 +62,10 @@ bool UserLibrary::save(const QString &path, const QList<DefinitionPtr> &definiti
         {u"timestamp"_s, QDateTime::currentDateTime().toString(Qt::ISODate)},
     };
     QDir().mkpath(QFileInfo(path).path());
-    store::SafeFile file(path);
-    const QByteArray bytes = QJsonDocument(library).toJson();
-    if (file.open() && file.write(bytes) && file.commit())
+    QString error;
+    if (store::writeRegularFile(path, QJsonDocument(library).toJson(), &error))
         return true;
-    qCWarning(lcRegistry).noquote()
-        << "Registry: Failed to save user library:" << path << file.errorString();
+    qCWarning(lcRegistry).noquote() << "Registry: Failed to save user library:" << path << error;
     return false;
 }
 

@@ -11,7 +11,9 @@
 #include <corvane/zirn/ZirnTaskContext.h>
 
 #include <batch/BatchQueue.h>
+#include <store/RegularFile.h>
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QPointer>
 
@@ -112,6 +114,16 @@ std::optional<bench::BenchPipelineDefinition> definitionFor(const ZirnTaskParams
     return bench::BenchPipelineDefinition::fromJson(object, error);
 }
 
+/// Why the mesh can't go there; empty where it can. A FIFO would be waited for.
+QString outputObstacle(const QString &scenePath, const QString &outputPath)
+{
+    const QFileInfo output(outputPath);
+    if (store::isSameFile(scenePath, outputPath))
+        return u"%1 is the scene itself"_s.arg(outputPath);
+    return output.exists() && !output.isFile() ? u"%1 is no regular file"_s.arg(outputPath)
+                                               : QString();
+}
+
 QJsonObject metricsJson(const bench::MeshMetrics &metrics)
 {
     QJsonObject object;
@@ -189,6 +201,9 @@ ZirnTaskResult exportMesh(const ZirnTaskParams &given, ZirnTaskContext &context)
     const auto definition = definitionFor(arguments, error);
     if (!definition)
         return failed(attempt, error, u"check extractor, cellSize, backend and postprocess"_s);
+    const QString obstacle = outputObstacle(scenePath, outputPath);
+    if (!obstacle.isEmpty())
+        return failed(attempt, obstacle, u"choose another outputPath"_s);
     const auto compiled = onMainThread([&] { return bench::compileSceneFile(scenePath, error); });
     if (!compiled || !*compiled)
         return failed(attempt, u"cannot use scene %1: %2"_s.arg(scenePath, error),

@@ -86,9 +86,12 @@ HistoryConnection::~HistoryConnection()
 bool HistoryConnection::open(const QString &path)
 {
     const QFileInfo file(path);
-    if (file.exists() && !file.isFile()) {
-        m_error = path + u" is no regular file"_s;
-        return false;
+    for (const auto suffix : {""_L1, "-journal"_L1, "-wal"_L1, "-shm"_L1}) {
+        const QFileInfo part(path + suffix);
+        if (part.exists() && !part.isFile()) {
+            m_error = part.filePath() + u" is no regular file"_s;
+            return false;
+        }
     }
     if (!QDir().mkpath(file.absolutePath())) {
         m_error = u"cannot create the folder "_s + file.absolutePath();

@@ -2,9 +2,9 @@
 
 #include <corvane/zirn/SetAside.h>
 #include <store/MethodGate.h>
+#include <store/RegularFile.h>
 #include <store/SafeFile.h>
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -87,18 +87,15 @@ std::optional<QList<PermissionGrant>> grantsFromJson(const QByteArray &json)
     return grants;
 }
 
-/// False, and said in the log, when it cannot be read. Opening a FIFO would wait for its writer.
-bool readFile(const QString &path, QByteArray &content)
+/// None, and said in the log, when it cannot be read.
+std::optional<QByteArray> readFile(const QString &path)
 {
-    QFile file(path);
-    const bool isFile = QFileInfo(path).isFile();
-    if (isFile && file.open(QIODevice::ReadOnly)) {
-        content = file.read(maxFileSize);
-        return true;
-    }
-    qCWarning(lcPermissions).noquote() << "PermissionStore: cannot read" << path << "-"
-                                       << (isFile ? file.errorString() : u"no regular file"_s);
-    return false;
+    QString error;
+    const auto content = store::readRegularFile(path, maxFileSize, &error);
+    if (!content)
+        qCWarning(lcPermissions).noquote()
+            << "PermissionStore: cannot read" << path << "-" << error;
+    return content;
 }
 
 } // namespace
@@ -174,11 +171,11 @@ bool PermissionStore::removeIf(Predicate isUnwanted)
 bool PermissionStore::load(const QString &path)
 {
     const store::MethodGate gate(this);
-    QByteArray json;
     const bool exists = QFileInfo::exists(path);
-    if (exists && !readFile(path, json))
+    const auto json = exists ? readFile(path) : QByteArray();
+    if (!json)
         return false;
-    const auto loaded = exists ? grantsFromJson(json) : QList<PermissionGrant>();
+    const auto loaded = exists ? grantsFromJson(*json) : QList<PermissionGrant>();
     if (!loaded)
         qCWarning(lcPermissions).noquote()
             << "PermissionStore: damaged file set aside as" << setAside(path);
@@ -201,7 +198,8 @@ bool PermissionStore::save(const QString &path, QString *error) const
         if (outlivesSession(grant) && grant.isValid(now))
             array.append(toJson(grant));
     }
-    return store::writeFile(path, QJsonDocument(QJsonObject{{grantsKey, array}}).toJson(), error);
+    return store::writeRegularFile(path, QJsonDocument(QJsonObject{{grantsKey, array}}).toJson(),
+                                   error);
 }
 
 } // namespace corvane::zirn
