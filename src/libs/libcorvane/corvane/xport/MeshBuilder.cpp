@@ -3,12 +3,12 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/PostProcess.h>
 
+#include <concurrency/parallelFor.h>
+#include <concurrency/startThread.h>
 #include <mesh/BulkList.h>
 #include <mesh/io/IORegistry.h>
-#include <mesh/parallelFor.h>
 
 #include <QLoggingCategory>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <memory>
@@ -108,10 +108,17 @@ qint64 closeGaps(const std::vector<Part> &parts, Vertex *vertices)
 /// To let go of millions of elements takes milliseconds that nobody needs to wait for.
 void releaseLater(SurfaceMesh &&mesh)
 {
-    QThreadPool::globalInstance()->start([released = std::move(mesh)] {});
+    const auto kept = std::make_shared<SurfaceMesh>(std::move(mesh));
+    concurrency::runAside("Ondrel.release", [kept] { *kept = {}; });
 }
 
 } // namespace
+
+double MeshBuilder::bytesEach()
+{
+    return double(sizeof(GridSurface::Corners) + 3 * sizeof(Vertex) +
+                  sizeof(::mesh::ElementData<float>));
+}
 
 SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads,
                                   const std::atomic_bool *cancel)
@@ -123,7 +130,7 @@ SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads,
     ::mesh::BulkList<::mesh::ElementData<float>> elements(total);
     const std::vector<GridSurface::Slice> slices = source.slices();
     std::vector<Part> parts = partsOf(slices);
-    ::mesh::parallelFor(qsizetype(parts.size()), threads, [&](qsizetype i) {
+    concurrency::parallelFor(qsizetype(parts.size()), threads, [&](qsizetype i) {
         if (!isCancelled())
             makePart(source, parts[static_cast<std::size_t>(i)], vertices.data(), elements.data());
     });
