@@ -1,6 +1,8 @@
 #pragma once
 
-/// Makes an exception that nobody catches, on whatever thread, end the program with a sentence and
-/// the status of a failed operation: memory that ran out, as a rule. Files that are being written
-/// are removed, and what they would have replaced stays.
+/// Makes memory that runs out end the program with a sentence and the status of a failed operation
+/// where nobody catches the exception, or a library writes to memory that it did not get; on
+/// whatever thread. Files that are being written are removed, and what they would have replaced
+/// stays. Any other exception that nobody catches ends likewise. At the start of main, before any
+/// thread is there.
 void installFailureHandler();

@@ -19,6 +19,8 @@
 #include <QElapsedTimer>
 #include <QScopeGuard>
 
+#include <memory>
+
 namespace corvane::xport {
 
 using namespace Qt::StringLiterals;
@@ -27,6 +29,9 @@ namespace {
 
 /// The more chunks, the fewer of them are worth a signal.
 constexpr qint64 mostReports = 10000;
+
+/// To tell that memory has run out takes some itself. So much at a time goes back to the system.
+constexpr std::size_t reservedBytes = std::size_t(1) << 20;
 
 eval::DefinitionTable collectDefinitions(const ExportRequest &request)
 {
@@ -115,8 +120,10 @@ ExportResult ExportPipeline::work(const ExportRequest &request,
     timer.start();
     ExportResult result;
     m_stage = "preparing the field"_L1;
+    auto reserve = std::make_unique<char[]>(reservedBytes);
     const concurrency::Outcome outcome =
         concurrency::guarded([&] { result = execute(request, definitions); });
+    reserve.reset();
     if (!outcome.isGood())
         result = ExportResult::failed(brokenOff(outcome.reason(), m_stage, request));
     result.elapsedSeconds = static_cast<double>(timer.elapsed()) / 1000.0;
