@@ -17,7 +17,6 @@
 #include <corvane/xport/ExportRequest.h>
 #include <store/SafeFile.h>
 
-#include <QEventLoop>
 
 #include <optional>
 
@@ -142,21 +141,12 @@ void addSettings(const Corvane &scene, const ExportOptions &options, ExportReque
 ExportResult runPipeline(const ExportRequest &request)
 {
     ExportPipeline pipeline;
-    ExportResult result;
-    QEventLoop loop;
-    QObject::connect(&pipeline, &ExportPipeline::progressChanged, &loop,
+    QObject::connect(&pipeline, &ExportPipeline::progressChanged, &pipeline,
                      [](qint64 current, qint64 total) {
                          printError(u"Progress: %1/%2 chunks"_s.arg(QString::number(current),
                                                                     QString::number(total)));
                      });
-    QObject::connect(&pipeline, &ExportPipeline::finished, &loop,
-                     [&](const ExportResult &finished) {
-                         result = finished;
-                         loop.quit();
-                     });
-    pipeline.run(request);
-    loop.exec();
-    return result;
+    return pipeline.runHere(request);
 }
 
 ExportResult runWithFallback(ExportRequest request)
@@ -172,6 +162,8 @@ ExportResult runWithFallback(ExportRequest request)
 
 int report(const ExportResult &result, const ExportOptions &options)
 {
+    for (const corvane::model::SceneWarning &warning : result.warnings)
+        printError(warning.toString());
     printError(resultLine(result));
     if (!result.success)
         return CorvaneMain::OperationFailed;

@@ -60,9 +60,11 @@ int saveScene(ZirnSession &session, const QString &path)
 
 int runPlan(ZirnSession &session, const TaskPlan &plan, const QString &savePath)
 {
-    const auto result = session.run(plan);
+    QString rejection;
+    const auto result = session.run(plan, rejection);
     if (!result) {
         printError(u"Error: plan rejected (another plan running?)"_s);
+        printError(rejection);
         return CorvaneMain::OperationFailed;
     }
     if (result->success)

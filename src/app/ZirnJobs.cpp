@@ -38,7 +38,10 @@ bool ZirnJobs::finish()
     for (const batch::BatchJob &job : jobs) {
         const bool isDone = job.status == BatchStatus::Done;
         allDone = allDone && isDone;
-        const QString end = isDone ? u"done"_s : u"failed: "_s + job.error;
+        const QString failures = job.result.value(u"failures"_s).toString();
+        const QString end = !isDone              ? u"failed: "_s + job.error
+                            : failures.isEmpty() ? u"done"_s
+                                                 : u"done, but "_s + failures;
         CorvaneMain::printError(u"Job #%1 (%2) %3"_s.arg(QString::number(job.id), job.label, end));
     }
     return allDone;

@@ -12,6 +12,7 @@
 #include <corvane/ops/CorvaneServiceLocator.h>
 #include <corvane/tasks/SceneErrors.h>
 #include <corvane/yaml/YamlParser.h>
+#include <corvane/zirn/LLMSession.h>
 #include <corvane/zirn/ZirnAuthContext.h>
 #include <corvane/zirn/ZirnTaskRuntime.h>
 #include <store/KeptCopy.h>
@@ -145,7 +146,7 @@ ZirnSession::~ZirnSession()
     CorvaneServiceLocator::instance().clear();
 }
 
-std::optional<TaskPlanResult> ZirnSession::run(const TaskPlan &plan)
+std::optional<TaskPlanResult> ZirnSession::run(const TaskPlan &plan, QString &rejection)
 {
     using namespace corvane::zirn;
     FileScopedAuthContext caller;
@@ -160,10 +161,12 @@ std::optional<TaskPlanResult> ZirnSession::run(const TaskPlan &plan)
                      });
     const Operator submitter{
         .type = OperatorType::Directive, .id = u"headless-cli"_s, .displayName = u"headless-cli"_s};
-    if (!runtime.submit(plan, submitter))
-        return std::nullopt;
-    loop.exec();
-    return result;
+    const bool isAccepted = runtime.submit(plan, submitter);
+    loop.exec(); // a plan that was turned away completes too
+    if (isAccepted)
+        return result;
+    rejection = corvane::zirn::LLMSession::formatResultForLLM(*result);
+    return std::nullopt;
 }
 
 void ZirnSession::compile()

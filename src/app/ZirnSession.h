@@ -27,8 +27,10 @@ public:
     ZirnSession(const ZirnSession &) = delete;
     ZirnSession &operator=(const ZirnSession &) = delete;
 
-    /// Runs the plan to its end in a nested event loop. None when the plan was turned away.
-    std::optional<corvane::zirn::TaskPlanResult> run(const corvane::zirn::TaskPlan &plan);
+    /// Runs the plan to its end in a nested event loop. None when the plan was turned away, with
+    /// the reason.
+    std::optional<corvane::zirn::TaskPlanResult> run(const corvane::zirn::TaskPlan &plan,
+                                                     QString &rejection);
 
     /// Compiles the tree into the document. What the document drew before and still has stays in
     /// the picture, ahead of the tree.

@@ -1,4 +1,5 @@
 #include "CorvaneMain.h"
+#include "FailureHandler.h"
 
 #include <store/ShutdownLifecycle.h>
 
@@ -9,6 +10,7 @@
 
 int main(int argc, char **argv)
 {
+    installFailureHandler();
     const int status = CorvaneMain::run(argc, argv);
     store::ShutdownLifecycle::instance().finishWork(std::chrono::seconds(5));
     std::cout.flush();

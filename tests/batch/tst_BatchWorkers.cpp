@@ -6,6 +6,8 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 
+#include <new>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using batch::AdaptiveProgressInterval;
@@ -27,17 +29,25 @@ public:
     void execute(BatchQueue *queue, quint64 id) override
     {
         started = startCoordinator(u"Corvane.test-coordinator"_s, [=, this] {
-            threadName = QThread::currentThread()->objectName();
-            go.acquire();
-            postProgress(queue, id, 1, 2);
-            postLog(queue, id, batch::BatchLogLevel::Warning, u"half way"_s);
-            queue->complete(id, {});
+            failUnlessGood(queue, id, [&] { work(queue, id); });
         });
+    }
+
+    void work(BatchQueue *queue, quint64 id)
+    {
+        threadName = QThread::currentThread()->objectName();
+        go.acquire();
+        if (isGreedy)
+            throw std::bad_alloc();
+        postProgress(queue, id, 1, 2);
+        postLog(queue, id, batch::BatchLogLevel::Warning, u"half way"_s);
+        queue->complete(id, {});
     }
 
     QSemaphore go;
     QString threadName;
     bool started = false;
+    bool isGreedy = false;
 };
 
 } // namespace
@@ -72,6 +82,20 @@ private slots:
         QCOMPARE(queue.progress(id), BatchQueue::Progress(1, 2));
         QCOMPARE(queue.logs(id).first().level, batch::BatchLogLevel::Warning);
         QCOMPARE(worker.threadName, u"Corvane.test-coordinator"_s);
+    }
+
+    void workThatRunsOutOfMemoryFailsItsJob()
+    {
+        BatchQueue queue;
+        CoordinatedWorker worker;
+        const quint64 id = queue.submit({.type = u"a"_s});
+        queue.claim(id, u"w"_s);
+        worker.isGreedy = true;
+        worker.go.release();
+        worker.execute(&queue, id);
+        QTRY_COMPARE(queue.job(id)->status, BatchStatus::Failed);
+        QCOMPARE(queue.job(id)->error, u"The job broke off: out of memory"_s);
+        QTRY_VERIFY(worker.canAccept());
     }
 
     void aSlotIsFreeWhenItsLastHolderIsGone()

@@ -1,5 +1,9 @@
 #include "BatchWorkerBase.h"
 
+#include <concurrency/Outcome.h>
+
+using namespace Qt::StringLiterals;
+
 namespace lab {
 
 BatchWorkerBase::BatchWorkerBase(QObject *parent)
@@ -33,6 +37,15 @@ void BatchWorkerBase::waitForCoordinator()
 {
     if (m_coordinator)
         m_coordinator->wait();
+}
+
+bool BatchWorkerBase::failUnlessGood(batch::BatchQueue *queue, quint64 id,
+                                     const std::function<void()> &work)
+{
+    const concurrency::Outcome outcome = concurrency::guarded(work);
+    if (!outcome.isGood())
+        queue->fail(id, u"The job broke off: %1"_s.arg(outcome.reason()));
+    return outcome.isGood();
 }
 
 void BatchWorkerBase::postProgress(batch::BatchQueue *queue, quint64 id, qint32 current,

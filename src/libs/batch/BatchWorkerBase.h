@@ -39,6 +39,11 @@ protected:
     /// Blocks until the function has ended; at once if none runs. Main thread.
     void waitForCoordinator();
 
+    /// Calls the work at a job; when it ends by an exception, out of memory as a rule, the job has
+    /// failed. False then. On the coordinator's thread.
+    static bool failUnlessGood(batch::BatchQueue *queue, quint64 id,
+                               const std::function<void()> &work);
+
     /// Reports through the event loop of the queue's own thread: a coordinator that reports often
     /// does not run the queue's listeners. Posted calls keep their order. Any thread.
     static void postProgress(batch::BatchQueue *queue, quint64 id, qint32 current, qint32 total);

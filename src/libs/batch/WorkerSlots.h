@@ -11,7 +11,8 @@ namespace batch {
 ///     bool canAccept() const override { return m_slots.isFree(); }
 ///     void execute(BatchQueue *queue, quint64 jobId) override
 ///     {
-///         QtConcurrent::run([=, slot = m_slots.take()] { work(queue, jobId); });
+///         concurrency::startThread(m_thread, "Worker",
+///                                  [=, slot = m_slots.take()] { work(queue, jobId); });
 ///     }
 class WorkerSlots
 {

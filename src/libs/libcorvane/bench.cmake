@@ -14,7 +14,7 @@ corvane_library(corvane_bench
         corvane/bench/PlotScale.cpp
         corvane/bench/SvgPlot.cpp
         corvane/bench/TestDB.cpp
-    LINKS batch corvane_field corvane_jobs mesh Qt6::Core
+    LINKS batch concurrency corvane_field corvane_jobs mesh Qt6::Core
     PRIVATE_LINKS Qt6::Sql store)
 
 corvane_resources(corvane_bench bench_templates

@@ -45,5 +45,4 @@ corvane_library(corvane_field
         corvane/xport/SealedField.cpp
         corvane/xport/VolumeExport.cpp
         corvane/xport/VolumeMesh.cpp
-    LINKS corvane_model mesh eval Qt6::Core Qt6::Gui
-    PRIVATE_LINKS Qt6::Concurrent)
+    LINKS concurrency corvane_model mesh eval Qt6::Core Qt6::Gui)

@@ -8,4 +8,4 @@ corvane_library(corvane_jobs
         corvane/jobs/JobWatch.cpp
         corvane/xport/ExportJob.cpp
         corvane/xport/MeshExportWorker.cpp
-    LINKS batch corvane_asset corvane_field mesh Qt6::Core)
+    LINKS batch concurrency corvane_asset corvane_field mesh Qt6::Core)

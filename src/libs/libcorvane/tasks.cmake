@@ -25,5 +25,5 @@ corvane_library(corvane_tasks
         corvane/tasks/TaskFactory.cpp
         corvane/tasks/TaskJson.cpp
         corvane/tasks/TreeDescription.cpp
-    LINKS batch corvane_bench corvane_ops corvane_zirn Qt6::Core
+    LINKS batch concurrency corvane_bench corvane_ops corvane_zirn Qt6::Core
     PRIVATE_LINKS Qt6::Sql store)

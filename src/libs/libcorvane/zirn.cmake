@@ -25,4 +25,4 @@ corvane_library(corvane_zirn
         corvane/zirn/ZirnTaskRuntime.cpp
         corvane/zirn/ZirnUIDriver.h
     LINKS Qt6::Core
-    PRIVATE_LINKS Qt6::Sql store)
+    PRIVATE_LINKS concurrency Qt6::Sql store)

@@ -1,7 +1,6 @@
 #include "FormatExporter.h"
 
-#include <mesh/parallelFor.h>
-
+#include <concurrency/parallelFor.h>
 #include <store/SafeFile.h>
 
 #include <QFileInfo>
@@ -114,7 +113,7 @@ Result<ElementCount> countElements(const Mesh<T> &mesh, int threads,
 {
     const qsizetype blocks = (mesh.elements.size() + elementsPerBlock - 1) / elementsPerBlock;
     std::vector<BlockCount> counts(static_cast<std::size_t>(blocks));
-    parallelFor(blocks, threads, [&](qsizetype block) {
+    concurrency::parallelFor(blocks, threads, [&](qsizetype block) {
         counts[std::size_t(block)] = countBlock(mesh, block * elementsPerBlock, isWritten);
     });
     ElementCount written;

@@ -1,6 +1,6 @@
 #include "ItemWriter.h"
 
-#include <mesh/parallelFor.h>
+#include <concurrency/parallelFor.h>
 
 #include <algorithm>
 #include <condition_variable>
@@ -44,15 +44,15 @@ public:
             formatNextOrWait(lock);
     }
 
-    /// The next block to write.
-    const BlockWriter &next(qsizetype &items)
+    /// The next block to write; null once they are stopped.
+    const BlockWriter *next(qsizetype &items)
     {
         std::unique_lock lock(m_mutex);
         Place &place = placeOf(m_nextToWrite);
-        while (!place.isReady)
+        while (!place.isReady && !m_stopped)
             formatNextOrWait(lock);
         items = place.items;
-        return place.bytes;
+        return m_stopped ? nullptr : &place.bytes;
     }
 
     /// The block of next() is written.
@@ -128,15 +128,15 @@ bool ItemWriter::write(qsizetype count, const Format &format)
     const auto writeAll = [&] {
         for (qsizetype block = 0; block < blocks.count() && goesOn; ++block) {
             qsizetype items = 0;
-            const BlockWriter &bytes = blocks.next(items);
-            goesOn = deliver(bytes, items);
+            const BlockWriter *const bytes = blocks.next(items);
+            goesOn = bytes && deliver(*bytes, items);
             blocks.advance();
         }
         blocks.stop();
     };
     const int helpers = int(std::min<qsizetype>(threads, blocks.count())) - 1;
-    runBeside(
-        helpers, [&blocks] { blocks.formatAll(); }, writeAll);
+    concurrency::runBeside(
+        helpers, [&blocks] { blocks.formatAll(); }, writeAll, [&blocks] { blocks.stop(); });
     return goesOn;
 }
 

@@ -179,14 +179,26 @@ private slots:
         data.insert(u"exportTimeoutMs"_s, timeoutMs);
         data.insert(u"scenePaths"_s, QStringList(path(u"scenes/a_bad.corvane"_s)));
         const batch::BatchJob job = runner.run(type, data);
-        QVERIFY2(job.status == BatchStatus::Done, qPrintable(job.error));
-        QCOMPARE(job.result.value(u"cells"_s).toInt(), 1);
-        QCOMPARE(job.result.value(u"exportOk"_s).toInt(), 0);
+        QCOMPARE(job.status, BatchStatus::Failed); // as there is no other cell
+        const QString all = u"1 of 1 cells failed; the first, a_bad × a_mc: "_s;
+        QVERIFY2(job.error.startsWith(all + error), qPrintable(job.error));
         QCOMPARE(rows(u"SELECT iteration, success, score, surface_p95 IS NULL FROM runs"_s),
                  QStringList(u"0|0|0|1"_s));
         const QStringList said = runner.messages(job.id).filter(u"a_bad × a_mc: "_s + error);
         QVERIFY2(said.size() == 1, qPrintable(runner.messages(job.id).join(u'\n')));
         QVERIFY(contentOf(path(u"results-set1.html"_s)).contains("failed"));
+    }
+
+    void failuresAreToldOfASetThatIsDone()
+    {
+        write(u"scenes/a_bad.corvane"_s, "corvane:\n  name: nothing\n");
+        MeshBenchWorker worker;
+        support::JobRunner runner(&worker);
+        const batch::BatchJob job = runner.run(type, payload());
+        QVERIFY2(job.status == BatchStatus::Done, qPrintable(job.error));
+        QCOMPARE(job.result.value(u"exportOk"_s).toInt(), 2);
+        QCOMPARE(job.result.value(u"failures"_s).toString(),
+                 u"2 of 4 cells failed; the first, a_bad × mc: scene has no geometry"_s);
     }
 
     void failuresOfTheWholeEndTheJob_data()

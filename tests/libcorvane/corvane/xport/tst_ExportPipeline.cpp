@@ -1,4 +1,6 @@
 #include <support/ExportRun.h>
+#include <support/Files.h>
+#include <support/NoThreads.h>
 
 #include <QFile>
 #include <QSignalSpy>
@@ -45,6 +47,9 @@ private slots:
     void faultyPointsAreOutside();
     void secondRunIsRefused();
     void moreThreadsThanWorkIsFine();
+    void withoutThreadsTheMeshIsTheSame_data();
+    void withoutThreadsTheMeshIsTheSame();
+    void withoutAThreadOfItsOwnARunFails();
     void directExportConverts();
     void anotherRunMayFollow();
 
@@ -264,6 +269,48 @@ void TstExportPipeline::moreThreadsThanWorkIsFine()
     request.threadCount = 64;
     for (int i = 0; i < 20; ++i)
         QVERIFY(exported(request).success);
+}
+
+void TstExportPipeline::withoutThreadsTheMeshIsTheSame_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::newRow("marching cubes") << Change([](ExportRequest &) {});
+    QTest::newRow("uniform, post-processed") << Change([](ExportRequest &r) {
+        r.extractor = 1, r.postprocess = QStringList{u"weld"_s, u"sdfProject"_s};
+    });
+    QTest::newRow("octree, bounds found")
+        << Change([](ExportRequest &r) { r.extractor = 2, r.autoBounds = true; });
+    QTest::newRow("volume") << Change([](ExportRequest &r) { r.algorithm = 1; });
+}
+
+void TstExportPipeline::withoutThreadsTheMeshIsTheSame()
+{
+    QFETCH(Change, change);
+    ExportRequest request = requestFor(sphere);
+    request.threadCount = 4;
+    request.outputPath = m_folder->filePath(u"out.vtk"_s);
+    change(request);
+    const ExportResult usual = exported(request);
+    QVERIFY2(usual.success, qPrintable(usual.errorMessage));
+    const QByteArray mesh = support::contentOf(request.outputPath);
+    const support::NoThreads none;
+    ExportPipeline pipeline;
+    QSignalSpy progress(&pipeline, &ExportPipeline::progressChanged);
+    const ExportResult alone = pipeline.runHere(request);
+    QVERIFY2(alone.success, qPrintable(alone.errorMessage));
+    QCOMPARE(alone.triangleCount, usual.triangleCount);
+    QVERIFY(support::contentOf(request.outputPath) == mesh);
+    QCOMPARE(progress.last().at(0), progress.last().at(1));
+}
+
+void TstExportPipeline::withoutAThreadOfItsOwnARunFails()
+{
+    const support::NoThreads none;
+    const ExportResult result = exported(requestFor(sphere));
+    QVERIFY(!result.success);
+    QCOMPARE(result.errorMessage,
+             u"The export was not begun: the system starts no further thread. End other programs, "
+             "or raise its limits"_s);
 }
 
 void TstExportPipeline::directExportConverts()

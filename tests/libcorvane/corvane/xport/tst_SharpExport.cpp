@@ -342,9 +342,11 @@ void TstSharpExport::whatDoesNotFitIsSaidWithNumbers()
     QVERIFY(availableMemory() > 1e6);
     QCOMPARE(memoryError(u"A thing"_s, 8e9, 1e10), QString());
     QCOMPARE(memoryError(u"A thing"_s, 9.5e9, 1e10),
-             u"A thing needs 9.5 GB of memory, and 10.0 GB are available"_s);
+             u"A thing needs 9.5 GB of memory, and 10.0 GB are available: use a larger "
+             "cell size or free memory"_s);
     QCOMPARE(memoryError(u"A thing"_s, 5e6, 1.5e6),
-             u"A thing needs 5.0 MB of memory, and 1.5 MB are available"_s);
+             u"A thing needs 5.0 MB of memory, and 1.5 MB are available: use a larger "
+             "cell size or free memory"_s);
 }
 
 QTEST_GUILESS_MAIN(TstSharpExport)

@@ -10,6 +10,8 @@
 #include <QSemaphore>
 #include <QThread>
 
+#include <new>
+
 using namespace Qt::StringLiterals;
 using namespace corvane::zirn;
 using namespace std::chrono_literals;
@@ -97,6 +99,10 @@ void TstZirnTaskRuntime::init()
     addTask(*m_registry, u"t.fail"_s, [](const ZirnTaskParams &, ZirnTaskContext *) {
         return ZirnTaskResult::failed(u"failed"_s);
     });
+    addTask(*m_registry, u"t.greedy"_s,
+            [](const ZirnTaskParams &, ZirnTaskContext *) -> ZirnTaskResult {
+                throw std::bad_alloc();
+            });
     addTask(*m_registry, u"t.poll"_s, untilCancelled);
     addTask(*m_registry, u"t.loop"_s, untilTold);
     addTask(*m_registry, u"t.scoped"_s)->scopes = QStringList{u"s.one"_s, u"s.two"_s};
@@ -148,6 +154,11 @@ void TstZirnTaskRuntime::failureEndsThePlan_data()
     QTest::addColumn<QString>("message");
 
     QTest::newRow("failed task") << call(u"t.fail"_s) << u"failed"_s;
+    QTest::newRow("task that runs out of memory")
+        << call(u"t.greedy"_s)
+        << u"Failed to execute 't.greedy': out of memory. State: what the task had done by then "
+           u"stays. Suggestion: ask for less at a time (a larger cell size, fewer items) or free "
+           u"memory, and run the step again."_s;
     QTest::newRow("unknown task")
         << call(u"t.none"_s)
         << u"Failed to execute step 3: task 't.none' not found in registry. State: prior steps "

@@ -5,6 +5,10 @@
 #include <corvane/jobs/JobWatch.h>
 
 #include <batch/BatchQueue.h>
+#include <concurrency/Outcome.h>
+#include <concurrency/startThread.h>
+
+#include <thread>
 
 namespace corvane::asset {
 
@@ -17,6 +21,7 @@ struct MeshImportWorker::Run
     QString snapshotId;
     jobs::JobWatch watch;
     std::shared_ptr<void> slot;
+    std::thread thread{};
 };
 
 MeshImportWorker::MeshImportWorker(AssetStore *assets, MeshImportContextStore *contexts,
@@ -24,15 +29,14 @@ MeshImportWorker::MeshImportWorker(AssetStore *assets, MeshImportContextStore *c
     : QObject(parent)
     , m_assets(assets)
     , m_contexts(contexts)
-{
-    m_pool.setMaxThreadCount(mostAtOnce);
-}
+{}
 
 MeshImportWorker::~MeshImportWorker()
 {
     for (const auto &run : m_runs)
         run->watch.giveUp();
-    m_pool.waitForDone();
+    for (const auto &run : m_runs)
+        run->thread.join();
 }
 
 QString MeshImportWorker::workerId() const
@@ -70,27 +74,43 @@ void MeshImportWorker::execute(batch::BatchQueue *queue, quint64 jobId)
         return refuse(u"Missing import context for snapshot: %1"_s.arg(snapshotId));
     queue->appendLog(jobId, batch::BatchLogLevel::Info,
                      u"Loading mesh from: %1"_s.arg(context->absolutePath));
-    start(std::unique_ptr<Run>(
-              new Run{queue, jobId, snapshotId, jobs::JobWatch(queue, jobId), m_slots.take()}),
-          *context);
+    std::unique_ptr<Run> run(
+        new Run{queue, jobId, snapshotId, jobs::JobWatch(queue, jobId), m_slots.take()});
+    if (!start(std::move(run), *context))
+        refuse(u"Mesh import: the system starts no further thread"_s);
 }
 
-void MeshImportWorker::start(std::unique_ptr<Run> made, const MeshImportContext &context)
+bool MeshImportWorker::start(std::unique_ptr<Run> made, const MeshImportContext &context)
 {
     Run *const run = made.get(); // lives until finish(), or until we go
     m_runs.push_back(std::move(made));
-    m_pool.start([this, run, context] {
-        int told = -1;
-        MeshImport import([&](int percent) {
-            const bool wanted = run->watch.wanted();
-            if (wanted && percent != std::exchange(told, percent))
-                run->queue->setProgress(run->jobId, percent, 100);
-            return wanted;
-        });
-        const auto result = Result::create(import.run(context));
-        QMetaObject::invokeMethod(
-            this, [=, this] { finish(run, result); }, Qt::QueuedConnection);
+    if (concurrency::startThread(run->thread, "Ondrel.import",
+                                 [this, run, context] { import(*run, context); }))
+        return true;
+    m_runs.pop_back();
+    return false;
+}
+
+/// On the run's thread.
+void MeshImportWorker::import(Run &run, const MeshImportContext &context)
+{
+    int told = -1;
+    MeshImport import([&](int percent) {
+        const bool wanted = run.watch.wanted();
+        if (wanted && percent != std::exchange(told, percent))
+            run.queue->setProgress(run.jobId, percent, 100);
+        return wanted;
     });
+    MeshImportResult result;
+    const concurrency::Outcome outcome =
+        concurrency::guarded([&] { result = import.run(context); });
+    if (!outcome.isGood()) {
+        result = {};
+        result.error = u"The import broke off: %1"_s.arg(outcome.reason());
+    }
+    QMetaObject::invokeMethod(
+        this, [this, &run, result = Result::create(result)] { finish(&run, result); },
+        Qt::QueuedConnection);
 }
 
 void MeshImportWorker::finish(Run *ended, const Result &result)
@@ -99,6 +119,7 @@ void MeshImportWorker::finish(Run *ended, const Result &result)
                                     [ended](const auto &run) { return run.get() == ended; });
     const std::unique_ptr<Run> run = std::move(*place);
     m_runs.erase(place);
+    run->thread.join(); // has posted this call last of all
     bool done = false;
     if (run->watch.wanted() && result->error.isEmpty())
         done = file(*run, result);

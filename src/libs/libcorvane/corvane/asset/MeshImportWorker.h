@@ -10,7 +10,6 @@
 
 #include <QObject>
 #include <QSharedPointer>
-#include <QThreadPool>
 #include <QUuid>
 #include <QVariantMap>
 
@@ -87,7 +86,8 @@ private:
     struct Run;
     using Result = QSharedPointer<const MeshImportResult>;
 
-    void start(std::unique_ptr<Run> made, const MeshImportContext &context);
+    bool start(std::unique_ptr<Run> made, const MeshImportContext &context);
+    void import(Run &run, const MeshImportContext &context);
     void finish(Run *ended, const Result &result);
     bool file(const Run &run, const Result &result);
 
@@ -95,7 +95,6 @@ private:
     MeshImportContextStore *const m_contexts;
     batch::WorkerSlots m_slots{mostAtOnce};
     std::vector<std::unique_ptr<Run>> m_runs;
-    QThreadPool m_pool;
 };
 
 } // namespace corvane::asset

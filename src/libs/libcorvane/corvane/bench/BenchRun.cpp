@@ -135,7 +135,7 @@ QString BenchRun::runScene(lab::TestDB &database, int sceneIndex)
     const QString path = m_corpus.scenePaths.at(sceneIndex);
     QString sceneError;
     const auto scene = m_surroundings.compile(path, sceneError);
-    const MeshExportBench bench(m_request.options, m_cancelFlag);
+    const MeshExportBench bench(m_request.options, [this] { return m_cancelFlag.load(); });
     const int total = int(m_corpus.scenePaths.size() * m_corpus.definitions.size());
     for (int i = 0; i < m_corpus.definitions.size(); ++i) {
         if (m_cancelFlag)
@@ -205,14 +205,36 @@ QString BenchRun::writeReport()
     return {};
 }
 
+bool BenchRun::hasFailedAll() const
+{
+    return !m_cells.isEmpty() &&
+           std::none_of(m_cells.begin(), m_cells.end(),
+                        [](const BenchCellResult &cell) { return cell.error.isEmpty(); });
+}
+
+QString BenchRun::failures() const
+{
+    const auto hasFailed = [](const BenchCellResult &cell) { return !cell.error.isEmpty(); };
+    const auto first = std::find_if(m_cells.begin(), m_cells.end(), hasFailed);
+    if (first == m_cells.end())
+        return {};
+    const auto count = std::count_if(m_cells.begin(), m_cells.end(), hasFailed);
+    return u"%1 of %2 cells failed; the first, %3 × %4: %5"_s.arg(
+        QString::number(count), QString::number(m_cells.size()), first->scene, first->definition,
+        first->error);
+}
+
 QVariantMap BenchRun::result() const
 {
-    return {{u"cells"_s, m_cells.size()},
-            {u"exportOk"_s, countOf(m_cells, &BenchCellResult::exportOk)},
-            {u"gateOk"_s, countOf(m_cells, &BenchCellResult::gateOk)},
-            {u"testSetId"_s, m_testSetId},
-            {u"reportPath"_s, m_reportPath},
-            {u"dbPath"_s, lab::TestDB::displayName(m_request.options.dbPath)}};
+    QVariantMap result{{u"cells"_s, m_cells.size()},
+                       {u"exportOk"_s, countOf(m_cells, &BenchCellResult::exportOk)},
+                       {u"gateOk"_s, countOf(m_cells, &BenchCellResult::gateOk)},
+                       {u"testSetId"_s, m_testSetId},
+                       {u"reportPath"_s, m_reportPath},
+                       {u"dbPath"_s, lab::TestDB::displayName(m_request.options.dbPath)}};
+    if (const QString text = failures(); !text.isEmpty())
+        result.insert(u"failures"_s, text);
+    return result;
 }
 
 } // namespace corvane::bench

@@ -35,8 +35,14 @@ public:
     /// What ended it early; empty when all cells were run.
     QString run();
 
-    /// `cells`, `exportOk`, `gateOk`, `testSetId`, `reportPath`, `dbPath` (without password).
+    /// `cells`, `exportOk`, `gateOk`, `testSetId`, `reportPath`, `dbPath` (without password), and
+    /// `failures` where there are some: how many cells failed, and why the first did.
     QVariantMap result() const;
+
+    /// Whether there is no cell that did not fail.
+    bool hasFailedAll() const;
+    /// "2 of 4 cells failed; the first, ball × mc: export failed: ..."; empty when none did.
+    QString failures() const;
 
     /// Where the report goes: beside a database file, and among the artifacts of a server's.
     static QString reportPathFor(const BenchOptions &options, qint64 testSetId);

@@ -55,7 +55,9 @@ void MeshBenchWorker::execute(batch::BatchQueue *queue, quint64 jobId)
     if (!request)
         return refuse(BenchRequest::missingParts());
     m_watch = std::make_unique<jobs::JobWatch>(queue, jobId);
-    const auto body = [this, queue, jobId, request = *request] { work(queue, jobId, request); };
+    const auto body = [this, queue, jobId, request = *request] {
+        failUnlessGood(queue, jobId, [&] { work(queue, jobId, request); });
+    };
     if (!startCoordinator(u"Ondrel.corvane.mesh-bench-coordinator"_s, body))
         refuse(u"Mesh bench: the system starts no further thread"_s);
 }
@@ -73,9 +75,11 @@ void MeshBenchWorker::work(batch::BatchQueue *queue, quint64 jobId, const BenchR
                                   int done, int total) { postProgress(queue, jobId, done, total); },
                   .code = m_code},
                  m_watch->flag());
-    const QString error = run.run();
+    QString error = run.run();
     if (!m_watch->wanted())
         return;
+    if (error.isEmpty() && run.hasFailedAll())
+        error = run.failures();
     if (error.isEmpty())
         queue->complete(jobId, run.result());
     else

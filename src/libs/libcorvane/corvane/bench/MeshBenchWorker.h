@@ -24,6 +24,8 @@ struct BenchRequest;
 /// worker's own thread, the main thread, one at a time between its other events; all else runs
 /// beside it.
 ///
+/// A bench of which every cell failed is a job that failed.
+///
 /// A cancel ends the bench within about a second; the rows that it wrote stay. The queue must
 /// outlive the worker; destroying it stops what runs.
 class MeshBenchWorker : public lab::BatchWorkerBase

@@ -4,12 +4,18 @@
 #include <corvane/eval/CPUFieldEvaluator.h>
 #include <corvane/xport/ExportPipeline.h>
 
+#include <concurrency/Outcome.h>
+#include <concurrency/startThread.h>
 #include <mesh/io/IORegistry.h>
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QSemaphore>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
 
 namespace corvane::bench {
 
@@ -17,7 +23,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int pollMs = 50;
+constexpr std::chrono::milliseconds pollInterval(50);
+// What is left of the second within which the end of the time must show.
+constexpr std::chrono::milliseconds patience(500);
 
 int backendNamed(const QString &word)
 {
@@ -32,9 +40,87 @@ int backendNamed(const QString &word)
 
 } // namespace
 
-MeshExportBench::MeshExportBench(const BenchOptions &options, const std::atomic_bool &cancelFlag)
+/// The work at one cell, on the thread that run() is called on. It owns all that it touches, since
+/// it may go on when nobody waits for it any more.
+class BenchCell
+{
+public:
+    BenchCell(const CompiledScene &scene, const xport::ExportRequest &request)
+        : m_scene(scene)
+        , m_request(request)
+    {}
+
+    BenchCellResult run();
+    /// Makes run() end soon. Any thread.
+    void stop()
+    {
+        m_stopped = true;
+        m_pipeline.cancel();
+    }
+    bool isExported() const { return m_isExported; } ///< a mesh file is there; any thread
+
+private:
+    void exportMesh(BenchCellResult &result);
+    void measure(BenchCellResult &result) const;
+
+    const CompiledScene m_scene;
+    const xport::ExportRequest m_request;
+    xport::ExportPipeline m_pipeline;
+    std::atomic_bool m_stopped = false;
+    std::atomic_bool m_isExported = false;
+};
+
+BenchCellResult BenchCell::run()
+{
+    BenchCellResult result;
+    const concurrency::Outcome outcome = concurrency::guarded([&] {
+        exportMesh(result);
+        if (result.error.isEmpty())
+            measure(result);
+    });
+    if (!outcome.isGood())
+        result.error = u"measuring failed: %1"_s.arg(outcome.reason());
+    result.exportOk = m_isExported;
+    return result;
+}
+
+void BenchCell::exportMesh(BenchCellResult &result)
+{
+    if (m_stopped)
+        return;
+    const xport::ExportResult exported = m_pipeline.runHere(m_request, m_scene.definitions);
+    result.metrics.exportSeconds = exported.elapsedSeconds;
+    if (!exported.success)
+        result.error = u"export failed: %1"_s.arg(exported.errorMessage);
+    m_isExported = exported.success;
+}
+
+void BenchCell::measure(BenchCellResult &result) const
+{
+    QElapsedTimer timer;
+    timer.start();
+    ::mesh::io::ImportOptions options;
+    options.progress = [this](qint64, qint64) { return !m_stopped.load(); };
+    const auto mesh = ::mesh::io::IORegistry<float>::instance().load(m_request.outputPath, options);
+    if (!mesh) {
+        result.error = u"mesh load-back failed: %1"_s.arg(mesh.error().message);
+        return;
+    }
+    eval::CPUFieldEvaluator field(m_scene.nodes, m_scene.rootIndex, m_scene.definitions);
+    if (!field.isValid()) {
+        result.error = u"field evaluator invalid: %1"_s.arg(field.lastError());
+        return;
+    }
+    field.setCancelFlag(&m_stopped);
+    MeshMetrics measured = computeMeshMetrics(mesh.value(), field, m_stopped);
+    measured.exportSeconds = result.metrics.exportSeconds;
+    measured.metricsSeconds = double(timer.elapsed()) / 1000.0;
+    result.metrics = measured;
+}
+
+MeshExportBench::MeshExportBench(const BenchOptions &options, Question isCancelled)
     : m_options(options)
-    , m_cancelFlag(cancelFlag)
+    , m_isCancelled(std::move(isCancelled))
 {}
 
 BenchCellResult MeshExportBench::runSingleExport(const CompiledScene &scene,
@@ -42,20 +128,51 @@ BenchCellResult MeshExportBench::runSingleExport(const CompiledScene &scene,
                                                  const QString &artifactPath) const
 {
     const xport::ExportRequest request = requestFor(scene, definition, artifactPath);
-    BenchCellResult cell;
-    cell.scene = QFileInfo(scene.path).completeBaseName();
-    cell.definition = definition.name;
-    cell.metrics.cellSize = double(request.cellSize);
-    cell.error = exportMesh(request, scene, cell.metrics);
-    cell.exportOk = cell.error.isEmpty();
-    if (!cell.exportOk)
-        return cell;
-    cell.error = measure(scene, artifactPath, cell.metrics);
-    if (cell.error.isEmpty()) {
-        cell.gateOk = passesGate(cell.metrics);
-        cell.score = score(cell.metrics);
+    BenchCellResult result = resultOf(std::make_shared<BenchCell>(scene, request));
+    result.scene = QFileInfo(scene.path).completeBaseName();
+    result.definition = definition.name;
+    result.metrics.cellSize = double(request.cellSize);
+    if (result.error.isEmpty()) {
+        result.gateOk = passesGate(result.metrics);
+        result.score = score(result.metrics);
     }
-    return cell;
+    return result;
+}
+
+BenchCellResult MeshExportBench::resultOf(const std::shared_ptr<BenchCell> &cell) const
+{
+    const auto promise = std::make_shared<std::promise<BenchCellResult>>();
+    std::future<BenchCellResult> result = promise->get_future();
+    BenchCellResult stopped;
+    std::thread thread;
+    if (!concurrency::startThread(thread, "Ondrel.bench",
+                                  [cell, promise] { promise->set_value(cell->run()); })) {
+        stopped.error = u"export failed: the system starts no further thread"_s;
+        return stopped;
+    }
+    thread.detach();
+    const QDeadlineTimer deadline = m_options.exportTimeoutMs > 0
+                                        ? QDeadlineTimer(m_options.exportTimeoutMs)
+                                        : QDeadlineTimer(QDeadlineTimer::Forever);
+    while (result.wait_for(pollInterval) != std::future_status::ready) {
+        const bool isCancelled = m_isCancelled();
+        if (!isCancelled && !deadline.hasExpired())
+            continue;
+        // Again and again: the export may be only about to begin.
+        for (const QDeadlineTimer end(patience); !end.hasExpired();) {
+            cell->stop();
+            if (result.wait_for(pollInterval) == std::future_status::ready)
+                break;
+        }
+        stopped.exportOk = cell->isExported();
+        stopped.error =
+            isCancelled
+                ? u"cancelled"_s
+                : u"%1 timed out after %2 ms"_s.arg(stopped.exportOk ? u"measuring"_s : u"export"_s,
+                                                    QString::number(m_options.exportTimeoutMs));
+        return stopped;
+    }
+    return result.get();
 }
 
 xport::ExportRequest MeshExportBench::requestFor(const CompiledScene &scene,
@@ -75,58 +192,6 @@ xport::ExportRequest MeshExportBench::requestFor(const CompiledScene &scene,
     request.postprocess = definition.postprocess;
     request.outputPath = artifactPath;
     return request;
-}
-
-QString MeshExportBench::exportMesh(const xport::ExportRequest &request, const CompiledScene &scene,
-                                    MeshMetrics &metrics) const
-{
-    xport::ExportResult result;
-    QSemaphore ended;
-    xport::ExportPipeline pipeline;
-    // Direct: nobody runs the events of this thread while it waits.
-    QObject::connect(
-        &pipeline, &xport::ExportPipeline::finished, &pipeline,
-        [&](const xport::ExportResult &finished) {
-            result = finished;
-            ended.release();
-        },
-        Qt::DirectConnection);
-    pipeline.run(request, scene.definitions);
-    const QDeadlineTimer deadline = m_options.exportTimeoutMs > 0
-                                        ? QDeadlineTimer(m_options.exportTimeoutMs)
-                                        : QDeadlineTimer(QDeadlineTimer::Forever);
-    while (!ended.tryAcquire(1, pollMs)) {
-        if (!m_cancelFlag && !deadline.hasExpired())
-            continue;
-        pipeline.cancel();
-        ended.acquire();
-        return m_cancelFlag ? u"cancelled"_s
-                            : u"export timed out after %1 ms"_s.arg(m_options.exportTimeoutMs);
-    }
-    metrics.exportSeconds = result.elapsedSeconds;
-    return result.success ? QString() : u"export failed: %1"_s.arg(result.errorMessage);
-}
-
-QString MeshExportBench::measure(const CompiledScene &scene, const QString &artifactPath,
-                                 MeshMetrics &metrics) const
-{
-    QElapsedTimer timer;
-    timer.start();
-    const auto mesh = ::mesh::io::IORegistry<float>::instance().load(artifactPath);
-    if (!mesh)
-        return u"mesh load-back failed: %1"_s.arg(mesh.error().message);
-    eval::CPUFieldEvaluator field(scene.nodes, scene.rootIndex, scene.definitions);
-    if (!field.isValid())
-        return u"field evaluator invalid: %1"_s.arg(field.lastError());
-    field.setCancelFlag(&m_cancelFlag);
-    MeshMetrics measured = computeMeshMetrics(mesh.value(), field, m_cancelFlag);
-    if (m_cancelFlag)
-        return u"cancelled"_s;
-    measured.exportSeconds = metrics.exportSeconds;
-    measured.cellSize = metrics.cellSize;
-    measured.metricsSeconds = double(timer.elapsed()) / 1000.0;
-    metrics = measured;
-    return {};
 }
 
 } // namespace corvane::bench

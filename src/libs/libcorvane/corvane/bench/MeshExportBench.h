@@ -4,13 +4,16 @@
 #include <corvane/bench/CompiledScene.h>
 #include <corvane/bench/MeshMetrics.h>
 
-#include <atomic>
+#include <functional>
+#include <memory>
 
 namespace corvane::xport {
 struct ExportRequest;
 }
 
 namespace corvane::bench {
+
+class BenchCell;
 
 /// What holds for all cells of a bench.
 struct BenchOptions
@@ -20,7 +23,7 @@ struct BenchOptions
     QString dbPath{};       ///< a SQLite file, or the URL of a PostgreSQL database
     QString artifactsDir{}; ///< where the meshes go
     QString testSetName{QStringLiteral("mesh-export-bench")};
-    int exportTimeoutMs = defaultTimeoutMs; ///< of each export; 0 or less: none
+    int exportTimeoutMs = defaultTimeoutMs; ///< of each export with its measuring; 0 or less: none
 };
 
 /// How one scene came out under one definition.
@@ -37,14 +40,19 @@ struct BenchCellResult
 
 /// Exports a scene by a definition, reads the mesh back and measures it against the field.
 ///
-/// Any thread; blocks. A cancel ends it within about a second, with an error.
+/// Any thread; blocks, and has the work done on another one. A cancel and the end of the time end
+/// it within a second, with an error: work that does not stop at once, such as a compiler that
+/// runs, then goes on without anybody waiting for it, and leaves no mesh.
 class MeshExportBench
 {
 public:
-    MeshExportBench(const BenchOptions &options, const std::atomic_bool &cancelFlag);
+    using Question = std::function<bool()>;
 
-    /// Errors: "export timed out after %1 ms", "export failed: %1", "mesh load-back failed: %1",
-    /// "field evaluator invalid: %1".
+    /// @param isCancelled  asked again and again, on the thread that blocks
+    MeshExportBench(const BenchOptions &options, Question isCancelled);
+
+    /// Errors: "export timed out after %1 ms", "measuring timed out after %1 ms", "export failed:
+    /// %1", "mesh load-back failed: %1", "field evaluator invalid: %1", "cancelled".
     /// @param artifactPath  the mesh file; the suffix is its format
     BenchCellResult runSingleExport(const CompiledScene &scene,
                                     const BenchPipelineDefinition &definition,
@@ -55,13 +63,10 @@ public:
                                            const QString &artifactPath);
 
 private:
-    QString exportMesh(const xport::ExportRequest &request, const CompiledScene &scene,
-                       MeshMetrics &metrics) const;
-    QString measure(const CompiledScene &scene, const QString &artifactPath,
-                    MeshMetrics &metrics) const;
+    BenchCellResult resultOf(const std::shared_ptr<BenchCell> &cell) const;
 
     const BenchOptions m_options;
-    const std::atomic_bool &m_cancelFlag;
+    const Question m_isCancelled;
 };
 
 } // namespace corvane::bench

@@ -169,7 +169,12 @@ void BoundsDetectionWorker::execute(batch::BatchQueue *queue, quint64 jobId)
         return refuse(u"Missing bounds detection context for snapshot: %1"_s.arg(snapshotId));
     m_watch = std::make_unique<jobs::JobWatch>(queue, jobId);
     const auto body = [this, queue, jobId, snapshotId, context = *context] {
-        work(queue, jobId, snapshotId, context);
+        const auto detect = [&] { work(queue, jobId, snapshotId, context); };
+        if (failUnlessGood(queue, jobId, detect))
+            return;
+        BoundsDetectionResult result;
+        result.error = u"Bounds detection broke off"_s;
+        emit detectionFinished(jobId, false, result);
     };
     if (!startCoordinator(u"Ondrel.corvane.bounds-detection"_s, body))
         refuse(u"Bounds detection: the system starts no further thread"_s);

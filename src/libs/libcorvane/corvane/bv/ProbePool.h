@@ -2,7 +2,7 @@
 
 #include <corvane/bv/BoundsDetector.h>
 
-#include <mesh/parallelFor.h>
+#include <concurrency/parallelFor.h>
 
 #include <atomic>
 
@@ -33,7 +33,7 @@ public:
             m_samples += samples;
             return;
         }
-        ::mesh::parallelFor(tasks, tasks, [&](qsizetype task) {
+        concurrency::parallelFor(tasks, tasks, [&](qsizetype task) {
             const auto evaluator = m_factory();
             if (!evaluator || !evaluator->isValid())
                 return;

@@ -17,11 +17,6 @@
 #include <QJsonArray>
 #include <QPointer>
 
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
-
 using namespace Qt::StringLiterals;
 
 namespace corvane::zirn {
@@ -37,44 +32,6 @@ QString missingKey(const ZirnTaskParams &arguments, const QStringList &keys)
     }
     return {};
 }
-
-/// Sets a flag once a step is cancelled, for work that knows of no steps.
-class CancelRelay
-{
-public:
-    explicit CancelRelay(const ZirnTaskContext &context)
-        : m_thread([this, &context] { watch(context); })
-    {}
-    ~CancelRelay()
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_isDone = true;
-        }
-        m_wake.notify_all();
-        m_thread.join();
-    }
-    CancelRelay(const CancelRelay &) = delete;
-    CancelRelay &operator=(const CancelRelay &) = delete;
-
-    const std::atomic_bool &flag() const { return m_flag; }
-
-private:
-    void watch(const ZirnTaskContext &context)
-    {
-        std::unique_lock lock(m_mutex);
-        while (!m_wake.wait_for(lock, std::chrono::milliseconds(50), [this] { return m_isDone; })) {
-            if (context.isCancelled())
-                m_flag = true;
-        }
-    }
-
-    std::atomic_bool m_flag = false;
-    std::mutex m_mutex;
-    std::condition_variable m_wake;
-    bool m_isDone = false;
-    std::thread m_thread;
-};
 
 // ------------------------------------------------------------------ export
 
@@ -210,9 +167,9 @@ ZirnTaskResult exportMesh(const ZirnTaskParams &given, ZirnTaskContext &context)
                       u"check scenePath"_s);
     const bench::BenchOptions options{
         .exportTimeoutMs = arguments.getInt(u"timeoutMs"_s, bench::BenchOptions::defaultTimeoutMs)};
-    const CancelRelay cancel(context);
-    const auto cell = bench::MeshExportBench(options, cancel.flag())
-                          .runSingleExport(**compiled, *definition, outputPath);
+    const auto cell = bench::MeshExportBench(options, [&context] {
+                          return context.isCancelled();
+                      }).runSingleExport(**compiled, *definition, outputPath);
     if (cell.error.isEmpty())
         return measured(cell, outputPath);
     return ZirnTaskResult::failed(failureText(

@@ -1,14 +1,29 @@
 #include <corvane/xport/ChunkRunner.h>
 
-#include <QFuture>
-#include <QThreadPool>
-#include <QtConcurrentRun>
+#include <corvane/xport/MemoryBudget.h>
+#include <corvane/xport/MeshBuilder.h>
 
 #include <utility>
 
 namespace corvane::xport {
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// What the surface takes is known when it is there. A look at the memory that is left costs some
+// microseconds.
+constexpr qint64 trianglesPerLook = 1 << 20;
+
+/// Of triangles that are there already, so that what is still to come counts.
+QString memoryErrorOf(qint64 triangles)
+{
+    const double each = MeshBuilder::bytesEach() - sizeof(GridSurface::Corners);
+    return memoryError(u"A mesh of more than %1 triangles"_s.arg(triangles),
+                       static_cast<double>(triangles) * each, availableMemory());
+}
+
+} // namespace
 
 ChunkRunner::ChunkRunner(IChunkProcessor &processor, const ChunkScheduler &scheduler,
                          const std::atomic_bool &cancelFlag, Progress progress)
@@ -17,41 +32,30 @@ ChunkRunner::ChunkRunner(IChunkProcessor &processor, const ChunkScheduler &sched
     , m_cancelFlag(cancelFlag)
     , m_progress(std::move(progress))
     , m_total(scheduler.count())
+    , m_loop(m_total)
     , m_surface(scheduler.counts())
 {}
 
 void ChunkRunner::run(int threads)
 {
-    QThreadPool pool;
-    pool.setObjectName(u"Ondrel.corvane.mesh-export"_s);
-    pool.setMaxThreadCount(threads);
-    // All are counted before the first one starts: it may be done before the next one does.
-    const int count = static_cast<int>(std::min<qint64>(threads, m_total));
-    m_working = count;
-    QList<QFuture<void>> workers;
-    for (int i = 0; i < count; ++i)
-        workers.append(QtConcurrent::run(&pool, [this] { work(); }));
-    reportUntilDone();
-    for (QFuture<void> &worker : workers)
-        worker.waitForFinished();
+    m_loop.run(
+        "Ondrel.corvane.mesh-export", threads, [this] { work(); },
+        [this](qint64 done) { m_progress(done, m_total); });
 }
 
 /// One thread: takes the next chunk until there is none.
 void ChunkRunner::work()
 {
     ChunkSurface surface; // one for all chunks: its memory stays warm
-    for (qint64 index = m_next++; index < m_total && mayGoOn(); index = m_next++) {
+    for (qint64 index = m_loop.next(); index >= 0 && mayGoOn(); index = m_loop.next()) {
         QString error;
         surface.triangles.resize(0);
         surface.rowEnds.resize(0);
         if (m_processor.processChunk(m_scheduler.jobAt(index), m_cancelFlag, surface, error))
             keep(index, surface);
         else if (!error.isEmpty())
-            fail(error);
+            fail(u"Evaluation error: %1"_s.arg(error));
     }
-    const std::lock_guard lock(m_mutex);
-    --m_working;
-    m_changed.notify_all();
 }
 
 bool ChunkRunner::mayGoOn() const
@@ -63,40 +67,23 @@ bool ChunkRunner::mayGoOn() const
 void ChunkRunner::keep(qint64 index, const ChunkSurface &surface)
 {
     const qint64 count = m_surface.insert(index, surface);
-    {
-        const std::lock_guard lock(m_mutex);
-        ++m_done;
-        m_changed.notify_all();
-    }
+    m_loop.finishOne();
     if (count > GridSurface::maxTriangles)
-        fail(u"the surface has more than %1 triangles"_s.arg(GridSurface::maxTriangles));
+        fail(u"The surface has more than %1 triangles: use a larger cell size"_s.arg(
+            GridSurface::maxTriangles));
+    else if (count / trianglesPerLook != (count - surface.triangles.size()) / trianglesPerLook)
+        fail(memoryErrorOf(count));
 }
 
 void ChunkRunner::fail(const QString &error)
 {
+    if (error.isEmpty())
+        return;
     bool expected = false;
     if (!m_failed.compare_exchange_strong(expected, true))
         return;
     const std::lock_guard lock(m_mutex);
     m_error = error;
-}
-
-/// Reports from this one thread, so that the numbers rise one by one.
-void ChunkRunner::reportUntilDone()
-{
-    qint64 reported = 0;
-    bool working = true;
-    while (working) {
-        qint64 done = 0;
-        {
-            std::unique_lock lock(m_mutex);
-            m_changed.wait(lock, [&] { return m_done != reported || m_working == 0; });
-            done = m_done;
-            working = m_working > 0;
-        }
-        while (reported < done)
-            m_progress(++reported, m_total);
-    }
 }
 
 } // namespace corvane::xport

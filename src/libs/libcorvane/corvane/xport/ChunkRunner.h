@@ -3,16 +3,17 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/IChunkProcessor.h>
 
+#include <concurrency/SharedLoop.h>
+
 #include <QString>
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 
 namespace corvane::xport {
 
-/// Takes all chunks of a grid through a processor, on a pool of its own.
+/// Takes all chunks of a grid through a processor, on threads of its own.
 class ChunkRunner
 {
 public:
@@ -23,7 +24,8 @@ public:
     ChunkRunner(IChunkProcessor &processor, const ChunkScheduler &scheduler,
                 const std::atomic_bool &cancelFlag, Progress progress);
 
-    /// Returns when all threads are done: after the last chunk, the first error, or a cancel.
+    /// Returns when all threads are done: after the last chunk, the first error, or a cancel. Where
+    /// no thread starts, the calling one does the work.
     void run(int threads);
 
     /// The first error; empty when there was none. A cancel is none.
@@ -36,24 +38,18 @@ private:
     bool mayGoOn() const;
     void keep(qint64 index, const ChunkSurface &surface);
     void fail(const QString &error);
-    void reportUntilDone();
 
     IChunkProcessor &m_processor;
     const ChunkScheduler &m_scheduler;
     const std::atomic_bool &m_cancelFlag;
     Progress m_progress;
-    qint64 m_total = 0;
-    std::atomic<qint64> m_next = 0;
+    const qint64 m_total;
+    concurrency::SharedLoop m_loop;
     std::atomic_bool m_failed = false;
 
     GridSurface m_surface;
 
-    // Of the standard library: a thread sanitizer does not see that Qt's condition lets go of a
-    // mutex.
-    std::mutex m_mutex; ///< of all below
-    std::condition_variable m_changed;
-    qint64 m_done = 0;
-    int m_working = 0;
+    std::mutex m_mutex; ///< of the error
     QString m_error;
 };
 

@@ -12,11 +12,14 @@
 #include <corvane/xport/PostProcessStep.h>
 #include <corvane/xport/VolumeExport.h>
 
+#include <concurrency/Outcome.h>
+#include <concurrency/startThread.h>
 #include <mesh/io/IORegistry.h>
 
 #include <QElapsedTimer>
 #include <QScopeGuard>
-#include <QtConcurrentRun>
+
+#include <memory>
 
 namespace corvane::xport {
 
@@ -26,6 +29,9 @@ namespace {
 
 /// The more chunks, the fewer of them are worth a signal.
 constexpr qint64 mostReports = 10000;
+
+/// To tell that memory has run out takes some itself. So much at a time goes back to the system.
+constexpr std::size_t reservedBytes = std::size_t(1) << 20;
 
 eval::DefinitionTable collectDefinitions(const ExportRequest &request)
 {
@@ -37,6 +43,17 @@ eval::DefinitionTable collectDefinitions(const ExportRequest &request)
     return eval::DefinitionTable::collect(request.nodes, registry, indices);
 }
 
+/// How an export broke off that has no error of its own: out of memory, as a rule.
+QString brokenOff(const QString &reason, QLatin1String stage, const ExportRequest &request)
+{
+    const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
+    const QString remedy = threads > 1 ? u"Use a larger cell size, or fewer threads than %1 "
+                                         "(export.threadCount)"_s.arg(threads)
+                                       : u"Use a larger cell size"_s;
+    return u"The export broke off while %1 with a cell size of %2: %3. %4"_s.arg(
+        stage, QString::number(request.cellSize), reason, remedy);
+}
+
 } // namespace
 
 ExportPipeline::ExportPipeline(QObject *parent)
@@ -46,7 +63,8 @@ ExportPipeline::ExportPipeline(QObject *parent)
 ExportPipeline::~ExportPipeline()
 {
     cancel();
-    m_worker.waitForFinished();
+    if (m_worker.joinable())
+        m_worker.join();
 }
 
 void ExportPipeline::run(const ExportRequest &request)
@@ -56,21 +74,66 @@ void ExportPipeline::run(const ExportRequest &request)
 
 void ExportPipeline::run(const ExportRequest &request, const eval::DefinitionTable &definitions)
 {
+    if (!begin())
+        return;
+    const bool isStarted =
+        concurrency::startThread(m_worker, "Ondrel.export", [this, request, definitions] {
+            finish(work(request, definitions));
+        });
+    if (!isStarted)
+        finish(ExportResult::failed(u"The export was not begun: the system starts no further "
+                                    "thread. End other programs, or raise its limits"_s));
+}
+
+ExportResult ExportPipeline::runHere(const ExportRequest &request)
+{
+    return runHere(request, collectDefinitions(request));
+}
+
+ExportResult ExportPipeline::runHere(const ExportRequest &request,
+                                     const eval::DefinitionTable &definitions)
+{
+    if (!begin())
+        return ExportResult::failed(u"Export already in progress"_s);
+    const ExportResult result = work(request, definitions);
+    m_active = false;
+    return result;
+}
+
+bool ExportPipeline::begin()
+{
     if (m_active.exchange(true)) {
         emit errorOccurred(u"Export already in progress"_s);
-        return;
+        return false;
     }
     // What is left of the run before is the end of its finished() signal.
-    m_worker.waitForFinished();
+    if (m_worker.joinable())
+        m_worker.join();
     m_cancelled = false;
-    m_worker = QtConcurrent::run([this, request, definitions] {
-        QElapsedTimer timer;
-        timer.start();
-        ExportResult result = execute(request, definitions);
-        result.elapsedSeconds = static_cast<double>(timer.elapsed()) / 1000.0;
-        m_active = false;
-        emit finished(result);
-    });
+    return true;
+}
+
+ExportResult ExportPipeline::work(const ExportRequest &request,
+                                  const eval::DefinitionTable &definitions)
+{
+    QElapsedTimer timer;
+    timer.start();
+    ExportResult result;
+    m_stage = "preparing the field"_L1;
+    auto reserve = std::make_unique<char[]>(reservedBytes);
+    const concurrency::Outcome outcome =
+        concurrency::guarded([&] { result = execute(request, definitions); });
+    reserve.reset();
+    if (!outcome.isGood())
+        result = ExportResult::failed(brokenOff(outcome.reason(), m_stage, request));
+    result.elapsedSeconds = static_cast<double>(timer.elapsed()) / 1000.0;
+    return result;
+}
+
+void ExportPipeline::finish(const ExportResult &result)
+{
+    m_active = false;
+    emit finished(result);
 }
 
 void ExportPipeline::cancel()
@@ -89,11 +152,13 @@ ExportResult ExportPipeline::execute(ExportRequest request,
                                   : parsePostProcess(request.postprocess).error;
     if (!stepError.isEmpty())
         return ExportResult::failed(stepError);
+    m_stage = "finding the bounds"_L1;
     if (request.autoBounds)
         applyAutoBounds(request, definitions,
                         ChunkScheduler::resolveThreadCount(request.threadCount), m_cancelled);
     if (m_cancelled)
         return ExportResult::failed(u"Export cancelled"_s);
+    m_stage = "sampling the field"_L1;
     const QString gridError = ChunkScheduler::gridError(request);
     if (!gridError.isEmpty())
         return ExportResult::failed(gridError);
@@ -122,7 +187,8 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
     if (m_cancelled)
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
-        return ExportResult::failed(u"Evaluation error: %1"_s.arg(runner.error()));
+        return ExportResult::failed(runner.error());
+    m_stage = "making the mesh"_L1;
     return MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled, definitions);
 }
 
@@ -138,6 +204,7 @@ ExportResult ExportPipeline::exportOctree(const ExportRequest &request,
     if (!done)
         return ExportResult::failed(error);
     emit progressChanged(1, 1);
+    m_stage = "making the mesh"_L1;
     return MeshBuilder::buildAndSaveMesh(std::move(surface), request, m_cancelled, definitions);
 }
 
@@ -157,6 +224,7 @@ ExportResult ExportPipeline::exportDirect(const ExportRequest &request)
     const auto goOn = [this](qint64, qint64) { return !m_cancelled.load(); };
     ::mesh::io::ImportOptions importOptions;
     importOptions.progress = goOn;
+    m_stage = "converting the mesh"_L1;
     const auto mesh = formats.load(request.directSourcePath, importOptions);
     if (m_cancelled)
         return ExportResult::failed(u"Cancelled"_s);

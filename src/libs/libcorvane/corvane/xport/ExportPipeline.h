@@ -2,10 +2,10 @@
 
 #include <corvane/xport/ExportRequest.h>
 
-#include <QFuture>
 #include <QObject>
 
 #include <atomic>
+#include <thread>
 
 namespace corvane::eval {
 class DefinitionTable;
@@ -15,11 +15,14 @@ namespace corvane::xport {
 
 /// The one road from a compiled scene to a mesh file.
 ///
-/// Lives on one thread; run() returns at once and the work goes on on a thread of the global pool.
+/// Lives on one thread; run() returns at once and the work goes on on a thread of its own.
 /// All signals of a run are emitted on that thread, so connect them with a context object: they
 /// then arrive queued on the object's thread. finished() comes exactly once for each accepted
-/// run(), and by then a new run() is accepted. Destroying the pipeline cancels what is running and
+/// run(), and by then a new run() is accepted; where the system starts no further thread, it comes
+/// before run() returns, with that error. Destroying the pipeline cancels what is running and
 /// waits for it.
+///
+/// An export that runs out of memory is one that fails.
 class ExportPipeline : public QObject
 {
     Q_OBJECT
@@ -34,6 +37,11 @@ public:
     /// The same with the definitions that the nodes were made with, on any thread: what a registry
     /// that has changed since then says of them does not matter.
     void run(const ExportRequest &request, const eval::DefinitionTable &definitions);
+    /// Does an export on the calling thread, and answers how it ended; of its signals finished()
+    /// does not come. For who has nothing else to do meanwhile: an export so needs no thread but
+    /// this one.
+    ExportResult runHere(const ExportRequest &request);
+    ExportResult runHere(const ExportRequest &request, const eval::DefinitionTable &definitions);
     /// Makes the running export end with the error "Export cancelled" within about a second.
     void cancel();
     bool isActive() const { return m_active.load(); }
@@ -50,6 +58,9 @@ signals:
     void backendFellBack(const QString &from, const QString &to, const QString &reason);
 
 private:
+    bool begin();
+    ExportResult work(const ExportRequest &request, const eval::DefinitionTable &definitions);
+    void finish(const ExportResult &result);
     ExportResult execute(ExportRequest request, const eval::DefinitionTable &definitions);
     ExportResult exportChunks(const ExportRequest &request,
                               const eval::DefinitionTable &definitions);
@@ -62,7 +73,8 @@ private:
 
     std::atomic_bool m_active = false;
     std::atomic_bool m_cancelled = false;
-    QFuture<void> m_worker;
+    QLatin1String m_stage; ///< what the work is at; of its thread
+    std::thread m_worker;
 };
 
 } // namespace corvane::xport

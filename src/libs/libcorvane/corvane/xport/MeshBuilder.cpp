@@ -3,12 +3,14 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/PostProcess.h>
 
+#include <concurrency/Outcome.h>
+#include <concurrency/parallelFor.h>
+#include <concurrency/startThread.h>
 #include <mesh/BulkList.h>
 #include <mesh/io/IORegistry.h>
-#include <mesh/parallelFor.h>
+#include <mesh/process/OpenEdges.h>
 
 #include <QLoggingCategory>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <memory>
@@ -108,10 +110,46 @@ qint64 closeGaps(const std::vector<Part> &parts, Vertex *vertices)
 /// To let go of millions of elements takes milliseconds that nobody needs to wait for.
 void releaseLater(SurfaceMesh &&mesh)
 {
-    QThreadPool::globalInstance()->start([released = std::move(mesh)] {});
+    const auto kept = std::make_shared<SurfaceMesh>(std::move(mesh));
+    concurrency::runAside("Ondrel.release", [kept] { *kept = {}; });
+}
+
+/// Within so many cells of the box an open edge is where the box cuts the surface: vertices of dual
+/// contouring lie up to a cell inside, and steps may move them.
+constexpr float cutMargin = 1.5f;
+
+/// A mesh that steps have left open although the box does not cut it there. What comes from the
+/// grid closes by its making, and a look at it would cost a plain export more than 3 %.
+QList<model::SceneWarning> opennessOf(const SurfaceMesh &mesh, const ExportRequest &request,
+                                      int threads)
+{
+    const QVector3D margin = QVector3D(1, 1, 1) * (cutMargin * request.cellSize);
+    ::mesh::process::OpenEdges open;
+    // To list the edges of a mesh that is not closed takes memory, and no mesh is worth less for
+    // it.
+    const auto outcome = concurrency::guarded([&] {
+        open = ::mesh::process::findOpenEdges(mesh, vertexOf(request.boundsMin + margin),
+                                              vertexOf(request.boundsMax - margin), threads);
+    });
+    if (!outcome.isGood())
+        qCInfo(lcMeshBuilder) << "Export: open edges were not counted:" << outcome.reason();
+    if (open.count == 0)
+        return {};
+    const QString where = u"mesh, near (%1, %2, %3)"_s.arg(QString::number(open.example.x),
+                                                           QString::number(open.example.y),
+                                                           QString::number(open.example.z));
+    return {{.where = where,
+             .what = u"it is not closed: %1 open edges"_s.arg(open.count),
+             .remedy = u"Leave out the last step of postprocess, or try another cell size"_s}};
 }
 
 } // namespace
+
+double MeshBuilder::bytesEach()
+{
+    return double(sizeof(GridSurface::Corners) + 3 * sizeof(Vertex) +
+                  sizeof(::mesh::ElementData<float>));
+}
 
 SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads,
                                   const std::atomic_bool *cancel)
@@ -123,7 +161,7 @@ SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads,
     ::mesh::BulkList<::mesh::ElementData<float>> elements(total);
     const std::vector<GridSurface::Slice> slices = source.slices();
     std::vector<Part> parts = partsOf(slices);
-    ::mesh::parallelFor(qsizetype(parts.size()), threads, [&](qsizetype i) {
+    concurrency::parallelFor(qsizetype(parts.size()), threads, [&](qsizetype i) {
         if (!isCancelled())
             makePart(source, parts[static_cast<std::size_t>(i)], vertices.data(), elements.data());
     });
@@ -167,6 +205,8 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
     result.success = true;
     result.triangleCount = mesh.elements.size();
     result.vertexCount = mesh.vertices.size();
+    if (!request.postprocess.isEmpty())
+        result.warnings = opennessOf(mesh, request, threads);
     releaseLater(std::move(mesh));
     return result;
 }

@@ -22,6 +22,10 @@ public:
     static ::mesh::Mesh<float> assemble(GridSurface &&surface, int threads = 1,
                                         const std::atomic_bool *cancel = nullptr);
 
+    /// What a triangle costs while its mesh is assembled, in bytes: where it comes from, its
+    /// vertices and its element.
+    static double bytesEach();
+
     /// Assembles, runs the request's post-processing steps and saves by the extension of the output
     /// path.
     /// @param definitions  of the nodes in the request, for the steps that need its field

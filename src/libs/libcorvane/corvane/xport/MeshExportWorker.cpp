@@ -103,7 +103,9 @@ void MeshExportWorker::start(batch::BatchQueue *queue, quint64 jobId, const QStr
                     jobId, batch::BatchLogLevel::Warning,
                     u"%1 backend failed (%2), falling back to %3"_s.arg(from, reason, to));
             });
-    connect(m_pipeline.get(), &ExportPipeline::finished, this, &MeshExportWorker::finish);
+    // Queued always: an export that did not begin ends while it is started here.
+    connect(m_pipeline.get(), &ExportPipeline::finished, this, &MeshExportWorker::finish,
+            Qt::QueuedConnection);
     connect(&m_run->watch, &jobs::JobWatch::unwanted, m_pipeline.get(), &ExportPipeline::cancel);
     emit exportStarted(jobId);
     m_pipeline->run(request, definitions);

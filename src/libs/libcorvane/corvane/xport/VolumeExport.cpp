@@ -7,15 +7,14 @@
 #include <corvane/xport/MemoryBudget.h>
 #include <corvane/xport/VolumeMesh.h>
 
+#include <concurrency/SharedLoop.h>
+#include <concurrency/parallelFor.h>
 #include <mesh/HugePages.h>
 #include <mesh/io/IORegistry.h>
-#include <mesh/parallelFor.h>
 
 #include <QLoggingCategory>
 #include <QMutex>
-#include <QSemaphore>
 #include <QThread>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <atomic>
@@ -30,7 +29,6 @@ Q_LOGGING_CATEGORY(lcVolume, "ondrel.corvane.export.volume", QtWarningMsg)
 
 namespace {
 
-constexpr int pollMilliseconds = 80;
 constexpr int tetrahedraPerCell = 5;
 
 /// All slices of a grid, each sampled with an evaluator of its own.
@@ -52,24 +50,15 @@ public:
     /// Samples all slices on threads of their own, and tells from this one how far they are.
     void run(int slices, int threads, const VolumeExport::Progress &progress)
     {
-        QThreadPool pool;
-        pool.setObjectName(u"Ondrel.corvane.volume-sample"_s);
-        pool.setMaxThreadCount(threads);
-        std::atomic<int> next = 0;
-        QSemaphore done;
+        concurrency::SharedLoop loop(slices);
         const auto work = [&] {
-            for (int k = next++; k < slices && !m_cancelFlag.load(); k = next++) {
-                sampleSlice(k);
-                done.release();
+            for (qint64 k = loop.next(); k >= 0 && !m_cancelFlag.load(); k = loop.next()) {
+                sampleSlice(static_cast<int>(k));
+                loop.finishOne();
             }
         };
-        for (int i = 0; i < std::min(threads, slices); ++i)
-            pool.start(work);
-        for (qint64 reported = 0; reported < slices && !m_cancelFlag.load();) {
-            if (done.tryAcquire(1, pollMilliseconds))
-                progress(++reported, slices);
-        }
-        pool.waitForDone();
+        loop.run("Ondrel.corvane.volume-sample", threads, work,
+                 [&](qint64 done) { progress(done, slices); });
     }
 
     /// After run(): what the evaluators said.
@@ -178,7 +167,7 @@ mesh::ScalarField3D VolumeExport::field() const
 QString VolumeExport::tetrahedraError() const
 {
     std::atomic<qint64> cells = 0;
-    ::mesh::parallelFor(m_nodes[2] - 1, m_threads, [&](qsizetype k) {
+    concurrency::parallelFor(m_nodes[2] - 1, m_threads, [&](qsizetype k) {
         cells += mesh::cellsWithInside(field(), static_cast<int>(k));
     });
     const double count = static_cast<double>(cells) * tetrahedraPerCell;

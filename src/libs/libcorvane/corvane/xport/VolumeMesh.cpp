@@ -2,8 +2,8 @@
 
 #include <corvane/mesh/TetrahedralVolume.h>
 
+#include <concurrency/parallelFor.h>
 #include <mesh/BulkList.h>
-#include <mesh/parallelFor.h>
 
 #include <algorithm>
 #include <bit>
@@ -95,7 +95,7 @@ VolumeMesh::VolumeMesh(const mesh::ScalarField3D &field, int threads,
     const int slices = std::max(field.nz - 1, 0);
     const int perBlock = std::clamp(slices / (threads * blocksPerThread), 1, mostSlicesPerBlock);
     m_blocks.resize(static_cast<std::size_t>((slices + perBlock - 1) / perBlock));
-    ::mesh::parallelFor(qsizetype(m_blocks.size()), threads, [&](qsizetype i) {
+    concurrency::parallelFor(qsizetype(m_blocks.size()), threads, [&](qsizetype i) {
         const int first = static_cast<int>(i) * perBlock;
         cut(field, first, std::min(first + perBlock, slices),
             m_blocks[static_cast<std::size_t>(i)]);
@@ -235,7 +235,7 @@ void VolumeMesh::place(const Block &block, Vertex *vertices,
 {
     ::mesh::BulkList<Vertex> vertices(m_vertexCount);
     ::mesh::BulkList<::mesh::ElementData<float>> elements(m_tetrahedronCount);
-    ::mesh::parallelFor(qsizetype(m_blocks.size()), m_threads, [&](qsizetype i) {
+    concurrency::parallelFor(qsizetype(m_blocks.size()), m_threads, [&](qsizetype i) {
         const Block block = std::move(m_blocks[static_cast<std::size_t>(i)]);
         if (!isCancelled())
             place(block, vertices.data(), elements.data());

@@ -9,6 +9,8 @@
 #include <corvane/zirn/ZirnTaskRegistry.h>
 #include <corvane/zirn/ZirnTaskRuntime.h>
 
+#include <concurrency/Outcome.h>
+
 #include <QThread>
 #include <QTimer>
 
@@ -31,6 +33,9 @@ constexpr auto taskNotFound =
     "Failed to execute step %1: task '%2' not found in registry. State: prior steps completed. "
     "Suggestion: check task name spelling or ensure the library is loaded."_L1;
 constexpr auto stepNotReady = "Failed to execute step %1 ('%2'): %3"_L1;
+constexpr auto taskBrokeOff =
+    "Failed to execute '%1': %2. State: what the task had done by then stays. Suggestion: ask for "
+    "less at a time (a larger cell size, fewer items) or free memory, and run the step again."_L1;
 constexpr auto callRefused =
     "Refused at call-time confirmation. State: no changes (this step skipped). Suggestion: re-run "
     "the plan and approve, or relax the task's ConfirmationPolicy in your deployment."_L1;
@@ -227,7 +232,12 @@ ZirnTaskResult PlanRun::executeTask(ZirnTask &task, const TaskPlanStep &step,
         QObject::connect(&timer, &QTimer::timeout, &context, &ZirnTaskContext::requestCancel);
         startLimit(timer, limit);
     }
-    return task.execute(ZirnTaskParams(step.args), &context);
+    ZirnTaskResult result;
+    const concurrency::Outcome outcome =
+        concurrency::guarded([&] { result = task.execute(ZirnTaskParams(step.args), &context); });
+    return outcome.isGood()
+               ? result
+               : ZirnTaskResult::failed(QString(taskBrokeOff).arg(step.task, outcome.reason()));
 }
 
 bool PlanRun::isConfirmed(int index, const ZirnTask &task)
