@@ -76,7 +76,9 @@ QList<DefinitionFault> fieldFaults(const Definition &definition)
                                          .userNames = mangler.originalNames()};
         faults.append(
             shader::faultOf(part, isInCode ? diagnostic.span.line : 0, diagnostic.message));
-        if (faults.size() == shader::DefinitionCheck::mostFaults)
+        // Behind an error of syntax the parser guesses.
+        if (diagnostic.category == ::eval::DiagnosticCategory::Syntax ||
+            faults.size() == shader::DefinitionCheck::mostFaults)
             break;
     }
     return faults;

@@ -83,12 +83,20 @@ void DefinitionCheck::compile(const QStringList &ids)
         return;
     }
     const QList<DefinitionFault> faults = faultsOf(result.diagnostics, source.map());
-    m_faults.append(faults);
-    // An open bracket or comment is found where the text goes on.
-    if (faults.isEmpty())
-        m_faults.append(faultInCode(*m_registry.getDefinition(ids.first()),
-                                    faultOf({}, 0, result.diagnostics.value(0).message).message,
-                                    u"Look for a bracket or comment that is not closed"_s));
+    m_faults.append(faults.isEmpty() ? faultElsewhere(ids.first(), result) : faults);
+}
+
+// What is wrong with the code as a whole has no line, and an open bracket or comment is found where
+// the text goes on.
+QList<DefinitionFault> DefinitionCheck::faultElsewhere(const QString &id,
+                                                       const ValidationResult &result) const
+{
+    const ::shader::Diagnostic diagnostic = result.diagnostics.value(0);
+    const ShaderSourceMap::Part part{.definitionId = id, .key = u"shaderCode"_s};
+    DefinitionFault fault = faultOf(part, 0, diagnostic.message);
+    if (diagnostic.line > 0)
+        fault.remedy = u"Look for a bracket or comment that is not closed"_s;
+    return {fault};
 }
 
 } // namespace corvane::shader

@@ -2,6 +2,7 @@
 
 #include <corvane/shader/DefinitionFault.h>
 #include <corvane/shader/SDFShaderGenerator.h>
+#include <corvane/shader/ShaderValidator.h>
 
 #include <QStringList>
 
@@ -26,6 +27,8 @@ public:
 private:
     [[nodiscard]] bool findFaultOfFunction(const QString &id);
     void compile(const QStringList &ids);
+    [[nodiscard]] QList<DefinitionFault> faultElsewhere(const QString &id,
+                                                        const ValidationResult &result) const;
 
     const registry::Registry &m_registry;
     SDFShaderGenerator m_generator;
