@@ -112,6 +112,11 @@ void TstDefinitionWarnings::faultsAreToldInTheUsersWords_data()
         none,
         u"definitions.mine.shaderCode, line 1: expected '{' to open function body. Define the "
         "function here: declarations without a body are not read where it is meshed."_s);
+    row("discard",
+        u"float sdf_ball(vec3 p) {\n    /* discard\n */ if (p.x > 1.0) discard;\n    return p.y;\n}"_s,
+        none,
+        u"definitions.mine.shaderCode, line 3: a point that reaches 'discard' has no distance and "
+        "counts as outside. Return a large distance, such as 1e10, where nothing shall be."_s);
     row("blend", u"float op_both(float d1, float d2) { return min(d1, d2); }"_s,
         QList<ParameterDef>{testing::children()},
         u"definitions.mine.blend, line 2: 'much': undeclared identifier."_s,

@@ -9,6 +9,8 @@
 
 #include <eval/Graph.h>
 
+#include <QRegularExpression>
+
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -53,6 +55,20 @@ QString callOf(const Definition &definition, const QString &function)
     return definition.nodeType == NodeType::PositionTransform ? u"length(%1)"_s.arg(call) : call;
 }
 
+/// A renderer leaves such a point undrawn, and a mesher has no distance for it.
+QList<DefinitionFault> discardFaults(const Definition &definition)
+{
+    static const QRegularExpression word(u"\\bdiscard\\b"_s);
+    const QString code = SdfSceneGraphBuilder::fieldCode(definition.shaderCode);
+    const qsizetype at = code.indexOf(word);
+    if (at < 0)
+        return {};
+    const ShaderSourceMap::Part part{.definitionId = definition.id, .key = u"shaderCode"_s};
+    return {
+        shader::faultOf(part, int(code.first(at).count(u'\n')) + 1,
+                        u"a point that reaches 'discard' has no distance and counts as outside"_s)};
+}
+
 /// The faults of a definition in the field language, whose text holds the code line for line and
 /// then the call.
 QList<DefinitionFault> fieldFaults(const Definition &definition)
@@ -64,10 +80,10 @@ QList<DefinitionFault> fieldFaults(const Definition &definition)
     graph.declareOutput(
         u"d"_s, SdfSceneGraphBuilder::fieldCode(mangler.code()) + u'\n' +
                     callOf(definition, mangler.functionName(definition.primaryFunctionName)));
-    QList<DefinitionFault> faults;
     const auto compiled = graph.compile(::eval::Backend::Interpreted);
     if (compiled)
-        return faults;
+        return discardFaults(definition);
+    QList<DefinitionFault> faults;
     const auto diagnostics = compiled.diagnostics();
     for (const ::eval::Diagnostic &diagnostic : diagnostics) {
         const bool isInCode = diagnostic.span.line <= codeLines;
