@@ -1,5 +1,6 @@
 #include "Interruption.h"
 
+#include <eval/NativeCleanup.h>
 #include <store/SafeFile.h>
 
 #include <csignal>
@@ -7,11 +8,12 @@
 
 namespace {
 
-// Only what is safe in a signal handler: the table of pending files is fixed, and _exit runs
-// nothing.
+// Only what is safe in a signal handler: the tables of pending files and compilers are fixed, and
+// _exit runs nothing.
 void endNow(int signalNumber)
 {
     store::SafeFile::removeAllPending();
+    eval::endNativeCompilers();
     ::_exit(128 + signalNumber);
 }
 
@@ -22,8 +24,12 @@ void installInterruptionHandler()
     struct sigaction action = {};
     action.sa_handler = endNow;
     sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGQUIT})
+        sigaction(signalNumber, &action, nullptr);
+    struct sigaction former = {};
+    sigaction(SIGHUP, nullptr, &former);
+    if (former.sa_handler != SIG_IGN) // as it is under nohup
+        sigaction(SIGHUP, &action, nullptr);
     // A file that grows past the limit of the process is a failed write like any other.
     std::signal(SIGXFSZ, SIG_IGN);
 }
