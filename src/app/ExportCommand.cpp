@@ -6,6 +6,7 @@
 #include "ParameterOverrides.h"
 #include "TerminalText.h"
 
+#include <corvane/eval/DefinitionWarnings.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/registry/Registry.h>
@@ -96,9 +97,24 @@ int finishWithoutGeometry(const ExportOptions &options, const QString &outputPat
 
 // ------------------------------------------------------------------ the export itself
 
+// What the compilers have against the definitions that the scene brings, in the user's own words;
+// the lines of the generated text where the fault is in none of them alone.
+void printShaderErrors(const Corvane &scene, const corvane::shader::ValidationResult &result)
+{
+    printError(u"Error: shader compilation failed"_s);
+    const auto faults = corvane::eval::definitionFaults(scene);
+    for (const auto &fault : faults)
+        printError(u"  "_s + fault.toString());
+    if (!faults.isEmpty())
+        return;
+    for (const shader::Diagnostic &diagnostic : result.diagnostics)
+        printError(u"  line %1: %2"_s.arg(QString::number(diagnostic.line), diagnostic.message));
+}
+
 // The field must also compile as a shader: a definition that the viewport cannot draw is not
 // exported.
-bool addFieldShader(const corvane::shader::SDFShaderGenerator &generator, ExportRequest &request)
+bool addFieldShader(const Corvane &scene, const corvane::shader::SDFShaderGenerator &generator,
+                    ExportRequest &request)
 {
     request.shaderSource = generator.generateFieldSamplingShader();
     if (request.shaderSource.isEmpty()) {
@@ -108,10 +124,7 @@ bool addFieldShader(const corvane::shader::SDFShaderGenerator &generator, Export
     const auto result = corvane::shader::ShaderValidator::validate(
         request.shaderSource, QShader::FragmentStage, u"field_sampling"_s);
     if (!result.success) {
-        printError(u"Error: shader compilation failed"_s);
-        for (const shader::Diagnostic &diagnostic : result.diagnostics)
-            printError(
-                u"  line %1: %2"_s.arg(QString::number(diagnostic.line), diagnostic.message));
+        printShaderErrors(scene, result);
         return false;
     }
     request.shaderResult = result;
@@ -158,6 +171,14 @@ ExportResult runWithFallback(ExportRequest request)
         request.backend == 1 ? u"GPU"_s : u"Native"_s, result.errorMessage));
     request.backend = 0;
     return runPipeline(request);
+}
+
+// A definition that means nothing to the field language stops the whole field: which one it was.
+void printFaultyDefinitions(const Corvane &scene)
+{
+    const auto warnings = corvane::eval::definitionWarnings(scene);
+    for (const auto &warning : warnings)
+        printError(warning.toString());
 }
 
 int report(const ExportResult &result, const ExportOptions &options)
@@ -225,13 +246,16 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     // Said before the meshing too.
     if (!OutputPath::hasKnownFormat(outputPath))
         return failForFormat(outputPath, options);
-    if (!addFieldShader(layer.generator(), request))
+    if (!addFieldShader(scene, layer.generator(), request))
         return CorvaneMain::OperationFailed;
     const auto field = layer.nodesAsOneField();
     request.nodes = field.nodes;
     request.rootNodeIndex = field.rootIndex;
     request.outputPath = outputPath;
-    return report(runWithFallback(request), options);
+    const ExportResult result = runWithFallback(request);
+    if (!result.success)
+        printFaultyDefinitions(scene);
+    return report(result, options);
 }
 
 /// False, with a line for the user, for an output that would replace what must stay.

@@ -1,5 +1,6 @@
 #include "Interruption.h"
 
+#include <eval/NativeCleanup.h>
 #include <store/SafeFile.h>
 
 #include <csignal>
@@ -12,6 +13,7 @@ using Cleanup = void (*)() noexcept;
 /// What is undone on the way out, each of them safe in a signal handler.
 constexpr Cleanup cleanups[] = {
     &store::SafeFile::removeAllPending, // its table of pending files is fixed
+    &eval::endNativeCompilers,          // and so is that of compilers
 };
 
 void endNow(int signalNumber)

@@ -7,10 +7,17 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace {
+
+// Says nothing beyond the diagnostics that the compile answers and that are told with their place.
+constexpr auto compilerNotice = "QSpirvCompiler: Failed to parse shader"_L1;
 
 void writeMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
+    if (message == compilerNotice)
+        return;
     const QByteArray line = terminalText(qFormatLogMessage(type, context, message)).toUtf8() + '\n';
     std::fwrite(line.constData(), 1, size_t(line.size()),
                 stderr); // one call, so that threads do not mix lines

@@ -47,6 +47,8 @@ private slots:
     void init();
     void twoAtOnceBothCompile();
     void aKilledOneLeavesNothingBehind();
+    void aSignalTakesTheCompilerAlong_data();
+    void aSignalTakesTheCompilerAlong();
 
 private:
     void install(const QString &script) const;
@@ -80,6 +82,7 @@ void TstNativeExport::init()
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid());
     QVERIFY(QDir(m_folder->path()).mkdir(u"bin"_s));
+    QVERIFY(QDir(m_folder->path()).mkdir(u"temporary"_s));
     QVERIFY(!writeFile(*m_folder, u"ball.corvane"_s, scene).isEmpty());
 }
 
@@ -99,6 +102,7 @@ std::unique_ptr<QProcess> TstNativeExport::startExport(const QString &output) co
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"PATH"_s, m_folder->filePath(u"bin"_s));
     environment.insert(u"XDG_CACHE_HOME"_s, m_folder->filePath(u"cache"_s));
+    environment.insert(u"TMPDIR"_s, m_folder->filePath(u"temporary"_s));
     process->setProcessEnvironment(environment);
     process->setProcessChannelMode(QProcess::MergedChannels);
     process->start(QStringLiteral(CORVANE_PROGRAM),
@@ -143,6 +147,32 @@ void TstNativeExport::aKilledOneLeavesNothingBehind()
         QCOMPARE(compilerRuns(), 2);
         QCOMPARE(cached().size(), 1);
     }
+}
+
+void TstNativeExport::aSignalTakesTheCompilerAlong_data()
+{
+    QTest::addColumn<int>("signalNumber");
+    QTest::newRow("INT") << SIGINT;
+    QTest::newRow("TERM") << SIGTERM;
+    QTest::newRow("HUP") << SIGHUP;
+    QTest::newRow("QUIT") << SIGQUIT;
+}
+
+// The compiler's own child and temporary file go as well.
+void TstNativeExport::aSignalTakesTheCompilerAlong()
+{
+    QFETCH(const int, signalNumber);
+    install(u"touch \"$TMPDIR/ccOwn.s\"; sleep 1000 & echo $! > child; echo $$ > leader; wait"_s);
+    const auto process = startExport(u"out.stl"_s);
+    const auto noted = [this](const QString &name) { return contentOf(m_folder->filePath(name)); };
+    QTRY_VERIFY_WITH_TIMEOUT(noted(u"leader"_s).endsWith('\n'), 60'000);
+    const QDir temporary(m_folder->filePath(u"temporary"_s));
+    QCOMPARE(temporary.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
+    QCOMPARE(kill(static_cast<pid_t>(process->processId()), signalNumber), 0);
+    QVERIFY(process->waitForFinished());
+    QCOMPARE(process->exitCode(), 128 + signalNumber);
+    QVERIFY(temporary.isEmpty());
+    QTRY_VERIFY(!isRunning(noted(u"leader"_s)) && !isRunning(noted(u"child"_s)));
 }
 
 QTEST_GUILESS_MAIN(TstNativeExport)

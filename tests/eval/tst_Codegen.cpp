@@ -308,6 +308,7 @@ void TstCodegen::refusals_data()
         << u"float f(float a) { float b = a; if (a > 0.0) { int b = 1; } return b; } f(k)"_s;
     QTest::newRow("slot in a function") << u"float f(float a) { return a + k; } f(1.0)"_s;
     QTest::newRow("recursion") << u"float f(float x) { return x < 0.0 ? x : f(x - 1.0); } f(k)"_s;
+    QTest::newRow("discard") << u"float f(float x) { if (x > 0.0) discard; return x; } f(k)"_s;
     QTest::newRow("struct output") << u"struct S { float a; }; S(k)"_s;
 }
 

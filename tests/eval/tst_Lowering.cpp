@@ -1,6 +1,9 @@
 #include "ProgramPair.h"
 #include "RandomProgram.h"
 
+#include <eval/internal/ExpandedSize.h>
+#include <eval/internal/Parser.h>
+
 #include <QRegularExpression>
 
 #include <atomic>
@@ -76,6 +79,17 @@ QString difference(ProgramPair &pair)
     return {};
 }
 
+/// The size of a call of the last of some functions, each of which calls the one before twice.
+qint64 doubledSize(int functions, qint64 most)
+{
+    QString source = u"float f0(float a) { return a; }"_s;
+    for (int i = 1; i < functions; ++i)
+        source += u"float f%1(float a) { return f%2(a) + f%2(a); }"_s.arg(QString::number(i),
+                                                                          QString::number(i - 1));
+    const auto parsed = eval::internal::Parser(source + u" f%1(k)"_s.arg(functions - 1)).parse();
+    return expandedSize(parsed.root, eval::internal::makeFunctionTable(parsed.functions), most);
+}
+
 } // namespace
 
 /// Register code and the walk over the tree give the same bits and the same faults.
@@ -89,6 +103,7 @@ private slots:
     void formsAgree();
     void randomProgramsAgree_data();
     void randomProgramsAgree();
+    void sizeIsKnownBeforeExpanding();
     void staysWithTheWalk_data();
     void staysWithTheWalk();
     void endlessLoopsCanBeCancelled_data();
@@ -202,6 +217,21 @@ void TstLowering::randomProgramsAgree()
     }
     QVERIFY2(lowered >= 45,
              qPrintable(u"only %1 of 50 programs have register code"_s.arg(lowered)));
+}
+
+void TstLowering::sizeIsKnownBeforeExpanding()
+{
+    constexpr qint64 most = 1'000'000;
+    // Each function adds its own nodes to twice those of the one before.
+    const qint64 own = doubledSize(3, most) - 2 * doubledSize(2, most);
+    QCOMPARE(doubledSize(4, most) - 2 * doubledSize(3, most), own);
+    QCOMPARE_LT(doubledSize(10, most), most);
+    QCOMPARE(doubledSize(60, most), most);
+    const auto recursive =
+        eval::internal::Parser(u"float f(float a) { return f(a); } f(k)"_s).parse();
+    QCOMPARE(
+        expandedSize(recursive.root, eval::internal::makeFunctionTable(recursive.functions), most),
+        most);
 }
 
 void TstLowering::staysWithTheWalk_data()

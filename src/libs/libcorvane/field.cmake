@@ -10,6 +10,7 @@ corvane_library(corvane_field
         corvane/eval/AnalyticGradientCompiler.cpp
         corvane/eval/CPUFieldEvaluator.cpp
         corvane/eval/DefinitionTable.cpp
+        corvane/eval/DefinitionWarnings.cpp
         corvane/eval/EvalFieldEvaluator.cpp
         corvane/eval/FieldCompiler.cpp
         corvane/eval/FieldTextBuilder.cpp

@@ -1,12 +1,15 @@
 # The generated half of corvane/shader: index tables, texts and their templates.
 set(CORVANE_SHADER_SOURCES
+    corvane/shader/DefinitionCheck.cpp
     corvane/shader/DefinitionCodeMangler.cpp
+    corvane/shader/DefinitionFault.cpp
     corvane/shader/SDFShaderGenerator.cpp
     corvane/shader/ShaderCodeAnalyzer.cpp
     corvane/shader/ShaderDispatchGenerator.cpp
     corvane/shader/ShaderFunctionGenerator.cpp
     corvane/shader/ShaderIndexManager.cpp
     corvane/shader/ShaderNodeKinds.cpp
+    corvane/shader/ShaderSourceMap.cpp
     corvane/shader/ShaderTemplates.cpp
     corvane/shader/ShaderWrapperGenerator.cpp
     corvane/shader/getShader.cpp)

@@ -1,12 +1,39 @@
 #pragma once
 
+#include <QString>
+
+#include <chrono>
 #include <functional>
+#include <memory>
+#include <optional>
 
 namespace shader {
 
+/// So long is a compile waited for. What SourceGuard lets through takes a few seconds at most.
+inline constexpr std::chrono::seconds compileTimeLimit{60};
+
 /// Runs `work` on a thread whose stack is large enough for whatever SourceGuard lets through, and
-/// waits for it. Any thread may call, several at a time; `work` must not call back in here.
-/// False when no thread could be started; then nothing was done.
-[[nodiscard]] bool runOnCompileThread(const std::function<void()> &work);
+/// waits for its end, though no longer than `limit`. Any thread may call, several at a time; `work`
+/// must not call back in here.
+///
+/// The compiler cannot be interrupted, so a thread that takes longer is left to itself: it owns all
+/// that it works on, `work` included, ends when it is done, and keeps nothing from exiting.
+/// @return false when the time was up or no thread could be started
+[[nodiscard]] bool runDetached(std::function<void()> work,
+                               std::chrono::milliseconds limit = compileTimeLimit);
+
+/// The same for work that answers something. `work` may refer to nothing that the caller owns.
+template<class Answer>
+[[nodiscard]] std::optional<Answer>
+runOnCompileThread(std::function<Answer()> work, std::chrono::milliseconds limit = compileTimeLimit)
+{
+    const auto answer = std::make_shared<Answer>();
+    if (!runDetached([answer, work = std::move(work)] { *answer = work(); }, limit))
+        return std::nullopt;
+    return *answer;
+}
+
+/// What to say when there was no answer.
+[[nodiscard]] QString compileThreadError();
 
 } // namespace shader

@@ -33,6 +33,8 @@ MacroCost costOfBody(SourceScanner &scanner, const QList<QStringView> &parameter
          token = scanner.next()) {
         if (token.kind == SourceToken::Kind::Operator || token.kind == SourceToken::Kind::Bracket)
             ++cost.operators;
+        if (token.kind == SourceToken::Kind::Identifier)
+            cost.words.append(token.text);
         if (parameters.contains(token.text))
             cost.parameterUses = std::max(cost.parameterUses, ++uses[token.text]);
         if (token.kind == SourceToken::Kind::Bracket)
@@ -52,6 +54,18 @@ bool isBeyondExpression(const SourceToken &token)
     return token.kind == SourceToken::Kind::Semicolon ||
            token.kind == SourceToken::Kind::Directive || token.is(u'#') || token.is(u'{') ||
            token.is(u'}') || isStatementWord(token.text) || token.text == "struct"_L1;
+}
+
+constexpr QLatin1StringView qualifiers[] = {"const"_L1, "in"_L1,      "out"_L1, "inout"_L1,
+                                            "highp"_L1, "mediump"_L1, "lowp"_L1};
+
+// Two names in a row declare something, and could hide the name of a function.
+bool declares(const SourceToken &token, const SourceToken &before)
+{
+    return token.kind == SourceToken::Kind::Identifier &&
+           before.kind == SourceToken::Kind::Identifier &&
+           std::find(std::begin(qualifiers), std::end(qualifiers), before.text) ==
+               std::end(qualifiers);
 }
 
 } // namespace
@@ -112,6 +126,7 @@ void MacroTable::merge(const Macro &macro)
     cost.nesting = std::max(cost.nesting, macro.cost.nesting);
     cost.parameterUses = std::max(cost.parameterUses, macro.cost.parameterUses);
     cost.hasParameters = cost.hasParameters || macro.cost.hasParameters;
+    cost.words.append(macro.cost.words);
 }
 
 std::optional<Diagnostic> MacroTable::check(const Macro &macro) const
@@ -119,9 +134,10 @@ std::optional<Diagnostic> MacroTable::check(const Macro &macro) const
     if (macro.cost.nesting == unbalanced)
         return refusal(macro.line, u"The brackets of a macro do not match"_s);
     SourceScanner scanner(macro.body, macro.line);
+    SourceToken before;
     for (SourceToken token = scanner.next(); token.kind != SourceToken::Kind::End;
-         token = scanner.next()) {
-        if (isBeyondExpression(token))
+         before = std::exchange(token, scanner.next())) {
+        if (isBeyondExpression(token) || declares(token, before))
             return refusal(macro.line, u"A macro must stand for an expression"_s);
         if (token.kind == SourceToken::Kind::Identifier && m_costs.contains(token.text))
             return refusal(macro.line, u"A macro must not stand for another macro, '%1'"_s.arg(

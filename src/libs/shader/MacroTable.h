@@ -3,6 +3,7 @@
 #include <shader/Diagnostic.h>
 
 #include <QHash>
+#include <QList>
 #include <QStringView>
 
 #include <optional>
@@ -16,6 +17,7 @@ struct MacroCost
     int nesting = 0;       ///< of brackets in the body
     int parameterUses = 1; ///< how often the body repeats one argument at most
     bool hasParameters = false;
+    QList<QStringView> words{}; ///< the names in the body
 };
 
 /// The macros of a text, read off its "#define" lines before anything else, since a macro may be

@@ -1,5 +1,6 @@
 #include <shader/SourceGuard.h>
 
+#include "CallCosts.h"
 #include "MacroTable.h"
 #include "SourceScanner.h"
 #include "SourceWords.h"
@@ -53,6 +54,7 @@ private:
     const SourceLimits m_limits;
     MacroTable m_macros;
     StructWeights m_structs;
+    CallCosts m_calls{m_macros};
     QList<OpenBracket> m_open;
     qint64 m_operators = 0;
     int m_branches = 0;
@@ -74,9 +76,10 @@ std::optional<Diagnostic> SourceChecker::check()
         const SourceToken token = m_scanner.next();
         if (token.kind == SourceToken::Kind::End)
             break;
+        m_calls.visit(token, m_callFactor);
         visit(token);
     }
-    return m_refusal;
+    return m_refusal ? m_refusal : m_calls.check(m_limits);
 }
 
 void SourceChecker::visit(const SourceToken &token)
@@ -200,6 +203,16 @@ void SourceChecker::refuse(int line, const QString &what, qint64 limit)
 std::optional<Diagnostic> checkSourceLimits(QStringView source, const SourceLimits &limits)
 {
     return SourceChecker(source, limits).check();
+}
+
+QString sourceRefusal(QStringView source, const QString &name)
+{
+    const auto refused = checkSourceLimits(source);
+    if (!refused)
+        return {};
+    return refused->line < 0
+               ? refused->message
+               : u"ERROR: %1:%2: %3"_s.arg(name, QString::number(refused->line), refused->message);
 }
 
 } // namespace shader

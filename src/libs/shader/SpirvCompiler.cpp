@@ -36,20 +36,15 @@ QLatin1StringView extensionOf(QShader::Stage stage)
 SpirvResult compileToSpirv(const QString &source, QShader::Stage stage, const QString &name)
 {
     const QString fileName = name.contains(u'.') ? name : name + extensionOf(stage);
-    if (const auto refused = checkSourceLimits(source))
-        return {.spirv = {},
-                .messages = u"ERROR: %1:%2: %3"_s.arg(fileName, QString::number(refused->line),
-                                                      refused->message)};
-    SpirvResult result;
-    const bool wasRun = runOnCompileThread([&] {
+    if (const QString refusal = sourceRefusal(source, fileName); !refusal.isEmpty())
+        return {.spirv = {}, .messages = refusal};
+    const auto compiled = runOnCompileThread<SpirvResult>([source, stage, fileName] {
         QSpirvCompiler compiler;
         compiler.setSourceString(source.toUtf8(), stage, fileName);
-        result.spirv = compiler.compileToSpirv();
-        result.messages = compiler.errorMessage();
+        const QByteArray spirv = compiler.compileToSpirv();
+        return SpirvResult{.spirv = spirv, .messages = compiler.errorMessage()};
     });
-    if (!wasRun)
-        result.messages = u"The compiler's thread could not be started"_s;
-    return result;
+    return compiled.value_or(SpirvResult{.spirv = {}, .messages = compileThreadError()});
 }
 
 QShaderDescription describeSpirv(const QByteArray &spirv)

@@ -46,12 +46,9 @@ bool hasBatchable(const QShader &shader)
 
 CompileResult bake(const QString &source, QShader::Stage stage, const QString &name, bool batchable)
 {
-    if (const auto refused = checkSourceLimits(source))
-        return {.shader = {},
-                .errorMessage = u"ERROR: %1:%2: %3"_s.arg(name, QString::number(refused->line),
-                                                          refused->message)};
-    CompileResult result;
-    const bool wasRun = runOnCompileThread([&] {
+    if (const QString refusal = sourceRefusal(source, name); !refusal.isEmpty())
+        return {.shader = {}, .errorMessage = refusal};
+    const auto baked = runOnCompileThread<CompileResult>([source, stage, name, batchable] {
         QShaderBaker baker;
         baker.setSourceString(source.toUtf8(), stage, name);
         baker.setGeneratedShaders(bakeTargets());
@@ -59,13 +56,11 @@ CompileResult bake(const QString &source, QShader::Stage stage, const QString &n
         if (needsBatchable(stage, batchable))
             variants.append(QShader::BatchableVertexShader);
         baker.setGeneratedShaderVariants(variants);
-        result.shader = baker.bake();
-        if (!result.shader.isValid())
-            result.errorMessage = baker.errorMessage();
+        const QShader shader = baker.bake();
+        return CompileResult{.shader = shader,
+                             .errorMessage = shader.isValid() ? QString() : baker.errorMessage()};
     });
-    if (!wasRun)
-        result.errorMessage = u"The compiler's thread could not be started"_s;
-    return result;
+    return baked.value_or(CompileResult{.shader = {}, .errorMessage = compileThreadError()});
 }
 
 } // namespace

@@ -68,6 +68,7 @@ f(n) // expect: 2
 float f(float a) { if (a > 0.0) discard; return 3.0; } // fault 1:33 discard reached at runtime
 f(1.0)
 // expect: 0
+// lacks: native
 
 // case: a function sees its parameters only
 // input: float k = 2

@@ -71,7 +71,8 @@ void CodegenBody::emitStatement(const AstNode &node)
         emitReturn(node);
         return;
     case AstKind::Discard:
-        emitLeave();
+        // A fault to be told, which compiled code has no way for: its zero would lie on a surface.
+        m_unit.setUnsupported();
         return;
     case AstKind::Break:
         // Outside of everything it ends the function, as in the interpreter.
@@ -242,7 +243,11 @@ void CodegenBody::emitLeave()
         emitMaskedLeave({});
         return;
     }
-    emitLine(m_function->definition->type == Type::Void ? "return;" : "return {};");
+    const AstNode &function = *m_function->definition;
+    // With the type's name: braces alone are no value of several lanes.
+    emitLine(function.type == Type::Void
+                 ? QByteArray("return;")
+                 : "return " + m_unit.typeText(function.type, function.structName) + "{};");
 }
 
 void CodegenBody::emitReturn(const AstNode &node)

@@ -38,11 +38,15 @@ void limitResource(int resource, qint64 most)
 }
 
 /// Runs in the child between fork and exec: system calls only.
-void confine(const CompilerLimits &limits)
+void confine(const CompilerLimits &limits, std::atomic<pid_t> *group, pid_t parent)
 {
     setpgid(0, 0);
-    // Nobody ends the group of a process that was killed itself.
+    if (group)
+        *group = getpid();
+    // Nobody ends the group of a process that was killed itself, nor of one that is gone by now.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        _exit(1);
     limitResource(RLIMIT_AS, limits.memory);
     limitResource(RLIMIT_CPU, limits.processorSeconds);
     limitResource(RLIMIT_FSIZE, limits.object);
@@ -75,15 +79,21 @@ QString watch(QProcess &process, const CompilerLimits &limits, QByteArray &outpu
 
 } // namespace
 
-CompilerRun runCompiler(const QString &program, const QStringList &arguments, const QString &folder,
-                        const CompilerLimits &limits)
+CompilerRun runCompiler(const QString &program, const QStringList &arguments,
+                        const NativeWorkspace &workspace, const CompilerLimits &limits)
 {
+    // Once it was collected its number may be another's.
+    const auto forget = qScopeGuard([slot = workspace.group()] {
+        if (slot)
+            *slot = 0;
+    });
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.setProcessEnvironment(childEnvironment(folder));
-    process.setWorkingDirectory(folder);
+    process.setProcessEnvironment(childEnvironment(workspace.path()));
+    process.setWorkingDirectory(workspace.path());
     process.setStandardInputFile(QProcess::nullDevice());
-    process.setChildProcessModifier([&limits] { confine(limits); });
+    process.setChildProcessModifier(
+        [&limits, slot = workspace.group(), parent = getpid()] { confine(limits, slot, parent); });
     process.start(program, arguments);
     if (!process.waitForStarted(static_cast<int>(limits.start.count())))
         return {false, u"Could not start %1: %2"_s.arg(program, process.errorString())};
@@ -107,13 +117,13 @@ CompilerRun runCompiler(const QString &program, const QStringList &arguments, co
                              process.exitCode())};
 }
 
-QString findCompiler(const QString &folder, const CompilerLimits &limits)
+QString findCompiler(const NativeWorkspace &workspace, const CompilerLimits &limits)
 {
     CompilerLimits quick = limits;
     quick.start = std::min<std::chrono::milliseconds>(quick.start, std::chrono::seconds(2));
     quick.time = std::min<std::chrono::milliseconds>(quick.time, std::chrono::seconds(5));
     for (const QString &name : {u"g++"_s, u"clang++"_s}) {
-        if (runCompiler(name, {u"--version"_s}, folder, quick).succeeded)
+        if (runCompiler(name, {u"--version"_s}, workspace, quick).succeeded)
             return name;
     }
     return u"g++"_s;

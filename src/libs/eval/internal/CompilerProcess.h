@@ -1,6 +1,7 @@
 #pragma once
 
 #include <eval/internal/NativeCompiler.h>
+#include <eval/internal/NativeWorkspace.h>
 
 #include <QString>
 #include <QStringList>
@@ -16,11 +17,11 @@ struct CompilerRun
 
 /// Runs a compiler to its end, or to the end of its limits, with the messages of both channels kept
 /// up to a bound. Nothing that it started outlives it.
-/// @param folder  its working folder and its place for temporary files
-CompilerRun runCompiler(const QString &program, const QStringList &arguments, const QString &folder,
-                        const CompilerLimits &limits);
+/// @param workspace  its working folder and its place for temporary files
+CompilerRun runCompiler(const QString &program, const QStringList &arguments,
+                        const NativeWorkspace &workspace, const CompilerLimits &limits);
 
 /// The first of g++ and clang++ that answers "--version"; g++ when none does.
-QString findCompiler(const QString &folder, const CompilerLimits &limits);
+QString findCompiler(const NativeWorkspace &workspace, const CompilerLimits &limits);
 
 } // namespace eval::internal

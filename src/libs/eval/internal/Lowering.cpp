@@ -1,6 +1,7 @@
 #include <eval/internal/Lowering.h>
 
 #include <eval/internal/CodeFinisher.h>
+#include <eval/internal/ExpandedSize.h>
 
 namespace eval::internal {
 
@@ -9,6 +10,8 @@ namespace {
 // Calls are expanded, so that a chain of functions that each call the next one twice has no end
 // that anyone would live to see: a program beyond these bounds is left to the walk.
 constexpr qint64 nodeBudget = 8'000'000;
+// Known before anything is expanded, unlike how much of it constants will fold away.
+constexpr qint64 sizeLimit = 2 * nodeBudget;
 constexpr size_t codeLimit = 2'000'000;
 constexpr int nestingLimit = 2'000;
 
@@ -63,6 +66,10 @@ void Lowering::lowerOutput(qsizetype index)
 {
     const OutputCode &code = m_program.code[index];
     m_functions = makeFunctionTable(code.functions);
+    if (expandedSize(code.root, m_functions, sizeLimit) >= sizeLimit) {
+        m_failed = true;
+        return;
+    }
     const Operand value = expression(*code.root);
     m_outputs[static_cast<size_t>(index)] = value;
     m_frame->variables[static_cast<size_t>(variableIndex(m_program.outputs[index].name))] = {

@@ -1,9 +1,10 @@
 #include <eval/internal/NativeCache.h>
 
+#include <eval/internal/PlainFile.h>
+
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
-#include <QLoggingCategory>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 
@@ -17,8 +18,6 @@ using namespace Qt::StringLiterals;
 namespace eval::internal {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcNativeCache, "ondrel.eval.native.cache", QtWarningMsg)
 
 constexpr QByteArrayView footerMark("eval.native.1\n");
 constexpr qsizetype hashSize = 32;
@@ -78,19 +77,14 @@ bool NativeCache::isFolderSafe() const
 
 bool NativeCache::holds(const QByteArray &key) const
 {
-    bool exists = false;
-    const QString path = pathOf(key);
-    const struct stat status = statusOf(path, exists);
-    const bool isOurs = exists && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
-                        (status.st_mode & 022) == 0 && status.st_size < largestObject;
-    if (!isOurs || !isFolderSafe())
+    struct stat status = {};
+    if (!isFolderSafe())
         return false;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    const auto content = readPlainFile(pathOf(key), largestObject, &status);
+    if (!content || status.st_uid != geteuid() || (status.st_mode & 022) != 0)
         return false;
-    const QByteArray content = file.readAll();
-    const qsizetype size = content.size() - footerMark.size() - hashSize;
-    return size > 0 && content.endsWith(footerOf(key, QByteArrayView(content).first(size)));
+    const qsizetype size = content->size() - footerMark.size() - hashSize;
+    return size > 0 && content->endsWith(footerOf(key, QByteArrayView(*content).first(size)));
 }
 
 bool NativeCache::prepareFolder() const
@@ -102,24 +96,22 @@ bool NativeCache::prepareFolder() const
     if (exists && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
         (status.st_mode & 077) != 0)
         chmod(QFile::encodeName(m_folder).constData(), 0700);
-    if (isFolderSafe())
-        return true;
-    qCWarning(lcNativeCache).noquote()
-        << "The cache folder" << m_folder << "is not a folder of this user alone";
-    return false;
+    return isFolderSafe();
 }
 
 QString NativeCache::store(const QByteArray &key, const QByteArray &object) const
 {
-    const QString notWritten = u"Failed to write .so to cache"_s;
+    const auto notWritten = [](const QString &why) {
+        return u"Failed to write .so to cache: %1"_s.arg(why);
+    };
     if (!prepareFolder())
-        return notWritten;
+        return notWritten(u"%1 cannot be made a folder of this user alone"_s.arg(m_folder));
     const QString path = pathOf(key);
     // A name of its own: two processes may be at the same object.
     QTemporaryFile file(path + u".tmp.XXXXXX"_s);
     const QByteArray content = object + footerOf(key, object);
     if (!file.open() || file.write(content) != content.size() || !file.flush())
-        return notWritten;
+        return notWritten(u"%1 in %2"_s.arg(file.errorString(), m_folder));
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     const QByteArray temporary = QFile::encodeName(file.fileName());
     if (std::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0)

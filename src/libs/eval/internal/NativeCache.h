@@ -25,11 +25,11 @@ public:
     QString pathOf(const QByteArray &key) const;
     /// Whether there is an object that may be loaded.
     bool holds(const QByteArray &key) const;
-    /// Puts a copy of an object in place. An empty text on success.
+    /// Puts a copy of an object in place. An empty text on success, else why not.
     [[nodiscard]] QString store(const QByteArray &key, const QByteArray &object) const;
 
 private:
-    /// Makes the folder and its mode right. False, with a line in the log, when it can't be used.
+    /// Makes the folder and its mode right. False when it can't be used.
     bool prepareFolder() const;
     bool isFolderSafe() const;
 

@@ -2,12 +2,14 @@
 
 #include <eval/internal/CompilerProcess.h>
 #include <eval/internal/NativeCache.h>
+#include <eval/internal/NativeWorkspace.h>
+#include <eval/internal/PlainFile.h>
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLoggingCategory>
-#include <QTemporaryDir>
 
+#include <atomic>
 #include <cstring>
 
 #include <dlfcn.h>
@@ -20,6 +22,17 @@ namespace eval::internal {
 namespace {
 
 Q_LOGGING_CATEGORY(lcNative, "ondrel.eval.native", QtWarningMsg)
+
+const QString objectName = u"out.so"_s;
+
+/// The next run has to compile again, which is slow but no failure.
+void warnOnce(const QString &reason)
+{
+    static std::atomic<bool> isSaid{false};
+    if (!isSaid.exchange(true))
+        qCWarning(lcNative).noquote()
+            << "Compiled code is used, but not kept for the next run:" << reason;
+}
 
 /// The later -O2 wins over the -O0, which stays as the base of the list.
 QStringList compilerArguments(const QString &folder, const QString &object, const QString &source)
@@ -62,22 +75,20 @@ bool isWholeObject(const QByteArray &content)
 }
 
 /// The object of a unit; an empty one with the reason.
-QByteArray compile(const QByteArray &source, const QString &folder, const CompilerLimits &limits,
-                   QString &error)
+QByteArray compile(const QByteArray &source, const NativeWorkspace &workspace,
+                   const CompilerLimits &limits, QString &error)
 {
-    const QString sourcePath = folder + u"/source.cpp"_s;
-    const QString objectPath = folder + u"/out.so"_s;
+    const QString sourcePath = workspace.filePath(u"source.cpp"_s);
+    const QString objectPath = workspace.filePath(objectName);
     if (!writeFile(sourcePath, source, error))
         return {};
     const CompilerRun run =
-        runCompiler(findCompiler(folder, limits), compilerArguments(folder, objectPath, sourcePath),
-                    folder, limits);
+        runCompiler(findCompiler(workspace, limits),
+                    compilerArguments(workspace.path(), objectPath, sourcePath), workspace, limits);
     error = run.error;
     if (!run.succeeded)
         return {};
-    QFile object(objectPath);
-    const bool isReadable = object.open(QIODevice::ReadOnly) && object.size() <= limits.object;
-    const QByteArray content = isReadable ? object.readAll() : QByteArray();
+    const QByteArray content = readPlainFile(objectPath, limits.object).value_or(QByteArray());
     if (!isWholeObject(content))
         error = u"Failed to read produced .so"_s;
     return error.isEmpty() ? content : QByteArray();
@@ -106,17 +117,19 @@ void load(const QString &path, JitResult &result)
 void compileAndLoad(const QByteArray &source, const NativeCache &cache, const QByteArray &key,
                     const CompilerLimits &limits, JitResult &result)
 {
-    const QTemporaryDir folder;
-    if (!folder.isValid()) {
+    const NativeWorkspace workspace;
+    if (!workspace.isValid()) {
         result.error = u"Failed to create temp dir for compile"_s;
         return;
     }
-    const QByteArray object = compile(source, folder.path(), limits, result.error);
+    const QByteArray object = compile(source, workspace, limits, result.error);
     if (object.isEmpty())
         return;
-    result.error = cache.store(key, object);
-    if (result.error.isEmpty())
-        load(cache.pathOf(key), result);
+    result.notKept = cache.store(key, object);
+    if (!result.notKept.isEmpty())
+        warnOnce(result.notKept);
+    // What was loaded stays so when its file goes.
+    load(result.notKept.isEmpty() ? cache.pathOf(key) : workspace.filePath(objectName), result);
 }
 
 } // namespace

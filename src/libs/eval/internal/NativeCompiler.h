@@ -32,11 +32,14 @@ struct JitResult
     NativePointsEntry points = nullptr; ///< likewise
     NativeWatch watch = nullptr;        ///< likewise
     QString error;                      ///< empty on success
+    QString notKept;                    ///< why the cache could not take a new object
     std::chrono::milliseconds elapsed{0};
     bool wasCached = false;
 };
 
-/// Compiles a unit with the system's compiler, unless the cache holds its object, and loads it.
+/// Compiles a unit with the system's compiler, unless the cache holds its object, and loads it. An
+/// object that the cache can't take is used all the same, with one warning in the life of a
+/// process.
 ///
 /// Blocks for as long as the compiler takes; may run on any thread, and for one unit on several
 /// threads and in several processes at once. The compiler gets no shell, an environment of PATH,

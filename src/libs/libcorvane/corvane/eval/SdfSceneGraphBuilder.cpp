@@ -3,13 +3,13 @@
 #include <corvane/eval/FieldTextBuilder.h>
 #include <corvane/registry/Definition.h>
 #include <corvane/shader/ParameterSlots.h>
+#include <corvane/shader/ShaderCodeAnalyzer.h>
 
 #include <QRegularExpression>
 
 namespace corvane::eval {
 
 using namespace Qt::StringLiterals;
-using registry::SDFParameterType;
 
 namespace {
 
@@ -23,6 +23,7 @@ bool isIdentity(const std::array<float, 16> &matrix)
     return true;
 }
 
+// Every line stays where it is, for the sake of diagnostics.
 QString withoutComments(const QString &code)
 {
     QString text;
@@ -34,22 +35,15 @@ QString withoutComments(const QString &code)
             i = end < 0 ? code.size() : end;
         } else if (rest.startsWith("/*"_L1)) {
             const qsizetype end = code.indexOf("*/"_L1, i + 2);
-            i = end < 0 ? code.size() : end + 2;
-            text += u' ';
+            const qsizetype behind = end < 0 ? code.size() : end + 2;
+            const auto comment = QStringView(code).sliced(i, behind - i);
+            text += u' ' + QString(comment.count(u'\n'), u'\n');
+            i = behind;
         } else {
             text += code.at(i++);
         }
     }
     return text;
-}
-
-/// The GLSL types of the primary function's arguments that stand for parameters, at the end of the
-/// list.
-QString argumentType(const registry::Definition &definition, qsizetype parameterIndex,
-                     qsizetype parameterCount)
-{
-    const qsizetype first = definition.parameterTypes.size() - parameterCount;
-    return first < 0 ? QString() : definition.parameterTypes.at(first + parameterIndex);
 }
 
 QString vectorLiteral(std::span<const float> values, std::size_t slot, int count)
@@ -86,9 +80,6 @@ SdfSceneGraphBuilder::Result SdfSceneGraphBuilder::build(const QList<shader::SDF
 QString SdfSceneGraphBuilder::formatParamsForCall(const registry::Definition &definition,
                                                   std::span<const float> values)
 {
-    const qsizetype count =
-        std::count_if(definition.parameters.begin(), definition.parameters.end(),
-                      [](const auto &parameter) { return !parameter.isChildParameter(); });
     QStringList arguments;
     std::size_t slot = 0;
     for (const registry::ParameterDef &parameter : definition.parameters) {
@@ -97,13 +88,12 @@ QString SdfSceneGraphBuilder::formatParamsForCall(const registry::Definition &de
         if (slot >= shader::parameterSlotCount)
             break;
         const int width = shader::parameterFloatCount(parameter.type);
-        // A colour takes four slots, but a function may well ask for its three components only.
-        const bool opaque = parameter.type == SDFParameterType::Color &&
-                            argumentType(definition, arguments.size(), count) == "vec3"_L1;
         if (width == 1)
             arguments.append(floatLit(slot < values.size() ? values[slot] : 0.0f));
         else
-            arguments.append(vectorLiteral(values, slot, opaque ? 3 : width));
+            arguments.append(vectorLiteral(
+                values, slot,
+                shader::ShaderCodeAnalyzer::argumentWidth(definition, arguments.size())));
         slot += static_cast<std::size_t>(width);
     }
     return arguments.join(", "_L1);

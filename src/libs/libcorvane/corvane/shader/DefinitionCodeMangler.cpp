@@ -358,7 +358,9 @@ DefinitionCodeMangler::DefinitionCodeMangler(const QString &code, const QString 
         if (kept.contains(name))
             continue;
         m_result += QStringView(code).mid(copied, token.start - copied);
-        m_result += mangledName(prefix, name);
+        const QString newName = mangledName(prefix, name);
+        m_originalNames.insert(newName, name);
+        m_result += newName;
         copied = token.start + token.text.size();
     }
     m_result += QStringView(code).mid(copied);

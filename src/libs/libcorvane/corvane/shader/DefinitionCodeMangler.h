@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QSet>
 #include <QString>
 
@@ -19,8 +20,8 @@ namespace corvane::shader {
 /// apart: with a local `length` in scope, `length(p)` still calls the built-in.
 ///
 /// The result holds ASCII identifiers only, never with two underscores in a row, so it is as good
-/// for GLSL as for the field language and for C++. Different names stay different. The work is
-/// linear in the text. Pure: any thread.
+/// for GLSL as for the field language and for C++. Different names stay different, and every line
+/// stays where it is. The work is linear in the text. Pure: any thread.
 class DefinitionCodeMangler
 {
 public:
@@ -45,6 +46,9 @@ public:
     /// name.
     [[nodiscard]] QString functionName(const QString &name) const;
 
+    /// The name in the original text of each name that was given in code().
+    [[nodiscard]] const QHash<QString, QString> &originalNames() const { return m_originalNames; }
+
     /// `prefix` and `name` joined into one safe identifier, as declared names are.
     [[nodiscard]] static QString mangledName(const QString &prefix, const QString &name);
 
@@ -54,6 +58,7 @@ private:
     QString m_prefix;
     QString m_result;
     QSet<QString> m_functions;
+    QHash<QString, QString> m_originalNames;
 };
 
 } // namespace corvane::shader

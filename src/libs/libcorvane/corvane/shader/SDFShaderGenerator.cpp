@@ -37,16 +37,12 @@ void SDFShaderGenerator::setRegistry(const registry::Registry *registry)
 
 QString SDFShaderGenerator::generateSDFFunctions() const
 {
-    return ShaderFunctionGenerator::generateSDFFunctions(m_indices, m_registry);
+    return ShaderFunctionGenerator::generateSDFFunctions(m_indices, m_registry).text();
 }
 
 QString SDFShaderGenerator::generateAllDispatchFunctions() const
 {
-    QString text = ShaderDispatchGenerator::generateDispatchers(m_indices, m_registry) +
-                   ShaderDispatchGenerator::csgOperations();
-    if (m_treeEvaluatorIncluded)
-        text += u'\n' + ShaderDispatchGenerator::treeEvaluator();
-    return text;
+    return dispatchFunctions().text();
 }
 
 QString SDFShaderGenerator::generateFragmentShader() const
@@ -82,7 +78,12 @@ QString SDFShaderGenerator::generateShadingShader() const
 
 QString SDFShaderGenerator::generateFieldSamplingShader() const
 {
-    return fillTemplate(u"sdf_field_sampling.frag.in"_s);
+    return generateMappedFieldShader().text();
+}
+
+MappedText SDFShaderGenerator::generateMappedFieldShader() const
+{
+    return fillMapped(u"sdf_field_sampling.frag.in"_s);
 }
 
 QString SDFShaderGenerator::generateCrossSectionShader() const
@@ -103,11 +104,36 @@ int SDFShaderGenerator::nodeType(const QString &id) const
     return definition ? static_cast<int>(definition->nodeType) : 0;
 }
 
+MappedText SDFShaderGenerator::dispatchFunctions() const
+{
+    MappedText text = ShaderDispatchGenerator::generateDispatchers(m_indices, m_registry);
+    text.append(ShaderDispatchGenerator::csgOperations());
+    if (m_treeEvaluatorIncluded)
+        text.append(u'\n' + ShaderDispatchGenerator::treeEvaluator());
+    return text;
+}
+
+MappedText SDFShaderGenerator::fillMapped(const QString &name) const
+{
+    // Dispatchers call the functions, so their hole comes second in every template.
+    const QString source = ShaderTemplates::load(name);
+    const qsizetype functions = source.indexOf(functionsHole);
+    const qsizetype dispatch = source.indexOf(dispatchHole, functions);
+    MappedText text;
+    if (functions < 0 || dispatch < 0)
+        return text;
+    text.append(source.left(functions));
+    text.append(ShaderFunctionGenerator::generateSDFFunctions(m_indices, m_registry));
+    const qsizetype behind = functions + functionsHole.size();
+    text.append(source.mid(behind, dispatch - behind));
+    text.append(dispatchFunctions());
+    text.append(source.mid(dispatch + dispatchHole.size()));
+    return text;
+}
+
 QString SDFShaderGenerator::fillTemplate(const QString &name) const
 {
-    return ShaderTemplates::fill(
-        ShaderTemplates::load(name),
-        {{functionsHole, generateSDFFunctions()}, {dispatchHole, generateAllDispatchFunctions()}});
+    return fillMapped(name).text();
 }
 
 } // namespace corvane::shader

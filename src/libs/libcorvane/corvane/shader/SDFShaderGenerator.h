@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvane/shader/ShaderIndexManager.h>
+#include <corvane/shader/ShaderSourceMap.h>
 
 #include <QSet>
 #include <QString>
@@ -58,7 +59,8 @@ public:
     [[nodiscard]] QString generateGeometryShader() const;
     /// G-buffer to colour, by the shading mode or the default template.
     [[nodiscard]] QString generateShadingShader() const;
-    /// The distance at one point.
+    /// The distance at one point, with the map of its lines.
+    [[nodiscard]] MappedText generateMappedFieldShader() const;
     [[nodiscard]] QString generateFieldSamplingShader() const;
     /// The distance field on a plane.
     [[nodiscard]] QString generateCrossSectionShader() const;
@@ -69,6 +71,8 @@ public:
     [[nodiscard]] int nodeType(const QString &id) const;
 
 private:
+    [[nodiscard]] MappedText dispatchFunctions() const;
+    [[nodiscard]] MappedText fillMapped(const QString &name) const;
     [[nodiscard]] QString fillTemplate(const QString &name) const;
 
     const registry::Registry *m_registry = nullptr;

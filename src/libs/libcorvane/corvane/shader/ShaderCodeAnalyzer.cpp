@@ -15,6 +15,11 @@ Q_LOGGING_CATEGORY(lcAnalyzer, "ondrel.shader.analyzer", QtWarningMsg)
 
 namespace {
 
+bool takesSlots(const registry::ParameterDef &parameter)
+{
+    return parameterFloatCount(parameter.type) > 0;
+}
+
 QString argumentAt(int slot, int count)
 {
     if (count == 1)
@@ -48,18 +53,31 @@ QString ShaderCodeAnalyzer::buildParamList(const registry::Definition &definitio
     QStringList arguments;
     slotCount = 0;
     for (const registry::ParameterDef &parameter : definition.parameters) {
-        const int count = parameterFloatCount(parameter.type);
-        if (count == 0)
+        if (!takesSlots(parameter))
             continue;
         if (slotCount >= parameterSlotCount) {
             qCWarning(lcAnalyzer).noquote()
                 << "ShaderCodeAnalyzer: too many parameters for" << definition.id;
             break;
         }
-        arguments.append(argumentAt(slotCount, count));
-        slotCount += count;
+        arguments.append(argumentAt(slotCount, argumentWidth(definition, arguments.size())));
+        slotCount += parameterFloatCount(parameter.type);
     }
     return arguments.join(", "_L1);
+}
+
+int ShaderCodeAnalyzer::argumentWidth(const registry::Definition &definition, qsizetype index)
+{
+    QList<registry::SDFParameterType> types;
+    for (const registry::ParameterDef &parameter : definition.parameters) {
+        if (takesSlots(parameter))
+            types.append(parameter.type);
+    }
+    // The types of the function's arguments stand at the end, behind its points and distances.
+    const qsizetype first = definition.parameterTypes.size() - types.size();
+    const bool isOpaque = types.at(index) == registry::SDFParameterType::Color && first >= 0 &&
+                          definition.parameterTypes.at(first + index) == "vec3"_L1;
+    return isOpaque ? 3 : parameterFloatCount(types.at(index));
 }
 
 QString ShaderCodeAnalyzer::getParamComponent(int slot)

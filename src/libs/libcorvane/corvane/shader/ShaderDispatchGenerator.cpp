@@ -26,6 +26,8 @@ float csgBlend_%2(float d1, float d2, float k) {
 
 )"_L1;
 
+constexpr int blendHeadLines = 2;
+
 constexpr auto blendDispatcher = R"(// ============= CSG Blend Dispatch =============
 
 float applyCsgBlend(uint csgIndex, float d1, float d2, float k) {
@@ -47,51 +49,68 @@ QString casesOf(QLatin1String pattern, const QList<int> &indices)
     return cases;
 }
 
-void emitDispatch(QString &text, const ShaderNodeKind &kind, const ShaderIndexManager &indices,
+void emitDispatch(MappedText &text, const ShaderNodeKind &kind, const ShaderIndexManager &indices,
                   const registry::Registry &registry)
 {
     const auto wrappers = ShaderWrapperGenerator::generateWrappers(kind, indices, registry);
     if (kind.type == GpuNodeType::Primitive)
-        qCInfo(lcDispatch) << "ShaderDispatchGenerator:" << wrappers.count << "primitive wrappers";
-    const QString cases = casesOf(kind.dispatchCase, indices.activeIndices(kind.type));
-    text += wrappers.text;
-    text += kind.dispatchBanner + "\n\n"_L1 + QString(kind.dispatcher).arg(cases) + u'\n';
+        qCInfo(lcDispatch) << "ShaderDispatchGenerator:" << wrappers.indices.size()
+                           << "primitive wrappers";
+    // A definition without a wrapper is unknown to the dispatcher, so that it breaks no other.
+    const QString cases = casesOf(kind.dispatchCase, wrappers.indices);
+    text.append(wrappers.text);
+    text.append(kind.dispatchBanner + "\n\n"_L1 + QString(kind.dispatcher).arg(cases) + u'\n');
 }
 
-QString blendBody(const registry::Definition &definition)
+QString indented(const QString &code)
 {
-    static const QSet<QString> contract{u"blend"_s, u"d1"_s, u"d2"_s, u"k"_s};
-    const QString code = definition.blend.trimmed();
-    if (code.isEmpty())
-        return defaultBlend;
-    const QString own =
-        definition.isFromResources() ? code : DefinitionCodeMangler(code, u"b_"_s, contract).code();
-    QStringList lines = own.split(u'\n');
+    QStringList lines = code.split(u'\n');
     for (QString &line : lines)
         line.prepend("    "_L1);
     return lines.join(u'\n');
 }
 
-void emitBlends(QString &text, const ShaderIndexManager &indices,
+void emitBlend(MappedText &text, const registry::Definition &definition, int index)
+{
+    static const QSet<QString> contract{u"blend"_s, u"d1"_s, u"d2"_s, u"k"_s};
+    const QString code = definition.blend.trimmed();
+    const auto mangler = definition.isFromResources()
+                             ? DefinitionCodeMangler::passThrough(code)
+                             : DefinitionCodeMangler(code, u"b_"_s, contract);
+    const QString body = code.isEmpty() ? QString(defaultBlend) : indented(mangler.code());
+    const int trimmedLines =
+        int(definition.blend.left(definition.blend.indexOf(code)).count(u'\n'));
+    text.append(
+        QString(blendFunction).arg(commentText(definition.id), QString::number(index), body),
+        {.definitionId = definition.id,
+         .key = u"blend"_s,
+         .codeLine = trimmedLines - blendHeadLines + 1,
+         .codeLines = int(definition.blend.count(u'\n')) + 1,
+         .userNames = mangler.originalNames()});
+}
+
+void emitBlends(MappedText &text, const ShaderIndexManager &indices,
                 const registry::Registry &registry)
 {
+    QList<int> emitted;
     const QList<int> active = indices.activeIndices(GpuNodeType::CsgOp);
-    text += "// ============= CSG Blend Functions =============\n\n"_L1;
+    text.append(u"// ============= CSG Blend Functions =============\n\n"_s);
     for (const int index : active) {
         const auto definition = registry.getDefinition(indices.idAt(GpuNodeType::CsgOp, index));
-        const QString id = definition ? commentText(definition->id) : QString();
-        const QString body = definition ? blendBody(*definition) : QString(defaultBlend);
-        text += QString(blendFunction).arg(id, QString::number(index), body);
+        if (!definition)
+            continue;
+        emitBlend(text, *definition, index);
+        emitted.append(index);
     }
-    text += QString(blendDispatcher).arg(casesOf(blendCase, active));
+    text.append(QString(blendDispatcher).arg(casesOf(blendCase, emitted)));
 }
 
 } // namespace
 
-QString ShaderDispatchGenerator::generateDispatchers(const ShaderIndexManager &indices,
-                                                     const registry::Registry *registry)
+MappedText ShaderDispatchGenerator::generateDispatchers(const ShaderIndexManager &indices,
+                                                        const registry::Registry *registry)
 {
-    QString text;
+    MappedText text;
     if (!registry)
         return text;
     for (const ShaderNodeKind &kind : shaderNodeKinds())
@@ -103,10 +122,10 @@ QString ShaderDispatchGenerator::generateDispatchers(const ShaderIndexManager &i
 QString ShaderDispatchGenerator::generatePrimitiveDispatch(const ShaderIndexManager &indices,
                                                            const registry::Registry *registry)
 {
-    QString text;
+    MappedText text;
     if (registry)
         emitDispatch(text, shaderNodeKinds().front(), indices, *registry);
-    return text;
+    return text.text();
 }
 
 QString ShaderDispatchGenerator::csgOperations()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvane/shader/ShaderSourceMap.h>
+
 #include <QString>
 
 namespace corvane::registry {
@@ -16,8 +18,8 @@ class ShaderDispatchGenerator
 {
 public:
     /// Wrappers and dispatcher of each kind, then the CSG blends. Empty without a registry.
-    [[nodiscard]] static QString generateDispatchers(const ShaderIndexManager &indices,
-                                                     const registry::Registry *registry);
+    [[nodiscard]] static MappedText generateDispatchers(const ShaderIndexManager &indices,
+                                                        const registry::Registry *registry);
     /// Wrappers and dispatcher of the primitives alone.
     [[nodiscard]] static QString generatePrimitiveDispatch(const ShaderIndexManager &indices,
                                                            const registry::Registry *registry);

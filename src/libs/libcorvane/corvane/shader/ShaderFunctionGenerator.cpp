@@ -15,8 +15,8 @@ Q_LOGGING_CATEGORY(lcFunctions, "ondrel.shader.functions", QtWarningMsg)
 
 namespace {
 
-void emitFunction(QString &text, const registry::Definition &definition, const ShaderNodeKind &kind,
-                  int index)
+void emitFunction(MappedText &text, const registry::Definition &definition,
+                  const ShaderNodeKind &kind, int index)
 {
     const auto function = shaderFunction(definition, kind, index);
     if (!function) {
@@ -26,14 +26,20 @@ void emitFunction(QString &text, const registry::Definition &definition, const S
     }
     const QString comment =
         QString(kind.functionComment).arg(commentText(definition.name), QString::number(index));
-    text += comment + u'\n' + function->code + "\n\n"_L1;
+    text.append(comment + u'\n');
+    text.append(function->code, {.definitionId = definition.id,
+                                 .key = u"shaderCode"_s,
+                                 .codeLine = function->firstLine,
+                                 .codeLines = int(definition.shaderCode.count(u'\n')) + 1,
+                                 .userNames = function->userNames});
+    text.append(u"\n\n"_s);
 }
 
-void emitSection(QString &text, const ShaderNodeKind &kind, const ShaderIndexManager &indices,
+void emitSection(MappedText &text, const ShaderNodeKind &kind, const ShaderIndexManager &indices,
                  const registry::Registry &registry)
 {
-    text += u"%1\n// Generated from %2 %3\n\n"_s.arg(
-        kind.functionsBanner, QString::number(indices.count(kind.type)), kind.definitionWords);
+    text.append(u"%1\n// Generated from %2 %3\n\n"_s.arg(
+        kind.functionsBanner, QString::number(indices.count(kind.type)), kind.definitionWords));
     const QList<int> active = indices.activeIndices(kind.type);
     for (const int index : active) {
         if (const auto definition = registry.getDefinition(indices.idAt(kind.type, index)))
@@ -43,10 +49,10 @@ void emitSection(QString &text, const ShaderNodeKind &kind, const ShaderIndexMan
 
 } // namespace
 
-QString ShaderFunctionGenerator::generateSDFFunctions(const ShaderIndexManager &indices,
-                                                      const registry::Registry *registry)
+MappedText ShaderFunctionGenerator::generateSDFFunctions(const ShaderIndexManager &indices,
+                                                         const registry::Registry *registry)
 {
-    QString text;
+    MappedText text;
     if (!registry)
         return text;
     for (const ShaderNodeKind &kind : shaderNodeKinds())

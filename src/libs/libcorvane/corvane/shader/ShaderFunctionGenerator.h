@@ -1,5 +1,7 @@
 #pragma once
 
+#include <corvane/shader/ShaderSourceMap.h>
+
 #include <QString>
 
 namespace corvane::registry {
@@ -18,8 +20,8 @@ public:
     /// Four sections: primitives, position transforms, distance modifiers, position-aware
     /// modifiers. A definition whose main function can't be found is logged and left out. Empty
     /// without a registry.
-    [[nodiscard]] static QString generateSDFFunctions(const ShaderIndexManager &indices,
-                                                      const registry::Registry *registry);
+    [[nodiscard]] static MappedText generateSDFFunctions(const ShaderIndexManager &indices,
+                                                         const registry::Registry *registry);
 };
 
 } // namespace corvane::shader

@@ -4,6 +4,8 @@
 #include <corvane/shader/DefinitionCodeMangler.h>
 #include <corvane/shader/ShaderCodeAnalyzer.h>
 
+#include <algorithm>
+
 namespace corvane::shader {
 
 using namespace Qt::StringLiterals;
@@ -102,6 +104,18 @@ float pam_wrapper_%2(vec3 p, float d, vec4 params, vec4 params2) {
 };
 static_assert(std::size(kinds) == gpuNodeTypeCount - 1);
 
+bool isBlank(QChar c)
+{
+    return c.isSpace();
+}
+
+// The line on which a text begins that has its leading blanks trimmed.
+int firstLineOf(const QString &text)
+{
+    const auto begin = std::find_if_not(text.cbegin(), text.cend(), &isBlank);
+    return 1 + int(std::count(text.cbegin(), begin, u'\n'));
+}
+
 } // namespace
 
 std::span<const ShaderNodeKind> shaderNodeKinds()
@@ -109,10 +123,16 @@ std::span<const ShaderNodeKind> shaderNodeKinds()
     return kinds;
 }
 
+QString mainFunctionName(const registry::Definition &definition)
+{
+    const QString name = ShaderCodeAnalyzer::extractFunctionName(definition.shaderCode);
+    return name.isEmpty() ? definition.primaryFunctionName : name;
+}
+
 std::optional<QString> shaderFunctionName(const registry::Definition &definition,
                                           const ShaderNodeKind &kind, int index)
 {
-    const QString name = ShaderCodeAnalyzer::extractFunctionName(definition.shaderCode);
+    const QString name = mainFunctionName(definition);
     if (name.isEmpty())
         return std::nullopt;
     const QString suffix = QString(kind.functionSuffix).arg(index);
@@ -129,10 +149,15 @@ std::optional<ShaderFunction> shaderFunction(const registry::Definition &definit
         return std::nullopt;
     const QString prefix = QString(kind.namePrefix).arg(index);
     const auto mangler = DefinitionCodeMangler::forDefinition(definition, prefix);
-    const QString oldName =
-        mangler.functionName(ShaderCodeAnalyzer::extractFunctionName(definition.shaderCode));
-    return ShaderFunction{*newName, ShaderCodeAnalyzer::renameFunctionInCode(
-                                        mangler.code().trimmed(), oldName, *newName)};
+    const QString ownName = mainFunctionName(definition);
+    const QString oldName = mangler.functionName(ownName);
+    ShaderFunction function{.name = *newName,
+                            .code = ShaderCodeAnalyzer::renameFunctionInCode(
+                                mangler.code().trimmed(), oldName, *newName),
+                            .firstLine = firstLineOf(mangler.code()),
+                            .userNames = mangler.originalNames()};
+    function.userNames.insert(*newName, ownName);
+    return function;
 }
 
 QString commentText(const QString &text)

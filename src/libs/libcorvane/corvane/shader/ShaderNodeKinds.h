@@ -2,6 +2,7 @@
 
 #include <corvane/shader/SDFNode.h>
 
+#include <QHash>
 #include <QLatin1String>
 #include <QString>
 #include <optional>
@@ -41,7 +42,13 @@ struct ShaderFunction
 {
     QString name; ///< with the suffix of its index
     QString code;
+    int firstLine = 1;                   ///< line of the definition's text that the code begins on
+    QHash<QString, QString> userNames{}; ///< what names in the code are called in that text
 };
+
+/// The main function of a definition as its text has it: the first of a known prefix, else what its
+/// signature was read off; empty when it has none.
+[[nodiscard]] QString mainFunctionName(const registry::Definition &definition);
 
 /// The name that a definition's main function gets in the shader; none when it has no such
 /// function.

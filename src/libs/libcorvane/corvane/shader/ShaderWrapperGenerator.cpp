@@ -16,8 +16,8 @@ Q_LOGGING_CATEGORY(lcWrappers, "ondrel.shader.wrappers", QtWarningMsg)
 
 namespace {
 
-bool emitWrapper(QString &text, const registry::Definition &definition, const ShaderNodeKind &kind,
-                 int index)
+bool emitWrapper(MappedText &text, const registry::Definition &definition,
+                 const ShaderNodeKind &kind, int index)
 {
     if (QStringView(definition.shaderCode).trimmed().isEmpty())
         return false;
@@ -30,10 +30,13 @@ bool emitWrapper(QString &text, const registry::Definition &definition, const Sh
     int slotCount = 0;
     const QString arguments = ShaderCodeAnalyzer::buildParamList(definition, slotCount);
     const QString separator = arguments.isEmpty() ? QString() : u", "_s;
-    text += QString(kind.wrapper)
-                .arg(commentText(definition.id), QString::number(index), *function, separator,
-                     arguments) +
-            u'\n';
+    text.append(QString(kind.wrapper)
+                    .arg(commentText(definition.id), QString::number(index), *function, separator,
+                         arguments),
+                {.definitionId = definition.id,
+                 .key = u"parameters"_s,
+                 .userNames = {{*function, mainFunctionName(definition)}}});
+    text.append(u"\n"_s);
     return true;
 }
 
@@ -44,12 +47,13 @@ ShaderWrapperGenerator::generateWrappers(const ShaderNodeKind &kind,
                                          const ShaderIndexManager &indices,
                                          const registry::Registry &registry)
 {
-    Wrappers wrappers{.text = kind.wrappersBanner + "\n\n"_L1, .count = 0};
+    Wrappers wrappers;
+    wrappers.text.append(kind.wrappersBanner + "\n\n"_L1);
     const QList<int> active = indices.activeIndices(kind.type);
     for (const int index : active) {
         const auto definition = registry.getDefinition(indices.idAt(kind.type, index));
         if (definition && emitWrapper(wrappers.text, *definition, kind, index))
-            ++wrappers.count;
+            wrappers.indices.append(index);
     }
     return wrappers;
 }

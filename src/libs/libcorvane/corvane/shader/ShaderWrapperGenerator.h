@@ -1,6 +1,8 @@
 #pragma once
 
-#include <QString>
+#include <corvane/shader/ShaderSourceMap.h>
+
+#include <QList>
 
 namespace corvane::registry {
 class Registry;
@@ -18,8 +20,8 @@ class ShaderWrapperGenerator
 public:
     struct Wrappers
     {
-        QString text; ///< with the banner
-        int count = 0;
+        MappedText text;    ///< with the banner
+        QList<int> indices; ///< of the definitions that have one
     };
 
     /// One wrapper for each active definition of a kind. A definition whose main function can't be
