@@ -218,7 +218,7 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
         u"provide the category, or one of primitives, operators, modifiers; empty for all."_s);
     row("a name that can't be saved", u"varset.set_variable"_s, R"({"name": "a: b", "value": 1})",
         u"set variable: name 'a: b' can't be held by a scene file, whose names are without ':', "
-        u"'#', ',', brackets, quotes and line breaks."_s,
+        u"'#', ',', brackets, quotes and line breaks, and begin with no '-' or blank."_s,
         u"provide the name of the variable."_s);
     row("a key that can't be saved", u"settings.set"_s,
         R"({"path": "a", "value": [{"b": {"#c": 1}}]})",
@@ -228,6 +228,17 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
           {{u"path"_s, u"a"_s}, {u"value"_s, nested(101)}},
           u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
           u"Suggestion: provide the new value."_s);
+    rowOf("a path that nests the value too deep", u"corvane.settings.set"_s,
+          {{u"path"_s, QStringList(11, u"a"_s).join(u'.')}, {u"value"_s, nested(90)}},
+          u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
+          u"Suggestion: check parameters and try again."_s);
+    for (const QString &key : {u"-a"_s, u" a"_s, u"- a"_s})
+        rowOf(qPrintable(u"a part of a path that can't be saved: "_s + key),
+              u"corvane.settings.set_bulk"_s,
+              {{u"settings"_s, QVariantMap{{u"x."_s + key, 1}}}},
+              u"Failed to update settings: 'x.%1' can't be held by a scene file, whose names are "
+              u"without ':', '#', ',', brackets, quotes and line breaks, and begin with no '-' or "
+              u"blank. State: unchanged. Suggestion: check parameters and try again."_s.arg(key));
     row("add: unknown definition", u"item.add"_s,
         R"({"itemType": "sdf", "definitionId": "nothing"})",
         u"add item: definition 'nothing' not found."_s,
