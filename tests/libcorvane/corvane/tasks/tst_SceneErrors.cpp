@@ -91,16 +91,22 @@ void TstSceneErrors::countFollowsAnyEdit()
         case 0:
             ids.append(fixture.add(u"sphere"_s));
             break;
-        case 1:
+        case 1: {
+            // Of one type and another, and derived from one that may be there or not.
+            const QVariantList values{random.bounded(9), QVariantList{1, 2, 3},
+                                      u'=' + names.at(random.bounded(3)) + u".x"_s};
             fixture.call(u"corvane.varset.set_variable"_s,
-                         {{u"name"_s, name}, {u"value"_s, random.bounded(9)}});
+                         {{u"name"_s, name},
+                          {u"value"_s, values.at(random.bounded(3))},
+                          {u"type"_s, random.bounded(2) > 0 ? u"vector"_s : u"number"_s}});
             break;
+        }
         case 2:
             if (fixture.document->hasVariable(name))
                 fixture.call(u"corvane.varset.remove_variable"_s, {{u"name"_s, name}});
             break;
         case 3:
-            setParameter(fixture, id, u'=' + name);
+            setParameter(fixture, id, u'=' + name + (random.bounded(2) > 0 ? u".y"_s : QString()));
             break;
         case 4:
             fixture.call(u"corvane.item.remove"_s, {{u"itemId"_s, id}});

@@ -69,7 +69,7 @@ void appendVariables(ExpressionSites &sites, const QString &varset,
 {
     for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
         if (!it->expression.isEmpty())
-            sites.append({u"varset:"_s + varset + u'.' + it.key(), it->expression});
+            sites.append({variableLocation(varset, it.key()), it->expression});
     }
 }
 
@@ -146,10 +146,15 @@ ExpressionSites expressionsIn(const model::SceneItem &item)
     return expressionsIn(model::Instance(item).rawParams());
 }
 
+QString variableLocation(const QString &varset, const QString &name)
+{
+    return u"varset:"_s + (varset.isEmpty() ? u"Default"_s : varset) + u'.' + name;
+}
+
 ExpressionSites variableExpressions(const model::Corvane &scene)
 {
     ExpressionSites sites;
-    appendVariables(sites, u"Default"_s, scene.varsetEntries());
+    appendVariables(sites, {}, scene.varsetEntries());
     const auto varsets = scene.namedVarsets();
     for (auto it = varsets.cbegin(); it != varsets.cend(); ++it)
         appendVariables(sites, it.key(), *it);
