@@ -283,8 +283,15 @@ void TstRegistry::savesAndLoadsTheUserLibrary()
     Registry registry;
     registry.loadBuiltinPrimitives();
     const DefinitionPtr ball = makeDefinition(u"ball"_s, ballCode);
-    registry.registerFileScopedPrimitive(ball);
+    registry.registerPrimitive(ball);
+    // What the open scene brings is the scene's, also under the id of one of the user's own.
+    registry.registerFileScopedPrimitive(makeDefinition(u"guest"_s, ballCode));
+    const DefinitionPtr otherBall = makeDefinition(u"ball"_s, ballCode);
+    otherBall->description = u"the scene's"_s;
+    registry.registerFileScopedPrimitive(otherBall);
     QVERIFY(registry.saveUserLibrary(path));
+    registry.unregisterPrimitive(u"ball"_s);
+    QCOMPARE(registry.getDefinition(u"ball"_s), ball);
 
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
