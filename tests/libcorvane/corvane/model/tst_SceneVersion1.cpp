@@ -315,6 +315,7 @@ void TstSceneVersion1::rootsSayWhatIsDrawn_data()
     QTest::newRow("empty list") << u"roots: []\n"_s << false << 0;
     QTest::newRow("all dangling") << u"roots: [x, y]\n"_s << false << 0;
     QTest::newRow("by name") << u"roots:\n  - a\n"_s << false << 1;
+    QTest::newRow("by both names") << u"roots: [a, \"@a\"]\n"_s << false << 1;
     QTest::newRow("by marked name") << u"roots: [\"@a\"]\n"_s << false << 1;
     QTest::newRow("by id") << u"roots: [\"6d1f7c52-9a3e-4b0d-8f21-3c5e7790ab14\"]\n"_s << false
                            << 1;
@@ -490,8 +491,8 @@ void TstSceneVersion1::failedSaveLeavesTheOldFile_data()
     QTest::newRow("deeper than the reader goes")
         << u"x.corvane"_s << QStringList(256, u"a"_s).join(u'.')
         << u"it is nested deeper than 256 levels"_s;
-    QTest::newRow("a key that reads as a list") << u"x.corvane"_s << u"-a"_s
-                                                << u"it has the key '-a'"_s;
+    QTest::newRow("a key that reads as a list")
+        << u"x.corvane"_s << u"-a"_s << u"it has the key '-a'"_s;
 }
 
 void TstSceneVersion1::failedSaveLeavesTheOldFile()
@@ -506,8 +507,7 @@ void TstSceneVersion1::failedSaveLeavesTheOldFile()
     const QByteArray before = contentOf(path);
     scene.setSceneSetting(settingsPath, 1);
     QTest::ignoreMessage(
-        QtWarningMsg,
-        QRegularExpression(u"^Corvane::saveToFile: cannot write .+ - .*"_s + reason));
+        QtWarningMsg, QRegularExpression(u"^Corvane::saveToFile: cannot write .+ - .*"_s + reason));
     QVERIFY(wasSaved && !scene.saveToFile(path));
     QCOMPARE(contentOf(path), before);
 }

@@ -210,14 +210,16 @@ void SceneVersion1Reader::readRoots()
         return;
     m_scene->m_hasRoots = true;
     const QStringList references = roots->toStringList();
+    QSet<QUuid> known;
     for (const QString &reference : references) {
         QUuid id = m_scene->m_items.idByName(reference);
         if (id.isNull())
             id = m_scene->m_items.resolve(reference);
         if (id.isNull())
             m_warnings.add(u"Root '%1' names no item and was dropped"_s.arg(reference));
-        else
-            m_scene->m_roots.append(id);
+        else if (!known.contains(id))
+            m_scene->m_roots.append(id); // "ball" and "@ball" are one root
+        known.insert(id);
     }
 }
 
