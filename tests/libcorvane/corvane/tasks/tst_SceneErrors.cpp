@@ -19,6 +19,7 @@ private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void newErrorsAreToldOnce();
     void errorsSayWhereTheyStand();
+    void derivedVariablesHaveTheirTypes();
     void countFollowsAnyEdit();
 
 private:
@@ -76,6 +77,22 @@ void TstSceneErrors::errorsSayWhereTheyStand()
     QVERIFY(!errors.at(0).error.isEmpty());
     QCOMPARE(errors.at(1).path, u"varset"_s);
     QCOMPARE(errors.at(1).location, u"varset:Default.w"_s);
+}
+
+/// What derives a variable says its type before anybody evaluates it.
+void TstSceneErrors::derivedVariablesHaveTheirTypes()
+{
+    TaskFixture fixture;
+    const auto set = [&](const QString &name, const QVariant &value) {
+        return fixture
+            .call(u"corvane.varset.set_variable"_s, {{u"name"_s, name}, {u"value"_s, value}})
+            .outputs.value(u"error_count"_s);
+    };
+    QCOMPARE(set(u"half"_s, u"=w/2"_s), u"1"_s); // there is no w
+    QCOMPARE(set(u"at"_s, u"=vec3(half*10, 0.0, default.half)"_s), u"1"_s);
+    QCOMPARE(set(u"far"_s, u"=length(at.xy)"_s), u"1"_s);
+    QCOMPARE(set(u"w"_s, 4.0), u"0"_s);
+    QCOMPARE(set(u"half"_s, u"=vec3(w, w, w)"_s), u"2"_s); // no part of a vector: at, and far with it
 }
 
 void TstSceneErrors::countFollowsAnyEdit()

@@ -62,19 +62,39 @@ void BrokenTexts::renewScope(const expr::CompileContext &scope)
     m_scope = scope;
 }
 
-int BrokenTexts::checked()
+/// False when a text was mended that gives something else than the number which a broken one is
+/// taken for: what reads a variable that is derived by it has to see the new type.
+bool BrokenTexts::check()
 {
+    using expr::ExprType;
     const expr::ExprCompiler compiler(m_scope);
+    bool areTypesKnown = true;
     for (const QString &text : std::exchange(m_unchecked, {})) {
-        if (compiler.compile(text).errors.isEmpty())
-            m_broken.remove(text);
-        else
+        const expr::CompiledExpression compiled = compiler.compile(text);
+        const bool isNumber =
+            compiled.resultType == ExprType::Float || compiled.resultType == ExprType::Int;
+        if (!compiled.errors.isEmpty())
             m_broken.insert(text);
+        else if (m_broken.remove(text) && !isNumber)
+            areTypesKnown = false;
     }
+    return areTypesKnown;
+}
+
+int BrokenTexts::brokenPlaces() const
+{
     int count = 0;
-    for (const QString &text : std::as_const(m_broken))
+    for (const QString &text : m_broken)
         count += m_places.value(text);
     return count;
+}
+
+expr::ExprType BrokenTexts::typeOf(const QString &text) const
+{
+    const bool isKnown = !m_isScopeStale;
+    const auto compiled =
+        isKnown ? expr::ExprCompiler(m_scope).compile(text) : expr::CompiledExpression();
+    return isKnown && compiled.errors.isEmpty() ? compiled.resultType : expr::ExprType::Unknown;
 }
 
 } // namespace corvane::zirn

@@ -6,6 +6,8 @@
 #include <QSet>
 #include <QStringList>
 
+#include <utility>
+
 namespace corvane::zirn {
 
 /// The texts of a scene's expressions, each with the number of its places, and how many of those
@@ -27,6 +29,10 @@ public:
     /// forgetScope() is for the caller to say, who may know of more names.
     bool setName(const QString &name, expr::ExprType type);
 
+    /// The type that a text gives to the variable that is derived by it; Unknown where it is
+    /// broken, and while the names are not known.
+    expr::ExprType typeOf(const QString &text) const;
+
     /// @param scopeOf  makes the names anew; asked only while there are texts that need them
     template<class ScopeOf>
     int count(const ScopeOf &scopeOf)
@@ -34,12 +40,17 @@ public:
         // Not before there is an expression: a scene may have thousands of variables and none.
         if (!m_places.isEmpty() && std::exchange(m_isScopeStale, false))
             renewScope(scopeOf());
-        return checked();
+        if (check())
+            return brokenPlaces();
+        renewScope(scopeOf());
+        check();
+        return brokenPlaces();
     }
 
 private:
     void renewScope(const expr::CompileContext &scope);
-    int checked();
+    bool check();
+    int brokenPlaces() const;
 
     expr::CompileContext m_scope;
     QHash<QString, int> m_places; ///< by text

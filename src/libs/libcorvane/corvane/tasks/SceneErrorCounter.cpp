@@ -1,5 +1,6 @@
 #include <corvane/tasks/SceneErrorCounter.h>
 
+#include <corvane/expr/ExprModel.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
@@ -110,7 +111,7 @@ void SceneErrorCounter::rereadVariable(const QString &varset, const QString &nam
     m_texts.replace(texts, text.isEmpty() ? QStringList() : QStringList(text));
     if (!text.isEmpty())
         m_variableTexts.insert(location, texts);
-    const expr::ExprType type = expr::typeOfVariable(*entry);
+    const expr::ExprType type = typeSeenByOthers(*entry);
     // A variable of a varset may stand behind one of the unnamed varset that has its full name.
     const bool isSame =
         varset.isEmpty()
@@ -119,6 +120,19 @@ void SceneErrorCounter::rereadVariable(const QString &varset, const QString &nam
                   m_texts.setName(varset + u'.' + name, type);
     if (!isSame)
         m_texts.forgetScope();
+}
+
+/// Of a derived variable what its text gives, and a number where that gives nothing.
+expr::ExprType SceneErrorCounter::typeSeenByOthers(const model::VarsetEntry &entry) const
+{
+    using expr::ExprType;
+    if (entry.expression.isEmpty())
+        return expr::typeOfVariable(entry);
+    const ExprType result = m_texts.typeOf(entry.expression);
+    if (result != ExprType::Unknown)
+        return expr::typeOfDerived(entry, result);
+    const ExprType declared = expr::typeOfVariable(entry);
+    return declared == ExprType::Unknown ? ExprType::Float : declared;
 }
 
 /// Whether anything changed, unsaid what, that an expression may name or that stands in the

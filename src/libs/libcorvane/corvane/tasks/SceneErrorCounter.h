@@ -31,6 +31,7 @@ private:
     void follow(const SceneAccess &access);
     void startAnew();
     void rereadVariable(const QString &varset, const QString &name);
+    expr::ExprType typeSeenByOthers(const model::VarsetEntry &entry) const;
     bool isDocumentAnother();
     void rereadDocument();
     void rereadNode(const QUuid &id);

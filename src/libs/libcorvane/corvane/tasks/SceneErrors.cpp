@@ -1,6 +1,7 @@
 #include <corvane/tasks/SceneErrors.h>
 
 #include <corvane/expr/ExprCompiler.h>
+#include <corvane/expr/ExprModel.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 
@@ -99,7 +100,7 @@ QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
 
 expr::CompileContext editorScope(const model::Corvane &scene)
 {
-    return expr::buildCompileContext(scene);
+    return expr::ExprModelBuilder(scene).buildContext();
 }
 
 bool standsForNode(const model::SceneItem &item, const model::LogicalScene *tree)
