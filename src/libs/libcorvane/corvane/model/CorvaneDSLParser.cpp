@@ -38,6 +38,7 @@ std::optional<QByteArray> readBytes(const QString &path, ParseResult &result)
     }
     const qint64 limit = QFileInfo(path).isFile() ? CorvaneDSLParser::maxFileSize : maxStreamSize;
     QByteArray bytes;
+    bytes.reserve(std::min(file.size(), limit) + 1);
     while (bytes.size() <= limit) {
         const QByteArray block = file.read(readBlock);
         if (block.isEmpty())
@@ -109,31 +110,40 @@ void adoptMaterials(Corvane &scene, const QVariantMap &block)
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 {
     ParseResult result;
-    const auto bytes = readBytes(path, result);
+    auto bytes = readBytes(path, result);
     if (!bytes)
         return result;
-    const QString text = decode(*bytes, result);
-    ParseResult parsed = parseText(text, parent);
-    parsed.warnings = result.warnings + parsed.warnings;
-    return parsed;
+    // Of a large file each form goes as soon as the next one is there.
+    QString text = decode(*bytes, result);
+    bytes.reset();
+    result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
+    text = QString();
+    readScene(result, parent);
+    return result;
 }
 
 ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
 {
     ParseResult result;
     result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
+    readScene(result, parent);
+    return result;
+}
+
+/// From the map of the file, unless that had errors.
+void CorvaneDSLParser::readScene(ParseResult &result, QObject *parent)
+{
     if (!result.errors.isEmpty())
-        return result;
+        return;
     if (SceneMigrator::detectVersion(result.rawMap) >= 2) {
         compileLogical(result, parent);
-        return result;
+        return;
     }
-    SceneVersion1Reader reader(result.rawMap);
+    SceneVersion1Reader reader(std::exchange(result.rawMap, {}));
     result.scene = reader.read(parent);
     result.warnings += reader.warnings();
     if (!result.scene)
         addError(result, u"Failed to create scene from parsed data"_s);
-    return result;
 }
 
 /// Of the file's block, the document gets the definitions alone: without them there would be no
