@@ -57,6 +57,18 @@ QString whyUnsavableAt(int depth, const QVariant &value, bool isListItem)
     return flaw;
 }
 
+/// Whether a key is read back where it stands by itself on a line. What an edit may use has to do
+/// so in flow style, too; but what a file held before is not refused for that.
+bool isKeyOfLine(const QString &key)
+{
+    if (YamlSerializer::isReadableKey(key))
+        return true;
+    const QVariantMap map{{key, 1LL}};
+    QList<YamlParser::ParseError> errors;
+    const QString text = YamlSerializer({.lossless = true}).serializeMap(map);
+    return YamlParser().parseToVariantMap(text, errors) == map && errors.isEmpty();
+}
+
 /// See whyUnsavableFile(). Texts are not looked at: at worst one of them is read otherwise, while a
 /// key or a depth that the reader does not take costs the whole file.
 QString whyUnreadable(int depth, const QVariant &value)
@@ -70,8 +82,8 @@ QString whyUnreadable(int depth, const QVariant &value)
     if (isMap) {
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend() && flaw.isEmpty(); ++it)
-            flaw = YamlSerializer::isReadableKey(it.key()) ? whyUnreadable(depth + 1, *it)
-                                                           : u"it has the key "_s + quoted(it.key());
+            flaw = isKeyOfLine(it.key()) ? whyUnreadable(depth + 1, *it)
+                                         : u"it has the key "_s + quoted(it.key());
     } else {
         const QVariantList list = value.toList();
         for (auto it = list.cbegin(); it != list.cend() && flaw.isEmpty(); ++it)
