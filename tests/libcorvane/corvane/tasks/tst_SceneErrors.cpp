@@ -92,7 +92,8 @@ void TstSceneErrors::derivedVariablesHaveTheirTypes()
     QCOMPARE(set(u"at"_s, u"=vec3(half*10, 0.0, default.half)"_s), u"1"_s);
     QCOMPARE(set(u"far"_s, u"=length(at.xy)"_s), u"1"_s);
     QCOMPARE(set(u"w"_s, 4.0), u"0"_s);
-    QCOMPARE(set(u"half"_s, u"=vec3(w, w, w)"_s), u"2"_s); // no part of a vector: at, and far with it
+    QCOMPARE(set(u"half"_s, u"=vec3(w, w, w)"_s),
+             u"2"_s); // no part of a vector: at, and far with it
 }
 
 void TstSceneErrors::countFollowsAnyEdit()
