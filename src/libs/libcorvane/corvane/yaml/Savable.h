@@ -17,9 +17,9 @@ QString whyUnsavableName(const QString &name);
 /// @param around  how many maps and lists stand around the value, as far as the edit makes them
 QString whyUnsavable(const QVariant &value, int around = 0);
 
-/// Why what a whole file is to hold would be refused or changed by its reader, as a sentence without
-/// its full stop; empty when it would not. The last check before a file is replaced: of keys and of
-/// depth, at a small part of the cost of writing.
+/// Why what a whole file is to hold would be refused or changed by its reader, as a sentence
+/// without its full stop; empty when it would not. The last check before a file is replaced: of
+/// keys and of depth, at a small part of the cost of writing.
 QString whyUnsavableFile(const QVariantMap &file);
 
 } // namespace corvane::yaml
