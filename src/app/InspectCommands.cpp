@@ -52,7 +52,7 @@ QString schemaText(const Corvane &scene)
 QString summaryText(const Corvane &scene)
 {
     return u"ok: %1 vars, %2 instances, %3 roots\n"_s.arg(
-        QString::number(scene.variableNames().size()), QString::number(scene.instances().size()),
+        QString::number(scene.variableNames().size()), QString::number(scene.items().size()),
         QString::number(scene.roots().size()));
 }
 

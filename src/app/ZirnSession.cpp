@@ -17,7 +17,9 @@
 #include <corvane/zirn/ZirnTaskRuntime.h>
 #include <store/KeptCopy.h>
 #include <store/RegularFile.h>
+#include <store/Settings.h>
 
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QLoggingCategory>
 
@@ -100,6 +102,15 @@ QList<QUuid> inOrderOf(const QList<QUuid> &order, const QList<QUuid> &ids)
     return sorted;
 }
 
+/// The user's setting, which says whether a compile tells what became of each node.
+bool wantsTrace()
+{
+    const store::Settings settings({.group = QCoreApplication::applicationName(),
+                                    .organisation = QCoreApplication::organizationName(),
+                                    .application = QCoreApplication::applicationName()});
+    return settings.getCustomSettingBool(u"Corvane/Debug/TraceCompile"_s);
+}
+
 } // namespace
 
 std::unique_ptr<ZirnSession> ZirnSession::open(const QString &scenePath)
@@ -173,7 +184,9 @@ void ZirnSession::compile()
 {
     if (!m_tree->instances().isEmpty()) {
         const QList<QUuid> kept = drawnItems(*m_document);
-        corvane::model::LogicalSceneCompiler compiler;
+        using corvane::model::LogicalSceneCompiler;
+        LogicalSceneCompiler::setTraceSource(&wantsTrace);
+        LogicalSceneCompiler compiler;
         compiler.setSource(m_tree.data());
         compiler.setTarget(m_document.data());
         compiler.fullCompile();

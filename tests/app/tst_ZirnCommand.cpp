@@ -125,6 +125,9 @@ void TstZirnCommand::refusals_data()
         u"Error: failed to write scene to "_s + m_folder.path());
     row("unknown task", {writeFile(m_folder, u"unknown.json"_s, planOf({step(u"no.task"_s)}))}, 3,
         u"task 'no.task' not found in registry"_s);
+    row("a task whose name has a slip",
+        {writeFile(m_folder, u"slip.json"_s, planOf({step(u"corvane.item.ad"_s)}))}, 3,
+        u"Did you mean \"corvane.item.add\"?"_s);
 }
 
 void TstZirnCommand::refusals()
@@ -249,6 +252,8 @@ void TstZirnCommand::editsShowInTheGeometry()
                                   {path, u"-o"_s, u"/dev/null"_s});
     QVERIFY2(asked.standardError.contains(u"\"translate\":[2,0,0]"_s),
              qPrintable(asked.standardError));
+    moved({{u"tx"_s, u"=size*2.5"_s}}, 4.5f);
+    moved({{u"sx"_s, 1}}, 3.5f); // what one plan derived, the next one finds
 }
 
 void TstZirnCommand::whatOthersSavedIsNotSavedOver()

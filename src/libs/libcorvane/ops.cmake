@@ -13,6 +13,7 @@ corvane_library(corvane_ops
         corvane/ops/CorvaneServiceLocator.cpp
         corvane/ops/CorvaneUndoCommand.cpp
         corvane/ops/DefinitionOps.cpp
+        corvane/ops/DrivenTransform.cpp
         corvane/ops/ExpressionSnapshot.cpp
         corvane/ops/ItemEditOps.cpp
         corvane/ops/ItemOps.cpp

@@ -4,6 +4,7 @@ corvane_library(corvane_tasks
     SOURCES
         corvane/tasks/Arguments.cpp
         corvane/tasks/BenchResults.cpp
+        corvane/tasks/BrokenTexts.cpp
         corvane/tasks/CameraTasks.cpp
         corvane/tasks/CorvaneTask.cpp
         corvane/tasks/CorvaneTasks.cpp

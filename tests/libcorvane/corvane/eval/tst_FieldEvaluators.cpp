@@ -183,7 +183,7 @@ void TstFieldEvaluators::ownedFieldSaysWhatFailed_data()
     QTest::newRow("text")
         << false
         << u"CPUFieldEvaluator: SdfSceneGraphBuilder failed: PositionTransform node "
-           "has no child"_s;
+           "has no child: 'translate' needs one to act on"_s;
     QTest::newRow("code")
         << true << u"CPUFieldEvaluator: eval compile failed: unknown function 'nowhere'"_s;
 }

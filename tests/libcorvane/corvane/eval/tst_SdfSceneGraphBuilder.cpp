@@ -251,9 +251,12 @@ void TstSdfSceneGraphBuilder::brokenTreesAreFarAway_data()
         u"PositionTransform node has no Definition"_s, unknown);
     row("modifier of no definition", u"(round 1 (sphere 1))"_s,
         u"DistanceModifier node has no Definition"_s, unknown);
-    row("transform of nothing", u"(translate)"_s, u"PositionTransform node has no child"_s);
-    row("modifier of nothing", u"(round)"_s, u"DistanceModifier node has no child"_s);
-    row("extrusion of nothing", u"(extrude)"_s, u"PositionAwareModifier node has no child"_s);
+    row("transform of nothing", u"(translate)"_s,
+        u"PositionTransform node has no child: 'translate' needs one to act on"_s);
+    row("modifier of nothing", u"(round)"_s,
+        u"DistanceModifier node has no child: 'round' needs one to act on"_s);
+    row("extrusion of nothing", u"(extrude)"_s,
+        u"PositionAwareModifier node has no child: 'extrude' needs one to act on"_s);
     row("unknown type", u"(sphere 1)"_s, u"Unknown node type 77"_s,
         [](NodeTree &t, int &root) { t.nodes[root].nodeType = 77; });
     const QString deep = u"SDF tree depth exceeds 256 — likely a cycle"_s;

@@ -417,6 +417,9 @@ void TstScenePanel::selectionIsOfBoth()
     QVERIFY(!world.scene->selectedInstances().isEmpty()); // what it is compiled into
     world.panel.addToSelection(camera);
     QCOMPARE(world.panel.selectedIds(), (QList<QUuid>{box, camera}));
+    QCOMPARE(world.panel.selectedId(), camera);
+    world.panel.addToSelection(box);
+    QCOMPARE(world.panel.selectedId(), box);
     world.panel.removeFromSelection(box);
     QCOMPARE(world.panel.selectedId(), camera);
     world.panel.selectItem(box);

@@ -572,6 +572,9 @@ void TstLogicalSceneCompiler::nodesTakeTheLibrarysMaterial()
     bench.document.addMaterial(tuned);
     bench.compiler.fullCompile();
     QCOMPARE(bench.core(id).material.roughness, 0.75f);
+    tuned.setRoughness(0.25f);
+    bench.document.updateMaterial(tuned);
+    QCOMPARE(bench.core(id).material.roughness, 0.25f);
 }
 
 void TstLogicalSceneCompiler::componentsExpand()

@@ -184,6 +184,7 @@ private slots:
     void unknownKeysAreKept();
     void nothingIsLost_data();
     void nothingIsLost();
+    void failedSaveLeavesTheOldFile_data();
     void failedSaveLeavesTheOldFile();
 };
 
@@ -314,6 +315,7 @@ void TstSceneVersion1::rootsSayWhatIsDrawn_data()
     QTest::newRow("empty list") << u"roots: []\n"_s << false << 0;
     QTest::newRow("all dangling") << u"roots: [x, y]\n"_s << false << 0;
     QTest::newRow("by name") << u"roots:\n  - a\n"_s << false << 1;
+    QTest::newRow("by both names") << u"roots: [a, \"@a\"]\n"_s << false << 1;
     QTest::newRow("by marked name") << u"roots: [\"@a\"]\n"_s << false << 1;
     QTest::newRow("by id") << u"roots: [\"6d1f7c52-9a3e-4b0d-8f21-3c5e7790ab14\"]\n"_s << false
                            << 1;
@@ -480,12 +482,34 @@ void TstSceneVersion1::nothingIsLost()
     QCOMPARE(contentOf(second), contentOf(first));
 }
 
+void TstSceneVersion1::failedSaveLeavesTheOldFile_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("settingsPath");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("a folder that is absent") << u"absent/x.corvane"_s << u"a"_s << QString();
+    QTest::newRow("deeper than the reader goes")
+        << u"x.corvane"_s << QStringList(256, u"a"_s).join(u'.')
+        << u"it is nested deeper than 256 levels"_s;
+    QTest::newRow("a key that reads as a list")
+        << u"x.corvane"_s << u"-a"_s << u"it has the key '-a'"_s;
+}
+
 void TstSceneVersion1::failedSaveLeavesTheOldFile()
 {
-    const Corvane scene;
+    QFETCH(const QString, file);
+    QFETCH(const QString, settingsPath);
+    QFETCH(const QString, reason);
     const QTemporaryDir folder;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Corvane::saveToFile: cannot write"_s));
-    QVERIFY(!scene.saveToFile(folder.filePath(u"absent/x.corvane"_s)));
+    const QString path = folder.filePath(file);
+    Corvane scene;
+    const bool wasSaved = scene.saveToFile(folder.filePath(u"x.corvane"_s));
+    const QByteArray before = contentOf(path);
+    scene.setSceneSetting(settingsPath, 1);
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression(u"^Corvane::saveToFile: cannot write .+ - .*"_s + reason));
+    QVERIFY(wasSaved && !scene.saveToFile(path));
+    QCOMPARE(contentOf(path), before);
 }
 
 QTEST_GUILESS_MAIN(TstSceneVersion1)

@@ -54,6 +54,8 @@ const QList<RandomOps::Maker> &RandomOps::makers()
                          QVariantList{0.1 * r.below(90), r.below(9), 1});
              if (r.chance(30))
                  args.insert(u"ry"_s, r.below(360));
+             if (r.chance(30))
+                 args.insert(r.pickText({u"tx"_s, u"rz"_s, u"sx"_s}), u"=w * 2.0"_s);
              return args;
          }},
         {OpKind::ItemSetParent,

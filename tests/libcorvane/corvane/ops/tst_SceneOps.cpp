@@ -60,6 +60,7 @@ private slots:
     void copyHasAllBelowAndNamesOfItsOwn();
     void namesAreUnique();
     void compiledItemKeepsParametersUnderParams();
+    void updatedMaterialReachesItems();
     void renamedVariableTakesExpressionsAlong();
     void renamedItemIsFollowedByAllThatNameIt_data();
     void renamedItemIsFollowedByAllThatNameIt();
@@ -186,6 +187,26 @@ void TstSceneOps::compiledItemKeepsParametersUnderParams()
     QCOMPARE(fixture.document->instance(item.id).parameter(u"radius"_s).toInt(), 3);
     fixture.stack().undo();
     QCOMPARE(fixture.state(), before);
+}
+
+/// Items that name a material hold a copy of it.
+void TstSceneOps::updatedMaterialReachesItems()
+{
+    OpFixture fixture;
+    model::CatalogMaterial steel;
+    steel.name = u"Steel"_s;
+    fixture.document->addMaterial(steel);
+    model::Instance ball(u"sphere"_s);
+    ball.materialId = steel.id;
+    fixture.document->addItem(ball);
+    const QByteArray before = fixture.state();
+    QVERIFY(fixture.apply(OpKind::MaterialUpdate,
+                          {{u"materialId"_s, steel.id}, {u"roughness"_s, 0.125}}));
+    QCOMPARE(fixture.document->item(ball.id).material.roughness, 0.125f);
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    QCOMPARE(fixture.document->item(ball.id).material.roughness, 0.125f);
 }
 
 void TstSceneOps::renamedVariableTakesExpressionsAlong()

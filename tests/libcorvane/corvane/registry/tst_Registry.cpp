@@ -285,8 +285,16 @@ void TstRegistry::savesAndLoadsTheUserLibrary()
     Registry registry;
     registry.loadBuiltinPrimitives();
     const DefinitionPtr ball = makeDefinition(u"ball"_s, ballCode);
-    registry.registerFileScopedPrimitive(ball);
+    registry.registerPrimitive(ball);
+    // What the open scene brings is the scene's, also under the id of one of the user's own.
+    registry.registerFileScopedPrimitive(
+        makeDefinition(u"guest"_s, QString(ballCode).replace(u"ball"_s, u"guest"_s)));
+    const DefinitionPtr otherBall = makeDefinition(u"ball"_s, ballCode);
+    otherBall->description = u"the scene's"_s;
+    registry.registerFileScopedPrimitive(otherBall);
     QVERIFY(registry.saveUserLibrary(path));
+    registry.unregisterPrimitive(u"ball"_s);
+    QCOMPARE(registry.getDefinition(u"ball"_s), ball);
 
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -307,7 +315,7 @@ void TstRegistry::skipsUserOverridesOfBuiltins()
     const QTemporaryDir dir;
     const QString path = dir.filePath(u"library.json"_s);
     Registry source;
-    source.registerFileScopedPrimitive(makeDefinition(u"sphere"_s, ballCode));
+    source.registerPrimitive(makeDefinition(u"sphere"_s, ballCode));
     QVERIFY(source.saveUserLibrary(path));
     Registry registry;
     registry.loadBuiltinPrimitives();

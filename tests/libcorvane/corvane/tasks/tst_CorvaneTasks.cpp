@@ -1,6 +1,9 @@
 #include "TaskFixture.h"
 
+#include <corvane/expr/ExpressionManager.h>
+#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/model/NodeCompilation.h>
 
 #include <QTest>
 #include <QUndoStack>
@@ -62,6 +65,11 @@ private slots:
     void idsWorkForBothStores();
     void itemsOfTheFieldFollow();
     void variablesKeepWhatIsNotGiven();
+    void variablesAreDerived_data();
+    void variablesAreDerived();
+    void expressionsPlaceItems_data();
+    void expressionsPlaceItems();
+    void wrappersTakeExpressions();
     void parametersAreThoseOfTheDefinition();
     void groupThatMovesNothingSaysSo();
     void theCameraFollows();
@@ -218,7 +226,7 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
         u"provide the category, or one of primitives, operators, modifiers; empty for all."_s);
     row("a name that can't be saved", u"varset.set_variable"_s, R"({"name": "a: b", "value": 1})",
         u"set variable: name 'a: b' can't be held by a scene file, whose names are without ':', "
-        u"'#', ',', brackets, quotes and line breaks."_s,
+        u"'#', ',', brackets, quotes and line breaks, and begin with no '-' or blank."_s,
         u"provide the name of the variable."_s);
     row("a key that can't be saved", u"settings.set"_s,
         R"({"path": "a", "value": [{"b": {"#c": 1}}]})",
@@ -228,6 +236,32 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
           {{u"path"_s, u"a"_s}, {u"value"_s, nested(101)}},
           u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
           u"Suggestion: provide the new value."_s);
+    rowOf("a path that nests the value too deep", u"corvane.settings.set"_s,
+          {{u"path"_s, QStringList(11, u"a"_s).join(u'.')}, {u"value"_s, nested(90)}},
+          u"Failed to set setting: value is nested deeper than 100 levels. State: unchanged. "
+          u"Suggestion: check parameters and try again."_s);
+    for (const QString &key : {u"-a"_s, u" a"_s, u"- a"_s})
+        rowOf(qPrintable(u"a part of a path that can't be saved: "_s + key),
+              u"corvane.settings.set_bulk"_s, {{u"settings"_s, QVariantMap{{u"x."_s + key, 1}}}},
+              u"Failed to update settings: 'x.%1' can't be held by a scene file, whose names are "
+              u"without ':', '#', ',', brackets, quotes and line breaks, and begin with no '-' or "
+              u"blank. State: unchanged. Suggestion: check parameters and try again."_s.arg(key));
+    row("an argument that nothing reads", u"varset.set_variable"_s,
+        R"({"name": "w", "value": 1, "expresion": "2*3"})",
+        u"set variable: unknown argument 'expresion'."_s,
+        u"provide \"expression\" instead; the task takes name, value, type, varsetName, "
+        u"description, unit, min, max, step, expression."_s);
+    row("a query's argument that nothing reads", u"scene.list_items"_s, R"({"depth": 2})",
+        u"execute corvane.scene.list_items: unknown argument 'depth'."_s,
+        u"leave it out; the task takes no arguments."_s);
+    row("a key of a tree that nothing reads", u"scene.build_tree"_s,
+        R"({"tree": {"instances": {"a": {"definition": "box", "parms": {}}}}})",
+        u"build tree: instance 'a' has an unknown key 'parms'. Did you mean \"params\"?"_s,
+        u"fix the tree description and retry."_s);
+    row("an expression without its sign", u"varset.set_variable"_s,
+        R"({"name": "w", "value": "2*3", "type": "number"})",
+        u"set variable: value '2*3' is no number, and an expression begins with \"=\"."_s,
+        u"check parameters and try again."_s);
     row("add: unknown definition", u"item.add"_s,
         R"({"itemType": "sdf", "definitionId": "nothing"})",
         u"add item: definition 'nothing' not found."_s,
@@ -417,6 +451,114 @@ void TstCorvaneTasks::variablesKeepWhatIsNotGiven()
     QVERIFY(
         fixture.call(task, mapOf(R"({"name": "w", "value": 6, "varsetName": "Default"})")).success);
     QCOMPARE(fixture.document->variableEntry(u"w"_s).value.toDouble(), 6.0);
+}
+
+void TstCorvaneTasks::variablesAreDerived_data()
+{
+    QTest::addColumn<QByteArray>("arguments");
+    QTest::addColumn<double>("value");
+    QTest::newRow("in the value") << QByteArray(R"("value": "=2*w")") << 0.0;
+    QTest::newRow("by itself") << QByteArray(R"("expression": "2*w")") << 0.0;
+    QTest::newRow("by itself, with its sign") << QByteArray(R"("expression": "=2*w")") << 0.0;
+    QTest::newRow("beside a value") << QByteArray(R"("expression": "2*w", "value": 5)") << 5.0;
+    QTest::newRow("as scene files have it")
+        << QByteArray(R"("value": {"expr": "2*w", "fallback": 7})") << 7.0;
+}
+
+void TstCorvaneTasks::variablesAreDerived()
+{
+    QFETCH(const QByteArray, arguments);
+    QFETCH(const double, value);
+    TaskFixture fixture;
+    const QByteArray json = R"({"name": "d", )" + arguments + '}';
+    const ZirnTaskResult result =
+        fixture.call(u"corvane.varset.set_variable"_s, mapOf(json.constData()));
+    QVERIFY2(result.success, qPrintable(result.message));
+    QCOMPARE(result.outputs.value(u"error_count"_s), u"1"_s); // there is no w yet
+    QCOMPARE(fixture.document->variableEntry(u"d"_s).expression, u"2*w"_s);
+    QCOMPARE(fixture.document->variableEntry(u"d"_s).value.toDouble(), value);
+}
+
+/// Axis by axis and as a whole; the item of the document that is drawn follows the variable.
+void TstCorvaneTasks::expressionsPlaceItems_data()
+{
+    QTest::addColumn<bool>("isNode");
+    QTest::newRow("a node") << true;
+    QTest::newRow("an item that no tree stands behind") << false;
+}
+
+void TstCorvaneTasks::expressionsPlaceItems()
+{
+    QFETCH(const bool, isNode);
+    TaskFixture fixture;
+    model::LogicalSceneCompiler compiler;
+    compiler.setSource(&fixture.tree);
+    compiler.setTarget(fixture.document.data());
+    model::VarsetEntry width;
+    width.value = 4.0;
+    fixture.document->setVariableEntry(u"w"_s, width);
+    const QUuid ball = isNode ? QUuid() : fixture.document->addItem(model::Instance(u"sphere"_s));
+    const QString id = isNode ? fixture.add(u"sphere"_s) : ball.toString(QUuid::WithoutBraces);
+    expr::ExpressionManager expressions(fixture.document.data());
+    const auto move = [&](const QVariantMap &axes) {
+        QVariantMap arguments = axes;
+        arguments.insert(u"itemId"_s, id);
+        const auto result = fixture.call(u"corvane.item.set_transform"_s, arguments);
+        expressions.evaluateAll();
+        return result;
+    };
+    const auto wrapped = [&](const QString &definitionId, const QString &param) {
+        const auto items = fixture.document->itemsOfType(model::ItemTypes::Sdf);
+        for (const model::SceneItem &item : items) {
+            if (model::Instance(item).definitionId() == definitionId)
+                return model::Instance(item).parameterValue(param);
+        }
+        return model::ParameterValue();
+    };
+    QVERIFY(move({{u"ty"_s, 3}}).success);
+    const QVariantMap before = fixture.document->toVariantMap();
+    QVERIFY(move({{u"tx"_s, u"=w/2.0"_s}, {u"rz"_s, u"=w*10.0"_s}, {u"sx"_s, u"=w"_s}}).success);
+    QCOMPARE(wrapped(u"translate"_s, u"offset"_s).expression, u"vec3(w/2.0, 3.0, 0.0)"_s);
+    QCOMPARE(wrapped(u"translate"_s, u"offset"_s).fallback.value<QVector3D>(), QVector3D(2, 3, 0));
+    QCOMPARE(wrapped(u"rotate"_s, u"angles"_s).fallback.value<QVector3D>(), QVector3D(0, 0, 40));
+    QCOMPARE(wrapped(u"scale"_s, u"factor"_s).fallback.toDouble(), 4.0);
+    width.value = 6.0;
+    fixture.document->setVariableEntry(u"w"_s, width);
+    QCOMPARE(wrapped(u"translate"_s, u"offset"_s).fallback.value<QVector3D>(), QVector3D(3, 3, 0));
+    QVERIFY(move({{u"tz"_s, 5}, {u"sx"_s, 2}}).success);
+    QCOMPARE(wrapped(u"translate"_s, u"offset"_s).expression, u"vec3(w/2.0, 3.0, 5.0)"_s);
+    QCOMPARE(wrapped(u"scale"_s, u"factor"_s).literal.toDouble(), 2.0);
+    QVERIFY(move({{u"tx"_s, 1}}).success);
+    QCOMPARE(wrapped(u"translate"_s, u"offset"_s).literal.value<QVector3D>(), QVector3D(1, 3, 5));
+    QVERIFY(!move({{u"sy"_s, u"=w"_s}}).success);
+    for (int step = 0; step < 3; ++step)
+        fixture.executor.undoStack()->undo();
+    width.value = 4.0;
+    fixture.document->setVariableEntry(u"w"_s, width);
+    QCOMPARE(fixture.document->toVariantMap(), before);
+}
+
+void TstCorvaneTasks::wrappersTakeExpressions()
+{
+    TaskFixture fixture;
+    const QString id = fixture.add(u"sphere"_s);
+    const auto result =
+        fixture.call(u"corvane.sdf.set_parameter"_s, {{u"itemId"_s, id},
+                                                      {u"paramName"_s, u"translate.offset"_s},
+                                                      {u"value"_s, u"=vec3(w, 0.0, 0.0)"_s}});
+    QVERIFY2(result.success, qPrintable(result.message));
+    QCOMPARE(result.outputs.value(u"error_count"_s), u"1"_s); // there is no w
+    const model::LogicalInstance node = *fixture.tree.instance(QUuid::fromString(id));
+    QCOMPARE(model::NodeCompilation::connectedExpression(node, u"translate"_s),
+             u"vec3(w, 0.0, 0.0)"_s);
+    const auto again = model::LogicalInstance::fromVariantMap(node.toVariantMap());
+    QCOMPARE(model::NodeCompilation::connectedExpression(again, u"translate"_s),
+             u"vec3(w, 0.0, 0.0)"_s);
+    QVERIFY(
+        !fixture
+             .call(u"corvane.sdf.set_parameter"_s,
+                   {{u"itemId"_s, id}, {u"paramName"_s, u"translate.offset"_s}, {u"value"_s, 3}})
+             .success);
 }
 
 void TstCorvaneTasks::parametersAreThoseOfTheDefinition()

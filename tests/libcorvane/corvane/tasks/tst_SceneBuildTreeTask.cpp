@@ -29,32 +29,37 @@ void TstSceneBuildTreeTask::treesPutParentsFirst_data()
 {
     QTest::addColumn<QVariant>("tree");
     QTest::addColumn<QString>("childParent");
+    QTest::addColumn<QString>("note");
     QTest::newRow("as a text")
         << QVariant(uR"({"instances": {"z": {"definition": "union", "children": ["a"]},)"
                     uR"("a": {"definition": "sphere"}}, "roots": ["z"]})"_s)
-        << u"z"_s;
+        << u"z"_s << QString();
     QTest::newRow("roots left out")
         << QVariant(mapOf(R"({"instances": {"z": {"definition": "union", "children": ["a"]},
                                             "a": {"definition": "sphere"}}})"))
-        << u"z"_s;
+        << u"z"_s << QString();
     QTest::newRow("a root that is a child")
         << QVariant(mapOf(R"({"instances": {"z": {"definition": "union", "children": ["a"]},
                                             "a": {"definition": "sphere"}}, "roots": ["a"]})"))
-        << u"z"_s;
+        << u"z"_s << QString();
     QTest::newRow("two parents: the later key")
         << QVariant(mapOf(R"({"instances": {"y": {"definition": "union", "children": ["a"]},
                                             "z": {"definition": "union", "children": ["a"]},
                                             "a": {"definition": "sphere"}}, "roots": ["y", "z"]})"))
-        << u"z"_s;
+        << u"z"_s
+        << u" NOTE: 'a' is listed by 'y' and 'z'; it stands under 'z' alone. Give 'y' a copy of it "
+           u"under another name."_s;
 }
 
 void TstSceneBuildTreeTask::treesPutParentsFirst()
 {
     QFETCH(QVariant, tree);
     QFETCH(QString, childParent);
+    QFETCH(QString, note);
     TaskFixture fixture;
     const ZirnTaskResult result = fixture.call(u"corvane.scene.build_tree"_s, {{u"tree"_s, tree}});
     QVERIFY2(result.success, qPrintable(result.message));
+    QCOMPARE(result.message.section(u"created"_s, 1), note);
     QUuid child;
     for (const auto &node : fixture.tree.instances()) {
         if (node.name == "a"_L1)

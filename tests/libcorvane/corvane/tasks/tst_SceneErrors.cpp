@@ -19,6 +19,7 @@ private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void newErrorsAreToldOnce();
     void errorsSayWhereTheyStand();
+    void derivedVariablesHaveTheirTypes();
     void countFollowsAnyEdit();
 
 private:
@@ -78,6 +79,23 @@ void TstSceneErrors::errorsSayWhereTheyStand()
     QCOMPARE(errors.at(1).location, u"varset:Default.w"_s);
 }
 
+/// What derives a variable says its type before anybody evaluates it.
+void TstSceneErrors::derivedVariablesHaveTheirTypes()
+{
+    TaskFixture fixture;
+    const auto set = [&](const QString &name, const QVariant &value) {
+        return fixture
+            .call(u"corvane.varset.set_variable"_s, {{u"name"_s, name}, {u"value"_s, value}})
+            .outputs.value(u"error_count"_s);
+    };
+    QCOMPARE(set(u"half"_s, u"=w/2"_s), u"1"_s); // there is no w
+    QCOMPARE(set(u"at"_s, u"=vec3(half*10, 0.0, default.half)"_s), u"1"_s);
+    QCOMPARE(set(u"far"_s, u"=length(at.xy)"_s), u"1"_s);
+    QCOMPARE(set(u"w"_s, 4.0), u"0"_s);
+    QCOMPARE(set(u"half"_s, u"=vec3(w, w, w)"_s),
+             u"2"_s); // no part of a vector: at, and far with it
+}
+
 void TstSceneErrors::countFollowsAnyEdit()
 {
     TaskFixture fixture;
@@ -91,16 +109,22 @@ void TstSceneErrors::countFollowsAnyEdit()
         case 0:
             ids.append(fixture.add(u"sphere"_s));
             break;
-        case 1:
+        case 1: {
+            // Of one type and another, and derived from one that may be there or not.
+            const QVariantList values{random.bounded(9), QVariantList{1, 2, 3},
+                                      u'=' + names.at(random.bounded(3)) + u".x"_s};
             fixture.call(u"corvane.varset.set_variable"_s,
-                         {{u"name"_s, name}, {u"value"_s, random.bounded(9)}});
+                         {{u"name"_s, name},
+                          {u"value"_s, values.at(random.bounded(3))},
+                          {u"type"_s, random.bounded(2) > 0 ? u"vector"_s : u"number"_s}});
             break;
+        }
         case 2:
             if (fixture.document->hasVariable(name))
                 fixture.call(u"corvane.varset.remove_variable"_s, {{u"name"_s, name}});
             break;
         case 3:
-            setParameter(fixture, id, u'=' + name);
+            setParameter(fixture, id, u'=' + name + (random.bounded(2) > 0 ? u".y"_s : QString()));
             break;
         case 4:
             fixture.call(u"corvane.item.remove"_s, {{u"itemId"_s, id}});

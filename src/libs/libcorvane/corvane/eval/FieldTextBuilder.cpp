@@ -186,7 +186,8 @@ QString FieldTextBuilder::emitTransform(const Node &node, const QString &positio
     if (!definition)
         return fail(u"PositionTransform node has no Definition"_s);
     if (!isNode(node.firstChild))
-        return fail(u"PositionTransform node has no child"_s);
+        return fail(
+            u"PositionTransform node has no child: '%1' needs one to act on"_s.arg(definition->id));
     const QString moved = call(*definition, node, "op_"_L1, {position});
     if (!m_statements)
         return emitNode(node.firstChild, moved, depth + 1);
@@ -205,7 +206,8 @@ QString FieldTextBuilder::emitModifier(const Node &node, const QString &position
     if (!definition)
         return fail(u"DistanceModifier node has no Definition"_s);
     if (!isNode(node.firstChild))
-        return fail(u"DistanceModifier node has no child"_s);
+        return fail(
+            u"DistanceModifier node has no child: '%1' needs one to act on"_s.arg(definition->id));
     const QString distance =
         call(*definition, node, "mod_"_L1, {emitNode(node.firstChild, position, depth + 1)});
     return m_statements ? assign(distanceVariable(m_distanceLevel), distance) : distance;
@@ -217,7 +219,8 @@ QString FieldTextBuilder::emitPositionAware(const Node &node, const QString &pos
     if (!definition)
         return fail(u"PositionAwareModifier node has no Definition"_s);
     if (!isNode(node.firstChild))
-        return fail(u"PositionAwareModifier node has no child"_s);
+        return fail(u"PositionAwareModifier node has no child: '%1' needs one to act on"_s.arg(
+            definition->id));
     const QString distance = call(*definition, node, "pam_"_L1,
                                   {position, emitNode(node.firstChild, position, depth + 1)});
     return m_statements ? assign(distanceVariable(m_distanceLevel), distance) : distance;

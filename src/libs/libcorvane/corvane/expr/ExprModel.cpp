@@ -13,16 +13,6 @@ namespace {
 
 constexpr qsizetype uuidLength = 36;
 
-/// The type that others see of a derived variable. A whole number is a number here too: "half =
-/// count / 2" must not become a division of integers because count's expression happens to give
-/// one.
-ExprType typeOfDerived(const model::VarsetEntry &entry, ExprType result)
-{
-    if (result == ExprType::Int && exprTypeFromName(entry.type) != ExprType::Int)
-        return ExprType::Float;
-    return result;
-}
-
 /// Whether any expression reads a name, one that does not compile included.
 bool isRead(const ExprModel &model, const QString &name)
 {
@@ -45,6 +35,13 @@ bool isInStep(const model::Instance &instance, const QString &param, const QVari
 }
 
 } // namespace
+
+ExprType typeOfDerived(const model::VarsetEntry &entry, ExprType result)
+{
+    if (result == ExprType::Int && exprTypeFromName(entry.type) != ExprType::Int)
+        return ExprType::Float;
+    return result;
+}
 
 QString parameterNode(const QUuid &instanceId, const QString &param)
 {
@@ -114,6 +111,18 @@ ExprModel ExprModelBuilder::build()
     linkParameterNames(model);
     reportCycles(model);
     return model;
+}
+
+CompileContext ExprModelBuilder::buildContext() const
+{
+    ExprModel model;
+    model.context = buildCompileContext(m_scene);
+    model.variables = variableShapes(m_scene);
+    addVariables(model);
+    const model::VarsetEntries entries = m_scene.varsetEntries();
+    for (auto name = entries.keyBegin(); name != entries.keyEnd(); ++name)
+        model.context.variables[u"default."_s + *name] = model.context.variables.value(*name);
+    return model.context;
 }
 
 ExprModelBuilder::Change ExprModelBuilder::updateInstance(ExprModel &model,

@@ -49,6 +49,11 @@ QString nodeLabel(const model::Corvane *scene, const QString &node);
 /// The field of an item that a parameter of this name drives; none for any other name.
 QVector3D model::SceneItem::*drivenField(const QString &param);
 
+/// The type that others see of a derived variable. A whole number is a number here too: "half =
+/// count / 2" must not become a division of integers because count's expression happens to give
+/// one.
+ExprType typeOfDerived(const model::VarsetEntry &entry, ExprType result);
+
 /// What ExprModel::variables would be for the scene as it is now.
 QMap<QString, ExprModel::VariableShape> variableShapes(const model::Corvane &scene);
 
@@ -69,6 +74,8 @@ public:
     enum class Change { None, Value, Expression, Names };
 
     ExprModel build();
+    /// The names alone, with the types that derived variables come to.
+    CompileContext buildContext() const;
     /// Brings a model to the parameters that an item has now.
     Change updateInstance(ExprModel &model, const model::Instance &instance) const;
     /// Brings the names of an item's parameters to the types that their values have now. True when

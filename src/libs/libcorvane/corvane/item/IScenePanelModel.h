@@ -31,7 +31,8 @@ public:
     /// Whether others can be moved below it.
     virtual bool canHaveChildren(const QUuid &id) const = 0;
 
-    /// The first of selectedIds(), null for none.
+    /// The one of selectedIds() that was chosen last; where nobody chose it here, the first. Null
+    /// for none.
     virtual QUuid selectedId() const = 0;
     virtual QList<QUuid> selectedIds() const = 0;
     /// Selects this alone; nothing for a null id. A part of a component stands for the component.

@@ -158,7 +158,8 @@ bool ScenePanelModelAdapter::canHaveChildren(const QUuid &id) const
 
 QUuid ScenePanelModelAdapter::selectedId() const
 {
-    return selectedIds().value(0);
+    const QList<QUuid> ids = selectedIds();
+    return ids.contains(m_lastChosen) ? m_lastChosen : ids.value(0);
 }
 
 QList<QUuid> ScenePanelModelAdapter::selectedIds() const
@@ -180,6 +181,7 @@ QUuid ScenePanelModelAdapter::selectable(const QUuid &id) const
 void ScenePanelModelAdapter::selectItem(const QUuid &id)
 {
     const QUuid wanted = selectable(id);
+    m_lastChosen = wanted; // before the signals, whose listeners ask for it
     if (m_tree) {
         if (isNode(wanted))
             m_tree->setSelectedInstance(wanted);
@@ -207,6 +209,8 @@ void ScenePanelModelAdapter::removeFromSelection(const QUuid &id)
 void ScenePanelModelAdapter::changeSelection(const QUuid &id, bool on)
 {
     const QUuid wanted = selectable(id);
+    if (on)
+        m_lastChosen = wanted;
     if (isNode(wanted)) {
         if (on)
             m_tree->addToSelection(wanted);

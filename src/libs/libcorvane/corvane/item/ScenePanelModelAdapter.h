@@ -80,6 +80,7 @@ private:
     QPointer<model::LogicalSceneCompiler> m_compiler;
     QPointer<model::LogicalScene> m_tree;
     QPointer<model::Corvane> m_document;
+    QUuid m_lastChosen; ///< what was selected last, which may have gone since
     DocumentRows m_rows;
     mutable StructureRows m_structures; ///< rows are made when they are asked for
 };

@@ -176,6 +176,9 @@ public:
     void setVariableEntry(const QString &name, const VarsetEntry &entry);
     /// The same for several at once, with one varsetChanged().
     void setVariableEntries(const VarsetEntries &entries);
+    /// Sets or adds an entry of a varset that exists; the unnamed one is empty. The cost does not
+    /// grow with the number of variables.
+    void setVariableIn(const QString &varset, const QString &name, const VarsetEntry &entry);
     void removeVariable(const QString &name);
     /// False for an unknown name, or a new one that is taken or of another varset.
     bool renameVariable(const QString &oldName, const QString &newName);
@@ -246,6 +249,8 @@ signals:
     void instanceUpdated(const QUuid &id);
     void instanceRemoved(const QUuid &id);
     void instanceRenamed(const QUuid &id, const QString &oldName, const QString &newName);
+    /// Comes before varsetChanged() where that is about one variable which was set or added.
+    void variableSet(const QString &varset, const QString &name);
     void varsetChanged();
     void variableRenamed(const QString &oldName, const QString &newName);
     void rootsChanged();
@@ -268,6 +273,7 @@ private:
     bool setTag(const QUuid &id, const QString &tag, bool on);
     bool clearSelectedTags();
     void rootsTouched();
+    bool storeVariable(const VarsetTable::Address &address, const VarsetEntry &entry);
     void varsetTouched();
 
     QString m_name;

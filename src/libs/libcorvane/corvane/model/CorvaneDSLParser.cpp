@@ -10,6 +10,8 @@
 
 #include <QStringDecoder>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace corvane::model {
@@ -88,43 +90,51 @@ void adoptMaterials(Corvane &scene, const QVariantMap &block)
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 {
     QString error;
-    const auto bytes =
+    auto bytes =
         store::readInput(path, {.file = maxFileSize, .stream = maxStreamSize}, &error);
-    return bytes ? parseBytes(*bytes, parent) : unopened(error);
+    return bytes ? parseBytes(std::move(*bytes), parent) : unopened(error);
 }
 
 ParseResult CorvaneDSLParser::parseRegularFile(const QString &path, QObject *parent)
 {
     QString error;
-    const auto bytes = store::readRegularFile(path, maxFileSize, &error);
-    return bytes ? parseBytes(*bytes, parent) : unopened(error);
+    auto bytes = store::readRegularFile(path, maxFileSize, &error);
+    return bytes ? parseBytes(std::move(*bytes), parent) : unopened(error);
 }
 
-ParseResult CorvaneDSLParser::parseBytes(const QByteArray &bytes, QObject *parent)
+ParseResult CorvaneDSLParser::parseBytes(QByteArray bytes, QObject *parent)
 {
     ParseResult result;
-    const QString text = decode(bytes, result);
-    ParseResult parsed = parseText(text, parent);
-    parsed.warnings = result.warnings + parsed.warnings;
-    return parsed;
+    // Of a large file each form goes as soon as the next one is there.
+    QString text = decode(std::exchange(bytes, {}), result);
+    result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
+    text = QString();
+    readScene(result, parent);
+    return result;
 }
 
 ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
 {
     ParseResult result;
     result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
+    readScene(result, parent);
+    return result;
+}
+
+/// From the map of the file, unless that had errors.
+void CorvaneDSLParser::readScene(ParseResult &result, QObject *parent)
+{
     if (!result.errors.isEmpty())
-        return result;
+        return;
     if (SceneMigrator::detectVersion(result.rawMap) >= 2) {
         compileLogical(result, parent);
-        return result;
+        return;
     }
-    SceneVersion1Reader reader(result.rawMap);
+    SceneVersion1Reader reader(std::exchange(result.rawMap, {}));
     result.scene = reader.read(parent);
     result.warnings += reader.warnings();
     if (!result.scene)
         addError(result, u"Failed to create scene from parsed data"_s);
-    return result;
 }
 
 /// Of the file's block, the document gets the definitions alone: without them there would be no

@@ -17,7 +17,8 @@ struct ParseResult
     QSharedPointer<Corvane> scene; ///< null when there are errors
     QStringList warnings;
     QList<yaml::YamlParser::ParseError> errors;
-    QVariantMap rawMap;                        ///< the whole file
+    /// The whole file, where it is of version 2; a document has all of a version 1 file.
+    QVariantMap rawMap;
     QSharedPointer<LogicalScene> logicalScene; ///< of a version 2 file: what `scene` is compiled of
 
     bool ok() const { return scene && errors.isEmpty(); }
@@ -56,7 +57,8 @@ public:
     static LogicalParseResult parseLogical(const QVariantMap &file);
 
 private:
-    static ParseResult parseBytes(const QByteArray &bytes, QObject *parent);
+    static ParseResult parseBytes(QByteArray bytes, QObject *parent);
+    static void readScene(ParseResult &result, QObject *parent);
     static void compileLogical(ParseResult &result, QObject *parent);
 };
 

@@ -4,6 +4,7 @@
 #include <corvane/model/Logging.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/SceneVersion2Writer.h>
+#include <corvane/yaml/Savable.h>
 #include <corvane/yaml/YamlSerializer.h>
 #include <store/SafeFile.h>
 
@@ -32,18 +33,18 @@ QVariantMap blockOf(const QString &name, const QString &units)
     return block;
 }
 
-QString textOf(SceneVersion2Writer writer, const Corvane &document)
+QVariantMap fileOf(SceneVersion2Writer writer, const Corvane &document)
 {
     const DocumentBlock::Used used = writer.used();
     writer.setMaterialAliases(DocumentBlock::materialAliases(document, used.materialIds));
-    return CorvaneDSLSerializer::serializeVariantMap(
-        writer.write(DocumentBlock::write(document, used)));
+    return writer.write(DocumentBlock::write(document, used));
 }
 
-bool save(const QString &path, const QString &text)
+bool save(const QString &path, const QVariantMap &file)
 {
-    QString error;
-    if (store::writeFile(path, text.toUtf8(), &error))
+    QString error = yaml::whyUnsavableFile(file);
+    if (error.isEmpty() &&
+        store::writeFile(path, CorvaneDSLSerializer::serializeVariantMap(file).toUtf8(), &error))
         return true;
     qCWarning(lcModel).noquote() << "CorvaneDSLSerializer: cannot write" << path << "-" << error;
     return false;
@@ -59,13 +60,13 @@ QString CorvaneDSLSerializer::serializeVariantMap(const QVariantMap &map)
 bool CorvaneDSLSerializer::serializeLogicalToFile(const LogicalScene &scene, const QString &path,
                                                   const QString &name, const QString &units)
 {
-    return save(path, serializeLogical(scene, name, units));
+    return save(path, SceneVersion2Writer(scene).write(blockOf(name, units)));
 }
 
 bool CorvaneDSLSerializer::serializeLogicalToFile(const LogicalScene &scene, const QString &path,
                                                   const Corvane &document)
 {
-    return save(path, serializeLogical(scene, document));
+    return save(path, fileOf(SceneVersion2Writer(scene), document));
 }
 
 QString CorvaneDSLSerializer::serializeLogicalFiltered(const LogicalScene &scene,
@@ -79,12 +80,12 @@ QString CorvaneDSLSerializer::serializeLogicalFiltered(const LogicalScene &scene
                                                        const Corvane &document,
                                                        const QSet<QUuid> &filter)
 {
-    return textOf(SceneVersion2Writer(scene, filter), document);
+    return serializeVariantMap(fileOf(SceneVersion2Writer(scene, filter), document));
 }
 
 QString CorvaneDSLSerializer::serializeLogical(const LogicalScene &scene, const Corvane &document)
 {
-    return textOf(SceneVersion2Writer(scene), document);
+    return serializeVariantMap(fileOf(SceneVersion2Writer(scene), document));
 }
 
 QString CorvaneDSLSerializer::serializeLogical(const LogicalScene &scene, const QString &name,

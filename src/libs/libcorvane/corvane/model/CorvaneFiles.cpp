@@ -6,6 +6,7 @@
 #include <corvane/model/Logging.h>
 #include <corvane/model/SceneVersion1Reader.h>
 #include <corvane/model/SceneVersion1Writer.h>
+#include <corvane/yaml/Savable.h>
 #include <store/SafeFile.h>
 
 namespace corvane::model {
@@ -25,9 +26,11 @@ QSharedPointer<Corvane> Corvane::loadFromFile(const QString &path, QObject *pare
 
 bool Corvane::saveToFile(const QString &path) const
 {
-    const QString text = CorvaneDSLSerializer::serializeVariantMap(toVariantMap());
-    QString error;
-    if (store::writeFile(path, text.toUtf8(), &error))
+    const QVariantMap map = toVariantMap();
+    // A file that no reader takes is worth less than the one that it would replace.
+    QString error = yaml::whyUnsavableFile(map);
+    if (error.isEmpty() &&
+        store::writeFile(path, CorvaneDSLSerializer::serializeVariantMap(map).toUtf8(), &error))
         return true;
     qCWarning(lcModel).noquote() << "Corvane::saveToFile: cannot write" << path << "-" << error;
     return false;

@@ -128,7 +128,14 @@ void Corvane::exchangeItems(const QSet<QUuid> &removed, const QList<SceneItem> &
 
 void Corvane::setRoots(const QList<QUuid> &roots)
 {
-    m_roots = roots;
+    // Each once: a root that is listed again adds nothing to a union.
+    QSet<QUuid> known;
+    m_roots.clear();
+    for (const QUuid &id : roots) {
+        if (!known.contains(id))
+            m_roots.append(id);
+        known.insert(id);
+    }
     rootsTouched();
 }
 

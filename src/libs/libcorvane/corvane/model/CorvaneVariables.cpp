@@ -15,20 +15,40 @@ VarsetEntry Corvane::variableEntry(const QString &name) const
 
 void Corvane::setVariableEntry(const QString &name, const VarsetEntry &entry)
 {
-    setVariableEntries({{name, entry}});
+    const VarsetTable::Address address = m_variables.addressOf(name);
+    setVariableIn(address.varset, address.name, entry);
 }
 
 void Corvane::setVariableEntries(const VarsetEntries &entries)
 {
-    bool changed = false;
-    for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
-        if (it.key().isEmpty() || m_variables.entry(it.key()) == *it)
-            continue;
-        m_variables.set(it.key(), *it);
-        changed = true;
-    }
-    if (changed)
-        varsetTouched();
+    bool isAnyChanged = false;
+    for (auto it = entries.cbegin(); it != entries.cend(); ++it)
+        isAnyChanged |= storeVariable(m_variables.addressOf(it.key()), *it);
+    if (!isAnyChanged)
+        return;
+    emit varsetChanged();
+    emit sceneChanged();
+}
+
+void Corvane::setVariableIn(const QString &varset, const QString &name, const VarsetEntry &entry)
+{
+    if (!storeVariable({varset, name}, entry))
+        return;
+    emit variableSet(varset, name);
+    emit varsetChanged();
+    emit sceneChanged();
+}
+
+/// Whether the variable is another one now.
+bool Corvane::storeVariable(const VarsetTable::Address &address, const VarsetEntry &entry)
+{
+    const VarsetEntry *known = m_variables.findIn(address.varset, address.name);
+    if (address.name.isEmpty() || (known && *known == entry))
+        return false;
+    m_variables.setIn(address.varset, address.name, entry);
+    if (address.varset.isEmpty())
+        m_varset.insert(address.name, entry.value);
+    return true;
 }
 
 void Corvane::removeVariable(const QString &name)

@@ -142,7 +142,8 @@ Transform ItemWrappers::transform() const
     return transform;
 }
 
-bool ItemWrappers::setTransform(Corvane &document, const QUuid &itemId, const Transform &transform)
+bool ItemWrappers::setTransform(Corvane &document, const QUuid &itemId, const Transform &transform,
+                                const QStringList &needed)
 {
     const ItemWrappers present(document, itemId);
     const QUuid source = sourceOf(document.instance(itemId));
@@ -158,7 +159,7 @@ bool ItemWrappers::setTransform(Corvane &document, const QUuid &itemId, const Tr
     document.updateItem(item);
     for (auto wrapperId = transformIds.crbegin(); wrapperId != transformIds.crend(); ++wrapperId) {
         const QVariant value = valueFor(*wrapperId, transform);
-        const bool doesNothing = value == valueFor(*wrapperId, {});
+        const bool doesNothing = value == valueFor(*wrapperId, {}) && !needed.contains(*wrapperId);
         QUuid id = ItemWrappers(document, itemId).find(*wrapperId);
         if (id.isNull() && doesNothing)
             continue;

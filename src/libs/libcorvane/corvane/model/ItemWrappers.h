@@ -41,9 +41,10 @@ public:
     Transform transform() const;
 
     /// Gives the item a transform: wrappers that it has get their values, those that it lacks are
-    /// made unless they would do nothing. Its own fields follow. False, and nothing done, where
-    /// another item has the id of one to be made.
-    static bool setTransform(Corvane &document, const QUuid &itemId, const Transform &transform);
+    /// made unless they would do nothing and are not `needed`. Its own fields follow. False, and
+    /// nothing done, where another item has the id of one to be made.
+    static bool setTransform(Corvane &document, const QUuid &itemId, const Transform &transform,
+                             const QStringList &needed = {});
     /// Takes away the wrappers of a transform but these.
     static void keepOnly(Corvane &document, const QUuid &itemId, const QStringList &wrapperIds);
     /// The item that a wrapper belongs to; null for what is none.

@@ -72,6 +72,7 @@ void LogicalSceneCompiler::setTarget(Corvane *target)
     if (!target)
         return;
     connect(target, &Corvane::varsetChanged, this, &LogicalSceneCompiler::onVarsetChanged);
+    connect(target, &Corvane::materialUpdated, this, &LogicalSceneCompiler::onMaterialUpdated);
     connect(target, &Corvane::variableRenamed, this, &LogicalSceneCompiler::onVariableRenamed);
     connect(target, &Corvane::instanceRenamed, this, &LogicalSceneCompiler::onItemRenamed);
 }
@@ -206,7 +207,9 @@ void LogicalSceneCompiler::onWrapperParameterChanged(const QUuid &id, const QStr
         QVariantMap params = NodeCompilation(*m_target).wrapperParameters(*values, before);
         putBack(params, childrenParam, before);
         const QString connected = NodeCompilation::connectedParameter(wrapperId);
-        if (!connected.isEmpty() && !values->values.contains(connected))
+        if (!NodeCompilation::connectedExpression(*node, wrapperId).isEmpty())
+            NodeCompilation::applyConnectedTransform(params, wrapperId, *node);
+        else if (!connected.isEmpty() && !values->values.contains(connected))
             putBack(params, connected, before);
         wrapper.setRawParams(params);
     });

@@ -71,7 +71,14 @@ void NodeCompilation::applyConnectedTransform(QVariantMap &params, const QString
         value = node.rotate;
     else
         value = qFuzzyIsNull(node.scale.x()) ? 1.0f : node.scale.x();
-    params.insert(param, QVariant::fromValue(ParameterValue::fromLiteral(value)));
+    const QString expression = connectedExpression(node, wrapperId);
+    auto applied = ParameterValue::fromLiteral(value);
+    if (!expression.isEmpty()) {
+        const auto known = ParameterValue::fromVariant(params.value(param));
+        const bool isFound = known.expression == expression && known.fallback.isValid();
+        applied = ParameterValue::fromExpression(expression, isFound ? known.fallback : value);
+    }
+    params.insert(param, QVariant::fromValue(applied));
 }
 
 QString NodeCompilation::connectedParameter(const QString &wrapperId)
@@ -83,6 +90,15 @@ QString NodeCompilation::connectedParameter(const QString &wrapperId)
     if (wrapperId == "scale"_L1)
         return u"factor"_s;
     return {};
+}
+
+QString NodeCompilation::connectedExpression(const LogicalInstance &node, const QString &wrapperId)
+{
+    const WrapperValues *wrapper = node.wrapper(wrapperId);
+    if (!wrapper || wrapper->values.isEmpty())
+        return {};
+    return ParameterValue::fromVariant(wrapper->values.value(connectedParameter(wrapperId)))
+        .expression;
 }
 
 QSet<QString> NodeCompilation::coreTags(const LogicalInstance &node)

@@ -36,11 +36,14 @@ public:
     void fillSurface(Instance &core, const LogicalInstance &node);
 
     /// "translate", "rotate" and "scale" apply the node's own transform, whatever their values say;
-    /// the last takes one factor, that of x, and 1 in place of 0.
+    /// the last takes one factor, that of x, and 1 in place of 0. Where the value is an expression,
+    /// that drives the wrapper, and the transform is its value until it is evaluated.
     static void applyConnectedTransform(QVariantMap &params, const QString &wrapperId,
                                         const LogicalInstance &node);
     /// The parameter that does that; empty for any other wrapper.
     static QString connectedParameter(const QString &wrapperId);
+    /// The expression that drives this part of the node's transform; empty where none does.
+    static QString connectedExpression(const LogicalInstance &node, const QString &wrapperId);
     /// The node's tags but the selection, which is the outer item's, and "compiled".
     static QSet<QString> coreTags(const LogicalInstance &node);
     /// The definition's defaults, as a wrapper stores them.

@@ -119,7 +119,9 @@ QVariantMap ownValues(const Instance &wrapper)
     const QVariantMap defaults = definition ? definition->getDefaultParameters() : QVariantMap();
     QVariantMap values = wrapper.rawParams();
     values.remove(childrenKey);
-    values.remove(NodeCompilation::connectedParameter(wrapperId));
+    const QString connected = NodeCompilation::connectedParameter(wrapperId);
+    if (!ParameterValue::fromVariant(values.value(connected)).isExpression())
+        values.remove(connected);
     values.removeIf([&defaults](QVariantMap::iterator value) {
         const auto preset = defaults.constFind(value.key());
         return preset != defaults.cend() &&

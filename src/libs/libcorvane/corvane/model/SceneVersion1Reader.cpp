@@ -23,17 +23,21 @@ QString label(const SceneItem &item)
 struct SceneVersion1Reader::ItemEntry
 {
     QString key;
-    QVariantMap map;
+    QVariantMap map; ///< as in the file, whose name may be its key
     QUuid id;
 
-    bool isKeyedByName() const { return map.value(u"name"_s).toString() == key; }
+    bool isKeyedByName() const
+    {
+        const auto name = map.constFind(u"name"_s);
+        return name == map.cend() ? !key.contains(u'-') : name->toString() == key;
+    }
 };
 
-SceneVersion1Reader::SceneVersion1Reader(const QVariantMap &file)
+SceneVersion1Reader::SceneVersion1Reader(QVariantMap file)
     : m_block(file.value(u"corvane"_s).toMap())
 {
     if (m_block.isEmpty())
-        m_block = file;
+        m_block = std::move(file);
 }
 
 QSharedPointer<Corvane> SceneVersion1Reader::read(QObject *parent)
@@ -67,26 +71,27 @@ void SceneVersion1Reader::readMaterials()
 
 void SceneVersion1Reader::readItems()
 {
-    const QVariantMap instances = m_block.value(u"instances"_s).toMap();
-    QList<ItemEntry> entries =
-        itemEntries(instances.isEmpty() ? m_block.value(u"items"_s).toMap() : instances);
+    QVariantMap items = m_block.take(u"instances"_s).toMap();
+    if (items.isEmpty())
+        items = m_block.take(u"items"_s).toMap();
+    QList<ItemEntry> entries = itemEntries(std::move(items));
     assignIds(entries);
     for (const ItemEntry &entry : std::as_const(entries))
         m_itemIds.append(entry.id);
     // Where several items claim a name, the one that is keyed by it has it.
     std::stable_partition(entries.begin(), entries.end(),
                           [](const ItemEntry &entry) { return entry.isKeyedByName(); });
-    for (const ItemEntry &entry : std::as_const(entries))
+    for (ItemEntry &entry : entries)
         m_scene->m_items.put(readItem(entry));
 }
 
-QList<SceneVersion1Reader::ItemEntry> SceneVersion1Reader::itemEntries(const QVariantMap &items)
+QList<SceneVersion1Reader::ItemEntry> SceneVersion1Reader::itemEntries(QVariantMap items)
 {
     QList<ItemEntry> entries;
     entries.reserve(items.size());
     for (auto it = items.cbegin(); it != items.cend(); ++it) {
         if (it->typeId() == QMetaType::QVariantMap)
-            entries.append({it.key(), SceneKeys::withName(it.key(), it->toMap()), {}});
+            entries.append({it.key(), it->toMap(), {}});
         else
             m_warnings.add(u"Item '%1' is no map and was dropped"_s.arg(it.key()));
     }
@@ -121,9 +126,9 @@ void SceneVersion1Reader::assignIds(QList<ItemEntry> &entries)
     }
 }
 
-SceneItem SceneVersion1Reader::readItem(const ItemEntry &entry) const
+SceneItem SceneVersion1Reader::readItem(ItemEntry &entry) const
 {
-    QVariantMap map = entry.map;
+    QVariantMap map = SceneKeys::withName(entry.key, std::exchange(entry.map, {}));
     map.insert(u"id"_s, entry.id.toString(QUuid::WithoutBraces));
     SceneItem item = SceneItem::fromVariantMap(map);
     const auto params = item.typeData.find(u"params"_s);
@@ -210,14 +215,16 @@ void SceneVersion1Reader::readRoots()
         return;
     m_scene->m_hasRoots = true;
     const QStringList references = roots->toStringList();
+    QSet<QUuid> known;
     for (const QString &reference : references) {
         QUuid id = m_scene->m_items.idByName(reference);
         if (id.isNull())
             id = m_scene->m_items.resolve(reference);
         if (id.isNull())
             m_warnings.add(u"Root '%1' names no item and was dropped"_s.arg(reference));
-        else
-            m_scene->m_roots.append(id);
+        else if (!known.contains(id))
+            m_scene->m_roots.append(id); // "ball" and "@ball" are one root
+        known.insert(id);
     }
 }
 

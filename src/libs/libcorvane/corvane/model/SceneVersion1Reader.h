@@ -26,7 +26,8 @@ struct SceneItem;
 class SceneVersion1Reader
 {
 public:
-    explicit SceneVersion1Reader(const QVariantMap &file);
+    /// What nobody else holds of the map is freed as it is read.
+    explicit SceneVersion1Reader(QVariantMap file);
 
     QSharedPointer<Corvane> read(QObject *parent = nullptr);
     /// What was dropped, and ids that occurred twice: at most a hundred lines, and one that counts
@@ -38,9 +39,9 @@ private:
 
     void readMaterials();
     void readItems();
-    QList<ItemEntry> itemEntries(const QVariantMap &items);
+    QList<ItemEntry> itemEntries(QVariantMap items);
     void assignIds(QList<ItemEntry> &entries);
-    SceneItem readItem(const ItemEntry &entry) const;
+    SceneItem readItem(ItemEntry &entry) const; ///< and frees what it read
     void dropDanglingReferences();
     bool dropDanglingParent(SceneItem &item);
     bool dropDanglingChildren(SceneItem &item);

@@ -211,8 +211,8 @@ QVariantList SceneVersion2Reader::rootsOf(const Nodes &nodes)
             const QUuid id = nodes.resolve(reference);
             if (id.isNull())
                 m_warnings.add(u"Unknown root reference: %1"_s.arg(quoted(reference)));
-            else
-                roots.append(idText(id));
+            else if (!roots.contains(idText(id)))
+                roots.append(idText(id)); // "Ball" and "@Ball" are one root
         }
         return roots;
     }

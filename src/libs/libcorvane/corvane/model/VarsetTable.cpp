@@ -56,17 +56,30 @@ QVariantMap VarsetTable::flattened() const
     return values;
 }
 
+VarsetTable::Address VarsetTable::addressOf(const QString &name) const
+{
+    if (const auto known = locate(name))
+        return *known;
+    const auto address = split(name);
+    return address && m_named.contains(address->varset) ? *address : Address{{}, name};
+}
+
 void VarsetTable::set(const QString &name, const VarsetEntry &entry)
 {
-    if (const auto known = locate(name)) {
-        entriesOf(known->varset).insert(known->name, entry);
+    const Address address = addressOf(name);
+    setIn(address.varset, address.name, entry);
+}
+
+void VarsetTable::setIn(const QString &varset, const QString &name, const VarsetEntry &entry)
+{
+    VarsetEntries &entries = entriesOf(varset);
+    const auto known = entries.find(name);
+    if (known != entries.end()) {
+        *known = entry;
         return;
     }
-    auto address = split(name);
-    if (!address || !m_named.contains(address->varset))
-        address = Address{{}, name};
-    entriesOf(address->varset).insert(address->name, entry);
-    orderOf(address->varset).append(address->name);
+    entries.insert(name, entry);
+    orderOf(varset).append(name);
 }
 
 bool VarsetTable::remove(const QString &name)
@@ -167,11 +180,17 @@ std::optional<VarsetTable::Address> VarsetTable::locate(const QString &name) con
 const VarsetEntry *VarsetTable::find(const QString &name) const
 {
     const auto address = locate(name);
-    if (!address)
+    return address ? findIn(address->varset, address->name) : nullptr;
+}
+
+const VarsetEntry *VarsetTable::findIn(const QString &varset, const QString &name) const
+{
+    const auto named = m_named.constFind(varset);
+    if (!varset.isEmpty() && named == m_named.cend())
         return nullptr;
-    if (address->varset.isEmpty())
-        return &*m_entries.constFind(address->name);
-    return &*m_named.constFind(address->varset)->constFind(address->name);
+    const VarsetEntries &entries = varset.isEmpty() ? m_entries : *named;
+    const auto entry = entries.constFind(name);
+    return entry == entries.cend() ? nullptr : &*entry;
 }
 
 VarsetEntries &VarsetTable::entriesOf(const QString &varset)

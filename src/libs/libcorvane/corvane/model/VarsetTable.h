@@ -28,16 +28,28 @@ public:
         return m_entryOrder.value(name);
     }
 
+    /// Where a variable stands.
+    struct Address
+    {
+        QString varset{}; ///< empty for the unnamed one
+        QString name{};
+    };
+
     bool contains(const QString &name) const { return find(name) != nullptr; }
     std::optional<VarsetEntry> entry(const QString &name) const;
+    /// The entry of a varset, the unnamed one being empty; none when there is no such variable.
+    const VarsetEntry *findIn(const QString &varset, const QString &name) const;
     /// order(), then every name of the unnamed varset that is not in it.
     QStringList variableNames() const;
     /// Name to value of the unnamed varset.
     QVariantMap flattened() const;
 
-    /// Sets a variable that exists, in whichever varset it is, or adds it: to a named varset that
-    /// exists when the name is "varset.name", else to the unnamed one.
+    /// Where set() puts a variable: where it is, in whichever varset; a new one in a named varset
+    /// that exists when the name is "varset.name", else in the unnamed one.
+    Address addressOf(const QString &name) const;
     void set(const QString &name, const VarsetEntry &entry);
+    /// Sets an entry of a varset that exists, or adds it at the end of the varset's order.
+    void setIn(const QString &varset, const QString &name, const VarsetEntry &entry);
     /// False when there is no such variable.
     bool remove(const QString &name);
     /// Renames a variable within its varset, where it keeps its place in the order.
@@ -59,12 +71,6 @@ public:
     void setNamed(const QString &varset, const VarsetEntries &entries, const QStringList &order);
 
 private:
-    struct Address
-    {
-        QString varset; ///< empty for the unnamed one
-        QString name;
-    };
-
     static std::optional<Address> split(const QString &name);
     std::optional<Address> locate(const QString &name) const;
     const VarsetEntry *find(const QString &name) const;

@@ -16,6 +16,7 @@ namespace {
 
 const QString libraryKey = u"library"_s; ///< the material as the library has it
 const QString sceneKey = u"scene"_s;     ///< the scene's copy of it
+const QString itemsKey = u"items"_s;     ///< the inline materials of the items that name it
 const QString activeKey = u"active"_s;   ///< it is the one that is being edited
 
 QVariantMap withId(const CatalogMaterial &material)
@@ -63,6 +64,30 @@ CatalogMaterial changed(const CatalogMaterial &material, const QVariantMap &valu
     QVariantMap map = withId(material);
     map.insert(values);
     return CatalogMaterial::fromVariantMap(map);
+}
+
+/// The inline materials of the items that name a catalogue material, but for those which stand for
+/// nodes: a compile gives them theirs.
+QVariantMap materialsOfItems(const OpContext &context, const QUuid &id)
+{
+    QVariantMap materials;
+    const auto items = context.document.items();
+    for (const model::SceneItem &item : items) {
+        const bool isCompiled = item.hasTag(model::ItemTags::Compiled);
+        const QUuid source = isCompiled ? model::Instance(item).provenance().sourceItemId : QUuid();
+        if (item.materialId == id && !context.node(source))
+            materials.insert(idText(item.id), item.material.toVariantMap());
+    }
+    return materials;
+}
+
+void setMaterialsOfItems(OpContext &context, const QVariantMap &materials)
+{
+    for (auto it = materials.cbegin(); it != materials.cend(); ++it) {
+        model::SceneItem item = context.document.item(QUuid::fromString(it.key()));
+        item.material = model::Material::fromVariantMap(it->toMap());
+        context.document.updateItem(item);
+    }
 }
 
 OpChange added(const OpContext &context, const QUuid &id)
@@ -123,6 +148,15 @@ OpOutcome applyMaterialUpdate(OpContext &context, const OpCall &call)
         context.document.updateMaterial(context.materials.material(id) ? *updated
                                                                        : changed(*updated, values));
     change.after = stateOf(context, id);
+    const QVariantMap before = materialsOfItems(context, id);
+    if (before.isEmpty())
+        return change;
+    QVariantMap after = before;
+    for (QVariant &inlineMaterial : after)
+        inlineMaterial = findMaterial(context, id)->material.toVariantMap();
+    setMaterialsOfItems(context, after);
+    change.before.insert(itemsKey, before);
+    change.after.insert(itemsKey, after);
     return change;
 }
 
@@ -146,6 +180,7 @@ void restoreCatalogMaterial(OpContext &context, const QUuid &, const QVariantMap
     if (state.contains(sceneKey))
         context.document.updateMaterial(
             CatalogMaterial::fromVariantMap(state.value(sceneKey).toMap()));
+    setMaterialsOfItems(context, state.value(itemsKey).toMap());
 }
 
 void insertMaterialSnapshot(OpContext &context, const QVariantMap &snapshot)

@@ -46,30 +46,4 @@ QUuid OpCall::toId(const QVariant &value)
                                               : QUuid::fromString(value.toString());
 }
 
-std::optional<std::array<std::optional<float>, 3>> readAxes(const QVariant &value)
-{
-    static const std::array<QString, 3> names{u"x"_s, u"y"_s, u"z"_s};
-    std::array<std::optional<float>, 3> axes{};
-    const QVariant plain = model::plainForFile(value);
-    const bool isMap = plain.typeId() == QMetaType::QVariantMap;
-    const bool isList = plain.typeId() == QMetaType::QVariantList;
-    const QVariantMap map = plain.toMap();
-    const QVariantList list = plain.toList();
-    if (isList && (list.isEmpty() || list.size() > 3))
-        return std::nullopt;
-    for (std::size_t axis = 0; axis < axes.size(); ++axis) {
-        QVariant given = plain;
-        if (isMap)
-            given = map.value(names[axis]);
-        else if (isList)
-            given = list.value(qsizetype(axis));
-        if (!given.isValid() || given.isNull())
-            continue;
-        axes[axis] = model::readFloat(given);
-        if (!axes[axis])
-            return std::nullopt;
-    }
-    return axes;
-}
-
 } // namespace corvane::ops

@@ -4,9 +4,7 @@
 #include <QStringList>
 #include <QUuid>
 #include <QVariantMap>
-#include <QVector3D>
 
-#include <array>
 #include <optional>
 
 namespace corvane::ops {
@@ -44,9 +42,5 @@ private:
     QLatin1StringView m_kind;
     const QVariantMap &m_args;
 };
-
-/// The three axes of a transform's part, each where it is given: a list of up to three numbers, a
-/// vector, a map of "x", "y", "z", or for all axes one number. None when it can't be read.
-std::optional<std::array<std::optional<float>, 3>> readAxes(const QVariant &value);
 
 } // namespace corvane::ops

@@ -244,6 +244,7 @@ const OpEntry catalogue[] = {
      .shortDescription = u"Set setting",
      .describeKeys = "path"_L1,
      .apply = &applySettingsSet,
+     .flaw = &settingFlaw,
      .restore = &restoreSettings},
     {.kind = OpKind::SettingsSetBulk,
      .keys = {need("settings"_L1, FilledMap)},
@@ -251,6 +252,7 @@ const OpEntry catalogue[] = {
      .undoText = u"Update Settings",
      .description = u"Update settings",
      .apply = &applySettingsSetBulk,
+     .flaw = &settingsFlaw,
      .restore = &restoreSettings},
     {.kind = OpKind::DefinitionAdd,
      .keys = {need("definition"_L1, FilledMap)},
@@ -418,7 +420,7 @@ QString checkArguments(const OpEntry &entry, const QVariantMap &args)
             return isNamed ? QString(entry.missing) : u"missing "_s + key.name;
         }
     }
-    return {};
+    return entry.flaw ? entry.flaw(args) : QString();
 }
 
 } // namespace corvane::ops

@@ -49,6 +49,8 @@ struct OpEntry
     QStringView shortDescription{};
     QLatin1StringView describeKeys{}; ///< separated by blanks; "a|b" is the first that is given
     Apply apply = nullptr;
+    /// What is wrong with arguments that are right each by itself; none where that says it all.
+    QString (*flaw)(const QVariantMap &args) = nullptr;
     Restore restore = nullptr; ///< to a state of a modification; none where ops add or remove only
 
     std::span<const ArgKey> arguments() const; ///< those of `keys` that are used

@@ -109,10 +109,14 @@ QVariantMap wrapperState(const OpContext &context, const QUuid &id, const QStrin
     return state;
 }
 
-/// Whether the node's transform can be what the wrapper's parameter is to be.
+/// Whether the node's transform can be what the wrapper's parameter is to be. With an expression it
+/// stays what it is until that has a value.
 bool canFollow(const model::LogicalInstance &node, const QString &wrapperId, const QString &param,
                const QVariant &value)
 {
+    const auto parameter = model::ParameterValue::fromVariant(value);
+    if (parameter.isExpression() && !parameter.fallback.isValid())
+        return !parameter.expression.trimmed().isEmpty();
     model::LogicalInstance changed = node;
     changed.wrappers = {{wrapperId, {{param, value}}}};
     return changed.takeTransformOf(wrapperId);
@@ -140,7 +144,7 @@ OpOutcome setWrapperParameter(OpContext &context, const OpCall &call, const QUui
         return call.refuse(u"unknown wrapper:"_s, wrapperId);
     const bool isTransform = isConnected(wrapperId, param);
     if (isTransform && !canFollow(*context.node(id), wrapperId, param, call.value("value"_L1)))
-        return call.refuse(u"a transform takes finite numbers:"_s, param);
+        return call.refuse(u"a transform takes finite numbers or an expression:"_s, param);
     OpChange change{.itemId = id,
                     .before = wrapperState(context, id, wrapperId, param),
                     .textArgs = {param},

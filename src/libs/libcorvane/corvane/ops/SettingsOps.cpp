@@ -5,6 +5,7 @@
 #include <corvane/model/PlainValue.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
+#include <corvane/yaml/Savable.h>
 
 #include <QSet>
 
@@ -30,6 +31,24 @@ void collectPaths(const QVariantMap &map, const QString &prefix, QMap<QString, Q
         else
             collectPaths(inner, path + u'.', paths);
     }
+}
+
+QMap<QString, QVariant> pathsIn(const QVariantMap &settings)
+{
+    QMap<QString, QVariant> paths;
+    collectPaths(settings, {}, paths);
+    return paths;
+}
+
+QString flawOf(const QString &path, const QVariant &value)
+{
+    if (!isPath(path))
+        return u"'%1' is no path"_s.arg(path);
+    const QString ofName = yaml::whyUnsavableName(path);
+    if (!ofName.isEmpty())
+        return ofName;
+    const QString ofValue = yaml::whyUnsavable(value, int(path.count(u'.')) + 1);
+    return ofValue.isEmpty() ? QString() : u"value "_s + ofValue;
 }
 
 /// The top-level entries that hold the paths, as they are; a path may replace a value on its way.
@@ -62,11 +81,23 @@ OpChange setPaths(OpContext &context, const QMap<QString, QVariant> &paths)
 
 } // namespace
 
+QString settingFlaw(const QVariantMap &args)
+{
+    return flawOf(args.value(u"path"_s).toString(), args.value(u"value"_s));
+}
+
+QString settingsFlaw(const QVariantMap &args)
+{
+    QString flaw;
+    const QMap<QString, QVariant> paths = pathsIn(args.value(u"settings"_s).toMap());
+    for (auto it = paths.cbegin(); it != paths.cend() && flaw.isEmpty(); ++it)
+        flaw = flawOf(it.key(), *it);
+    return flaw;
+}
+
 OpOutcome applySettingsSet(OpContext &context, const OpCall &call)
 {
     const QString path = call.text("path"_L1);
-    if (!isPath(path))
-        return call.refuse(u"no path:"_s, path);
     OpChange change = setPaths(context, {{path, call.value("value"_L1)}});
     change.textArgs = {path};
     return change;
@@ -74,15 +105,7 @@ OpOutcome applySettingsSet(OpContext &context, const OpCall &call)
 
 OpOutcome applySettingsSetBulk(OpContext &context, const OpCall &call)
 {
-    QMap<QString, QVariant> paths;
-    collectPaths(call.map("settings"_L1), {}, paths);
-    if (paths.isEmpty())
-        return call.refuse(u"empty settings map"_s);
-    for (auto it = paths.cbegin(); it != paths.cend(); ++it) {
-        if (!isPath(it.key()))
-            return call.refuse(u"no path:"_s, it.key());
-    }
-    return setPaths(context, paths);
+    return setPaths(context, pathsIn(call.map("settings"_L1)));
 }
 
 void restoreSettings(OpContext &context, const QUuid &, const QVariantMap &state)

@@ -60,7 +60,7 @@ Address addressOf(const VarsetTable &table, const QString &varset, const QString
 
 bool hasEntry(const VarsetTable &table, const Address &address)
 {
-    return entriesOf(table, address.varset).contains(address.name);
+    return table.findIn(address.varset, address.name) != nullptr;
 }
 
 /// All fields, the empty ones too, so that the map is read back as the long form.
@@ -74,19 +74,26 @@ QVariantMap entryState(const VarsetEntry &entry)
             {u"expression"_s, entry.expression}};
 }
 
-/// The variable as it is, or that there is none.
-QVariantMap variableState(const VarsetTable &table, const Address &address)
+/// The variable as it is, or that there is none; without its place, which it keeps while it is set,
+/// and a new one has at the end.
+QVariantMap settingState(const VarsetTable &table, const Address &address)
 {
-    const VarsetEntries entries = entriesOf(table, address.varset);
-    const auto found = entries.constFind(address.name);
+    const VarsetEntry *found = table.findIn(address.varset, address.name);
     QVariantMap state{{StateKeys::opDomain, OpDomain::varset},
                       {u"varsetName"_s, address.varset},
                       {u"entryName"_s, address.name},
-                      {u"existed"_s, found != entries.cend()}};
-    if (found == entries.cend())
-        return state;
-    state.insert(u"entry"_s, entryState(*found));
-    state.insert(StateKeys::index, orderOf(table, address.varset).indexOf(address.name));
+                      {u"existed"_s, found != nullptr}};
+    if (found)
+        state.insert(u"entry"_s, entryState(*found));
+    return state;
+}
+
+/// The same with its place.
+QVariantMap variableState(const VarsetTable &table, const Address &address)
+{
+    QVariantMap state = settingState(table, address);
+    if (hasEntry(table, address))
+        state.insert(StateKeys::index, orderOf(table, address.varset).indexOf(address.name));
     return state;
 }
 
@@ -211,23 +218,20 @@ QVariantMap placeState(const VarsetTable &table, const Address &address, const Q
 
 OpOutcome applyVarsetSetVariable(OpContext &context, const OpCall &call)
 {
-    VarsetTable table = context.document.variables();
+    const VarsetTable &table = context.document.variables();
     const QString varset = call.text("varsetName"_L1);
     if (!hasVarset(table, varset))
         return call.refuse(u"varset not found:"_s, varset);
     if (!call.has("entry"_L1) && !call.has("value"_L1))
         return call.refuse(u"missing entry or value"_s);
     const Address address = addressOf(table, varset, call.text("name"_L1));
-    const VarsetEntries entries = entriesOf(table, address.varset);
-    OpChange change{.before = variableState(table, address),
+    OpChange change{.before = settingState(table, address),
                     .textArgs = {call.text("name"_L1)},
                     .scope = u"varset/"_s + address.fullName()};
-    const bool isNew = !entries.contains(address.name);
-    const QStringList order = orderOf(table, address.varset);
-    insertEntry(table, address, wantedEntry(entries.value(address.name), call),
-                isNew ? order.size() : order.indexOf(address.name));
-    context.document.setVariables(table);
-    change.after = variableState(table, address);
+    const VarsetEntry *known = table.findIn(address.varset, address.name);
+    const VarsetEntry entry = wantedEntry(known ? *known : VarsetEntry(), call);
+    context.document.setVariableIn(address.varset, address.name, entry);
+    change.after = settingState(table, address);
     return change;
 }
 
@@ -407,17 +411,22 @@ void restoreEntryPlace(OpContext &context, const QUuid &, const QVariantMap &sta
 
 void insertVarsetSnapshot(OpContext &context, const QVariantMap &snapshot)
 {
-    VarsetTable table = context.document.variables();
     const Address address = addressIn(snapshot);
-    if (snapshot.contains(u"entries"_s)) {
+    const bool isVarset = snapshot.contains(u"entries"_s);
+    const VarsetEntry entry = VarsetEntry::fromVariant(snapshot.value(u"entry"_s));
+    if (!isVarset && !snapshot.contains(StateKeys::index)) {
+        context.document.setVariableIn(address.varset, address.name, entry);
+        return;
+    }
+    VarsetTable table = context.document.variables();
+    if (isVarset) {
         VarsetEntries entries;
         const QVariantMap maps = snapshot.value(u"entries"_s).toMap();
         for (auto it = maps.cbegin(); it != maps.cend(); ++it)
             entries.insert(entries.cend(), it.key(), VarsetEntry::fromVariant(*it));
         table.setNamed(address.varset, entries, snapshot.value(u"order"_s).toStringList());
     } else {
-        insertEntry(table, address, VarsetEntry::fromVariant(snapshot.value(u"entry"_s)),
-                    snapshot.value(StateKeys::index).toLongLong());
+        insertEntry(table, address, entry, snapshot.value(StateKeys::index).toLongLong());
     }
     context.document.setVariables(table);
 }

@@ -196,8 +196,13 @@ void Registry::registerFileScopedPrimitives(const QList<DefinitionPtr> &definiti
     for (const DefinitionPtr &definition : definitions) {
         if (definition && !definition->shaderCode.isEmpty())
             analyzeShaderSignature(definition);
+        const DefinitionPtr known = definition ? getDefinition(definition->id) : nullptr;
+        const bool isOfFile = definition && m_fileScoped.contains(definition->id);
         if (!insert(definition))
             continue;
+        // The user's own comes back when the file goes, as a built-in does.
+        if (known && !isOfFile)
+            m_overridden.insert(definition->id, known);
         m_fileScoped.insert(definition->id);
         isChanged = true;
     }
@@ -274,7 +279,9 @@ bool Registry::loadUserLibrary(const QString &path)
 
 bool Registry::saveUserLibrary(const QString &path) const
 {
-    QList<DefinitionPtr> own = getAllPrimitives();
+    // Of the scene that is open nothing: it keeps its definitions itself.
+    const std::unique_ptr<Registry> lasting = withoutFileScoped();
+    QList<DefinitionPtr> own = lasting->getAllPrimitives();
     own.removeIf([](const DefinitionPtr &definition) { return definition->isFromResources(); });
     return UserLibrary::save(path, own);
 }
@@ -325,7 +332,7 @@ void Registry::insertBuiltin(const DefinitionPtr &definition)
 
 void Registry::removeBuiltins()
 {
-    m_overridden.clear();
+    m_overridden.removeIf([](const auto &entry) { return entry.value()->isFromResources(); });
     m_definitions.removeIf([this](const auto &entry) {
         if (!entry.value()->isFromResources())
             return false;

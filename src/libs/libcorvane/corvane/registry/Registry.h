@@ -95,7 +95,7 @@ private:
     void logState() const;
 
     QHash<QString, DefinitionPtr> m_definitions;
-    QHash<QString, DefinitionPtr> m_overridden; ///< built-ins whose id another definition holds
+    QHash<QString, DefinitionPtr> m_overridden; ///< what another definition's id hides
     QSet<QString> m_fileScoped;                 ///< ids of what scene files brought
     FunctionIndex m_functions;
     bool m_hasReportedConflicts = false;

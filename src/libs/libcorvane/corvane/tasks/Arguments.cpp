@@ -1,5 +1,6 @@
 #include <corvane/tasks/Arguments.h>
 
+#include <corvane/model/NearestName.h>
 #include <corvane/tasks/TaskJson.h>
 #include <corvane/yaml/Savable.h>
 #include <corvane/zirn/FailureText.h>
@@ -44,6 +45,7 @@ QVariant typed(ArgumentKind kind, const QVariant &value)
 {
     switch (kind) {
     case ArgumentKind::Number:
+    case ArgumentKind::NumberOrExpression:
         return asNumber(value);
     case ArgumentKind::Colour:
         return asList(value);
@@ -68,6 +70,11 @@ bool isFinite(const QVariant &value)
     bool isNumber = false;
     const double number = value.toDouble(&isNumber);
     return isNumber && std::isfinite(number);
+}
+
+bool isExpression(const QVariant &value)
+{
+    return isText(value) && value.toString().size() > 1 && value.toString().startsWith(u'=');
 }
 
 bool isFlag(const QVariant &value)
@@ -97,6 +104,10 @@ QString wanted(ArgumentKind kind, const QVariant &value)
         return isText(value) ? QString() : u"a text"_s;
     case ArgumentKind::Number:
         return isFinite(value) ? QString() : u"a finite number"_s;
+    case ArgumentKind::NumberOrExpression:
+        return isFinite(value) || isExpression(value)
+                   ? QString()
+                   : u"a finite number, or \"=\" and an expression"_s;
     case ArgumentKind::Flag:
         return isFlag(value) ? QString() : u"true or false"_s;
     case ArgumentKind::Colour:
@@ -156,6 +167,28 @@ QVariantMap knownArguments(std::span<const ParamRow> params, const ZirnTaskParam
             known.insert(param.name, typed(param.kind, value));
     }
     return known;
+}
+
+QString unknownArgument(const QString &attempt, std::span<const ParamRow> params,
+                        const ZirnTaskParams &arguments)
+{
+    QStringList names;
+    for (const ParamRow &param : params)
+        names.append(param.name);
+    const QVariantMap given = arguments.toMap();
+    for (auto it = given.cbegin(); it != given.cend(); ++it) {
+        if (it->isNull() || names.contains(it.key()))
+            continue;
+        const QString near = model::nearestName(it.key(), names);
+        const QString advice =
+            near.isEmpty() ? u"leave it out"_s : u"provide \"%1\" instead"_s.arg(near);
+        const QString known = names.isEmpty() ? u"the task takes no arguments"_s
+                                              : u"the task takes "_s + names.join(u", "_s);
+        return failureText({.attempt = attempt,
+                            .cause = u"unknown argument '%1'"_s.arg(shortened(it.key())),
+                            .suggestion = advice + u"; "_s + known});
+    }
+    return {};
 }
 
 QString unfitArgument(const QString &attempt, std::span<const ParamRow> params,

@@ -10,6 +10,10 @@ namespace corvane::zirn {
 /// can be read so; what can't be read stays as it came. Nulls are left out.
 QVariantMap knownArguments(std::span<const ParamRow> params, const ZirnTaskParams &arguments);
 
+/// The failure of a call with an argument that the task does not know, which would be passed over;
+/// empty when there is none.
+QString unknownArgument(const QString &attempt, std::span<const ParamRow> params,
+                        const ZirnTaskParams &arguments);
 /// The failure of a call with an argument of another type than it should have; empty when there is
 /// none.
 QString unfitArgument(const QString &attempt, std::span<const ParamRow> params,

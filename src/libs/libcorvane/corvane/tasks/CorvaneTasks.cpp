@@ -1,5 +1,6 @@
 #include <corvane/tasks/CorvaneTasks.h>
 
+#include <corvane/model/NearestName.h>
 #include <corvane/tasks/TaskFactory.h>
 #include <corvane/zirn/ZirnTaskRegistry.h>
 
@@ -26,6 +27,9 @@ void registerCorvaneTasks(ZirnTaskRegistry *registry)
     const QList<const TaskRow *> rows = taskCatalogue();
     for (const TaskRow *row : rows)
         target.registerTask(makeTask(*row));
+    target.setNameAdvice([](const QString &name, const QStringList &known) {
+        return model::didYouMean(name, known, {});
+    });
     target.setReady(true);
 }
 

@@ -1,13 +1,18 @@
 #include <corvane/tasks/EditArguments.h>
 
+#include <corvane/expr/ExprCompiler.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/registry/Registry.h>
 #include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/ParameterCheck.h>
 #include <corvane/tasks/SceneAccess.h>
+#include <corvane/tasks/SceneErrors.h>
 #include <corvane/tasks/TaskJson.h>
 #include <corvane/zirn/FailureText.h>
+
+#include <QRegularExpression>
 
 #include <cmath>
 
@@ -52,6 +57,17 @@ QVariantMap withoutQuotes(QVariantMap parameters)
     return parameters;
 }
 
+/// The wrapper of a node that a parameter's name begins with, as in "translate.offset"; empty where
+/// the name has none.
+QString wrapperIn(const SceneAccess &access, const QUuid &itemId, const QString &name)
+{
+    const QString head = name.section(u'.', 0, 0);
+    const bool isDotted = head.size() < name.size();
+    const bool isWrapper =
+        isDotted && access.isNode(itemId) && registry::Registry::instance().contains(head);
+    return isWrapper ? head : QString();
+}
+
 /// The entry of a variable with all its fields.
 QVariantMap fieldsOf(const model::VarsetEntry &entry)
 {
@@ -88,7 +104,8 @@ QString valueFlaw(const QVariant &value, const QString &type)
     if (value.typeId() == QMetaType::QVariantMap)
         return u"value is a JSON object"_s;
     if (type == "number"_L1 && !isFinite(unquoted(value)))
-        return u"value '%1' is no number"_s.arg(shortened(textOf(value)));
+        return u"value '%1' is no number, and an expression begins with \"=\""_s.arg(
+            shortened(textOf(value)));
     return {};
 }
 
@@ -181,11 +198,18 @@ Prepared prepareParameter(const SceneAccess &access, const QVariantMap &argument
 {
     const QUuid id = QUuid::fromString(arguments.value(u"itemId"_s).toString());
     const QVariant value = unquoted(arguments.value(u"value"_s));
-    cause = parameterFlaw(access, id, {{arguments.value(u"paramName"_s).toString(), value}});
+    const QString name = arguments.value(u"paramName"_s).toString();
+    const QString wrapperId = wrapperIn(access, id, name);
+    const QString param = wrapperId.isEmpty() ? name : name.mid(wrapperId.size() + 1);
+    cause = wrapperId.isEmpty() ? parameterFlaw(access, id, {{param, value}})
+                                : parameterFlaw(wrapperId, {{param, value}});
     if (!cause.isEmpty())
         return std::nullopt;
     QVariantMap prepared = arguments;
     prepared.insert(u"value"_s, value);
+    prepared.insert(u"paramName"_s, param);
+    if (!wrapperId.isEmpty())
+        prepared.insert(u"wrapperId"_s, wrapperId);
     return prepared;
 }
 
@@ -223,9 +247,27 @@ QString noteUnreadParameters(const SceneAccess &access, const QVariantMap &argum
 {
     QVariantMap given = givenParameters(arguments);
     given.insert(arguments.value(u"parameters"_s).toMap());
-    if (arguments.contains(u"paramName"_s))
-        given.insert(arguments.value(u"paramName"_s).toString(), {});
+    const QString name = arguments.value(u"paramName"_s).toString();
+    if (!name.isEmpty() && wrapperIn(access, itemId, name).isEmpty())
+        given.insert(name, {});
     return unreadParameters(access, itemId, given);
+}
+
+/// That a text which reads like an expression is kept as a text.
+QString noteTextValue(const SceneAccess &access, const QVariantMap &arguments, const QUuid &)
+{
+    const QVariant value = arguments.value(u"value"_s);
+    const QString text = value.toString();
+    const bool isText = value.typeId() == QMetaType::QString && !text.startsWith(u'=');
+    if (!isText || arguments.value(u"type"_s) == u"string"_s ||
+        unquoted(value).typeId() != QMetaType::QString)
+        return {};
+    static const QRegularExpression operation(u"[-+*/()]"_s);
+    const auto compiled = expr::ExprCompiler(editorScope(*access.document)).compile(text);
+    if (!text.contains(operation) || !compiled.isValid())
+        return {};
+    return u" NOTE: '%1' is kept as a text; with \"=\" before it the variable is derived."_s.arg(
+        shortened(text));
 }
 
 Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QString &cause)
@@ -239,19 +281,43 @@ Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QStr
     return arguments;
 }
 
+/// An expression may stand in an argument of its own, with a value until it is evaluated or
+/// without, or as a map in the place of the value.
+void completeVariable(QVariantMap &arguments)
+{
+    const auto given = model::ParameterValue::fromVariant(arguments.value(u"value"_s));
+    QString text = arguments.value(u"expression"_s).toString().trimmed();
+    if (text.isEmpty() && arguments.value(u"value"_s).typeId() == QMetaType::QVariantMap &&
+        given.isExpression()) {
+        text = given.expression.trimmed();
+        if (given.fallback.isValid())
+            arguments.insert(u"value"_s, given.fallback);
+        else
+            arguments.remove(u"value"_s);
+    }
+    if (text.isEmpty())
+        return;
+    if (text.startsWith(u'='))
+        text.remove(0, 1);
+    arguments.insert(u"expression"_s, text);
+    if (arguments.contains(u"value"_s))
+        return;
+    arguments.remove(u"expression"_s);
+    arguments.insert(u"value"_s, QString(u'=' + text));
+}
+
 Prepared prepareVariable(const SceneAccess &access, const QVariantMap &arguments, QString &cause)
 {
     static const QStringList types{u"number"_s, u"boolean"_s, u"string"_s, u"vector"_s};
     const QString givenType = arguments.value(u"type"_s).toString();
     if (!givenType.isEmpty() && !types.contains(givenType))
         return refuse(cause, u"type '%1' is none of %2"_s.arg(givenType, types.join(u", "_s)));
-    const QString flaw = valueFlaw(arguments.value(u"value"_s), givenType);
+    const model::VarsetEntry known = access.document->variableEntry(fullVariableName(arguments));
+    // A number is not made a text by a slip: that takes the type "string".
+    const QString type = givenType.isEmpty() ? known.type : givenType;
+    const QString flaw = valueFlaw(arguments.value(u"value"_s), type);
     if (!flaw.isEmpty())
         return refuse(cause, flaw);
-    const QString name = fullVariableName(arguments);
-    const bool isKnown = access.document->hasVariable(name);
-    const model::VarsetEntry known =
-        isKnown ? access.document->variableEntry(name) : model::VarsetEntry();
     QVariantMap entry = fieldsOf(known);
     for (const QString &key : {u"type"_s, u"description"_s, u"unit"_s}) {
         if (arguments.contains(key))
@@ -264,6 +330,9 @@ Prepared prepareVariable(const SceneAccess &access, const QVariantMap &arguments
     }
     entry.insert(u"constraints"_s, constraints);
     putValue(entry, arguments.value(u"value"_s), typeFor(givenType, known));
+    const QString expression = arguments.value(u"expression"_s).toString();
+    if (!expression.isEmpty())
+        entry.insert(u"expression"_s, expression);
     return QVariantMap{{u"name"_s, arguments.value(u"name"_s)},
                        {u"varsetName"_s, arguments.value(u"varsetName"_s)},
                        {u"entry"_s, entry}};

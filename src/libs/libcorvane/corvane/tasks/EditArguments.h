@@ -28,6 +28,9 @@ std::optional<QVariantMap> prepareParameters(const SceneAccess &access,
                                              const QVariantMap &arguments, QString &cause);
 std::optional<QVariantMap> prepareModifier(const SceneAccess &access, const QVariantMap &arguments,
                                            QString &cause);
+/// See OpRow::complete.
+void completeVariable(QVariantMap &arguments);
+QString noteTextValue(const SceneAccess &access, const QVariantMap &arguments, const QUuid &itemId);
 /// What is given, over what the variable has.
 std::optional<QVariantMap> prepareVariable(const SceneAccess &access, const QVariantMap &arguments,
                                            QString &cause);

@@ -149,7 +149,9 @@ ZirnTaskResult exportMesh(const ZirnTaskParams &given, ZirnTaskContext &context)
 {
     const QString attempt = u"export mesh"_s;
     const ZirnTaskParams arguments(knownArguments(exportParams, given));
-    const QString flaw = argumentFlaw(attempt, exportParams, arguments.toMap());
+    const QString unknown = unknownArgument(attempt, exportParams, given);
+    const QString flaw =
+        unknown.isEmpty() ? argumentFlaw(attempt, exportParams, arguments.toMap()) : unknown;
     if (!flaw.isEmpty())
         return ZirnTaskResult::failed(flaw);
     const QString scenePath = arguments.getString(u"scenePath"_s);

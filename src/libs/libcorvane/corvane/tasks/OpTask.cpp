@@ -162,7 +162,12 @@ ZirnTaskResult OpTask::doMutate(const ZirnTaskParams &arguments, ops::CorvaneOpE
                                 model::LogicalScene *logicalScene)
 {
     const QString attempt = m_row.op.attempt;
-    const QVariantMap known = knownArguments(m_row.arguments(), arguments);
+    const QString unknown = unknownArgument(attempt, m_row.arguments(), arguments);
+    if (!unknown.isEmpty())
+        return ZirnTaskResult::failed(unknown);
+    QVariantMap known = knownArguments(m_row.arguments(), arguments);
+    if (m_row.op.complete)
+        m_row.op.complete(known);
     const QString flaw = argumentFlaw(attempt, m_row.arguments(), known);
     if (!flaw.isEmpty())
         return ZirnTaskResult::failed(flaw);

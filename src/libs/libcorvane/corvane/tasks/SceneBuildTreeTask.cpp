@@ -3,6 +3,7 @@
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/CameraTasks.h>
 #include <corvane/tasks/EditArguments.h>
 #include <corvane/tasks/MainThread.h>
@@ -100,8 +101,10 @@ ZirnTaskResult built(const TreeDescription &description, const TreeBuilder &buil
     for (const QString &name : description.rootNames)
         rootIds.append(builder.idOf(name));
     const QString count = QString::number(builder.count());
+    constexpr qsizetype mostNotes = 5;
     return ZirnTaskResult::succeeded(
-        u"Built SDF tree: %1 instances created"_s.arg(count) + builder.notes(),
+        u"Built SDF tree: %1 instances created"_s.arg(count) +
+            description.notes.mid(0, mostNotes).join(QString()) + builder.notes(),
         {{u"rootIds"_s, rootIds.join(u',')}, {u"count"_s, count}, {u"batchId"_s, batchId}});
 }
 
@@ -135,6 +138,7 @@ ZirnTaskResult buildNow(const TreeDescription &description, const SceneAccess &a
 
 SceneBuildTreeTask::SceneBuildTreeTask(const TaskRow &row)
     : CorvaneMutationTask(row.name, row.description.toString(), {}, {}, {})
+    , m_row(row)
 {}
 
 ZirnTaskPtr SceneBuildTreeTask::make(const TaskRow &row)
@@ -147,6 +151,9 @@ ZirnTaskResult SceneBuildTreeTask::doMutate(const ZirnTaskParams &arguments,
                                             QSharedPointer<model::Corvane> scene,
                                             model::LogicalScene *logicalScene)
 {
+    const QString unknown = unknownArgument(attempt, m_row.arguments(), arguments);
+    if (!unknown.isEmpty())
+        return ZirnTaskResult::failed(unknown);
     QString cause;
     QString suggestion;
     const auto wanted = TreeDescription::read(arguments.value(u"tree"_s), cause, suggestion);

@@ -17,6 +17,9 @@ protected:
     ZirnTaskResult doMutate(const ZirnTaskParams &arguments, ops::CorvaneOpExecutor *executor,
                             QSharedPointer<model::Corvane> scene,
                             model::LogicalScene *logicalScene) override;
+
+private:
+    const TaskRow &m_row;
 };
 
 } // namespace corvane::zirn

@@ -1,11 +1,25 @@
 #include <corvane/tasks/SceneErrorCounter.h>
 
-#include <corvane/expr/ExprCompiler.h>
+#include <corvane/expr/ExprModel.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
+using namespace Qt::StringLiterals;
+
 namespace corvane::zirn {
+
+namespace {
+
+QStringList textsOf(const ExpressionSites &sites)
+{
+    QStringList texts;
+    for (const auto &site : sites)
+        texts.append(site.second);
+    return texts;
+}
+
+} // namespace
 
 SceneErrorCounter::SceneErrorCounter(QObject *executor)
     : QObject(executor)
@@ -34,7 +48,13 @@ void SceneErrorCounter::follow(const SceneAccess &access)
     m_document = access.document.data();
     m_tree = access.tree;
     m_isStale = true;
-    connect(m_document, &Corvane::varsetChanged, this, [this] { m_variablesChanged = true; });
+    connect(m_document, &Corvane::variableSet, this,
+            [this](const QString &varset, const QString &name) {
+                m_setVariables.append({varset, name});
+                m_isVariableNamed = true;
+            });
+    connect(m_document, &Corvane::varsetChanged, this,
+            [this] { m_variablesChanged |= !std::exchange(m_isVariableNamed, false); });
     if (!m_tree)
         return;
     const auto remember = [this](const QUuid &id) { m_changedNodes.insert(id); };
@@ -49,125 +69,120 @@ void SceneErrorCounter::follow(const SceneAccess &access)
 
 int SceneErrorCounter::count()
 {
-    if (std::exchange(m_isStale, false)) {
-        m_isBroken.clear();
-        m_changedNodes.clear();
-        m_hasMoves = false;
-        m_variablesChanged = true;
-        m_treeChanged = true;
-        m_nodes.clear();
-        m_treeBroken = 0;
-    }
+    if (std::exchange(m_isStale, false))
+        startAnew();
     // A structural edit names its nodes; without any the whole tree may be another one.
     const bool isExplained = std::exchange(m_hasMoves, false) || !m_changedNodes.isEmpty();
     if (std::exchange(m_treeChanged, false) && !isExplained)
         rereadTree();
-    if (refreshScope()) {
-        recountDocument();
-        recountTree();
-    }
+    for (const auto &[varset, name] : std::exchange(m_setVariables, {}))
+        rereadVariable(varset, name);
+    if (isDocumentAnother())
+        rereadDocument();
     for (const QUuid &id : std::exchange(m_changedNodes, {}))
-        recountNode(id);
-    return m_treeBroken + m_documentBroken;
+        rereadNode(id);
+    return m_texts.count([this] { return editorScope(*m_document); });
 }
 
-/// Whether anything changed that an expression may name, or that stands in the document.
-bool SceneErrorCounter::refreshScope()
+void SceneErrorCounter::startAnew()
+{
+    m_texts.clear();
+    m_nodeTexts.clear();
+    m_variableTexts.clear();
+    m_itemTexts.clear();
+    m_setVariables.clear();
+    m_changedNodes.clear();
+    m_hasMoves = false;
+    m_variablesChanged = true;
+    m_treeChanged = true;
+}
+
+/// What one variable says, and what it means to the others that it is there.
+void SceneErrorCounter::rereadVariable(const QString &varset, const QString &name)
+{
+    const model::VarsetEntry *entry = m_document->variables().findIn(varset, name);
+    if (m_variablesChanged || !entry) {
+        m_variablesChanged = true;
+        return;
+    }
+    const QString location = variableLocation(varset, name);
+    QStringList texts = m_variableTexts.take(location);
+    const QString &text = entry->expression;
+    m_texts.replace(texts, text.isEmpty() ? QStringList() : QStringList(text));
+    if (!text.isEmpty())
+        m_variableTexts.insert(location, texts);
+    const expr::ExprType type = typeSeenByOthers(*entry);
+    // A variable of a varset may stand behind one of the unnamed varset that has its full name.
+    const bool isSame =
+        varset.isEmpty()
+            ? m_texts.setName(name, type) && m_texts.setName(u"default."_s + name, type)
+            : m_document->variables().findIn({}, varset + u'.' + name) != nullptr ||
+                  m_texts.setName(varset + u'.' + name, type);
+    if (!isSame)
+        m_texts.forgetScope();
+}
+
+/// Of a derived variable what its text gives, and a number where that gives nothing.
+expr::ExprType SceneErrorCounter::typeSeenByOthers(const model::VarsetEntry &entry) const
+{
+    using expr::ExprType;
+    if (entry.expression.isEmpty())
+        return expr::typeOfVariable(entry);
+    const ExprType result = m_texts.typeOf(entry.expression);
+    if (result != ExprType::Unknown)
+        return expr::typeOfDerived(entry, result);
+    const ExprType declared = expr::typeOfVariable(entry);
+    return declared == ExprType::Unknown ? ExprType::Float : declared;
+}
+
+/// Whether anything changed, unsaid what, that an expression may name or that stands in the
+/// document.
+bool SceneErrorCounter::isDocumentAnother()
 {
     const quint64 revision = m_document->itemsRevision();
     if (!std::exchange(m_variablesChanged, false) && revision == m_documentRevision)
         return false;
     m_documentRevision = revision;
-    m_isScopeStale = true;
+    m_texts.forgetScope();
     return true;
 }
 
-void SceneErrorCounter::renewScope()
+void SceneErrorCounter::rereadDocument()
 {
-    m_isScopeStale = false;
-    const expr::CompileContext scope = editorScope(*m_document);
-    const bool isSuperset = std::all_of(
-        m_scope.variables.keyBegin(), m_scope.variables.keyEnd(), [&](const QString &name) {
-            const auto found = scope.variables.constFind(name);
-            return found != scope.variables.cend() && *found == m_scope.variables.value(name);
-        });
-    // New names can only mend.
-    if (isSuperset)
-        m_isBroken.removeIf([](const auto &entry) { return entry.value(); });
-    else
-        m_isBroken.clear();
-    m_scope = scope;
-}
+    QHash<QString, QStringList> known = std::exchange(m_variableTexts, {});
+    const ExpressionSites sites = variableExpressions(*m_document);
+    for (const auto &[location, text] : sites) {
+        QStringList texts = known.take(location);
+        m_texts.replace(texts, {text});
+        m_variableTexts.insert(location, texts);
+    }
+    for (QStringList &gone : known)
+        m_texts.replace(gone, {});
 
-void SceneErrorCounter::recountDocument()
-{
-    m_documentBroken = brokenAmong(variableExpressions(*m_document));
+    QStringList texts;
     const auto items = m_document->items();
     for (const model::SceneItem &item : items) {
-        if (item.itemType != model::ItemTypes::Sdf)
-            continue;
-        const ExpressionSites sites = expressionsIn(item);
-        if (!sites.isEmpty() && !standsForNode(item, m_tree))
-            m_documentBroken += brokenAmong(sites);
+        const ExpressionSites ofItem = expressionsIn(item);
+        if (!ofItem.isEmpty() && !standsForNode(item, m_tree))
+            texts += textsOf(ofItem);
     }
+    m_texts.replace(m_itemTexts, texts);
 }
 
-void SceneErrorCounter::recountTree()
+void SceneErrorCounter::rereadNode(const QUuid &id)
 {
-    m_treeBroken = 0;
-    for (NodeEntry &entry : m_nodes) {
-        entry.broken = brokenAmong(entry.texts);
-        m_treeBroken += entry.broken;
-    }
-}
-
-void SceneErrorCounter::recountNode(const QUuid &id)
-{
-    m_treeBroken -= m_nodes.take(id).broken;
     const model::LogicalInstance *node = m_tree ? std::as_const(*m_tree).instance(id) : nullptr;
-    const ExpressionSites sites = node ? expressionsIn(*node) : ExpressionSites();
-    if (sites.isEmpty())
-        return;
-    NodeEntry entry;
-    for (const auto &site : sites)
-        entry.texts.append(site.second);
-    entry.broken = brokenAmong(entry.texts);
-    m_treeBroken += entry.broken;
-    m_nodes.insert(id, entry);
+    QStringList texts = m_nodeTexts.take(id);
+    m_texts.replace(texts, node ? textsOf(expressionsIn(*node)) : QStringList());
+    if (!texts.isEmpty())
+        m_nodeTexts.insert(id, texts);
 }
 
 void SceneErrorCounter::rereadTree()
 {
-    m_nodes.clear();
-    m_treeBroken = 0;
-    if (!m_tree)
-        return;
-    const QList<QUuid> ids = m_tree->instances().keys();
+    const QList<QUuid> ids =
+        m_nodeTexts.keys() + (m_tree ? m_tree->instances().keys() : QList<QUuid>());
     m_changedNodes = QSet<QUuid>(ids.cbegin(), ids.cend());
-}
-
-int SceneErrorCounter::brokenAmong(const QStringList &texts)
-{
-    return int(std::count_if(texts.cbegin(), texts.cend(),
-                             [this](const QString &text) { return isBroken(text); }));
-}
-
-int SceneErrorCounter::brokenAmong(const ExpressionSites &sites)
-{
-    return int(std::count_if(sites.cbegin(), sites.cend(),
-                             [this](const auto &site) { return isBroken(site.second); }));
-}
-
-bool SceneErrorCounter::isBroken(const QString &text)
-{
-    // Not before there is an expression: a scene may have thousands of variables and none.
-    if (m_isScopeStale)
-        renewScope();
-    auto known = m_isBroken.constFind(text);
-    if (known == m_isBroken.cend())
-        known =
-            m_isBroken.insert(text, !expr::ExprCompiler(m_scope).compile(text).errors.isEmpty());
-    return *known;
 }
 
 } // namespace corvane::zirn

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/tasks/BrokenTexts.h>
 #include <corvane/tasks/SceneAccess.h>
 #include <corvane/tasks/SceneErrors.h>
 
@@ -25,40 +26,32 @@ public:
     int count();
 
 private:
-    struct NodeEntry
-    {
-        QStringList texts{};
-        int broken = 0;
-    };
-
     explicit SceneErrorCounter(QObject *executor);
 
     void follow(const SceneAccess &access);
-    bool refreshScope();
-    void renewScope();
-    void recountDocument();
-    void recountTree();
-    void recountNode(const QUuid &id);
+    void startAnew();
+    void rereadVariable(const QString &varset, const QString &name);
+    expr::ExprType typeSeenByOthers(const model::VarsetEntry &entry) const;
+    bool isDocumentAnother();
+    void rereadDocument();
+    void rereadNode(const QUuid &id);
     void rereadTree();
-    int brokenAmong(const QStringList &texts);
-    int brokenAmong(const ExpressionSites &sites);
-    bool isBroken(const QString &text);
 
     QPointer<model::Corvane> m_document;
     QPointer<model::LogicalScene> m_tree;
 
-    expr::CompileContext m_scope;
-    QHash<QString, bool> m_isBroken; ///< by text, in m_scope
-    QHash<QUuid, NodeEntry> m_nodes; ///< those that have expressions
+    BrokenTexts m_texts;
+    QHash<QUuid, QStringList> m_nodeTexts;             ///< of those that have expressions
+    QHash<QString, QStringList> m_variableTexts;       ///< by location, of those that have one
+    QStringList m_itemTexts;                           ///< of all items of the document
+    QList<std::pair<QString, QString>> m_setVariables; ///< varset and name
     QSet<QUuid> m_changedNodes;
     quint64 m_documentRevision = 0;
     bool m_isStale = true; ///< nothing that was counted holds
-    bool m_isScopeStale = true;
     bool m_variablesChanged = true;
+    bool m_isVariableNamed = false; ///< the next varsetChanged() is about one that is known
     bool m_hasMoves = false;
     bool m_treeChanged = true; ///< as a whole, unsaid what
-    int m_treeBroken = 0;
-    int m_documentBroken = 0;
 };
 
 } // namespace corvane::zirn

@@ -1,6 +1,7 @@
 #include <corvane/tasks/SceneErrors.h>
 
 #include <corvane/expr/ExprCompiler.h>
+#include <corvane/expr/ExprModel.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 
@@ -69,7 +70,7 @@ void appendVariables(ExpressionSites &sites, const QString &varset,
 {
     for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
         if (!it->expression.isEmpty())
-            sites.append({u"varset:"_s + varset + u'.' + it.key(), it->expression});
+            sites.append({variableLocation(varset, it.key()), it->expression});
     }
 }
 
@@ -99,7 +100,7 @@ QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
 
 expr::CompileContext editorScope(const model::Corvane &scene)
 {
-    return expr::buildCompileContext(scene);
+    return expr::ExprModelBuilder(scene).buildContext();
 }
 
 bool standsForNode(const model::SceneItem &item, const model::LogicalScene *tree)
@@ -146,10 +147,15 @@ ExpressionSites expressionsIn(const model::SceneItem &item)
     return expressionsIn(model::Instance(item).rawParams());
 }
 
+QString variableLocation(const QString &varset, const QString &name)
+{
+    return u"varset:"_s + (varset.isEmpty() ? u"Default"_s : varset) + u'.' + name;
+}
+
 ExpressionSites variableExpressions(const model::Corvane &scene)
 {
     ExpressionSites sites;
-    appendVariables(sites, u"Default"_s, scene.varsetEntries());
+    appendVariables(sites, {}, scene.varsetEntries());
     const auto varsets = scene.namedVarsets();
     for (auto it = varsets.cbegin(); it != varsets.cend(); ++it)
         appendVariables(sites, it.key(), *it);

@@ -50,6 +50,8 @@ using ExpressionSites = QList<std::pair<QString, QString>>;
 ExpressionSites expressionsIn(const QVariantMap &params, const QString &prefix = {});
 ExpressionSites expressionsIn(const model::LogicalInstance &node);
 ExpressionSites expressionsIn(const model::SceneItem &item);
+/// "varset:Default.width"; the unnamed varset is empty.
+QString variableLocation(const QString &varset, const QString &name);
 /// Of all variables; the location names varset and variable.
 ExpressionSites variableExpressions(const model::Corvane &scene);
 

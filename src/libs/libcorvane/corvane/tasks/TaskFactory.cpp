@@ -22,10 +22,13 @@ public:
 protected:
     ZirnTaskResult doQuery(const ZirnTaskParams &arguments, QSharedPointer<model::Corvane>) override
     {
+        const QString attempt = u"execute "_s + name;
+        const QString unknown = unknownArgument(attempt, m_row.arguments(), arguments);
         const QVariantMap known = knownArguments(m_row.arguments(), arguments);
-        const QString unfit = unfitArgument(u"execute "_s + name, m_row.arguments(), known);
-        if (!unfit.isEmpty())
-            return ZirnTaskResult::failed(unfit);
+        const QString flaw =
+            unknown.isEmpty() ? unfitArgument(attempt, m_row.arguments(), known) : unknown;
+        if (!flaw.isEmpty())
+            return ZirnTaskResult::failed(flaw);
         return m_row.query(ZirnTaskParams(known), SceneAccess::current());
     }
 
@@ -47,6 +50,9 @@ protected:
                             model::LogicalScene *logicalScene) override
     {
         const QString attempt = u"execute "_s + name;
+        const QString unknown = unknownArgument(attempt, m_row.arguments(), arguments);
+        if (!unknown.isEmpty())
+            return ZirnTaskResult::failed(unknown);
         const auto result = onMainThread([&] {
             const SceneAccess access{scene, logicalScene, executor};
             return access.isCurrent() ? m_row.mutate(arguments, access) : sceneIsGone(attempt);

@@ -22,13 +22,14 @@ enum class TaskKind { Query, Mutation, Plain };
 /// What an argument must be. Plans are written by models and by hand: where a list, a map, a number
 /// or a truth value is wanted, its text will do.
 enum class ArgumentKind {
-    Id,           ///< of an item, a material; not empty where required
-    ParentId,     ///< of an item, or empty for the top
-    DefinitionId, ///< of a definition or component that there is
-    VarsetName,   ///< of a varset that there is, or empty for the default one
-    Text,         ///< not empty where required
-    Name,         ///< a text, in words between dots, that can be a key of a scene file
-    Number,       ///< finite
+    Id,                 ///< of an item, a material; not empty where required
+    ParentId,           ///< of an item, or empty for the top
+    DefinitionId,       ///< of a definition or component that there is
+    VarsetName,         ///< of a varset that there is, or empty for the default one
+    Text,               ///< not empty where required
+    Name,               ///< a text, in words between dots, that can be a key of a scene file
+    Number,             ///< finite
+    NumberOrExpression, ///< finite, or "=" and an expression
     Flag,
     Colour, ///< a list of three or four finite numbers
     Map,
@@ -59,6 +60,9 @@ struct OpRow
     QLatin1StringView createdOutput{}; ///< output that gets the id of what was made
 
     /// Turns the arguments into those of the op; on a failure empty, with the cause.
+    /// Brings the arguments into the form in which they are checked, where a plan may say the same
+    /// in several ways.
+    void (*complete)(QVariantMap &arguments) = nullptr;
     using Prepare = std::optional<QVariantMap> (*)(const SceneAccess &,
                                                    const QVariantMap &arguments, QString &cause);
     Prepare prepare = nullptr; ///< none: the op takes them as they are

@@ -1,5 +1,6 @@
 #include <corvane/tasks/TreeDescription.h>
 
+#include <corvane/model/NearestName.h>
 #include <corvane/tasks/Arguments.h>
 #include <corvane/yaml/Savable.h>
 #include <corvane/zirn/ZirnTaskParams.h>
@@ -92,6 +93,7 @@ struct Links
 {
     QHash<QString, QStringList> listed{}; ///< as described
     QHash<QString, QString> parents{};    ///< the last that lists a name
+    QStringList notes{};                  ///< of names that are listed again
 
     QHash<QString, QStringList> children() const
     {
@@ -114,14 +116,27 @@ QStringList textsOf(const QVariantList &names)
     return texts;
 }
 
+QString noteOfSecondListing(const QString &name, const QString &before, const QString &now)
+{
+    if (before == now)
+        return u" NOTE: '%1' lists '%2' more than once; it stands there once."_s.arg(now, name);
+    return u" NOTE: '%1' is listed by '%2' and '%3'; it stands under '%3' alone. Give '%2' a copy "
+           u"of "
+           u"it under another name."_s.arg(name, before, now);
+}
+
 Links linksOf(const QVariantMap &instances)
 {
     Links links;
     for (auto it = instances.cbegin(); it != instances.cend(); ++it) {
         const ZirnTaskParams node(it->toMap());
         const QStringList names = textsOf(node.getList(u"children"_s));
-        for (const QString &name : names)
+        for (const QString &name : names) {
+            const QString before = links.parents.value(name);
+            if (!before.isEmpty())
+                links.notes.append(noteOfSecondListing(name, before, it.key()));
             links.parents.insert(name, it.key());
+        }
         if (!names.isEmpty())
             links.listed.insert(it.key(), names);
     }
@@ -146,6 +161,17 @@ QStringList orderOf(const QVariantMap &instances, const Links &links, const QStr
     return walk.order();
 }
 
+/// The first key that nothing reads, with what it may have meant; empty when all are known.
+QString unknownKey(const QVariantMap &map, const QString &owner, const QStringList &known)
+{
+    for (auto key = map.keyBegin(); key != map.keyEnd(); ++key) {
+        if (!known.contains(*key))
+            return u"%1 has an unknown key '%2'. %3"_s.arg(
+                owner, *key, model::didYouMean(*key, known, u"It takes "_s + known.join(u", "_s)));
+    }
+    return {};
+}
+
 bool isListOfNames(const QVariant &value)
 {
     return value.isNull() || unquoted(value).typeId() == QMetaType::QVariantList;
@@ -156,6 +182,9 @@ QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
 {
     if (!isListOfNames(tree.value(u"roots"_s)))
         return u"'roots' must be a list of names"_s;
+    const QString unknown = unknownKey(tree, u"the tree"_s, {u"instances"_s, u"roots"_s});
+    if (!unknown.isEmpty())
+        return unknown;
     for (auto it = instances.cbegin(); it != instances.cend(); ++it) {
         const QVariantMap node = it->toMap();
         const QVariant params = node.value(u"params"_s);
@@ -163,6 +192,10 @@ QString flawOf(const QVariantMap &tree, const QVariantMap &instances)
             return u"'children' of instance '%1' must be a list of names"_s.arg(it.key());
         if (!params.isNull() && params.typeId() != QMetaType::QVariantMap)
             return u"'params' of instance '%1' must be a JSON object"_s.arg(it.key());
+        const QString unread = unknownKey(node, u"instance '%1'"_s.arg(it.key()),
+                                          {u"definition"_s, u"params"_s, u"children"_s});
+        if (!unread.isEmpty())
+            return unread;
         const QString flaw = yaml::whyUnsavable(params);
         if (!flaw.isEmpty())
             return u"'params' of instance '%1' %2"_s.arg(it.key(), flaw);
@@ -214,7 +247,8 @@ std::optional<TreeDescription> TreeDescription::read(const QVariant &tree, QStri
     if (roots.isEmpty())
         std::copy_if(order.cbegin(), order.cend(), std::back_inserter(roots),
                      [&links](const QString &name) { return !links.parents.contains(name); });
-    return TreeDescription{.nodes = nodesOf(instances, links, order), .rootNames = roots};
+    return TreeDescription{
+        .nodes = nodesOf(instances, links, order), .notes = links.notes, .rootNames = roots};
 }
 
 } // namespace corvane::zirn

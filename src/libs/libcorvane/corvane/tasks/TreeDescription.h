@@ -25,7 +25,10 @@ struct TreeDescription
         QVariantMap params{};
     };
 
-    QList<Node> nodes{};     ///< parents before their children, siblings in order
+    QList<Node> nodes{}; ///< parents before their children, siblings in order
+    /// What the description says that does not hold as it is written, such as that two list a
+    /// child.
+    QStringList notes{};
     QStringList rootNames{}; ///< as described; where that says nothing, those at the top
 
     /// Reads a map, or a text that holds a JSON object. A child that several list belongs to the

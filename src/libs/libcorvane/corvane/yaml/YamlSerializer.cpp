@@ -132,8 +132,15 @@ QString YamlSerializer::indentStr(int spaces)
 
 bool YamlSerializer::isReadableKey(const QString &key)
 {
-    if (key.isEmpty() || std::all_of(key.cbegin(), key.cend(), isLetterOrDigit))
-        return !key.isEmpty();
+    if (key.isEmpty())
+        return false;
+    // Most keys are words, or names of several: nothing in them means anything to the reader.
+    const auto isHarmless = [](QChar c) {
+        return isLetterOrDigit(c) || c == u' ' || c == u'-' || c == u'.';
+    };
+    if (isLetterOrDigit(key.front()) && key.back() != u' ' &&
+        std::all_of(key.cbegin(), key.cend(), isHarmless))
+        return true;
     // A quote in the key may end where one in the value begins, and then a comment begins inside of
     // what the value quotes; in flow style a comma ends an entry.
     for (const QString &value : {u"a #b"_s, u"it's #1"_s, u"a \"#\" b"_s}) {

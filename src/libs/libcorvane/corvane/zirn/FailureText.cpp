@@ -8,7 +8,7 @@ namespace {
 
 QString sentence(const QString &part)
 {
-    return part.endsWith(u'.') ? part : part + u'.';
+    return part.endsWith(u'.') || part.endsWith(u'?') ? part : part + u'.';
 }
 
 } // namespace

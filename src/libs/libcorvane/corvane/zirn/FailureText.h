@@ -16,7 +16,7 @@ struct Failure
 };
 
 /// "Failed to <attempt>: <cause>. State: <state>. Suggestion: <suggestion>."
-/// The parts stand without a full stop at their end; one that has it keeps it alone.
+/// The parts stand without a full stop at their end; one that has it, or asks, keeps it alone.
 QString failureText(const Failure &failure);
 
 /// The result of a task that changed nothing.

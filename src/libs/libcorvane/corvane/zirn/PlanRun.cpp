@@ -181,8 +181,11 @@ PlanRun::StepEnd PlanRun::runStep(int index)
     const TaskPlanStep &step = m_ticket.plan.steps.at(index);
     const QString number = QString::number(index + 1);
     const ZirnTaskPtr task = m_services.registry->task(step.task);
-    if (!task)
-        return endPlan(index, QString(taskNotFound).arg(number, step.task));
+    if (!task) {
+        const QString advice = m_services.registry->adviceOn(step.task);
+        const QString failure = QString(taskNotFound).arg(number, step.task);
+        return endPlan(index, advice.isEmpty() ? failure : failure + u' ' + advice);
+    }
     if (m_services.authContext) {
         if (const auto failure = missingCapability(*task, *m_services.authContext))
             return endPlan(index, *failure);

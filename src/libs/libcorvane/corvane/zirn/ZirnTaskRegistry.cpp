@@ -76,6 +76,11 @@ QStringList ZirnTaskRegistry::taskNames() const
     return names;
 }
 
+QString ZirnTaskRegistry::adviceOn(const QString &name) const
+{
+    return m_nameAdvice ? m_nameAdvice(name, taskNames()) : QString();
+}
+
 bool ZirnTaskRegistry::isReady() const
 {
     const store::MethodGate gate(this);

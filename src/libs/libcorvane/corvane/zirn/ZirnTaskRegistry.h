@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QStringList>
 
+#include <functional>
+
 namespace corvane::zirn {
 
 /// The tasks there are, by name. Filled once at start on the main thread; plan threads read it
@@ -33,6 +35,12 @@ public:
     qsizetype count() const;
     QStringList taskNames() const; ///< sorted
 
+    /// What to say of a name that no task has: "Did you mean \"corvane.item.add\"?". Empty until
+    /// whoever registers tasks brings one who finds near names.
+    using NameAdvice = std::function<QString(const QString &name, const QStringList &known)>;
+    void setNameAdvice(const NameAdvice &advice) { m_nameAdvice = advice; }
+    QString adviceOn(const QString &name) const;
+
     /// Whether all libraries have registered what they have; false at first.
     bool isReady() const;
     void setReady(bool ready);
@@ -44,6 +52,7 @@ signals:
 
 private:
     QHash<QString, ZirnTaskPtr> m_tasks;
+    NameAdvice m_nameAdvice;
     bool m_ready = false;
 };
 

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <corvane/model/ItemWrappers.h>
+
+#include <QLatin1StringView>
+#include <QString>
+#include <QVariantMap>
+#include <QVector3D>
+
+#include <array>
+
+namespace corvane::ops {
+
+/// Where something stands: numbers, and for each part that variables drive the expression that
+/// does. The numbers of such a part are the value that its expression had when it was last
+/// evaluated.
+///
+/// Parts and axes may be set one by one. An axis of a part that is driven as a whole, or the other
+/// way round, makes one expression of both: of "vec3(a, b, c)" and a literal y "vec3(a, 2.0, c)",
+/// of any other text "(text).x".
+struct DrivenTransform
+{
+    /// A part: its name, which is that of the wrapper that applies it, and its field.
+    struct Part
+    {
+        QLatin1StringView key;
+        char16_t letter; ///< of its axes: "tx"
+        QVector3D model::Transform::*field;
+    };
+    static constexpr std::array<Part, 3> parts{{
+        {QLatin1StringView("translate"), u't', &model::Transform::translate},
+        {QLatin1StringView("rotate"), u'r', &model::Transform::rotate},
+        {QLatin1StringView("scale"), u's', &model::Transform::scale},
+    }};
+    /// "tx" of the first axis of the first part.
+    static QString axisKey(const Part &part, int axis);
+
+    model::Transform numbers{};
+    std::array<QString, 3> expressions{}; ///< by part, without "="; empty where the numbers count
+    /// What the expressions were found to give; invalid where that is unknown.
+    std::array<QVariant, 3> found{};
+
+    bool isDriven() const;
+    /// Takes what a call gives: under the name of a part three numbers, a map of "x", "y", "z", one
+    /// number for all, or "=" and an expression; an axis may be an expression, too. A scale takes
+    /// one factor, which is x: no other axis of it can be driven.
+    /// @return what is wrong, as the rest of a sentence; empty when nothing is, and then `count` is
+    ///         the number of axes and parts that were given
+    QString take(const QVariantMap &args, int &count);
+
+private:
+    using Axes = std::array<QVariant, 3>;
+
+    void drive(std::size_t index, const QString &expression);
+    QString takePart(std::size_t index, const Axes &axes, int &count);
+    std::array<QString, 3> axisTexts(std::size_t index) const;
+};
+
+} // namespace corvane::ops
