@@ -3,6 +3,7 @@
 #include "ExportOptions.h"
 #include "HeadlessCommand.h"
 #include "ParameterOverrides.h"
+#include "ProgressPrinter.h"
 
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
@@ -169,11 +170,9 @@ ExportResult runPipeline(const ExportRequest &request)
     ExportPipeline pipeline;
     ExportResult result;
     QEventLoop loop;
+    ProgressPrinter progress;
     QObject::connect(&pipeline, &ExportPipeline::progressChanged, &loop,
-                     [](qint64 current, qint64 total) {
-                         printError(u"Progress: %1/%2 chunks"_s.arg(QString::number(current),
-                                                                    QString::number(total)));
-                     });
+                     [&progress](qint64 current, qint64 total) { progress.show(current, total); });
     QObject::connect(&pipeline, &ExportPipeline::finished, &loop,
                      [&](const ExportResult &finished) {
                          result = finished;

@@ -1,5 +1,7 @@
 #include "Interruption.h"
 
+#include "ProgressPrinter.h"
+
 #include <store/SafeFile.h>
 
 #include <csignal>
@@ -12,6 +14,7 @@ namespace {
 void endNow(int signalNumber)
 {
     store::SafeFile::removeAllPending();
+    ProgressPrinter::endLineFromSignal();
     ::_exit(128 + signalNumber);
 }
 

@@ -1,17 +1,16 @@
 #include "MessageHandler.h"
 
+#include "ProgressPrinter.h"
+
 #include <QByteArray>
 #include <QString>
-
-#include <cstdio>
 
 namespace {
 
 void writeMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     const QByteArray line = qFormatLogMessage(type, context, message).toUtf8() + '\n';
-    std::fwrite(line.constData(), 1, size_t(line.size()),
-                stderr); // one call, so that threads do not mix lines
+    ProgressPrinter::printAbove(line); // one call, so that threads do not mix lines
 }
 
 } // namespace
