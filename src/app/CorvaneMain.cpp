@@ -3,11 +3,13 @@
 #include "BuildInfo.h"
 #include "Constants.h"
 #include "MessageHandler.h"
+#include "ProgressPrinter.h"
 #include "TerminalText.h"
 
 #include <QCoreApplication>
 #include <QFile>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
@@ -58,10 +60,12 @@ constexpr Mode modes[] = {
     {"validate", &CorvaneMain::runValidate}, {"gui", &CorvaneMain::runGui},
 };
 
-bool writeAll(std::FILE *stream, const QByteArray &bytes)
+// What a command was given does not matter then: nothing is read and nothing is written.
+bool asksForHelp(int argc, char **argv)
 {
-    const auto size = size_t(bytes.size());
-    return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
+    return std::any_of(argv + 2, argv + argc, [](const char *argument) {
+        return std::strcmp(argument, "--help") == 0 || std::strcmp(argument, "-h") == 0;
+    });
 }
 
 /// Bytes that are no ASCII are shown as "\xe9".
@@ -117,7 +121,7 @@ int run(int argc, char **argv)
         return InputOutputError;
     for (const Mode &mode : modes) {
         if (std::strcmp(argv[1], mode.word) == 0)
-            return mode.run(argc, argv);
+            return asksForHelp(argc, argv) ? runHelp(argc, argv) : mode.run(argc, argv);
     }
     printError(u"Error: unrecognised command '"_s + QString::fromLocal8Bit(argv[1]) + u"'\n"_s);
     printError(QString::fromUtf8(usageText));
@@ -158,12 +162,14 @@ QString pathArgument(const char *argument)
 
 void printError(const QString &line)
 {
-    writeAll(stderr, terminalText(line).toUtf8() + '\n');
+    ProgressPrinter::printAbove(terminalText(line).toUtf8() + '\n');
 }
 
 bool printOutput(const QString &text)
 {
-    return writeAll(stdout, text.toUtf8());
+    const QByteArray bytes = text.toUtf8();
+    const auto size = size_t(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
 }
 
 } // namespace CorvaneMain

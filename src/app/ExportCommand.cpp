@@ -4,6 +4,7 @@
 #include "HeadlessCommand.h"
 #include "OutputPath.h"
 #include "ParameterOverrides.h"
+#include "ProgressPrinter.h"
 #include "TerminalText.h"
 
 #include <corvane/eval/DefinitionWarnings.h>
@@ -154,11 +155,9 @@ void addSettings(const Corvane &scene, const ExportOptions &options, ExportReque
 ExportResult runPipeline(const ExportRequest &request)
 {
     ExportPipeline pipeline;
+    ProgressPrinter progress;
     QObject::connect(&pipeline, &ExportPipeline::progressChanged, &pipeline,
-                     [](qint64 current, qint64 total) {
-                         printError(u"Progress: %1/%2 chunks"_s.arg(QString::number(current),
-                                                                    QString::number(total)));
-                     });
+                     [&progress](qint64 current, qint64 total) { progress.show(current, total); });
     return pipeline.runHere(request);
 }
 

@@ -1,5 +1,7 @@
 #include "Interruption.h"
 
+#include "ProgressPrinter.h"
+
 #include <eval/NativeCleanup.h>
 #include <store/SafeFile.h>
 
@@ -14,6 +16,7 @@ using Cleanup = void (*)() noexcept;
 constexpr Cleanup cleanups[] = {
     &store::SafeFile::removeAllPending, // its table of pending files is fixed
     &eval::endNativeCompilers,          // and so is that of compilers
+    &ProgressPrinter::endLineFromSignal,
 };
 
 void endNow(int signalNumber)

@@ -1,11 +1,10 @@
 #include "MessageHandler.h"
 
+#include "ProgressPrinter.h"
 #include "TerminalText.h"
 
 #include <QByteArray>
 #include <QString>
-
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -19,8 +18,7 @@ void writeMessage(QtMsgType type, const QMessageLogContext &context, const QStri
     if (message == compilerNotice)
         return;
     const QByteArray line = terminalText(qFormatLogMessage(type, context, message)).toUtf8() + '\n';
-    std::fwrite(line.constData(), 1, size_t(line.size()),
-                stderr); // one call, so that threads do not mix lines
+    ProgressPrinter::printAbove(line); // one call, so that threads do not mix lines
 }
 
 } // namespace

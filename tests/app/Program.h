@@ -2,12 +2,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// Runs the program under test and keeps what it said.
+/// What a program said, and how it ended.
 struct ProgramRun
 {
     int status = -1;
@@ -18,10 +19,12 @@ struct ProgramRun
     QString lastErrorLine() const { return standardError.trimmed().section(QLatin1Char('\n'), -1); }
 };
 
-inline ProgramRun runProgram(const QStringList &arguments)
+inline ProgramRun runCommand(const QString &program, const QStringList &arguments,
+                             const QString &folder = {})
 {
     QProcess process;
-    process.start(QStringLiteral(CORVANE_PROGRAM), arguments);
+    process.setWorkingDirectory(folder);
+    process.start(program, arguments);
     ProgramRun run;
     if (!process.waitForFinished(240000)) {
         process.kill();
@@ -32,6 +35,20 @@ inline ProgramRun runProgram(const QStringList &arguments)
     run.standardOutput = QString::fromUtf8(process.readAllStandardOutput());
     run.standardError = QString::fromUtf8(process.readAllStandardError());
     return run;
+}
+
+inline ProgramRun runProgram(const QStringList &arguments)
+{
+    return runCommand(QStringLiteral(CORVANE_PROGRAM), arguments);
+}
+
+/// Runs lines of bash that find the program under test on their path, up to the first that fails.
+inline ProgramRun runShell(const QString &lines, const QString &folder)
+{
+    const QString prologue =
+        QStringLiteral("PATH='%1':$PATH\n").arg(QFileInfo(QStringLiteral(CORVANE_PROGRAM)).path());
+    return runCommand(QStringLiteral("bash"), {QStringLiteral("-ec"), QString(prologue + lines)},
+                      folder);
 }
 
 /// Writes a file of a test's own folder and answers its path.

@@ -131,8 +131,10 @@ void TstCommandLine::versionAndHelpGoToStandardOutput()
         QVERIFY(run.standardOutput.startsWith(u"corvane "_s));
         QCOMPARE(run.standardOutput.count(u'\n'), 1);
     }
-    for (const QString &word : {u"--help"_s, u"-h"_s, u"help"_s}) {
-        const ProgramRun run = runProgram({word});
+    for (const QString &words :
+         {u"--help"_s, u"-h"_s, u"help"_s, u"schema --help"_s, u"validate -h"_s, u"zirn --help"_s,
+          u"export --help"_s, u"export no.corvane --cell-size 0 -h"_s}) {
+        const ProgramRun run = runProgram(words.split(u' '));
         QCOMPARE(run.status, 0);
         QVERIFY(run.standardOutput.endsWith(u"  3  Export failed\n"_s));
         QVERIFY(run.standardError.isEmpty());

@@ -37,7 +37,7 @@ corvane_library(corvane_definitions
 foreach(group primitives operators modifiers)
     file(GLOB files CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/corvane/sdf/${group}/*.yaml)
     if(files)
-        qt_add_resources(corvane_definitions sdf_${group}
+        corvane_resources(corvane_definitions sdf_${group}
             PREFIX /sdf BASE ${CMAKE_CURRENT_LIST_DIR}/corvane/sdf FILES ${files}
             OPTIONS --no-compress)
     endif()
