@@ -1,6 +1,7 @@
 #include <corvane/model/CorvaneDSLParser.h>
 
 #include <corvane/model/DocumentBlock.h>
+#include <corvane/model/Logging.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/model/SceneVersion1Reader.h>
@@ -106,6 +107,18 @@ void adoptMaterials(Corvane &scene, const QVariantMap &block)
 
 } // namespace
 
+void ParseResult::logWarnings() const
+{
+    for (const QString &warning : warnings)
+        qCWarning(lcModel).noquote() << "Parse warning:" << warning;
+}
+
+void ParseResult::logErrors() const
+{
+    for (const auto &error : errors)
+        qCWarning(lcModel).noquote() << "Parse error:" << error.toString();
+}
+
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 {
     ParseResult result;
@@ -121,7 +134,9 @@ ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
 {
     ParseResult result;
-    result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
+    result.text = text;
+    result.rawMap =
+        yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors, &result.remarks);
     if (!result.errors.isEmpty())
         return result;
     if (SceneMigrator::detectVersion(result.rawMap) >= 2) {
@@ -151,7 +166,9 @@ void CorvaneDSLParser::compileLogical(ParseResult &result, QObject *parent)
     LogicalSceneCompiler compiler;
     compiler.setSource(logical.logicalScene.data());
     compiler.setTarget(result.scene.data());
+    compiler.keepWarnings();
     compiler.fullCompile();
+    result.warnings += compiler.warnings();
     adoptMaterials(*result.scene, logical.documentBlock);
 }
 

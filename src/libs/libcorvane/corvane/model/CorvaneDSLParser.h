@@ -18,9 +18,13 @@ struct ParseResult
     QStringList warnings;
     QList<yaml::YamlParser::ParseError> errors;
     QVariantMap rawMap;                        ///< the whole file
+    QString text;                              ///< the same as it was read
+    QList<yaml::YamlParser::Remark> remarks;   ///< on its layout
     QSharedPointer<LogicalScene> logicalScene; ///< of a version 2 file: what `scene` is compiled of
 
     bool ok() const { return scene && errors.isEmpty(); }
+    void logWarnings() const; ///< "Parse warning: ...", a line each
+    void logErrors() const;   ///< "Parse error: ...", a line each
 };
 
 /// What came of a scene file that is to be edited: the user's tree.
