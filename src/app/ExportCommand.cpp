@@ -3,6 +3,7 @@
 #include "ExportOptions.h"
 #include "HeadlessCommand.h"
 #include "ParameterOverrides.h"
+#include "SceneWarnings.h"
 
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
@@ -195,8 +196,9 @@ ExportResult runWithFallback(ExportRequest request)
     return runPipeline(request);
 }
 
-int report(const ExportResult &result, const ExportOptions &options)
+int report(const ExportResult &result, const ExportOptions &options, SceneWarnings &warnings)
 {
+    warnings.print(result.warnings);
     printError(resultLine(result));
     if (!result.success)
         return CorvaneMain::OperationFailed;
@@ -208,9 +210,9 @@ int report(const ExportResult &result, const ExportOptions &options)
 }
 
 // The scene with the overrides of --params and all derived values; null after an error was printed.
-QSharedPointer<Corvane> loadScene(const ExportOptions &options)
+QSharedPointer<Corvane> loadScene(const ExportOptions &options, SceneWarnings &warnings)
 {
-    const auto scene = Corvane::loadFromFile(options.scenePath);
+    const auto scene = warnings.open(options.scenePath);
     if (!scene) {
         printError(u"Error: failed to load scene from "_s + options.scenePath);
         return {};
@@ -223,20 +225,22 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
         printError(error);
         return {};
     }
+    warnings.checkOverrides(*scene, overrides->values());
     overrides->applyTo(*scene);
     printError(u"Applied %1 parameter override(s) from %2"_s.arg(
         QString::number(overrides->count()), options.parametersPath));
     return scene;
 }
 
-int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath)
+int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath,
+                SceneWarnings &warnings)
 {
     ExportRequest request;
     addSettings(scene, options, request);
     // A grid that can't be is said at once, not after the definitions and the shader are compiled.
     const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
     if (!gridError.isEmpty() && !request.autoBounds && !scene.items().isEmpty())
-        return report(ExportResult::failed(gridError), options);
+        return report(ExportResult::failed(gridError), options, warnings);
     corvane::registry::Registry::instance().loadBuiltinPrimitives();
     corvane::render::SDFLayer layer;
     layer.setScene(&scene);
@@ -252,12 +256,13 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     request.nodes = field.nodes;
     request.rootNodeIndex = field.rootIndex;
     request.outputPath = outputPath;
-    return report(runWithFallback(request), options);
+    return report(runWithFallback(request), options, warnings);
 }
 
 int exportFile(const ExportOptions &options)
 {
-    const auto scene = loadScene(options);
+    SceneWarnings warnings;
+    const auto scene = loadScene(options, warnings);
     if (!scene)
         return CorvaneMain::InputOutputError;
     const QString outputPath =
@@ -269,7 +274,8 @@ int exportFile(const ExportOptions &options)
     }
     corvane::expr::ExpressionManager expressions(scene.data());
     expressions.evaluateAll();
-    return exportScene(*scene, options, outputPath);
+    warnings.tell(*scene, expressions);
+    return exportScene(*scene, options, outputPath, warnings);
 }
 
 } // namespace
