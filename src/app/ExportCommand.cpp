@@ -5,6 +5,7 @@
 #include "OutputPath.h"
 #include "ParameterOverrides.h"
 #include "ProgressPrinter.h"
+#include "SceneWarnings.h"
 #include "TerminalText.h"
 
 #include <corvane/eval/DefinitionWarnings.h>
@@ -18,7 +19,6 @@
 #include <corvane/xport/ExportPipeline.h>
 #include <corvane/xport/ExportRequest.h>
 #include <store/SafeFile.h>
-
 
 #include <optional>
 
@@ -172,18 +172,9 @@ ExportResult runWithFallback(ExportRequest request)
     return runPipeline(request);
 }
 
-// A definition that means nothing to the field language stops the whole field: which one it was.
-void printFaultyDefinitions(const Corvane &scene)
+int report(const ExportResult &result, const ExportOptions &options, SceneWarnings &warnings)
 {
-    const auto warnings = corvane::eval::definitionWarnings(scene);
-    for (const auto &warning : warnings)
-        printError(warning.toString());
-}
-
-int report(const ExportResult &result, const ExportOptions &options)
-{
-    for (const corvane::model::SceneWarning &warning : result.warnings)
-        printError(warning.toString());
+    warnings.print(result.warnings);
     printError(resultLine(result));
     if (!result.success)
         return CorvaneMain::OperationFailed;
@@ -195,9 +186,9 @@ int report(const ExportResult &result, const ExportOptions &options)
 }
 
 // The scene with the overrides of --params and all derived values; null after an error was printed.
-QSharedPointer<Corvane> loadScene(const ExportOptions &options)
+QSharedPointer<Corvane> loadScene(const ExportOptions &options, SceneWarnings &warnings)
 {
-    const auto scene = Corvane::loadFromFile(options.scenePath);
+    const auto scene = warnings.open(options.scenePath);
     if (!scene) {
         printError(u"Error: failed to load scene from "_s + options.scenePath);
         return {};
@@ -210,29 +201,31 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
         printError(error);
         return {};
     }
+    warnings.checkOverrides(*scene, overrides->values());
     overrides->applyTo(*scene);
     printError(u"Applied %1 parameter override(s) from %2"_s.arg(
         QString::number(overrides->count()), options.parametersPath));
     return scene;
 }
 
-int failForFormat(const QString &outputPath, const ExportOptions &options)
+int failForFormat(const QString &outputPath, const ExportOptions &options, SceneWarnings &warnings)
 {
     printError(u"Error: the extension of the output is that of no mesh format; known are "_s +
                OutputPath::knownExtensions());
     return report(
         ExportResult::failed(u"Failed to save mesh: No exporter found for: %1"_s.arg(outputPath)),
-        options);
+        options, warnings);
 }
 
-int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath)
+int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath,
+                SceneWarnings &warnings)
 {
     ExportRequest request;
     addSettings(scene, options, request);
     // A grid that can't be is said at once, not after the definitions and the shader are compiled.
     const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
     if (!gridError.isEmpty() && !request.autoBounds && !scene.items().isEmpty())
-        return report(ExportResult::failed(gridError), options);
+        return report(ExportResult::failed(gridError), options, warnings);
     corvane::registry::Registry::instance().loadBuiltinPrimitives();
     corvane::render::SDFLayer layer;
     layer.setScene(&scene);
@@ -244,7 +237,7 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
         return finishWithoutGeometry(options, outputPath);
     // Said before the meshing too.
     if (!OutputPath::hasKnownFormat(outputPath))
-        return failForFormat(outputPath, options);
+        return failForFormat(outputPath, options, warnings);
     if (!addFieldShader(scene, layer.generator(), request))
         return CorvaneMain::OperationFailed;
     const auto field = layer.nodesAsOneField();
@@ -253,8 +246,8 @@ int exportScene(Corvane &scene, const ExportOptions &options, const QString &out
     request.outputPath = outputPath;
     const ExportResult result = runWithFallback(request);
     if (!result.success)
-        printFaultyDefinitions(scene);
-    return report(result, options);
+        warnings.print(corvane::eval::definitionWarnings(scene));
+    return report(result, options, warnings);
 }
 
 /// False, with a line for the user, for an output that would replace what must stay.
@@ -273,7 +266,8 @@ int exportFile(const ExportOptions &options)
 {
     if (!mayWrite(options.outputPath, options, false))
         return CorvaneMain::InputOutputError;
-    const auto scene = loadScene(options);
+    SceneWarnings warnings;
+    const auto scene = loadScene(options, warnings);
     if (!scene)
         return CorvaneMain::InputOutputError;
     const QString outputPath =
@@ -290,7 +284,8 @@ int exportFile(const ExportOptions &options)
     }
     corvane::expr::ExpressionManager expressions(scene.data());
     expressions.evaluateAll();
-    return exportScene(*scene, options, outputPath);
+    warnings.tell(*scene, expressions);
+    return exportScene(*scene, options, outputPath, warnings);
 }
 
 } // namespace

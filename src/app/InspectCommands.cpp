@@ -1,8 +1,11 @@
 // The commands that only read a scene: schema and validate.
 
 #include "CorvaneMain.h"
+#include "SceneWarnings.h"
 #include "TerminalText.h"
 
+#include <corvane/eval/DefinitionWarnings.h>
+#include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneSchemaExtractor.h>
 
@@ -23,9 +26,12 @@ int print(const QString &text)
     return CorvaneMain::InputOutputError;
 }
 
+using Loader = QSharedPointer<Corvane> (*)(const QString &path);
+
 /// Prints what `textOf` has to say of the scene that the command line names; an empty text stands
 /// for a scene that says nothing.
-int inspect(int argc, char **argv, const QString &usage, QString (*textOf)(const Corvane &))
+int inspect(int argc, char **argv, const QString &usage, Loader load,
+            QString (*textOf)(const Corvane &))
 {
     if (argc <= 2) {
         CorvaneMain::printError(usage);
@@ -34,12 +40,31 @@ int inspect(int argc, char **argv, const QString &usage, QString (*textOf)(const
     const QCoreApplication application(argc, argv);
     CorvaneMain::applyApplicationNames();
     const QString path = CorvaneMain::pathArgument(argv[2]);
-    const auto scene = Corvane::loadFromFile(path);
+    const auto scene = load(path);
     const QString text = scene ? textOf(*scene) : QString();
     if (!text.isEmpty())
         return print(text);
     CorvaneMain::printError(u"Error: failed to load scene from "_s + path);
     return CorvaneMain::InputOutputError;
+}
+
+QSharedPointer<Corvane> load(const QString &path)
+{
+    return Corvane::loadFromFile(path);
+}
+
+/// Also tells what export would warn of.
+QSharedPointer<Corvane> loadChecked(const QString &path)
+{
+    SceneWarnings warnings;
+    const auto scene = warnings.open(path);
+    if (!scene)
+        return {};
+    corvane::expr::ExpressionManager expressions(scene.data());
+    expressions.evaluateAll();
+    warnings.tell(*scene, expressions);
+    warnings.print(corvane::eval::definitionWarnings(*scene));
+    return scene;
 }
 
 QString schemaText(const Corvane &scene)
@@ -62,12 +87,13 @@ namespace CorvaneMain {
 
 int runSchema(int argc, char **argv)
 {
-    return inspect(argc, argv, u"Usage: corvane schema <file.corvane>"_s, &schemaText);
+    return inspect(argc, argv, u"Usage: corvane schema <file.corvane>"_s, &load, &schemaText);
 }
 
 int runValidate(int argc, char **argv)
 {
-    return inspect(argc, argv, u"Usage: corvane validate <file.corvane>"_s, &summaryText);
+    return inspect(argc, argv, u"Usage: corvane validate <file.corvane>"_s, &loadChecked,
+                   &summaryText);
 }
 
 } // namespace CorvaneMain

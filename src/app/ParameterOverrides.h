@@ -2,6 +2,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QVariantMap>
 
 #include <optional>
 
@@ -20,6 +21,7 @@ public:
     /// variable.
     void applyTo(corvane::model::Corvane &scene) const;
 
+    QVariantMap values() const { return m_values.toVariantMap(); }
     int count() const { return int(m_values.size()); }
 
 private:

@@ -1,6 +1,7 @@
 #include "ZirnSession.h"
 
 #include "CorvaneMain.h"
+#include "SceneWarnings.h"
 
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
@@ -34,12 +35,6 @@ using corvane::zirn::TaskPlanResult;
 namespace {
 
 Q_LOGGING_CATEGORY(lcZirnSession, "ondrel.app.zirn", QtWarningMsg)
-
-void tell(const QStringList &warnings)
-{
-    for (const QString &warning : warnings)
-        qCWarning(lcZirnSession).noquote() << "Parse warning:" << warning;
-}
 
 /// The document of a version 2 file without what the tree compiles to: variables, settings,
 /// materials, definitions.
@@ -121,15 +116,18 @@ std::unique_ptr<ZirnSession> ZirnSession::open(const QString &scenePath)
         return std::unique_ptr<ZirnSession>(
             new ZirnSession(file, Corvane::create(), emptyTree, false));
     const auto parsed = CorvaneDSLParser::parseFile(scenePath);
-    tell(parsed.warnings);
     for (const auto &error : parsed.errors)
         qCWarning(lcZirnSession).noquote() << "Parse error:" << error.toString();
     if (!parsed.ok())
         return nullptr;
-    if (parsed.logicalScene)
+    if (parsed.logicalScene) {
+        const auto document = documentBeside(parsed.rawMap);
+        SceneWarnings::tellOfEdited(parsed);
         return std::unique_ptr<ZirnSession>(
-            new ZirnSession(file, documentBeside(parsed.rawMap), parsed.logicalScene, true));
+            new ZirnSession(file, document, parsed.logicalScene, true));
+    }
     parsed.scene->registerFileScopedDefinitions();
+    SceneWarnings::tellOfEdited(parsed);
     return std::unique_ptr<ZirnSession>(new ZirnSession(file, parsed.scene, emptyTree, false));
 }
 

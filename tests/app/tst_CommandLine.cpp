@@ -68,6 +68,7 @@ private slots:
     void versionAndHelpGoToStandardOutput();
     void schemaDescribesTheInputs();
     void validateCounts();
+    void mistakesAreToldAlikeByAllCommands();
     void inputErrorsAreStatusOne_data();
     void inputErrorsAreStatusOne();
     void exportFollowsOverrides();
@@ -169,6 +170,37 @@ void TstCommandLine::validateCounts()
     QCOMPARE(run.status, 0);
     QCOMPARE(run.standardOutput, u"ok: 3 vars, 1 instances, 1 roots\n"_s);
     QCOMPARE(run.standardError, QString());
+}
+
+void TstCommandLine::mistakesAreToldAlikeByAllCommands()
+{
+    QByteArray text = sphereScene;
+    text.replace("cellSize", "cellsize").replace("- ball", "- ball\n    - bal");
+    const QString path = writeFile(m_folder, u"slips.corvane"_s, text);
+    const QStringList expected{
+        u"Warning: line 18, settings.export.cellsize: nothing reads this setting. Did you mean "
+        "\"cellSize\"?"_s,
+        u"Warning: line 24, roots: root \"bal\" names no instance, so it is left out. Did you mean "
+        "\"ball\"?"_s};
+    const QString plan =
+        writeFile(m_folder, u"look.json"_s,
+                  R"({"description": "x", "steps": [{"task": "corvane.scene.list_errors"}]})");
+    const QString mesh = m_folder.filePath(u"slips.stl"_s);
+    const ProgramRun validated = runProgram({u"validate"_s, path});
+    QCOMPARE(validated.standardOutput, u"ok: 3 vars, 1 instances, 1 roots\n"_s);
+    const ProgramRun exported = runProgram({u"export"_s, path, u"-o"_s, mesh});
+    const ProgramRun edited =
+        runProgram({u"zirn"_s, plan, path, u"-o"_s, m_folder.filePath(u"edited.corvane"_s)});
+    for (const ProgramRun &run : {validated, exported, edited}) {
+        QCOMPARE(run.status, 0);
+        // Each once, and nothing else says the same.
+        QCOMPARE(run.standardError.split(u'\n').filter(u"arning"_s), expected);
+    }
+    const QString params = writeFile(m_folder, u"slips.json"_s, R"({"R": 2})");
+    const ProgramRun overridden =
+        runProgram({u"export"_s, path, u"-o"_s, mesh, u"--params"_s, params});
+    QVERIFY(overridden.standardError.contains(
+        u"Warning: --params, R: the scene has no variable of this name. Did you mean \"r\"?\n"_s));
 }
 
 void TstCommandLine::inputErrorsAreStatusOne_data()

@@ -15,6 +15,7 @@ private slots:
 
     void entriesReadBack_data();
     void entriesReadBack();
+    void derivedVariableNeedsNoValue();
     void dottedNamesResolve();
     void orderHoldsEachNameOnce();
     void renamingStaysInTheVarset_data();
@@ -40,6 +41,8 @@ void TstVariables::entriesReadBack_data()
         << false;
     QTest::newRow("map that looks like the long form")
         << VarsetEntry{.value = QVariantMap{{u"value"_s, 1}}} << false;
+    QTest::newRow("map that looks like a derived variable")
+        << VarsetEntry{.value = QVariantMap{{u"expression"_s, u"a"_s}}} << false;
     QTest::newRow("other map") << VarsetEntry{.value = QVariantMap{{u"x"_s, 1}}} << true;
 }
 
@@ -49,6 +52,12 @@ void TstVariables::entriesReadBack()
     const QVariant written = entry.toVariant();
     QCOMPARE(VarsetEntry::fromVariant(written), entry);
     QTEST(written == entry.value, "isBare");
+}
+
+void TstVariables::derivedVariableNeedsNoValue()
+{
+    const auto entry = VarsetEntry::fromVariant(QVariantMap{{u"expression"_s, u"width/2"_s}});
+    QCOMPARE(entry, (VarsetEntry{.value = {}, .expression = u"width/2"_s}));
 }
 
 void TstVariables::dottedNamesResolve()

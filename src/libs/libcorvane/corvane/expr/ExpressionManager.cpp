@@ -108,6 +108,68 @@ QStringList ExpressionManager::errors() const
     return all;
 }
 
+ExpressionFailure ExpressionManager::failureOf(const QString &node, const QString &message) const
+{
+    ExpressionFailure failure{.name = node, .message = message};
+    splitParameterNode(node, failure.instanceId, failure.name);
+    const ExprGraph::Node *known = m_model.graph.node(node);
+    failure.expression = known ? known->compiled.source : QString();
+    failure.value = m_scene ? storedValue(node) : QVariant();
+    return failure;
+}
+
+QList<ExpressionFailure> ExpressionManager::failures() const
+{
+    QList<ExpressionFailure> failures;
+    for (const auto *errors : {&m_model.errors, &m_evaluationErrors}) {
+        for (auto it = errors->cbegin(); it != errors->cend(); ++it) {
+            if (!it.key().isEmpty())
+                failures.append(failureOf(it.key(), *it));
+        }
+    }
+    addCycles(failures);
+    return failures;
+}
+
+/// Whoever follows what the unordered nodes read, among themselves, comes round in a circle.
+void ExpressionManager::addCycles(QList<ExpressionFailure> &failures) const
+{
+    const QStringList unordered = m_model.graph.detectCycles();
+    const auto nextOf = [&](const QString &node) {
+        const QStringList reads = m_model.graph.node(node)->dependencies;
+        for (const QString &name : reads) {
+            const QString target = m_model.parameterNodes.value(name, name);
+            if (std::binary_search(unordered.cbegin(), unordered.cend(), target))
+                return target;
+        }
+        return QString();
+    };
+    QSet<QString> followed;
+    QSet<QString> inCycle;
+    for (const QString &first : unordered) {
+        QStringList path;
+        QString node = first;
+        while (!node.isEmpty() && !followed.contains(node)) {
+            followed.insert(node);
+            path.append(node);
+            node = nextOf(node);
+        }
+        const qsizetype start = path.indexOf(node);
+        if (start < 0)
+            continue;
+        ExpressionFailure failure = failureOf(node, {});
+        for (const QString &member : path.mid(start)) {
+            failure.cycle.append(label(member));
+            inCycle.insert(member);
+        }
+        failures.append(failure);
+    }
+    for (const QString &node : unordered) {
+        if (!inCycle.contains(node))
+            failures.append(failureOf(node, {}));
+    }
+}
+
 void ExpressionManager::evaluateNewItems()
 {
     if (m_scene && m_builtRevision != m_scene->itemsRevision())

@@ -23,6 +23,17 @@ class Corvane;
 
 namespace corvane::expr {
 
+/// An expression that gives no value, and what stands in for one.
+struct ExpressionFailure
+{
+    QUuid instanceId{};   ///< null for a variable
+    QString name{};       ///< of the parameter or the variable
+    QString expression{}; ///< the text, without "="
+    QString message{};    ///< why; empty for what is in `cycle`, or reads it
+    QStringList cycle{};  ///< "a", "part.radius": each reads the next, the last one the first
+    QVariant value{};     ///< that is used instead; invalid where there is none
+};
+
 /// Keeps the derived numbers of a scene current: variables with an expression, and parameters with
 /// one.
 ///
@@ -58,6 +69,9 @@ public:
     /// Of the last rebuild and the last evaluation, each with the variable or parameter that it
     /// concerns.
     QStringList errors() const;
+    /// The same, a record each. Of a cycle there is one for its first member and one for each
+    /// expression that reads it from outside, with no cycle then.
+    QList<ExpressionFailure> failures() const;
     const CompileContext &context() const { return m_model.context; }
     const ExprGraph &graph() const { return m_model.graph; }
     /// The current value of a name as expressions see it, or of a parameter by its nodeId();
@@ -111,6 +125,8 @@ private:
     bool writeBack(const ChangedInstances &changed);
     bool restoreOfFailed(const QVariantMap &values);
     QStringList failedNodes() const;
+    ExpressionFailure failureOf(const QString &node, const QString &message) const;
+    void addCycles(QList<ExpressionFailure> &failures) const;
     QVariant storedValue(const QString &node) const;
     void countEmission(const QString &name);
     QString label(const QString &node) const;

@@ -1,6 +1,7 @@
 #include <corvane/model/CorvaneDSLParser.h>
 
 #include <corvane/model/DocumentBlock.h>
+#include <corvane/model/Logging.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/model/SceneVersion1Reader.h>
@@ -87,11 +88,22 @@ void adoptMaterials(Corvane &scene, const QVariantMap &block)
 
 } // namespace
 
+void ParseResult::logWarnings() const
+{
+    for (const QString &warning : warnings)
+        qCWarning(lcModel).noquote() << "Parse warning:" << warning;
+}
+
+void ParseResult::logErrors() const
+{
+    for (const auto &error : errors)
+        qCWarning(lcModel).noquote() << "Parse error:" << error.toString();
+}
+
 ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
 {
     QString error;
-    auto bytes =
-        store::readInput(path, {.file = maxFileSize, .stream = maxStreamSize}, &error);
+    auto bytes = store::readInput(path, {.file = maxFileSize, .stream = maxStreamSize}, &error);
     return bytes ? parseBytes(std::move(*bytes), parent) : unopened(error);
 }
 
@@ -105,10 +117,7 @@ ParseResult CorvaneDSLParser::parseRegularFile(const QString &path, QObject *par
 ParseResult CorvaneDSLParser::parseBytes(QByteArray bytes, QObject *parent)
 {
     ParseResult result;
-    // Of a large file each form goes as soon as the next one is there.
-    QString text = decode(std::exchange(bytes, {}), result);
-    result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
-    text = QString();
+    readText(decode(std::exchange(bytes, {}), result), result);
     readScene(result, parent);
     return result;
 }
@@ -116,9 +125,16 @@ ParseResult CorvaneDSLParser::parseBytes(QByteArray bytes, QObject *parent)
 ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
 {
     ParseResult result;
-    result.rawMap = yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors);
+    readText(text, result);
     readScene(result, parent);
     return result;
+}
+
+void CorvaneDSLParser::readText(const QString &text, ParseResult &result)
+{
+    result.text = text;
+    result.rawMap =
+        yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors, &result.remarks);
 }
 
 /// From the map of the file, unless that had errors.
@@ -130,7 +146,7 @@ void CorvaneDSLParser::readScene(ParseResult &result, QObject *parent)
         compileLogical(result, parent);
         return;
     }
-    SceneVersion1Reader reader(std::exchange(result.rawMap, {}));
+    SceneVersion1Reader reader(result.rawMap);
     result.scene = reader.read(parent);
     result.warnings += reader.warnings();
     if (!result.scene)
@@ -152,7 +168,9 @@ void CorvaneDSLParser::compileLogical(ParseResult &result, QObject *parent)
     LogicalSceneCompiler compiler;
     compiler.setSource(logical.logicalScene.data());
     compiler.setTarget(result.scene.data());
+    compiler.keepWarnings();
     compiler.fullCompile();
+    result.warnings += compiler.warnings();
     adoptMaterials(*result.scene, logical.documentBlock);
 }
 

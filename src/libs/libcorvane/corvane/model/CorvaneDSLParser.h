@@ -17,11 +17,14 @@ struct ParseResult
     QSharedPointer<Corvane> scene; ///< null when there are errors
     QStringList warnings;
     QList<yaml::YamlParser::ParseError> errors;
-    /// The whole file, where it is of version 2; a document has all of a version 1 file.
-    QVariantMap rawMap;
+    QVariantMap rawMap;                        ///< the whole file
+    QString text;                              ///< the same as it was read
+    QList<yaml::YamlParser::Remark> remarks;   ///< on its layout
     QSharedPointer<LogicalScene> logicalScene; ///< of a version 2 file: what `scene` is compiled of
 
     bool ok() const { return scene && errors.isEmpty(); }
+    void logWarnings() const; ///< "Parse warning: ...", a line each
+    void logErrors() const;   ///< "Parse error: ...", a line each
 };
 
 /// What came of a scene file that is to be edited: the user's tree.
@@ -58,6 +61,7 @@ public:
 
 private:
     static ParseResult parseBytes(QByteArray bytes, QObject *parent);
+    static void readText(const QString &text, ParseResult &result);
     static void readScene(ParseResult &result, QObject *parent);
     static void compileLogical(ParseResult &result, QObject *parent);
 };

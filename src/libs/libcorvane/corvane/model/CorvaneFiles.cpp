@@ -14,10 +14,8 @@ namespace corvane::model {
 QSharedPointer<Corvane> Corvane::loadFromFile(const QString &path, QObject *parent)
 {
     const ParseResult result = CorvaneDSLParser::parseFile(path, parent);
-    for (const QString &warning : result.warnings)
-        qCWarning(lcModel).noquote() << "Parse warning:" << warning;
-    for (const auto &error : result.errors)
-        qCWarning(lcModel).noquote() << "Parse error:" << error.toString();
+    result.logWarnings();
+    result.logErrors();
     if (!result.ok())
         return {};
     result.scene->registerFileScopedDefinitions();

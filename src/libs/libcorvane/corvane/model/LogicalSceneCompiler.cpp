@@ -171,8 +171,10 @@ void LogicalSceneCompiler::expandComponents()
             expander.expand(node);
     }
     m_expansion = expander.expansion();
-    const QStringList warnings = expander.warnings();
-    for (const QString &warning : warnings)
+    m_warnings = expander.warnings();
+    if (m_keepsWarnings)
+        return;
+    for (const QString &warning : std::as_const(m_warnings))
         qCWarning(lcModel).noquote() << warning;
 }
 

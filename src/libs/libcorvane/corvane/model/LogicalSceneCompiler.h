@@ -65,6 +65,9 @@ public:
     /// What was compiled into an earlier target stays there.
     void setTarget(Corvane *target);
 
+    /// Leaves what components could not be expanded as they say to warnings(), and logs nothing.
+    void keepWarnings() { m_keepsWarnings = true; }
+
     /// Compiles all. Nothing happens without source or target.
     void fullCompile();
 
@@ -87,6 +90,7 @@ public:
         return m_expansion.structureRoots;
     }
     QList<QUuid> expandedComponentInstances() const { return m_expansion.expanded; }
+    QStringList warnings() const { return m_warnings; }
 
     /// A node of the source, else one of an expanded component; none when there is neither. Valid
     /// until one of them changes.
@@ -146,6 +150,8 @@ private:
     QMap<QUuid, QUuid> m_compiledToSource;
     QUuid m_soloRootId;
     ComponentExpansion m_expansion;
+    QStringList m_warnings;
+    bool m_keepsWarnings = false;
     /// While a compile runs: what is looked up many times, in constant time.
     struct Lookups
     {

@@ -46,8 +46,10 @@ QString nearestName(const QString &name, const QStringList &candidates)
     for (const QString &candidate : candidates) {
         if (wanted.size() > maxLetters || candidate.size() > maxLetters)
             continue;
-        const int slips = slipsBetween(wanted, candidate.toLower());
         const auto allowed = std::max<qsizetype>(1, std::max(wanted.size(), candidate.size()) / 3);
+        if (qAbs(wanted.size() - candidate.size()) > allowed)
+            continue; // that many letters are missing at least
+        const int slips = slipsBetween(wanted, candidate.toLower());
         // One letter for another of a single one is no slip but another name.
         const bool sharesLetters = slips < std::max(wanted.size(), candidate.size());
         if (slips <= allowed && sharesLetters && slips < fewest) {

@@ -20,6 +20,12 @@ void insertIfSet(QVariantMap &map, const QString &key, const QString &text)
         map.insert(key, text);
 }
 
+/// A derived variable may leave its value to its expression.
+bool isLongForm(const QVariantMap &map)
+{
+    return map.contains(u"value"_s) || map.contains(u"expression"_s);
+}
+
 } // namespace
 
 bool VarsetConstraints::isEmpty() const
@@ -76,8 +82,8 @@ QVariant VarsetEntry::toVariant() const
 {
     const bool bare = type.isEmpty() && description.isEmpty() && unit.isEmpty() &&
                       constraints.isEmpty() && expression.isEmpty();
-    // A map with "value" would be read back as the long form.
-    if (bare && !value.toMap().contains(u"value"_s))
+    // Some maps would be read back as the long form.
+    if (bare && !isLongForm(value.toMap()))
         return value;
     QVariantMap map{{u"value"_s, value}};
     insertIfSet(map, u"type"_s, type);
@@ -93,7 +99,7 @@ VarsetEntry VarsetEntry::fromVariant(const QVariant &stored)
 {
     VarsetEntry entry;
     const QVariantMap map = stored.toMap();
-    if (!map.contains(u"value"_s)) {
+    if (!isLongForm(map)) {
         entry.value = stored;
         return entry;
     }

@@ -39,7 +39,7 @@ struct VarsetEntry
     /// The bare value when nothing else is set and the value would be read back as one; else the
     /// map.
     QVariant toVariant() const;
-    /// A map that holds "value" is the long form; anything else is a bare value.
+    /// A map that holds "value" or "expression" is the long form; anything else is a bare value.
     static VarsetEntry fromVariant(const QVariant &stored);
 
     bool operator==(const VarsetEntry &) const = default;

@@ -4,23 +4,38 @@ namespace corvane::xport {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+constexpr struct
+{
+    QLatin1String word;
+    SurfaceExtractor extractor;
+} extractorWords[] = {
+    {"MC"_L1, SurfaceExtractor::MarchingCubes},
+    {"MarchingCubes"_L1, SurfaceExtractor::MarchingCubes},
+    {"DC"_L1, SurfaceExtractor::DualContouring},
+    {"DualContouring"_L1, SurfaceExtractor::DualContouring},
+    {"DC-octree"_L1, SurfaceExtractor::OctreeDualContouring},
+    {"DualContouringOctree"_L1, SurfaceExtractor::OctreeDualContouring},
+};
+
+} // namespace
+
 SurfaceExtractor surfaceExtractorNamed(const QString &word)
 {
-    static constexpr struct
-    {
-        QLatin1String word;
-        SurfaceExtractor extractor;
-    } words[] = {
-        {"DC"_L1, SurfaceExtractor::DualContouring},
-        {"DualContouring"_L1, SurfaceExtractor::DualContouring},
-        {"DC-octree"_L1, SurfaceExtractor::OctreeDualContouring},
-        {"DualContouringOctree"_L1, SurfaceExtractor::OctreeDualContouring},
-    };
-    for (const auto &entry : words) {
+    for (const auto &entry : extractorWords) {
         if (word == entry.word)
             return entry.extractor;
     }
     return SurfaceExtractor::MarchingCubes;
+}
+
+QStringList surfaceExtractorWords()
+{
+    QStringList words;
+    for (const auto &entry : extractorWords)
+        words.append(entry.word);
+    return words;
 }
 
 ExportResult ExportResult::failed(const QString &message)

@@ -19,6 +19,8 @@ enum class SurfaceExtractor { MarchingCubes = 0, DualContouring = 1, OctreeDualC
 /// "DC" or "DualContouring", "DC-octree" or "DualContouringOctree", as settings and job records
 /// have it; any other word is marching cubes.
 SurfaceExtractor surfaceExtractorNamed(const QString &word);
+/// All words that mean one, those of marching cubes ("MC", "MarchingCubes") among them.
+QStringList surfaceExtractorWords();
 
 /// Everything that an export needs to know, by value: the compiled scene, the grid, the file.
 ///

@@ -35,6 +35,11 @@ QString parseStep(const QString &entry, PostProcessStep &step)
 
 } // namespace
 
+QStringList postProcessStepNames()
+{
+    return QStringList(knownSteps.begin(), knownSteps.end());
+}
+
 PostProcessPlan parsePostProcess(const QStringList &entries)
 {
     PostProcessPlan plan;

@@ -27,5 +27,7 @@ struct PostProcessPlan
 /// since every other step needs an indexed mesh: one is put in front where the list does not begin
 /// with it.
 PostProcessPlan parsePostProcess(const QStringList &entries);
+/// The names that a step may have.
+QStringList postProcessStepNames();
 
 } // namespace corvane::xport

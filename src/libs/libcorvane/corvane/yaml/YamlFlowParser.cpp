@@ -134,6 +134,8 @@ QVariant YamlFlowParser::parseMap(QStringView inside)
         if (colon > 0)
             map.insert(entry.first(colon).trimmed().toString(),
                        parse(entry.sliced(colon + 1).trimmed()));
+        else if (!entry.isEmpty())
+            m_droppedEntry = entry;
     }
     return map;
 }

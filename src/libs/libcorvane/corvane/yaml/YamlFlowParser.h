@@ -17,6 +17,8 @@ public:
     [[nodiscard]] QVariant parse(QStringView text);
     /// True when a part of what was read lay too deep, and reads as null.
     [[nodiscard]] bool isTooDeep() const { return m_tooDeep; }
+    /// The last entry of a flow map that was left out since it has no key; empty for none.
+    [[nodiscard]] QStringView droppedEntry() const { return m_droppedEntry; }
 
 private:
     [[nodiscard]] QVariant parseMap(QStringView inside);
@@ -24,6 +26,7 @@ private:
 
     int m_depth;
     bool m_tooDeep = false;
+    QStringView m_droppedEntry;
 };
 
 } // namespace corvane::yaml

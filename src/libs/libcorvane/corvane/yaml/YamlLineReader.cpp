@@ -52,10 +52,19 @@ void YamlLineReader::advance()
                   .isListItem = false,
                   .isMultilineMarker = false,
                   .keyIndent = 0};
+        countTabs({stripped.data(), content.data()});
         split(content);
         return;
     }
     m_atEnd = true;
+}
+
+void YamlLineReader::countTabs(QStringView margin)
+{
+    if (!margin.contains(u'\t'))
+        return;
+    if (m_tabLines++ == 0)
+        m_firstTabLine = m_lineNumber;
 }
 
 int YamlLineReader::columnOf(QStringView part) const

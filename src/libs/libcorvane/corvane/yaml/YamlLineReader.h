@@ -17,8 +17,13 @@ public:
     /// The column, from 1, at which a view into the current line begins.
     [[nodiscard]] int columnOf(QStringView part) const;
 
+    /// Lines so far, blank ones left out, that have a tab in their leading white space.
+    [[nodiscard]] qint64 tabLines() const { return m_tabLines; }
+    [[nodiscard]] int firstTabLine() const { return m_firstTabLine; } ///< from 1; 0 for none
+
 private:
     [[nodiscard]] QStringView takePhysicalLine();
+    void countTabs(QStringView margin);
     void split(QStringView stripped);
     void splitListItem();
     void splitPair(QStringView text);
@@ -28,6 +33,8 @@ private:
     int m_indentSize;
     int m_lineNumber = 0;
     bool m_atEnd = false;
+    qint64 m_tabLines = 0;
+    int m_firstTabLine = 0;
     YamlParser::Line m_line;
 };
 

@@ -18,20 +18,26 @@ constexpr int maxSharedKeys = 4096;
 class BlockParser
 {
 public:
-    BlockParser(QStringView text, int indentSize, QList<YamlParser::ParseError> &errors)
+    BlockParser(QStringView text, int indentSize, QList<YamlParser::ParseError> &errors,
+                QList<YamlParser::Remark> *remarks)
         : m_lines(text, indentSize)
         , m_indentSize(indentSize)
         , m_errors(errors)
+        , m_remarks(remarks)
     {}
 
     QVariantMap parseDocument()
     {
         QVariantMap map;
         parseBlock(0, map);
+        if (m_lines.tabLines() > 0)
+            remark({Remark::Kind::TabIndent, m_lines.firstTabLine(), {}, m_lines.tabLines()});
         return map;
     }
 
 private:
+    using Remark = YamlParser::Remark;
+
     void parseBlock(int minIndent, QVariantMap &map);
     void parseListBlock(int minIndent, QVariantList &list);
     [[nodiscard]] QVariant parseKeyValue(const YamlParser::Line &line);
@@ -45,11 +51,14 @@ private:
     [[nodiscard]] bool enterBlock(int indent);
     [[nodiscard]] QString sharedKey(QStringView key);
     void addError(int line, int column, const QString &message);
+    void dropStrayLines(const YamlParser::Line &first, int minIndent);
+    void remark(const Remark &remark);
 
     YamlLineReader m_lines;
     int m_indentSize;
     int m_depth = 0;
     QList<YamlParser::ParseError> &m_errors;
+    QList<Remark> *m_remarks; ///< null where nobody wants them
     QHash<QStringView, QString> m_keys;
 };
 
@@ -63,14 +72,30 @@ void BlockParser::parseBlock(int minIndent, QVariantMap &map)
             addError(line.lineNumber, 1, u"Unexpected list item at block level"_s);
             m_lines.advance();
         } else if (line.indent != minIndent) {
-            m_lines.advance(); // a stray deeper line is dropped
+            dropStrayLines(line, minIndent);
         } else if (line.key.isEmpty()) {
             addError(line.lineNumber, 1, u"Expected key: value pair"_s);
             m_lines.advance();
         } else {
+            const auto before = map.size();
             map.insert(sharedKey(line.key), parseKeyValue(line));
+            if (map.size() == before)
+                remark({Remark::Kind::RepeatedKey, line.lineNumber, line.key.toString()});
         }
     }
+}
+
+// A stray line that stands deeper than its block is dropped, and so are those that follow it at
+// such a depth: they belong to no key.
+void BlockParser::dropStrayLines(const YamlParser::Line &first, int minIndent)
+{
+    qint64 count = 0;
+    for (const YamlParser::Line *line = m_lines.current();
+         line && line->indent > minIndent && !line->isListItem; line = m_lines.current()) {
+        ++count;
+        m_lines.advance();
+    }
+    remark({Remark::Kind::DroppedLines, first.lineNumber, first.content.toString(), count});
 }
 
 QVariant BlockParser::parseKeyValue(const YamlParser::Line &line)
@@ -185,6 +210,10 @@ QVariant BlockParser::parseValue(QStringView text, int lineNumber, int column)
     if (flow.isTooDeep())
         addError(lineNumber, column,
                  u"Values are nested deeper than %1 levels"_s.arg(YamlParser::maxDepth));
+    if (!flow.droppedEntry().isEmpty())
+        remark({Remark::Kind::DroppedEntry, lineNumber, flow.droppedEntry().toString()});
+    if (value.typeId() == QMetaType::QString && (text.startsWith(u'[') || text.startsWith(u'{')))
+        remark({Remark::Kind::UnclosedValue, lineNumber, text.toString()});
     return value;
 }
 
@@ -218,6 +247,12 @@ void BlockParser::addError(int line, int column, const QString &message)
         m_errors.append({line, column, message});
 }
 
+void BlockParser::remark(const Remark &remark)
+{
+    if (m_remarks && m_remarks->size() < YamlParser::maxRemarks)
+        m_remarks->append(remark);
+}
+
 } // namespace
 
 QString YamlParser::ParseError::toString() const
@@ -229,9 +264,10 @@ YamlParser::YamlParser(int indentSize)
     : m_indentSize(std::max(indentSize, 1))
 {}
 
-QVariantMap YamlParser::parseToVariantMap(const QString &text, QList<ParseError> &errors) const
+QVariantMap YamlParser::parseToVariantMap(const QString &text, QList<ParseError> &errors,
+                                          QList<Remark> *remarks) const
 {
-    return BlockParser(text, m_indentSize, errors).parseDocument();
+    return BlockParser(text, m_indentSize, errors, remarks).parseDocument();
 }
 
 QVariant YamlParser::parseValue(QStringView text)

@@ -36,6 +36,27 @@ public:
         bool operator==(const ParseError &) const = default;
     };
 
+    /// What the subset reads in a way that its author most likely does not mean. No error: the text
+    /// parses all the same.
+    struct Remark
+    {
+        enum class Kind {
+            DroppedLines,  ///< lines that stand deeper than their block, and are in no value
+            RepeatedKey,   ///< a key that its block has already: the later value counts
+            TabIndent,     ///< a tab in leading white space
+            DroppedEntry,  ///< an entry of a flow map without a colon, which is left out
+            UnclosedValue, ///< text that begins as a flow value and does not end as one
+        };
+        Kind kind = Kind::DroppedLines;
+        int line = 0;     ///< from 1
+        QString text{};   ///< the key, or the content of the line
+        qint64 count = 1; ///< lines that are meant, this one being the first
+
+        bool operator==(const Remark &) const = default;
+    };
+    /// Remarks that one parse makes at most; those of tabs are one, with their count.
+    static constexpr int maxRemarks = 1000;
+
     /// One line that is neither blank nor all comment. The views look into the parsed text.
     struct Line
     {
@@ -55,9 +76,10 @@ public:
 
     [[nodiscard]] int indentSize() const { return m_indentSize; }
 
-    /// The top-level map. An empty document is an empty map and no error. Errors are appended.
-    [[nodiscard]] QVariantMap parseToVariantMap(const QString &text,
-                                                QList<ParseError> &errors) const;
+    /// The top-level map. An empty document is an empty map and no error. Errors are appended, and
+    /// so are remarks where somebody wants them.
+    [[nodiscard]] QVariantMap parseToVariantMap(const QString &text, QList<ParseError> &errors,
+                                                QList<Remark> *remarks = nullptr) const;
 
     /// One value as it stands behind a colon: a flow map or list, quoted text, a number, a word.
     [[nodiscard]] static QVariant parseValue(QStringView text);
