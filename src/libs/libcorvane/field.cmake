@@ -6,6 +6,8 @@ corvane_library(corvane_field
     SOURCES
         ${CORVANE_RENDER_SOURCES}
         corvane/bv/BoundsDetector.cpp
+        corvane/bv/BoundsProof.cpp
+        corvane/bv/FieldIntervals.cpp
         corvane/eval/AnalyticGradient.cpp
         corvane/eval/AnalyticGradientCompiler.cpp
         corvane/eval/CPUFieldEvaluator.cpp

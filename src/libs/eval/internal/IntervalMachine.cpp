@@ -5,6 +5,7 @@
 #include <eval/internal/LaneOps.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace eval::internal {
 
@@ -19,6 +20,18 @@ void join(std::vector<IntervalWord> &held, const std::vector<IntervalWord> &othe
     }
 }
 
+/// A fold of x in floats: the quotient, the multiple of the period and the difference each round
+/// once, by no more than a share of x.
+Interval narrowed(const Interval &difference, const Interval &x, const FoldRange &range)
+{
+    if (!interval::isBounded(x))
+        return difference;
+    const float size = interval::absolute(x).high + std::fabs(range.low) + std::fabs(range.high);
+    const float slack = size * 0x1p-20f;
+    return {std::max(difference.low, range.low - slack),
+            std::min(difference.high, range.high + slack), difference.mayBeNan};
+}
+
 } // namespace
 
 void IntervalMachine::begin(const LoweredProgram &program, std::span<const IntervalWord> inputs)
@@ -28,6 +41,7 @@ void IntervalMachine::begin(const LoweredProgram &program, std::span<const Inter
     m_waiting.clear();
     m_steps = 0;
     m_mayFault = false;
+    m_compared = ~0u;
     m_output = {std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
                 false};
     m_way.position = 0;
@@ -35,11 +49,11 @@ void IntervalMachine::begin(const LoweredProgram &program, std::span<const Inter
         m_program = &program;
         m_spares.clear();
         m_way.registers.assign(program.registerCount, IntervalWord());
+        // Nothing writes them, and ways that become one have the same.
+        for (size_t i = 0; i < program.constants.size(); ++i)
+            m_way.registers[program.firstConstant + i] = IntervalWord::ofBits(program.constants[i]);
     }
     std::ranges::copy(inputs, m_way.registers.begin());
-    // A way that was merged into this one may have brought its constants, but they are the same.
-    for (size_t i = 0; i < program.constants.size(); ++i)
-        m_way.registers[program.firstConstant + i] = IntervalWord::ofBits(program.constants[i]);
 }
 
 IntervalResult IntervalMachine::run(const LoweredProgram &program,
@@ -60,8 +74,10 @@ IntervalResult IntervalMachine::run(const LoweredProgram &program,
 bool IntervalMachine::runWays()
 {
     for (;;) {
-        if (!m_waiting.empty() && m_way.position >= m_waiting.back().position)
+        if (!m_waiting.empty() && m_way.position >= m_waiting.back().position) {
             switchWays();
+            m_compared = ~0u;
+        }
         const Instruction &at = m_program->code[m_way.position];
         if (++m_steps > stepLimit)
             return false;
@@ -106,6 +122,7 @@ IntervalMachine::Step IntervalMachine::stepOn(const Instruction &at)
         m_output = interval::hull(m_output, m_way.registers[m_outputRegister].value);
         return Step::Over;
     default:
+        m_compared = m_way.position;
         compute(at);
     }
     ++m_way.position;
@@ -116,18 +133,47 @@ void IntervalMachine::compute(const Instruction &at)
 {
     IntervalWord *const r = m_way.registers.data();
     const int count = operandCount(at.op);
+    const bool isFold = (at.op == Op::SubF || at.op == Op::MulF) && at.c != noRegister;
+    const Interval folded = isFold ? r[at.a].value : Interval();
     r[at.dst] = applyInterval(at, r[at.a], r[count > 1 ? at.b : at.a], r[count > 2 ? at.c : at.a]);
+    if (isFold)
+        r[at.dst].value = narrowed(r[at.dst].value, folded, m_program->folds[at.c]);
+}
+
+/// What the way that a comparison leads to knows of the two that were compared. One that is no
+/// number compares with nothing.
+void IntervalMachine::learn(std::vector<IntervalWord> &registers, bool isTrue) const
+{
+    if (m_compared + 1 != m_way.position)
+        return;
+    const Instruction &comparison = m_program->code[m_compared];
+    if (comparison.op != Op::LtF && comparison.op != Op::LeF)
+        return;
+    Interval &smaller = registers[isTrue ? comparison.a : comparison.b].value;
+    Interval &larger = registers[isTrue ? comparison.b : comparison.a].value;
+    if (!isTrue && (smaller.mayBeNan || larger.mayBeNan))
+        return;
+    const float most = std::min(smaller.high, larger.high);
+    const float least = std::max(smaller.low, larger.low);
+    smaller = {smaller.low, most, false};
+    larger = {least, larger.high, false};
 }
 
 IntervalMachine::Step IntervalMachine::branch(const Instruction &at)
 {
-    const IntervalWord &condition = m_way.registers[at.a];
+    const IntervalWord condition = m_way.registers[at.a];
     const bool mayBeFalse = condition.least <= 0 && condition.most >= 0;
     const bool mayBeTrue = condition.least != 0 || condition.most != 0;
-    const bool mayJump = at.op == Op::JumpIf ? mayBeTrue : mayBeFalse;
-    const bool mayStay = at.op == Op::JumpIf ? mayBeFalse : mayBeTrue;
-    if (mayJump && mayStay)
-        park(at.c);
+    const bool jumpsIf = at.op == Op::JumpIf;
+    const bool mayJump = jumpsIf ? mayBeTrue : mayBeFalse;
+    const bool mayStay = jumpsIf ? mayBeFalse : mayBeTrue;
+    if (mayJump && mayStay) {
+        Way other{.position = at.c, .registers = spareRegisters()};
+        other.registers = m_way.registers;
+        learn(other.registers, jumpsIf);
+        learn(m_way.registers, !jumpsIf);
+        park(std::move(other));
+    }
     m_way.position = mayStay ? m_way.position + 1 : at.c;
     return Step::Next;
 }
@@ -198,19 +244,18 @@ std::vector<IntervalWord> IntervalMachine::spareRegisters()
     return registers;
 }
 
-/// Leaves a copy of the current way to be taken up at `position`.
-void IntervalMachine::park(quint32 position)
+/// Leaves a way to be taken up later.
+void IntervalMachine::park(Way way)
 {
     m_steps += m_program->registerCount / 4;
     const auto place =
-        std::ranges::lower_bound(m_waiting, position, std::greater(), &Way::position);
-    if (place != m_waiting.end() && place->position == position) {
-        join(place->registers, m_way.registers);
+        std::ranges::lower_bound(m_waiting, way.position, std::greater(), &Way::position);
+    if (place == m_waiting.end() || place->position != way.position) {
+        m_waiting.insert(place, std::move(way));
         return;
     }
-    Way way{.position = position, .registers = spareRegisters()};
-    way.registers = m_way.registers;
-    m_waiting.insert(place, std::move(way));
+    join(place->registers, way.registers);
+    m_spares.push_back(std::move(way.registers));
 }
 
 /// Another way stands here or further behind.
@@ -225,9 +270,7 @@ void IntervalMachine::switchWays()
     }
     Way behind = std::move(m_waiting.back());
     m_waiting.pop_back();
-    park(m_way.position);
-    m_spares.push_back(std::move(m_way.registers));
-    m_way = std::move(behind);
+    park(std::exchange(m_way, std::move(behind)));
 }
 
 bool IntervalMachine::takeWaiting()

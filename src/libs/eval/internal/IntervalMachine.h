@@ -61,12 +61,13 @@ private:
     bool runWays();
     Step stepOn(const Instruction &at);
     Step branch(const Instruction &at);
+    void learn(std::vector<IntervalWord> &registers, bool isTrue) const;
     Step guardLoop(const Instruction &at);
     Step divide(const Instruction &at);
     Step checkIndex(const Instruction &at);
     Step runCall(const ExternalCall &call);
     void compute(const Instruction &at);
-    void park(quint32 position);
+    void park(Way way);
     void switchWays();
     bool takeWaiting();
     std::vector<IntervalWord> spareRegisters();
@@ -77,6 +78,7 @@ private:
     std::vector<std::vector<IntervalWord>> m_spares;
     std::vector<quint32> m_callRegisters;
     std::vector<IntervalWord> m_results;
+    quint32 m_compared = ~0u; ///< the comparison that the current way has just come from
     long long m_steps = 0;
     Register m_outputRegister = 0;
     Interval m_output;

@@ -3,6 +3,7 @@
 #include <eval/internal/LaneMath.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <initializer_list>
 #include <numbers>
@@ -11,7 +12,6 @@ namespace eval::internal::interval {
 
 namespace {
 
-constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float tiny = std::numeric_limits<float>::denorm_min();
 
 float below(float x)
@@ -21,14 +21,6 @@ float below(float x)
 float above(float x)
 {
     return std::nextafter(x, infinity);
-}
-
-/// An end that is no number stands for an operation such as infinity minus infinity on the way.
-Interval between(float low, float high, bool mayBeNan)
-{
-    if (std::isnan(low) || std::isnan(high))
-        return {};
-    return {low, high, mayBeNan};
 }
 
 Interval none(bool mayBeNan)
@@ -54,25 +46,10 @@ Interval widened(const Interval &x)
     return {below(x.low), above(x.high), x.mayBeNan};
 }
 
-bool holdsZero(const Interval &x)
-{
-    return x.low <= 0.0f && x.high >= 0.0f;
-}
 bool isPoint(const Interval &x)
 {
     return x.low == x.high;
 }
-/// Not of an empty one: what takes bounds for numbers had better not see its ends.
-bool isBounded(const Interval &x)
-{
-    return x.low > -infinity && x.high < infinity && !x.isEmpty();
-}
-/// Whether infinity minus infinity may come up.
-bool mayCancel(const Interval &a, const Interval &b)
-{
-    return (a.high == infinity && b.low == -infinity) || (a.low == -infinity && b.high == infinity);
-}
-
 /// A wave between -1 and 1 with a crest at `crest` and every full turn from there.
 Interval wave(const Interval &x, double (*function)(double), double crest)
 {
@@ -102,49 +79,6 @@ float asFloat(double x)
 }
 
 } // namespace
-
-Interval hull(const Interval &a, const Interval &b)
-{
-    return {std::min(a.low, b.low), std::max(a.high, b.high), a.mayBeNan || b.mayBeNan};
-}
-
-Interval negated(const Interval &x)
-{
-    return {-x.high, -x.low, x.mayBeNan};
-}
-
-Interval absolute(const Interval &x)
-{
-    const float low = std::fabs(x.low);
-    const float high = std::fabs(x.high);
-    return {holdsZero(x) ? 0.0f : std::min(low, high), std::max(low, high), x.mayBeNan};
-}
-
-Interval sum(const Interval &a, const Interval &b)
-{
-    return between(a.low + b.low, a.high + b.high, a.mayBeNan || b.mayBeNan || mayCancel(a, b));
-}
-
-Interval difference(const Interval &a, const Interval &b)
-{
-    return sum(a, negated(b));
-}
-
-Interval product(const Interval &a, const Interval &b)
-{
-    if ((holdsZero(a) && !isBounded(b)) || (holdsZero(b) && !isBounded(a)))
-        return {};
-    const float values[] = {a.low * b.low, a.low * b.high, a.high * b.low, a.high * b.high};
-    return between(std::min(std::min(values[0], values[1]), std::min(values[2], values[3])),
-                   std::max(std::max(values[0], values[1]), std::max(values[2], values[3])),
-                   a.mayBeNan || b.mayBeNan);
-}
-
-Interval square(const Interval &x)
-{
-    const Interval size = absolute(x);
-    return {size.low * size.low, size.high * size.high, x.mayBeNan};
-}
 
 Interval quotient(const Interval &a, const Interval &b, bool nonZero)
 {
@@ -201,18 +135,6 @@ Interval fusedProduct(const Interval &a, const Interval &b, const Interval &c)
     return between(low, high, a.mayBeNan || b.mayBeNan || c.mayBeNan);
 }
 
-Interval minimum(const Interval &a, const Interval &b)
-{
-    const float high = b.mayBeNan ? a.high : std::min(a.high, b.high);
-    return {std::min(a.low, b.low), high, a.mayBeNan};
-}
-
-Interval maximum(const Interval &a, const Interval &b)
-{
-    const float low = b.mayBeNan ? a.low : std::max(a.low, b.low);
-    return {low, std::max(a.high, b.high), a.mayBeNan};
-}
-
 Interval clamp(const Interval &x, const Interval &low, const Interval &high)
 {
     return minimum(high, maximum(low, x));
@@ -222,22 +144,30 @@ Interval clamp(const Interval &x, const Interval &low, const Interval &high)
 /// which the largest term decides.
 Interval mix(const Interval &a, const Interval &b, const Interval &t)
 {
+    const auto isAll = [&t](float share) { return t.low == share && t.high == share; };
+    // All of one and nothing of the other, be that what it may: only an infinity of it shows.
+    if (isAll(0.0f) && isBounded(a) && !isBounded(b))
+        return {a.low, a.high, true};
+    if (isAll(1.0f) && isBounded(b) && !isBounded(a))
+        return {b.low, b.high, true};
     if (!isBounded(a) || !isBounded(b) || !isBounded(t))
         return {};
-    double low = std::numeric_limits<double>::infinity();
-    double high = -low;
-    for (const float first : {a.low, a.high}) {
-        for (const float second : {b.low, b.high}) {
-            for (const float share : {t.low, t.high}) {
-                const double value = lane::mix(double(first), double(second), double(share));
-                low = std::min(low, value);
-                high = std::max(high, value);
-            }
+    const auto at = [](float first, float second, float share) {
+        return double(first) * (1.0 - double(share)) + double(second) * double(share);
+    };
+    double low = std::min(at(a.low, b.low, t.low), at(a.low, b.low, t.high));
+    double high = std::max(at(a.high, b.high, t.low), at(a.high, b.high, t.high));
+    // Between the two it rises with either of them.
+    if (t.low < 0.0f || t.high > 1.0f) {
+        for (const float share : {t.low, t.high}) {
+            const std::array corners{at(a.low, b.low, share), at(a.low, b.high, share),
+                                     at(a.high, b.low, share), at(a.high, b.high, share)};
+            low = std::min(low, std::ranges::min(corners));
+            high = std::max(high, std::ranges::max(corners));
         }
     }
-    const Interval sizes[] = {absolute(a), absolute(b), absolute(t)};
-    const double slack =
-        1e-15 * (double(sizes[0].high) + double(sizes[1].high)) * (1.0 + double(sizes[2].high));
+    const float sizes = absolute(a).high + absolute(b).high;
+    const double slack = 1e-15 * double(sizes) * (1.0 + double(absolute(t).high));
     return between(asFloat(low - slack), asFloat(high + slack),
                    a.mayBeNan || b.mayBeNan || t.mayBeNan);
 }
