@@ -197,6 +197,8 @@ ExportResult runWithFallback(ExportRequest request)
 
 int report(const ExportResult &result, const ExportOptions &options)
 {
+    for (const corvane::model::SceneWarning &warning : result.warnings)
+        printError(warning.toString());
     printError(resultLine(result));
     if (!result.success)
         return CorvaneMain::OperationFailed;

@@ -8,6 +8,8 @@ corvane_library(corvane_field
         corvane/bv/BoundsDetector.cpp
         corvane/bv/BoundsProof.cpp
         corvane/bv/FieldIntervals.cpp
+        corvane/bv/PartBounds.cpp
+        corvane/bv/SurfaceCut.cpp
         corvane/eval/AnalyticGradient.cpp
         corvane/eval/AnalyticGradientCompiler.cpp
         corvane/eval/CPUFieldEvaluator.cpp
@@ -31,6 +33,7 @@ corvane_library(corvane_field
         corvane/mesh/SignPyramid.cpp
         corvane/mesh/TetrahedralVolume.cpp
         corvane/xport/AutoBounds.cpp
+        corvane/xport/BoxCheck.cpp
         corvane/xport/ChunkRunner.cpp
         corvane/xport/ChunkScheduler.cpp
         corvane/xport/CornerStore.cpp

@@ -95,6 +95,11 @@ std::optional<BoundsProof::Halves> BoundsProof::bestHalves(const BoundingVolume 
     return best;
 }
 
+bool BoundsProof::isNearSolid(const BoundingVolume &piece)
+{
+    return m_field.at(piece.center()) <= piece.extent().length();
+}
+
 bool BoundsProof::isEmpty(const BoundingVolume &slab, long long limit)
 {
     if (m_field.lowest(slab) > 0.0f)
@@ -104,8 +109,10 @@ bool BoundsProof::isEmpty(const BoundingVolume &slab, long long limit)
         const BoundingVolume piece = open.back();
         open.pop_back();
         const auto halves = bestHalves(piece);
-        if (!halves || m_field.steps() > limit)
+        if (!halves || m_field.steps() > limit) {
+            m_stoppedAtSolid = isNearSolid(piece);
             return false;
+        }
         // The one that looks worse first: a slab that is not empty is to be found out soon.
         const size_t worse = halves->lowest[0] < halves->lowest[1] ? 0 : 1;
         for (const size_t half : {1 - worse, worse}) {
@@ -121,13 +128,16 @@ BoundsProof::Shave BoundsProof::shave(int face)
     const float least = thinnest();
     const float space = room(face);
     float &thickness = m_thickness[size_t(face)];
-    if (space <= least)
+    if (space <= least) {
+        m_isTight[size_t(face)] = true;
         return Shave::Stays;
+    }
     thickness = std::min(std::max(thickness, least), space);
     const long long limit = m_field.steps() + m_config.budget / slabShare;
     if (!isEmpty(slab(face, thickness), std::min(limit, m_config.budget))) {
         const bool wasThinnest = thickness <= least;
         thickness *= 0.25f;
+        m_isTight[size_t(face)] = m_stoppedAtSolid;
         return wasThinnest ? Shave::Stays : shave(face);
     }
     m_isGone = thickness >= m_box.extent()[axisOf(face)];
@@ -159,7 +169,8 @@ BoundsProof::Result BoundsProof::run()
     while (!m_isGone && m_field.steps() <= m_config.budget && shaveRound()) {
     }
     return {.box = m_isGone ? BoundingVolume() : m_box,
-            .isFinished = m_isGone || m_field.steps() <= m_config.budget};
+            .isFinished = m_isGone || m_field.steps() <= m_config.budget,
+            .isTight = m_isTight};
 }
 
 } // namespace corvane::bv

@@ -30,13 +30,17 @@ public:
         BoundingVolume region;  ///< what is to be shrunk
         BoundingVolume known;   ///< holds points of the solid and is left alone; may be empty
         float tolerance = 0.0f; ///< thinnest slab that is worth it, scene units
-        long long budget = 40'000'000; ///< instructions; about half a second
+        long long budget = 14'000'000; ///< instructions; about half a second
     };
     struct Result
     {
         /// The solid within the region lies in it. Empty when there is none.
         BoundingVolume box;
         bool isFinished = false; ///< no side can be shaved further; else the budget was used up
+        /// Sides that the solid is near to, as far as points tell: what stopped the slab there is
+        /// no farther from the solid than it is wide. Of any other side the field may just be too
+        /// hard to tell.
+        std::array<bool, faceCount> isTight{};
     };
 
     BoundsProof(FieldIntervals &field, const Config &config)
@@ -64,6 +68,7 @@ private:
     float room(int face) const;
     BoundingVolume slab(int face, float thickness) const;
     bool isEmpty(const BoundingVolume &slab, long long limit);
+    bool isNearSolid(const BoundingVolume &piece);
     std::vector<int> axesToHalve(const BoundingVolume &piece) const;
     std::optional<Halves> bestHalves(const BoundingVolume &piece);
 
@@ -71,7 +76,9 @@ private:
     Config m_config;
     BoundingVolume m_box;
     std::array<float, faceCount> m_thickness{};
-    bool m_isGone = false; ///< all of the region is proved empty
+    std::array<bool, faceCount> m_isTight{};
+    bool m_stoppedAtSolid = false; ///< the last slab that was not empty
+    bool m_isGone = false;         ///< all of the region is proved empty
 };
 
 } // namespace corvane::bv

@@ -51,6 +51,8 @@ signals:
 
 private:
     ExportResult execute(ExportRequest request, const eval::DefinitionTable &definitions);
+    ExportResult exportField(const ExportRequest &request,
+                             const eval::DefinitionTable &definitions);
     ExportResult exportChunks(const ExportRequest &request,
                               const eval::DefinitionTable &definitions);
     ExportResult exportOctree(const ExportRequest &request,

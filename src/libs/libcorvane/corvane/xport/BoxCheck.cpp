@@ -1,0 +1,51 @@
+#include <corvane/xport/BoxCheck.h>
+
+#include <corvane/bv/FieldIntervals.h>
+#include <corvane/bv/SurfaceCut.h>
+
+namespace corvane::xport {
+
+namespace {
+
+// A surface that reaches no deeper into the box's side than this share of a cell is not cut: parts
+// are often made exactly as large as their box.
+constexpr float depthShare = 0.02f;
+constexpr float marginShare = 0.02f;
+
+/// Instructions for each side of the box: a point of the grid in a vector loop costs a fiftieth of
+/// one in intervals, and there are six sides.
+long long budgetFor(const ExportRequest &request)
+{
+    double cells = 1.0;
+    for (int axis = 0; axis < 3; ++axis)
+        cells *=
+            double(request.boundsMax[axis] - request.boundsMin[axis]) / double(request.cellSize);
+    constexpr double share = 0.008;
+    return static_cast<long long>(std::clamp(cells * share, 4e3, 1e6));
+}
+
+} // namespace
+
+std::optional<model::SceneWarning> checkBox(const ExportRequest &request,
+                                            const eval::DefinitionTable &definitions,
+                                            const std::atomic_bool *cancelFlag)
+{
+    const BoundingVolume box(request.boundsMin, request.boundsMax);
+    if (request.sealed && !request.autoBounds)
+        return std::nullopt;
+    auto scene =
+        eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, definitions);
+    if (!scene.error.isEmpty())
+        return std::nullopt;
+    const eval::CompiledField compiled = eval::compileField(scene, ::eval::Backend::Interpreted);
+    if (!compiled.program)
+        return std::nullopt;
+    bv::FieldIntervals field(compiled);
+    field.setCancelFlag(cancelFlag);
+    const bv::SurfaceCut cut =
+        bv::findSurfaceCut(field, box, depthShare * request.cellSize, budgetFor(request));
+    const float margin = std::max(marginShare * box.longestSide(), 2.0f * request.cellSize);
+    return bv::surfaceCutWarning(cut, box, margin);
+}
+
+} // namespace corvane::xport
