@@ -13,6 +13,7 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/ExportPipeline.h>
 #include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/ExportSettings.h>
 #include <store/SafeFile.h>
 
 #include <QEventLoop>
@@ -21,6 +22,7 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
+using corvane::expr::ExpressionManager;
 using corvane::model::Corvane;
 using corvane::xport::ExportPipeline;
 using corvane::xport::ExportRequest;
@@ -30,32 +32,7 @@ namespace {
 
 using CorvaneMain::printError;
 
-// ------------------------------------------------------------------ settings of the scene
-
-double numberSetting(const Corvane &scene, const QString &key, double fallback)
-{
-    bool ok = false;
-    const double value = scene.sceneSetting(u"export."_s + key).toDouble(&ok);
-    return ok ? value : fallback;
-}
-
-// What no int can hold is cut off, not undefined; the pipeline has limits of its own.
-int countSetting(const Corvane &scene, const QString &key, int fallback)
-{
-    constexpr double most = 1e9;
-    const double value = numberSetting(scene, key, fallback);
-    return qIsNaN(value) ? fallback : int(qBound(-most, value, most));
-}
-
-// A list of texts; one text alone is a list of one.
-QStringList textsSetting(const Corvane &scene, const QString &key)
-{
-    const QVariant value = scene.sceneSetting(u"export."_s + key);
-    QStringList texts = value.toStringList();
-    if (texts == QStringList(QString()))
-        texts.clear();
-    return texts;
-}
+// ------------------------------------------------------------------ where the mesh goes
 
 QString extensionOf(const Corvane &scene)
 {
@@ -144,24 +121,21 @@ bool addFieldShader(const corvane::shader::SDFShaderGenerator &generator, Export
     return true;
 }
 
-void addSettings(const Corvane &scene, const ExportOptions &options, ExportRequest &request)
+void printWarnings(const QList<corvane::model::SceneWarning> &warnings)
 {
-    const auto corner = [&scene](const QString &end, double fallback) {
-        return QVector3D(float(numberSetting(scene, u"bounds."_s + end + u'X', fallback)),
-                         float(numberSetting(scene, u"bounds."_s + end + u'Y', fallback)),
-                         float(numberSetting(scene, u"bounds."_s + end + u'Z', fallback)));
-    };
-    request.boundsMin = corner(u"min"_s, -5.0);
-    request.boundsMax = corner(u"max"_s, 5.0);
-    request.cellSize = options.cellSize.value_or(float(numberSetting(scene, u"cellSize"_s, 0.1)));
-    request.threadCount = countSetting(scene, u"threadCount"_s, request.threadCount);
-    request.chunkSize = countSetting(scene, u"chunkSize"_s, request.chunkSize);
-    request.extractor = int(corvane::xport::surfaceExtractorNamed(
-        scene.sceneSetting(u"export.extractor"_s).toString()));
-    request.sealed = scene.sceneSetting(u"export.sealed"_s).toBool();
-    request.autoBounds = scene.sceneSetting(u"export.autoBounds"_s).toBool();
-    request.postprocess = textsSetting(scene, u"postprocess"_s);
-    request.backend = options.backend.value_or(int(numberSetting(scene, u"backend"_s, 0)));
+    for (const corvane::model::SceneWarning &warning : warnings)
+        printError(warning.toString());
+}
+
+ExportRequest requestOf(const Corvane &scene, const ExpressionManager &expressions,
+                        const ExportOptions &options)
+{
+    const auto settings = corvane::xport::ExportSettings::of(scene, expressions);
+    printWarnings(settings.warnings);
+    ExportRequest request = settings.request;
+    request.cellSize = options.cellSize.value_or(request.cellSize);
+    request.backend = options.backend.value_or(request.backend);
+    return request;
 }
 
 ExportResult runPipeline(const ExportRequest &request)
@@ -197,8 +171,7 @@ ExportResult runWithFallback(ExportRequest request)
 
 int report(const ExportResult &result, const ExportOptions &options)
 {
-    for (const corvane::model::SceneWarning &warning : result.warnings)
-        printError(warning.toString());
+    printWarnings(result.warnings);
     printError(resultLine(result));
     if (!result.success)
         return CorvaneMain::OperationFailed;
@@ -231,10 +204,9 @@ QSharedPointer<Corvane> loadScene(const ExportOptions &options)
     return scene;
 }
 
-int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath)
+int exportScene(Corvane &scene, ExportRequest request, const ExportOptions &options,
+                const QString &outputPath)
 {
-    ExportRequest request;
-    addSettings(scene, options, request);
     // A grid that can't be is said at once, not after the definitions and the shader are compiled.
     const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
     if (!gridError.isEmpty() && !request.autoBounds && !scene.items().isEmpty())
@@ -269,9 +241,9 @@ int exportFile(const ExportOptions &options)
         printError(u"Error: cannot write output file "_s + outputPath);
         return CorvaneMain::InputOutputError;
     }
-    corvane::expr::ExpressionManager expressions(scene.data());
+    ExpressionManager expressions(scene.data());
     expressions.evaluateAll();
-    return exportScene(*scene, options, outputPath);
+    return exportScene(*scene, requestOf(*scene, expressions, options), options, outputPath);
 }
 
 } // namespace

@@ -40,6 +40,7 @@ corvane_library(corvane_field
         corvane/xport/CpuChunkProcessor.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
+        corvane/xport/ExportSettings.cpp
         corvane/xport/GridSeal.cpp
         corvane/xport/GridSurface.cpp
         corvane/xport/MemoryBudget.cpp

@@ -2,6 +2,7 @@
 
 #include <corvane/bv/FieldIntervals.h>
 #include <corvane/bv/SurfaceCut.h>
+#include <corvane/xport/ChunkScheduler.h>
 
 namespace corvane::xport {
 
@@ -24,6 +25,19 @@ long long budgetFor(const ExportRequest &request)
     return static_cast<long long>(std::clamp(cells * share, 4e3, 1e6));
 }
 
+/// The last nodes of the grid stand on the upper sides of the box or a little beyond.
+BoundingVolume gridBoxOf(const ExportRequest &request)
+{
+    qint64 nodes[3] = {};
+    ChunkScheduler::estimateGridDimensions(request, nodes[0], nodes[1], nodes[2]);
+    BoundingVolume box(request.boundsMin, request.boundsMax);
+    for (int axis = 0; axis < 3; ++axis) {
+        const float last = request.boundsMin[axis] + request.cellSize * float(nodes[axis] - 1);
+        box.setFace(axis, true, std::max(last, request.boundsMax[axis]));
+    }
+    return box;
+}
+
 } // namespace
 
 std::optional<model::SceneWarning> checkBox(const ExportRequest &request,
@@ -43,7 +57,7 @@ std::optional<model::SceneWarning> checkBox(const ExportRequest &request,
     bv::FieldIntervals field(compiled);
     field.setCancelFlag(cancelFlag);
     const bv::SurfaceCut cut =
-        bv::findSurfaceCut(field, box, depthShare * request.cellSize, budgetFor(request));
+        bv::findSurfaceCut(field, gridBoxOf(request), depthShare * request.cellSize, budgetFor(request));
     const float margin = std::max(marginShare * box.longestSide(), 2.0f * request.cellSize);
     return bv::surfaceCutWarning(cut, box, margin);
 }
