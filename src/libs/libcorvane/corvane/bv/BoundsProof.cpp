@@ -97,7 +97,8 @@ std::optional<BoundsProof::Halves> BoundsProof::bestHalves(const BoundingVolume 
 
 bool BoundsProof::isNearSolid(const BoundingVolume &piece)
 {
-    return m_field.at(piece.center()) <= piece.extent().length();
+    // Intervals of a small box are a few times as wide as the box.
+    return m_field.at(piece.center()) <= 4.0f * piece.extent().length();
 }
 
 bool BoundsProof::isEmpty(const BoundingVolume &slab, long long limit)

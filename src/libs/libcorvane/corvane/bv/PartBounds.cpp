@@ -2,7 +2,7 @@
 
 #include <corvane/bv/BoundsProof.h>
 
-#include <cmath>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -10,9 +10,9 @@ namespace corvane::bv {
 
 namespace {
 
-// A box that is this much longer than what was probed needs better reasons than a proof that got
-// stuck.
-constexpr float acceptedGrowth = 0.15f;
+// A proved box that is so many times as large as what was probed and requested together is taken
+// even where the proof got stuck; a larger one would cost more time than the mesh is worth.
+constexpr float acceptedGrowth = 4.0f;
 
 BoundingVolume cube(float radius)
 {
@@ -31,16 +31,10 @@ BoundingVolume heartOf(const BoundingVolume &box)
     return box.isEmpty() ? box : box.grownBy(-0.2f * box.extent());
 }
 
-/// Whether a side of a proved box is where the part ends, not only where the proof did.
-bool isGoodSide(const BoundsProof::Result &proof, const BoundingVolume &probed, int face)
+float volumeOf(const BoundingVolume &box)
 {
-    if (proof.isTight[size_t(face)])
-        return true;
-    const int axis = face / 2;
-    const bool isPositive = face % 2 == 0;
-    const float beyond = isPositive ? proof.box.face(axis, true) - probed.face(axis, true)
-                                    : probed.face(axis, false) - proof.box.face(axis, false);
-    return !probed.isEmpty() && beyond <= acceptedGrowth * probed.longestSide();
+    const QVector3D sides = box.isEmpty() ? QVector3D() : box.extent();
+    return sides.x() * sides.y() * sides.z();
 }
 
 /// Whether a side is that of the region, where nothing was proved.
@@ -51,58 +45,100 @@ bool isAtEnd(const BoundingVolume &box, const BoundingVolume &region, int face)
     return box.face(axis, isPositive) == region.face(axis, isPositive);
 }
 
-bool isGood(const BoundsProof::Result &proof, const BoundingVolume &probed,
-            const BoundingVolume &range)
+/// @param guess  what was probed and what was requested
+/// @param open   sides of a region beyond which nothing was proved
+bool isGood(const BoundsProof::Result &proof, const BoundingVolume &guess,
+            const BoundingVolume &open)
 {
     for (int face = 0; face < faceCount; ++face) {
-        if (!isGoodSide(proof, probed, face) || isAtEnd(proof.box, range, face))
+        if (isAtEnd(proof.box, open, face))
             return false;
     }
-    return true;
+    const bool endsAtPart = std::ranges::find(proof.isTight, false) == proof.isTight.end();
+    return (proof.isFinished && endsAtPart) ||
+           volumeOf(proof.box) <= acceptedGrowth * volumeOf(guess);
 }
+
+/// Looks for the box of one part.
+class PartSearch
+{
+public:
+    PartSearch(FieldIntervals &field, const BoundsDetectionResult &probed,
+               const PartBoundsRequest &request)
+        : m_field(field)
+        , m_request(request)
+        , m_range(cube(request.searchRadius))
+        , m_found(probed.success ? probed.bounds : BoundingVolume())
+        , m_isEndless(probed.hasUnboundedAxes())
+        , m_known(m_isEndless ? BoundingVolume() : heartOf(m_found))
+        , m_error(probed.success ? probed.unboundedDescription() : probed.error)
+    {}
+
+    PartBounds run()
+    {
+        const BoundsProof::Result far = proved(m_range, m_request.budget / 4);
+        if (far.box.isEmpty())
+            return {PartBounds::Kind::Nothing, m_request.requested,
+                    u"No geometry found within search radius"_s};
+        BoundingVolume open; // sides of it that the second proof must leave behind
+        const BoundingVolume region = regionFor(far, open);
+        const BoundsProof::Result near = proved(region, m_request.budget);
+        if (!near.box.isEmpty() && isGood(near, m_found.united(m_request.requested), open))
+            return {PartBounds::Kind::Proved, near.box};
+        if (m_found.isEmpty() || m_isEndless)
+            return {m_isEndless ? PartBounds::Kind::Endless : PartBounds::Kind::Nothing,
+                    m_request.requested, m_error};
+        return {PartBounds::Kind::Probed, m_found.united(m_request.requested).intersected(far.box)};
+    }
+
+private:
+    BoundsProof::Result proved(const BoundingVolume &region, long long budget)
+    {
+        return BoundsProof(m_field, {.region = region,
+                                     .known = m_known,
+                                     .tolerance = 2.0f * m_request.cellSize,
+                                     .budget = budget})
+            .run();
+    }
+
+    /// Each side where the far proof ended at the solid, or nearer than the surroundings do; the
+    /// surroundings' where it got stuck far out.
+    BoundingVolume regionFor(const BoundsProof::Result &far, BoundingVolume &open) const
+    {
+        BoundingVolume region = far.box;
+        open = m_range;
+        if (m_found.isEmpty() || m_isEndless)
+            return region;
+        const BoundingVolume around = surroundings(m_found.united(m_request.requested));
+        for (int face = 0; face < faceCount; ++face) {
+            const int axis = face / 2;
+            const bool isPositive = face % 2 == 0;
+            const float own = far.box.face(axis, isPositive);
+            const float other = around.face(axis, isPositive);
+            const bool isBeyond = isPositive ? own > other : own < other;
+            if (far.isTight[size_t(face)] || !isBeyond)
+                continue;
+            region.setFace(axis, isPositive, other);
+            open.setFace(axis, isPositive, other);
+        }
+        return region;
+    }
+
+    FieldIntervals &m_field;
+    const PartBoundsRequest &m_request;
+    const BoundingVolume m_range;
+    const BoundingVolume m_found;
+    const bool m_isEndless;
+    const BoundingVolume m_known;
+    const QString m_error;
+};
 
 } // namespace
 
 PartBounds findPartBounds(FieldIntervals &field, const BoundsDetectionResult &probed,
                           const PartBoundsRequest &request)
 {
-    const BoundingVolume range = cube(request.searchRadius);
-    const BoundingVolume found = probed.success ? probed.bounds : BoundingVolume();
-    const auto proved = [&](const BoundingVolume &region, const BoundingVolume &known,
-                            long long budget) {
-        return BoundsProof(field, {.region = region,
-                                   .known = known,
-                                   .tolerance = 2.0f * request.cellSize,
-                                   .budget = budget})
-            .run();
-    };
-    const bool isEndless = probed.hasUnboundedAxes();
-    const BoundsProof::Result far =
-        proved(range, isEndless ? BoundingVolume() : heartOf(found), request.budget / 4);
-    if (far.box.isEmpty())
-        return {PartBounds::Kind::Nothing, request.requested,
-                u"No geometry found within search radius"_s};
-    const BoundingVolume start =
-        found.isEmpty() || isEndless ? far.box : surroundings(found.united(request.requested));
-    const BoundingVolume region = start.intersected(far.box);
-    if (region.isEmpty())
-        return {PartBounds::Kind::Proved, far.box};
-    const BoundsProof::Result near =
-        proved(region, isEndless ? BoundingVolume() : heartOf(found), request.budget);
-    // Where the far box is the nearer one, its side is proved.
-    BoundingVolume unproved = start;
-    for (int face = 0; face < faceCount; ++face) {
-        if (!isAtEnd(far.box, range, face) && isAtEnd(region, far.box, face))
-            unproved.setFace(face / 2, face % 2 == 0,
-                             (face % 2 == 0 ? 2.0f : -2.0f) * request.searchRadius);
-    }
-    if (!near.box.isEmpty() && isGood(near, found, unproved))
-        return {PartBounds::Kind::Proved, near.box};
-    if (!probed.success)
-        return {PartBounds::Kind::Nothing, request.requested, probed.error};
-    if (isEndless)
-        return {PartBounds::Kind::Endless, request.requested, probed.unboundedDescription()};
-    return {PartBounds::Kind::Probed, found.united(request.requested).intersected(far.box)};
+    return PartSearch(field, probed, request).run();
 }
 
 } // namespace corvane::bv

@@ -28,7 +28,7 @@ long long budgetFor(const ExportRequest &request)
 /// The last nodes of the grid stand on the upper sides of the box or a little beyond.
 BoundingVolume gridBoxOf(const ExportRequest &request)
 {
-    qint64 nodes[3] = {};
+    int nodes[3] = {};
     ChunkScheduler::estimateGridDimensions(request, nodes[0], nodes[1], nodes[2]);
     BoundingVolume box(request.boundsMin, request.boundsMax);
     for (int axis = 0; axis < 3; ++axis) {
@@ -56,8 +56,8 @@ std::optional<model::SceneWarning> checkBox(const ExportRequest &request,
         return std::nullopt;
     bv::FieldIntervals field(compiled);
     field.setCancelFlag(cancelFlag);
-    const bv::SurfaceCut cut =
-        bv::findSurfaceCut(field, gridBoxOf(request), depthShare * request.cellSize, budgetFor(request));
+    const bv::SurfaceCut cut = bv::findSurfaceCut(
+        field, gridBoxOf(request), depthShare * request.cellSize, budgetFor(request));
     const float margin = std::max(marginShare * box.longestSide(), 2.0f * request.cellSize);
     return bv::surfaceCutWarning(cut, box, margin);
 }
