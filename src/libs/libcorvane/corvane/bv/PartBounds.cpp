@@ -10,9 +10,11 @@ namespace corvane::bv {
 
 namespace {
 
-// A proved box that is so many times as large as what was probed and requested together is taken
-// even where the proof got stuck; a larger one would cost more time than the mesh is worth.
-constexpr float acceptedGrowth = 4.0f;
+// How much larger than what was probed and requested together a proved box may be that does not
+// end at the part: a proof that came to its end, in length, and one that ran out of its budget, in
+// volume. A larger box would cost more time than the mesh is worth.
+constexpr float acceptedLength = 3.0f;
+constexpr float acceptedVolume = 4.0f;
 
 BoundingVolume cube(float radius)
 {
@@ -55,8 +57,9 @@ bool isGood(const BoundsProof::Result &proof, const BoundingVolume &guess,
             return false;
     }
     const bool endsAtPart = std::ranges::find(proof.isTight, false) == proof.isTight.end();
-    return (proof.isFinished && endsAtPart) ||
-           volumeOf(proof.box) <= acceptedGrowth * volumeOf(guess);
+    const bool isNear = proof.box.longestSide() <= acceptedLength * guess.longestSide();
+    return (proof.isFinished && (endsAtPart || isNear)) ||
+           volumeOf(proof.box) <= acceptedVolume * volumeOf(guess);
 }
 
 /// Looks for the box of one part.
