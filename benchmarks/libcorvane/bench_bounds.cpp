@@ -3,8 +3,8 @@
 
 #include <corvane/bench/CompiledScene.h>
 #include <corvane/bv/BoundsDetector.h>
-#include <corvane/bv/BoundsProof.h>
 #include <corvane/bv/FieldIntervals.h>
+#include <corvane/bv/PartBounds.h>
 #include <corvane/registry/Registry.h>
 
 #include <QCoreApplication>
@@ -16,7 +16,6 @@
 using namespace Qt::StringLiterals;
 using corvane::BoundingVolume;
 using corvane::bv::BoundsDetector;
-using corvane::bv::BoundsProof;
 
 namespace {
 
@@ -41,32 +40,23 @@ void measure(const QString &path)
     }
     auto built = corvane::eval::SdfSceneGraphBuilder::build(scene->nodes, scene->rootIndex,
                                                             scene->definitions);
+    const auto field = corvane::eval::compileField(built, ::eval::Backend::Interpreted);
     QElapsedTimer timer;
     timer.start();
-    const auto field = corvane::eval::compileField(built, ::eval::Backend::Interpreted);
-    const qint64 compiled = timer.restart();
     corvane::eval::EvalFieldEvaluator evaluator(field.program, field.positionHandle,
                                                 field.distanceHandle);
     const auto probed = BoundsDetector::detectAdaptive(&evaluator);
     const qint64 probing = timer.restart();
     corvane::bv::FieldIntervals intervals(field);
-    BoundingVolume around = probed.bounds;
-    around.expand(scene->boundsMin);
-    around.expand(scene->boundsMax);
-    const QVector3D extent = around.extent();
-    const float reach = std::max({extent.x(), extent.y(), extent.z()});
-    const BoundsProof::Config config{.region = around.grownBy({reach, reach, reach}),
-                               .known = {},
-                               .tolerance = 2.0f * scene->cellSize};
-    const auto proved = BoundsProof(intervals, config).run();
+    const auto part = corvane::bv::findPartBounds(
+        intervals, probed,
+        {.requested = {scene->boundsMin, scene->boundsMax}, .cellSize = scene->cellSize});
     const qint64 proving = timer.elapsed();
-    std::printf("%-24s compile %lld ms, probe %lld ms %s%s\n   own box %s\n   proof %lld ms, %lld "
-                "steps, %s %s\n",
-                qPrintable(QFileInfo(path).completeBaseName()), compiled, probing,
+    std::printf("%-14s probed %4lld ms %s%s\n%14s %s %4lld ms %s (%lld steps)\n",
+                qPrintable(QFileInfo(path).completeBaseName()), probing,
                 qPrintable(textOf(probed.bounds)), probed.hasUnboundedAxes() ? " unbounded" : "",
-                qPrintable(textOf({scene->boundsMin, scene->boundsMax})), proving,
-                intervals.steps(), proved.isFinished ? "finished" : "GIVEN UP",
-                qPrintable(textOf(proved.box)));
+                "", part.kind == corvane::bv::PartBounds::Kind::Proved ? "proved" : "GUESS ",
+                proving, qPrintable(textOf(part.box)), intervals.steps());
 }
 
 } // namespace
