@@ -9,7 +9,7 @@ namespace corvane::bv {
 namespace {
 
 // A slab on which more than this share of the budget went is given up.
-constexpr long long slabShare = 12;
+constexpr long long slabShare = 48;
 // The smallest piece of a slab, as a share of the box.
 constexpr float smallestShare = 1.0f / 1024.0f;
 
@@ -111,7 +111,8 @@ bool BoundsProof::isEmpty(const BoundingVolume &slab, long long limit)
         open.pop_back();
         const auto halves = bestHalves(piece);
         if (!halves || m_field.steps() > limit) {
-            m_stoppedAtSolid = isNearSolid(piece);
+            // A piece that only the limit stopped at says nothing: it may be large.
+            m_stoppedAtSolid = !halves && isNearSolid(piece);
             return false;
         }
         // The one that looks worse first: a slab that is not empty is to be found out soon.
