@@ -37,6 +37,9 @@ struct PartBoundsRequest
 /// field that is hard to tell far away (a twist turns faster there than any box is small) keeps the
 /// word of the probes for what lies beyond these surroundings, which reach as far again as the part
 /// is long.
+///
+/// A proved box is taken when it ends at the part on all sides, or is not much larger than what was
+/// probed and requested: there the meshing of what is too much costs less than a doubt.
 PartBounds findPartBounds(FieldIntervals &field, const BoundsDetectionResult &probed,
                           const PartBoundsRequest &request);
 
