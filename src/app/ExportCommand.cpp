@@ -18,11 +18,13 @@
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/ExportPipeline.h>
 #include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/ExportSettings.h>
 #include <store/SafeFile.h>
 
 #include <optional>
 
 using namespace Qt::StringLiterals;
+using corvane::expr::ExpressionManager;
 using corvane::model::Corvane;
 using corvane::xport::ExportPipeline;
 using corvane::xport::ExportRequest;
@@ -31,33 +33,6 @@ using corvane::xport::ExportResult;
 namespace {
 
 using CorvaneMain::printError;
-
-// ------------------------------------------------------------------ settings of the scene
-
-double numberSetting(const Corvane &scene, const QString &key, double fallback)
-{
-    bool ok = false;
-    const double value = scene.sceneSetting(u"export."_s + key).toDouble(&ok);
-    return ok ? value : fallback;
-}
-
-// What no int can hold is cut off, not undefined; the pipeline has limits of its own.
-int countSetting(const Corvane &scene, const QString &key, int fallback)
-{
-    constexpr double most = 1e9;
-    const double value = numberSetting(scene, key, fallback);
-    return qIsNaN(value) ? fallback : int(qBound(-most, value, most));
-}
-
-// A list of texts; one text alone is a list of one.
-QStringList textsSetting(const Corvane &scene, const QString &key)
-{
-    const QVariant value = scene.sceneSetting(u"export."_s + key);
-    QStringList texts = value.toStringList();
-    if (texts == QStringList(QString()))
-        texts.clear();
-    return texts;
-}
 
 // ------------------------------------------------------------------ result lines
 
@@ -132,24 +107,15 @@ bool addFieldShader(const Corvane &scene, const corvane::shader::SDFShaderGenera
     return true;
 }
 
-void addSettings(const Corvane &scene, const ExportOptions &options, ExportRequest &request)
+ExportRequest requestOf(const Corvane &scene, const ExpressionManager &expressions,
+                        const ExportOptions &options, SceneWarnings &warnings)
 {
-    const auto corner = [&scene](const QString &end, double fallback) {
-        return QVector3D(float(numberSetting(scene, u"bounds."_s + end + u'X', fallback)),
-                         float(numberSetting(scene, u"bounds."_s + end + u'Y', fallback)),
-                         float(numberSetting(scene, u"bounds."_s + end + u'Z', fallback)));
-    };
-    request.boundsMin = corner(u"min"_s, -5.0);
-    request.boundsMax = corner(u"max"_s, 5.0);
-    request.cellSize = options.cellSize.value_or(float(numberSetting(scene, u"cellSize"_s, 0.1)));
-    request.threadCount = countSetting(scene, u"threadCount"_s, request.threadCount);
-    request.chunkSize = countSetting(scene, u"chunkSize"_s, request.chunkSize);
-    request.extractor = int(corvane::xport::surfaceExtractorNamed(
-        scene.sceneSetting(u"export.extractor"_s).toString()));
-    request.sealed = scene.sceneSetting(u"export.sealed"_s).toBool();
-    request.autoBounds = scene.sceneSetting(u"export.autoBounds"_s).toBool();
-    request.postprocess = textsSetting(scene, u"postprocess"_s);
-    request.backend = options.backend.value_or(int(numberSetting(scene, u"backend"_s, 0)));
+    const auto settings = corvane::xport::ExportSettings::of(scene, expressions);
+    warnings.print(settings.warnings);
+    ExportRequest request = settings.request;
+    request.cellSize = options.cellSize.value_or(request.cellSize);
+    request.backend = options.backend.value_or(request.backend);
+    return request;
 }
 
 ExportResult runPipeline(const ExportRequest &request)
@@ -217,11 +183,9 @@ int failForFormat(const QString &outputPath, const ExportOptions &options, Scene
         options, warnings);
 }
 
-int exportScene(Corvane &scene, const ExportOptions &options, const QString &outputPath,
-                SceneWarnings &warnings)
+int exportScene(Corvane &scene, ExportRequest request, const ExportOptions &options,
+                const QString &outputPath, SceneWarnings &warnings)
 {
-    ExportRequest request;
-    addSettings(scene, options, request);
     // A grid that can't be is said at once, not after the definitions and the shader are compiled.
     const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
     if (!gridError.isEmpty() && !request.autoBounds && !scene.items().isEmpty())
@@ -282,10 +246,11 @@ int exportFile(const ExportOptions &options)
         printError(u"Error: cannot write output file "_s + outputPath);
         return CorvaneMain::InputOutputError;
     }
-    corvane::expr::ExpressionManager expressions(scene.data());
+    ExpressionManager expressions(scene.data());
     expressions.evaluateAll();
     warnings.tell(*scene, expressions);
-    return exportScene(*scene, options, outputPath, warnings);
+    return exportScene(*scene, requestOf(*scene, expressions, options, warnings), options,
+                       outputPath, warnings);
 }
 
 } // namespace

@@ -8,12 +8,17 @@
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneSchemaExtractor.h>
+#include <corvane/render/SDFLayer.h>
+#include <corvane/xport/ExportPipeline.h>
+#include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/ExportSettings.h>
 
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
+using corvane::expr::ExpressionManager;
 using corvane::model::Corvane;
 
 namespace {
@@ -53,6 +58,26 @@ QSharedPointer<Corvane> load(const QString &path)
     return Corvane::loadFromFile(path);
 }
 
+/// Tells what export would say of the scene's field and of its box.
+void tellOfExport(Corvane &scene, const ExpressionManager &expressions, SceneWarnings &warnings)
+{
+    const auto settings = corvane::xport::ExportSettings::of(scene, expressions);
+    warnings.print(settings.warnings);
+    corvane::render::SDFLayer layer;
+    layer.setScene(&scene);
+    if (!layer.buildError().isEmpty())
+        warnings.print({{.where = u"scene"_s,
+                         .what = u"an export fails: "_s + layer.buildError(),
+                         .remedy = u"Make the scene smaller or simpler"_s}});
+    if (!layer.buildError().isEmpty() || layer.generatedNodes().isEmpty())
+        return;
+    corvane::xport::ExportRequest request = settings.request;
+    const auto field = layer.nodesAsOneField();
+    request.nodes = field.nodes;
+    request.rootNodeIndex = field.rootIndex;
+    warnings.print(corvane::xport::ExportPipeline::boxWarnings(request));
+}
+
 /// Also tells what export would warn of.
 QSharedPointer<Corvane> loadChecked(const QString &path)
 {
@@ -60,9 +85,10 @@ QSharedPointer<Corvane> loadChecked(const QString &path)
     const auto scene = warnings.open(path);
     if (!scene)
         return {};
-    corvane::expr::ExpressionManager expressions(scene.data());
+    ExpressionManager expressions(scene.data());
     expressions.evaluateAll();
     warnings.tell(*scene, expressions);
+    tellOfExport(*scene, expressions, warnings);
     warnings.print(corvane::eval::definitionWarnings(*scene));
     return scene;
 }

@@ -91,6 +91,13 @@ bool ThreadCopy::evaluatePoints(Handle input, std::span<const float> xs, std::sp
     return false;
 }
 
+IntervalResult ThreadCopy::evaluateInterval(Handle input, const Interval &x, const Interval &y,
+                                            const Interval &z, Handle output)
+{
+    return m_state ? m_state->evaluateInterval(input, {x, y, z}, output)
+                   : IntervalResult{.value = {}, .mayFault = true, .steps = 1};
+}
+
 Diagnostic ThreadCopy::firstFault() const
 {
     return m_state ? m_state->faults().value(0) : Diagnostic();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <eval/Diagnostic.h>
+#include <eval/Interval.h>
 #include <eval/Type.h>
 
 #include <QSharedPointer>
@@ -70,6 +71,17 @@ public:
     bool evaluatePoints(Handle input, std::span<const float> xs, std::span<const float> ys,
                         std::span<const float> zs, Handle output, std::span<float> out,
                         float failed);
+    /// What one float output may be over a whole box of points: `input` is a vec3 slot, whose
+    /// components are taken from these intervals, with everything else as it was last set.
+    ///
+    /// Every value that the other calls give for a point of the box lies in the answer, which may
+    /// be a good deal larger: it is tight for boxes that are small, and where a coordinate is used
+    /// once. Where nothing can be said (a loop of too many rounds, a built-in of whole matrices, a
+    /// program that has no register form or runs on another back-end than Interpreted) it is
+    /// everything, with mayFault. Costs about as much as ten points.
+    IntervalResult evaluateInterval(Handle input, const Interval &x, const Interval &y,
+                                    const Interval &z, Handle output);
+
     /// The first diagnostic of the last evaluateQuick(), evaluateRow() or evaluatePoints() that
     /// returned false.
     Diagnostic firstFault() const;

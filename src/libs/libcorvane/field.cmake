@@ -6,6 +6,10 @@ corvane_library(corvane_field
     SOURCES
         ${CORVANE_RENDER_SOURCES}
         corvane/bv/BoundsDetector.cpp
+        corvane/bv/BoundsProof.cpp
+        corvane/bv/FieldIntervals.cpp
+        corvane/bv/PartBounds.cpp
+        corvane/bv/SurfaceCut.cpp
         corvane/eval/AnalyticGradient.cpp
         corvane/eval/AnalyticGradientCompiler.cpp
         corvane/eval/CPUFieldEvaluator.cpp
@@ -30,12 +34,14 @@ corvane_library(corvane_field
         corvane/mesh/SignPyramid.cpp
         corvane/mesh/TetrahedralVolume.cpp
         corvane/xport/AutoBounds.cpp
+        corvane/xport/BoxCheck.cpp
         corvane/xport/ChunkRunner.cpp
         corvane/xport/ChunkScheduler.cpp
         corvane/xport/CornerStore.cpp
         corvane/xport/CpuChunkProcessor.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
+        corvane/xport/ExportSettings.cpp
         corvane/xport/GridSeal.cpp
         corvane/xport/GridSurface.cpp
         corvane/xport/MemoryBudget.cpp

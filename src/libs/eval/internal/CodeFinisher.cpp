@@ -82,6 +82,7 @@ QSharedPointer<const LoweredProgram> finishCode(const CompiledProgram &program,
     }
     lowered->code = std::move(code.code);
     lowered->externals = std::move(code.externals);
+    lowered->folds = std::move(code.folds);
     lowered->outputs = relocated(outputs, places);
     return lowered;
 }

@@ -358,6 +358,25 @@ bool EvaluationState::pointByPoint(Handle input, const PointRun &points, Handle 
     return firstFaults.isEmpty() || failWith(firstFaults);
 }
 
+IntervalResult EvaluationState::evaluateInterval(Handle input, const std::array<Interval, 3> &point,
+                                                 Handle output)
+{
+    const int inputSlot = slotOf(input);
+    const int outputSlot = slotOf(output);
+    const bool isKnown = m_lowered && !m_program->backendCode && inputSlot != noSlot &&
+                         outputSlot != noSlot && !isOutput(inputSlot) && isOutput(outputSlot);
+    const Slot *const slot = isKnown ? &m_slots[static_cast<size_t>(inputSlot)] : nullptr;
+    if (!slot || slot->binding->type != Type::Vec3 || slot->firstCell == noRegister)
+        return {.value = {}, .mayFault = true, .steps = 1};
+    m_intervalInputs.resize(m_lowered->firstConstant);
+    for (size_t i = 0; i < m_intervalInputs.size(); ++i)
+        m_intervalInputs[i] = IntervalWord::ofBits(m_registers[i]);
+    for (size_t i = 0; i < point.size(); ++i)
+        m_intervalInputs[slot->firstCell + i] = IntervalWord::ofFloat(point[i]);
+    return m_intervalMachine.run(*m_lowered, m_intervalInputs, outputSlot - m_inputCount,
+                                 m_cancelFlag);
+}
+
 void EvaluationState::readElement(std::span<const float> element)
 {
     for (int i = 0; i < m_inputCount; ++i) {

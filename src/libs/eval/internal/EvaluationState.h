@@ -4,12 +4,14 @@
 #include <eval/Program.h>
 #include <eval/internal/CompiledProgram.h>
 #include <eval/internal/Interpreter.h>
+#include <eval/internal/IntervalMachine.h>
 #include <eval/internal/LoweredProgram.h>
 #include <eval/internal/RowMachine.h>
 #include <eval/internal/Value.h>
 
 #include <QList>
 
+#include <array>
 #include <atomic>
 #include <span>
 #include <vector>
@@ -42,6 +44,8 @@ public:
     /// One value of `out` for each point.
     bool evaluateRun(Handle input, const PointRun &points, Handle output, std::span<float> out,
                      float failed);
+    IntervalResult evaluateInterval(Handle input, const std::array<Interval, 3> &point,
+                                    Handle output);
     Result<void> evaluateBatch(std::span<const float> input, std::span<float> output,
                                qsizetype count, qsizetype stride);
 
@@ -91,6 +95,8 @@ private:
     int m_inputCount = 0;
     std::vector<quint32> m_registers;
     RowMachine m_rowMachine;
+    IntervalMachine m_intervalMachine;
+    std::vector<IntervalWord> m_intervalInputs;
     std::vector<FunctionTable> m_functions; ///< by output; made when first walked
     bool m_outputsInRegisters = false;      ///< where the last evaluation left them
     // What a back-end reads and writes. Inputs are packed when they are set, outputs unpacked when

@@ -1,5 +1,7 @@
 #include <eval/internal/LinearCode.h>
 
+#include <eval/internal/FoldFinder.h>
+
 #include <algorithm>
 
 namespace eval::internal {
@@ -84,6 +86,7 @@ LinearCode::LinearCode(CodeBuilder &builder, const std::vector<Register> &inputs
             instruction.c = builder.labels()[instruction.c];
     }
     dropUnused();
+    findFolds();
     fuseProducts();
 }
 
@@ -129,6 +132,23 @@ void LinearCode::dropUnused()
     }
     isNeeded.flip();
     eraseInstructions(code, isNeeded);
+}
+
+/// Before products are fused: then the parts of a fold are still there to be seen.
+void LinearCode::findFolds()
+{
+    const FoldFinder finder(*this);
+    for (Instruction &instruction : code) {
+        if (instruction.op != Op::SubF && instruction.op != Op::MulF)
+            continue;
+        instruction.c = noRegister;
+        const auto range = instruction.op == Op::SubF ? finder.rangeOf(instruction)
+                                                      : finder.rangeOfBlend(instruction);
+        if (range) {
+            instruction.c = static_cast<Register>(folds.size());
+            folds.push_back(*range);
+        }
+    }
 }
 
 void LinearCode::fuseProducts()

@@ -25,6 +25,7 @@ public:
     std::vector<ExternalCall> externals;
     std::vector<Origin> origins; ///< by register
     std::vector<quint32> bits;   ///< of constants
+    std::vector<FoldRange> folds;
     std::vector<Register> outputLanes;
 
     quint32 registerCount() const { return static_cast<quint32>(origins.size()); }
@@ -61,6 +62,7 @@ public:
 private:
     void dropUnused();
     void fuseProducts();
+    void findFolds();
     void dropMarked(const std::vector<bool> &isDropped);
 };
 

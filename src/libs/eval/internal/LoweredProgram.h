@@ -34,11 +34,21 @@ struct RegisterValue
     std::vector<RegisterValue> fields; ///< of a struct
 };
 
+/// What is known of a difference x - f(x), or of a product f(x) * g(x), from its form: a coordinate
+/// folded into one period, a parabola. The two operands alone do not tell it.
+struct FoldRange
+{
+    float low = 0.0f;
+    float high = 0.0f;
+};
+
 /// Register code for all outputs of a program, in one piece: no names, no calls, every operation on
 /// one 32-bit lane. Made once at compile time by lower(), never changed, shared by all threads.
 ///
 /// The register file begins with the inputs, then the constants; both are only ever read by the
 /// code.
+/// `c` of a SubF or a MulF is noRegister or the number of what is known of it in `folds`: only
+/// intervals look there.
 class LoweredProgram
 {
 public:
@@ -49,6 +59,7 @@ public:
 
     std::vector<Instruction> code; ///< ends in End; targets are instruction numbers
     std::vector<ExternalCall> externals;
+    std::vector<FoldRange> folds; ///< of instructions whose c is an index here
     std::vector<Register>
         inputs; ///< first register by index of the input; noRegister: not held here
     Register firstConstant = 0;

@@ -7,6 +7,7 @@
 #include <corvane/registry/Registry.h>
 #include <corvane/render/SDFLayer.h>
 #include <corvane/shader/ShaderIndexManager.h>
+#include <corvane/xport/ExportSettings.h>
 
 namespace corvane::bench {
 
@@ -32,30 +33,12 @@ QSharedPointer<Corvane> load(const QString &path, QString &error)
     return result.scene;
 }
 
-bool readNumber(const Corvane &scene, const QString &key, float &value)
+void readSettings(const xport::ExportSettings &settings, CompiledScene &compiled)
 {
-    bool ok = false;
-    const float number = scene.sceneSetting(u"export."_s + key).toFloat(&ok);
-    if (ok)
-        value = number;
-    return ok;
-}
-
-void readSettings(const Corvane &scene, CompiledScene &compiled)
-{
-    static constexpr QChar axes[] = {u'X', u'Y', u'Z'};
-    bool hasBox = true;
-    const auto readCorner = [&](const QString &end, QVector3D &corner) {
-        for (int axis = 0; axis < 3; ++axis) {
-            float value = corner[axis];
-            hasBox = readNumber(scene, u"bounds."_s + end + axes[axis], value) && hasBox;
-            corner[axis] = value;
-        }
-    };
-    readCorner(u"min"_s, compiled.boundsMin);
-    readCorner(u"max"_s, compiled.boundsMax);
-    compiled.autoBounds = !hasBox || scene.sceneSetting(u"export.autoBounds"_s).toBool();
-    readNumber(scene, u"cellSize"_s, compiled.cellSize);
+    compiled.boundsMin = settings.request.boundsMin;
+    compiled.boundsMax = settings.request.boundsMax;
+    compiled.autoBounds = !settings.hasBox || settings.request.autoBounds;
+    compiled.cellSize = settings.request.cellSize;
 }
 
 } // namespace
@@ -69,7 +52,8 @@ std::optional<CompiledScene> compileSceneFile(const QString &path, QString &erro
         error = u"cannot load scene: %1"_s.arg(error);
         return std::nullopt;
     }
-    expr::ExpressionManager(scene.data()).evaluateAll();
+    expr::ExpressionManager expressions(scene.data());
+    expressions.evaluateAll();
     render::SDFLayer layer(registry.get());
     layer.setScene(scene.data());
     const render::SDFLayer::FieldNodes field = layer.nodesAsOneField();
@@ -84,7 +68,7 @@ std::optional<CompiledScene> compileSceneFile(const QString &path, QString &erro
     compiled.nodes = field.nodes;
     compiled.rootIndex = field.rootIndex;
     compiled.definitions = eval::DefinitionTable::collect(field.nodes, *registry, indices);
-    readSettings(*scene, compiled);
+    readSettings(xport::ExportSettings::of(*scene, expressions), compiled);
     return compiled;
 }
 

@@ -41,6 +41,35 @@ public:
     {
         return m_empty ? *this : BoundingVolume(m_minimum - margin, m_maximum + margin);
     }
+    /// What both hold; empty when they do not meet.
+    BoundingVolume intersected(const BoundingVolume &other) const
+    {
+        if (m_empty || other.m_empty)
+            return {};
+        BoundingVolume common = *this;
+        for (int axis = 0; axis < 3; ++axis) {
+            common.m_minimum[axis] = std::max(m_minimum[axis], other.m_minimum[axis]);
+            common.m_maximum[axis] = std::min(m_maximum[axis], other.m_maximum[axis]);
+            if (common.m_minimum[axis] > common.m_maximum[axis])
+                return {};
+        }
+        return common;
+    }
+    /// The smallest box that holds both.
+    BoundingVolume united(const BoundingVolume &other) const
+    {
+        BoundingVolume both = *this;
+        if (!other.m_empty) {
+            both.expand(other.m_minimum);
+            both.expand(other.m_maximum);
+        }
+        return both;
+    }
+    float longestSide() const
+    {
+        const QVector3D sides = extent();
+        return std::max({sides.x(), sides.y(), sides.z()});
+    }
     /// Moves one of the six planes; for boxes that are not empty.
     void setFace(int axis, bool positive, float coordinate)
     {

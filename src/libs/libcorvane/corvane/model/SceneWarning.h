@@ -9,10 +9,10 @@ namespace corvane::model {
 /// loads and exports all the same; a person is told what is wrong, where, and what to do.
 struct SceneWarning
 {
-    QString where;  ///< the place in the user's own words: node, key, "settings.export.cellsize"
-    QString what;   ///< what is wrong, a sentence without its full stop
-    QString remedy; ///< what to do about it, a sentence without its full stop
-    int line = 0;   ///< line of the scene file, from 1; 0 when it is not known
+    QString where{};  ///< the place in the user's own words: node, key, "settings.export.cellsize"
+    QString what{};   ///< what is wrong, a sentence without its full stop
+    QString remedy{}; ///< what to do about it, a sentence without its full stop
+    int line = 0;     ///< line of the scene file, from 1; 0 when it is not known
 
     /// "Warning: line 12, plate.radus: nothing reads this key. Did you mean \"radius\"?" One line:
     /// line feeds of the parts become blanks. A remedy that ends in "?" gets no full stop.

@@ -10,11 +10,15 @@ class DefinitionTable;
 
 namespace corvane::xport {
 
-/// Replaces the box of a request by one around its surface, found by probing the field and padded
-/// on each axis. A surface that has no end, or no beginning, leaves the box as it is, with a
-/// warning in the log.
+/// Replaces the box of a request by one around its part: found by probing the field, proved to hold
+/// the part by interval evaluation, and grown by a cell and a half (see bv::findPartBounds). The
+/// same box for any number of threads, on any machine.
+///
+/// A part that has no end, or no beginning, leaves the box as it is. Where the proof is too hard
+/// the box is the larger one of what was probed and what was requested. Both are told in warnings.
 /// @param threads  tasks that probe at the same time
-void applyAutoBounds(ExportRequest &request, const eval::DefinitionTable &definitions, int threads,
-                     const std::atomic_bool &cancelFlag);
+QList<model::SceneWarning> applyAutoBounds(ExportRequest &request,
+                                           const eval::DefinitionTable &definitions, int threads,
+                                           const std::atomic_bool &cancelFlag);
 
 } // namespace corvane::xport

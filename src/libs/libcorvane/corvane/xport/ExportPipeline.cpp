@@ -4,6 +4,7 @@
 #include <corvane/registry/Registry.h>
 #include <corvane/shader/ShaderIndexManager.h>
 #include <corvane/xport/AutoBounds.h>
+#include <corvane/xport/BoxCheck.h>
 #include <corvane/xport/ChunkRunner.h>
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
@@ -136,6 +137,25 @@ void ExportPipeline::finish(const ExportResult &result)
     emit finished(result);
 }
 
+QList<model::SceneWarning> ExportPipeline::boxWarnings(ExportRequest request)
+{
+    const eval::DefinitionTable definitions = collectDefinitions(request);
+    const std::atomic_bool neverCancelled = false;
+    QList<model::SceneWarning> warnings;
+    if (request.autoBounds)
+        warnings = applyAutoBounds(request, definitions,
+                                   ChunkScheduler::resolveThreadCount(request.threadCount),
+                                   neverCancelled);
+    const QString gridError = ChunkScheduler::gridError(request);
+    if (!gridError.isEmpty())
+        warnings.append({.where = u"settings.export"_s,
+                         .what = u"an export fails: "_s + gridError,
+                         .remedy = u"Correct \"bounds\" or \"cellSize\""_s});
+    else if (const auto cut = checkBox(request, definitions))
+        warnings.append(*cut);
+    return warnings;
+}
+
 void ExportPipeline::cancel()
 {
     m_cancelled = true;
@@ -152,16 +172,29 @@ ExportResult ExportPipeline::execute(ExportRequest request,
                                   : parsePostProcess(request.postprocess).error;
     if (!stepError.isEmpty())
         return ExportResult::failed(stepError);
+    QList<model::SceneWarning> warnings;
     m_stage = "finding the bounds"_L1;
     if (request.autoBounds)
-        applyAutoBounds(request, definitions,
-                        ChunkScheduler::resolveThreadCount(request.threadCount), m_cancelled);
+        warnings =
+            applyAutoBounds(request, definitions,
+                            ChunkScheduler::resolveThreadCount(request.threadCount), m_cancelled);
     if (m_cancelled)
         return ExportResult::failed(u"Export cancelled"_s);
     m_stage = "sampling the field"_L1;
     const QString gridError = ChunkScheduler::gridError(request);
     if (!gridError.isEmpty())
         return ExportResult::failed(gridError);
+    if (const auto cut = checkBox(request, definitions, &m_cancelled))
+        warnings.append(*cut);
+    ExportResult result = exportField(request, definitions);
+    result.warnings = warnings + result.warnings;
+    return result;
+}
+
+/// Meshes the field of a request, whose box and grid are known to be sound.
+ExportResult ExportPipeline::exportField(const ExportRequest &request,
+                                         const eval::DefinitionTable &definitions)
+{
     if (request.algorithm == static_cast<int>(ExportAlgorithm::Volume))
         return exportVolume(request, definitions);
     if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))

@@ -42,6 +42,9 @@ public:
     /// this one.
     ExportResult runHere(const ExportRequest &request);
     ExportResult runHere(const ExportRequest &request, const eval::DefinitionTable &definitions);
+    /// What an export of the request would warn of before it meshes: the box that is found, what
+    /// the box cuts off, and a grid that it would refuse. Main thread.
+    static QList<model::SceneWarning> boxWarnings(ExportRequest request);
     /// Makes the running export end with the error "Export cancelled" within about a second.
     void cancel();
     bool isActive() const { return m_active.load(); }
@@ -62,6 +65,8 @@ private:
     ExportResult work(const ExportRequest &request, const eval::DefinitionTable &definitions);
     void finish(const ExportResult &result);
     ExportResult execute(ExportRequest request, const eval::DefinitionTable &definitions);
+    ExportResult exportField(const ExportRequest &request,
+                             const eval::DefinitionTable &definitions);
     ExportResult exportChunks(const ExportRequest &request,
                               const eval::DefinitionTable &definitions);
     ExportResult exportOctree(const ExportRequest &request,
