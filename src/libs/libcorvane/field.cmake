@@ -23,16 +23,23 @@ corvane_library(corvane_field
         corvane/eval/TransformProbe.cpp
         corvane/mesh/CellCycles.cpp
         corvane/mesh/CellVertices.cpp
+        corvane/mesh/CreaseOwner.cpp
+        corvane/mesh/CreaseSearch.cpp
         corvane/mesh/CrossingTable.cpp
         corvane/mesh/DualContouring.cpp
         corvane/mesh/HermiteSample.cpp
         corvane/mesh/MarchingCubes.cpp
         corvane/mesh/MarchingCubesTables.cpp
+        corvane/mesh/NearbySheets.cpp
         corvane/mesh/OctreeDualContouring.cpp
         corvane/mesh/QefSolver.cpp
         corvane/mesh/QuadTriangles.cpp
+        corvane/mesh/Sheets.cpp
         corvane/mesh/SignPyramid.cpp
+        corvane/mesh/SurfaceSearch.cpp
         corvane/mesh/TetrahedralVolume.cpp
+        corvane/mesh/VertexPlacer.cpp
+        corvane/mesh/VertexRegion.cpp
         corvane/xport/AutoBounds.cpp
         corvane/xport/BoxCheck.cpp
         corvane/xport/ChunkRunner.cpp

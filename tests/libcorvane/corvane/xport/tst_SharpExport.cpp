@@ -1,5 +1,6 @@
 // Whole exports by the extractors that keep edges, of volumes, and through the steps after meshing.
 
+#include <corvane/eval/CPUFieldEvaluator.h>
 #include <corvane/mesh/Tetrahedron.h>
 #include <corvane/xport/MemoryBudget.h>
 #include <support/ExportRun.h>
@@ -45,6 +46,8 @@ private slots:
     void solidBecomesAClosedMesh();
     void edgesStaySharp_data();
     void edgesStaySharp();
+    void verticesLieOnTheSurface_data();
+    void verticesLieOnTheSurface();
     void sealedEndsAreFlat_data();
     void sealedEndsAreFlat();
     void fileIsTheSameForAnyThreads_data();
@@ -135,6 +138,68 @@ void TstSharpExport::edgesStaySharp()
         nearest = std::min(nearest, std::hypot(away[0], away[1], away[2]));
     }
     QVERIFY(nearest < 0.01f * request.cellSize);
+}
+
+void TstSharpExport::verticesLieOnTheSurface_data()
+{
+    QTest::addColumn<QString>("scene");
+    QTest::addColumn<int>("extractor");
+    QTest::addColumn<float>("cell");
+    QTest::addColumn<double>("mostTurned"); // as a share of the triangles
+    for (const int extractor : {1, 2}) {
+        const auto row = [&](const char *name, const QString &scene, double mostTurned = 0.0) {
+            for (const float cell : {0.2f, 0.13f})
+                QTest::addRow("%s, %s, %g", name, extractor == 1 ? "uniform" : "octree",
+                              double(cell))
+                    << scene << extractor << cell << mostTurned;
+        };
+        row("cone", u"(cone 1.02 1.55)"_s, 0.001);
+        row("turned box", u"(rotate 30 20 0 (box 1.31 0.87 1.13))"_s,
+            extractor == 1 ? 0.002 : 0.02);
+        row("turned tetrahedron", u"(rotate 10 20 35 (tetrahedron 1.53))"_s, 0.02);
+        row("thread", u"(threaded_rod 3 0.9 4.6 60)"_s, 0.005);
+        row("blade",
+            u"(rotate 5 25 10 (intersect (plane 0.2 1 0 0.5) (plane 0.2 -1 0 0.5) "
+            "(box 2 2 1)))"_s,
+            0.01);
+        row("wing", u"(rotate 0 0 20 (naca_4series_airfoil 4 2 0.04 0.4 0.15))"_s, 0.005);
+    }
+}
+
+// Also at acute edges, where planes that are fitted to crossings leave chips and folded triangles.
+void TstSharpExport::verticesLieOnTheSurface()
+{
+    QFETCH(QString, scene);
+    QFETCH(int, extractor);
+    QFETCH(float, cell);
+    QFETCH(double, mostTurned);
+    ExportRequest request = requestFor(scene, extractor);
+    request.boundsMin = {-2.97f, -2.91f, -2.95f};
+    request.boundsMax = {4.3f, 3, 3};
+    request.cellSize = cell;
+    QVERIFY(exported(request).success);
+    const support::FloatMesh mesh = meshOf(request);
+    QVERIFY(support::isClosedManifold(mesh));
+    corvane::eval::CPUFieldEvaluator field(request.nodes, request.rootNodeIndex);
+    for (const auto &v : mesh.vertices) {
+        const float distance = std::fabs(field.evaluate(v.x, v.y, v.z));
+        QVERIFY2(distance < 0.02f * cell, qPrintable(QString::number(double(distance / cell))));
+    }
+    double turned = 0;
+    for (const auto &element : mesh.elements) {
+        const auto &a = mesh.vertices.at(element.nodes[0]);
+        const auto &b = mesh.vertices.at(element.nodes[1]);
+        const auto &c = mesh.vertices.at(element.nodes[2]);
+        const auto cross = (b - a).cross(c - a);
+        const auto centre = (a + b + c) / 3.0f;
+        const auto at = field.evaluateWithGradient(centre.x, centre.y, centre.z);
+        // A sliver faces nowhere.
+        if (cross.length() > 0.001f * cell * cell &&
+            cross.dot(support::Point{at.gradientX, at.gradientY, at.gradientZ}) < 0)
+            ++turned;
+    }
+    QVERIFY2(turned <= mostTurned * double(mesh.elements.size()),
+             qPrintable(QString::number(turned)));
 }
 
 void TstSharpExport::sealedEndsAreFlat_data()

@@ -6,69 +6,49 @@ namespace corvane::mesh {
 
 namespace {
 
-// Two vertices of a cell that are nearer to each other than this share of it do not hold its sheets
-// apart.
-constexpr float togetherShare = 0.01f;
-
-QVector3D clamped(const QVector3D &point, const QVector3D &low, const QVector3D &high)
-{
-    QVector3D result;
-    for (int axis = 0; axis < 3; ++axis)
-        result[axis] = std::clamp(point[axis], low[axis], high[axis]);
-    return result;
-}
+// How far one of several sheets may bulge out of the box of its crossings, as a share of the cell.
+constexpr float bulgeShare = 0.2f;
 
 } // namespace
 
-CellVertices::CellVertices(const CellCycles &cycles, const QVector3D &low, const QVector3D &high,
-                           float margin)
+CellVertices::CellVertices(const CellCycles &cycles, const GridCell &cell, float margin)
     : m_shape(cycles)
-    , m_low(low + QVector3D(margin, margin, margin))
-    , m_high(high - QVector3D(margin, margin, margin))
+    , m_cell(cell)
+    , m_low(cell.corner(0) + QVector3D(margin, margin, margin))
+    , m_high(cell.corner(7) - QVector3D(margin, margin, margin))
 {}
 
 void CellVertices::add(int edge, const HermiteSample &crossing)
 {
-    Cycle &cycle =
+    VertexRegion &cycle =
         m_cycles[static_cast<std::size_t>(m_shape.cycleOfEdge[static_cast<std::size_t>(edge)])];
-    addSample(crossing, cycle.planes);
     for (int axis = 0; axis < 3; ++axis) {
         const float at = crossing.point[axis];
         cycle.low[axis] = cycle.count == 0 ? at : std::min(cycle.low[axis], at);
         cycle.high[axis] = cycle.count == 0 ? at : std::max(cycle.high[axis], at);
     }
-    cycle.sum += crossing.point;
-    ++cycle.count;
+    cycle.crossings[static_cast<std::size_t>(cycle.count++)] = crossing;
 }
 
-QVector3D CellVertices::minimum(const Cycle &cycle) const
+VertexRegion CellVertices::region(int cycle) const
 {
-    if (m_shape.count < 2)
-        return cycle.planes.solve(m_low, m_high).position;
-    return cycle.planes.solve(clamped(cycle.low, m_low, m_high), clamped(cycle.high, m_low, m_high))
-        .position;
+    VertexRegion region = m_cycles[static_cast<std::size_t>(cycle)];
+    const VertexRegion whole{m_cell, m_low, m_high};
+    const float bulge = bulgeShare * m_cell.size;
+    const QVector3D grown{bulge, bulge, bulge};
+    region.cell = m_cell;
+    region.values = m_values;
+    region.low = m_shape.count < 2 ? m_low : whole.clamped(region.low - grown);
+    region.high = m_shape.count < 2 ? m_high : whole.clamped(region.high + grown);
+    return region;
 }
 
-bool CellVertices::twoFallTogether() const
+QefSolver CellVertices::planes() const
 {
-    const float nearest = togetherShare * (m_high.x() - m_low.x());
-    for (int one = 0; one < m_shape.count; ++one) {
-        for (int other = 0; other < one; ++other) {
-            const QVector3D apart = minimum(m_cycles[static_cast<std::size_t>(one)]) -
-                                    minimum(m_cycles[static_cast<std::size_t>(other)]);
-            if (apart.length() < nearest)
-                return true;
-        }
-    }
-    return false;
-}
-
-QVector3D CellVertices::position(int cycle) const
-{
-    const Cycle &own = m_cycles[static_cast<std::size_t>(cycle)];
-    if (twoFallTogether())
-        return clamped(own.sum / static_cast<float>(own.count), m_low, m_high);
-    return minimum(own);
+    QefSolver solver;
+    for (const HermiteSample &crossing : m_cycles[0].samples())
+        addSample(crossing, solver);
+    return solver;
 }
 
 } // namespace corvane::mesh

@@ -1,48 +1,45 @@
 #pragma once
 
 #include <corvane/mesh/CellCycles.h>
-#include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/QefSolver.h>
+#include <corvane/mesh/VertexRegion.h>
+
+#include <algorithm>
 
 namespace corvane::mesh {
 
-/// Places the vertices of one cell: one for each cycle of its crossed edges.
+/// Gathers what the vertices of one cell are placed by: one for each cycle of its crossed edges.
 ///
 /// A vertex stays a little inside its cell, so that vertices of two cells never fall together: such
-/// a pair would be welded into a pinch. In a cell of several cycles each vertex stays within the
-/// box of its own crossings, so that the sheets keep apart.
+/// a pair would be welded into a pinch. (VertexPlacer says when one may leave it.) In a cell of
+/// several cycles each vertex stays next to the box of its own crossings, so that the sheets keep
+/// apart.
 class CellVertices
 {
 public:
-    /// @param low, high  the corners of the cell, scene units
-    /// @param margin     how far vertices keep from the faces, scene units
-    CellVertices(const CellCycles &cycles, const QVector3D &low, const QVector3D &high,
-                 float margin);
+    /// @param margin  how far vertices keep from the faces, scene units
+    CellVertices(const CellCycles &cycles, const GridCell &cell, float margin);
 
     /// Adds the crossing of an edge that the cycles hold.
     void add(int edge, const HermiteSample &crossing);
 
-    /// After the last add().
-    QVector3D position(int cycle) const;
+    /// The field at the corners, for who has it at hand.
+    void setCornerValues(const std::array<float, 8> &values) { m_values = values; }
+
+    /// After the last add(). One region for each cycle; a cell that the surface does not cross has
+    /// one, without crossings.
+    int count() const { return std::max(m_shape.count, 1); }
+    VertexRegion region(int cycle) const;
     /// The planes of the first cycle: of the whole cell when that is the only one.
-    const QefSolver &planes() const { return m_cycles[0].planes; }
+    QefSolver planes() const;
 
 private:
-    struct Cycle
-    {
-        QefSolver planes;
-        QVector3D low, high; ///< the box of the crossings
-        QVector3D sum;
-        int count = 0;
-    };
-
-    QVector3D minimum(const Cycle &cycle) const;
-    bool twoFallTogether() const;
-
     const CellCycles &m_shape;
+    GridCell m_cell;
     QVector3D m_low;
     QVector3D m_high;
-    std::array<Cycle, CellCycles::most> m_cycles;
+    std::optional<std::array<float, 8>> m_values;
+    std::array<VertexRegion, CellCycles::most> m_cycles; ///< with the boxes of their crossings
 };
 
 } // namespace corvane::mesh

@@ -20,9 +20,9 @@ quint64 edgeKey(int axis, int i, int j, int k)
 DcState::DcState(const ScalarField3D &field, FieldFunction distance, GradientFunction gradient,
                  float iso)
     : m_field(field)
-    , m_distance(std::move(distance))
-    , m_iso(iso)
-    , m_samples({field.cellSize, iso, m_distance, std::move(gradient)})
+    , m_rule{field.cellSize, iso, std::move(distance), std::move(gradient)}
+    , m_samples(m_rule)
+    , m_placer(m_rule)
 {
     if (field.nx < 2 || field.ny < 2 || field.nz < 2)
         return;
@@ -43,8 +43,8 @@ bool DcState::edgeCrosses(int axis, int i, int j, int k, float &d0, float &d1) c
     int end[3] = {i, j, k};
     if (++end[axis] >= counts[axis])
         return false;
-    d0 = m_field.values[m_field.index(i, j, k)] - m_iso;
-    d1 = m_field.values[m_field.index(end[0], end[1], end[2])] - m_iso;
+    d0 = m_field.values[m_field.index(i, j, k)] - m_rule.iso;
+    d1 = m_field.values[m_field.index(end[0], end[1], end[2])] - m_rule.iso;
     return (d0 < 0.0f) != (d1 < 0.0f);
 }
 
@@ -100,12 +100,12 @@ bool DcState::isInside(int i, int j, int k) const
 {
     if (i >= 0 && j >= 0 && k >= 0 && i < m_field.nx && j < m_field.ny && k < m_field.nz)
         return m_inside[m_field.index(i, j, k)] != 0;
-    if (!m_distance)
+    if (!m_rule.field)
         return false;
     const QVector3D node = nodePosition(i, j, k);
     float distance = 0.0f;
-    m_distance({&node, 1}, {&distance, 1});
-    return distance - m_iso < 0.0f;
+    m_rule.field({&node, 1}, {&distance, 1});
+    return distance - m_rule.iso < 0.0f;
 }
 
 const CellCycles &DcState::cyclesOf(int i, int j, int k) const
@@ -120,7 +120,10 @@ int DcState::vertexForCell(int i, int j, int k)
     if (vertex >= 0)
         return vertex;
     const CellCycles &cycles = cyclesOf(i, j, k);
-    CellVertices vertices(cycles, nodePosition(i, j, k), nodePosition(i + 1, j + 1, k + 1),
+    CellVertices vertices(cycles,
+                          {m_field.origin,
+                           m_field.cellSize,
+                           {m_field.firstX + i, m_field.firstY + j, m_field.firstZ + k}},
                           m_field.crossingMargin * m_field.cellSize);
     for (int edge = 0; edge < 12; ++edge) {
         if (cycles.cycleOfEdge[size_t(edge)] < 0)
@@ -131,18 +134,22 @@ int DcState::vertexForCell(int i, int j, int k)
         node[(axis + 2) % 3] += edge >> 1 & 1;
         vertices.add(edge, sampleOf(axis, node[0], node[1], node[2]));
     }
-    vertex = int(m_vertices.size());
-    for (int cycle = 0; cycle < std::max(cycles.count, 1); ++cycle)
-        m_vertices.append(vertices.position(cycle));
+    std::array<float, 8> values;
+    for (int corner = 0; corner < 8; ++corner)
+        values[size_t(corner)] =
+            m_field
+                .values[m_field.index(i + (corner & 1), j + (corner >> 1 & 1), k + (corner >> 2))];
+    vertices.setCornerValues(values);
+    vertex = m_placer.add(vertices);
     return vertex;
 }
 
-void DcState::emitEdge(int axis, const int (&node)[3], bool startsInside, QList<Triangle> &out)
+void DcState::addQuad(int axis, const int (&node)[3], bool startsInside)
 {
     constexpr int around[4][2] = {{-1, -1}, {0, -1}, {0, 0}, {-1, 0}};
     const int counts[3] = {m_field.nx, m_field.ny, m_field.nz};
-    int vertices[4];
-    for (int n = 0; n < 4; ++n) {
+    std::array<int, 4> vertices;
+    for (size_t n = 0; n < 4; ++n) {
         int cell[3] = {node[0], node[1], node[2]};
         cell[(axis + 1) % 3] += around[n][0];
         cell[(axis + 2) % 3] += around[n][1];
@@ -155,17 +162,18 @@ void DcState::emitEdge(int axis, const int (&node)[3], bool startsInside, QList<
                       cyclesOf(cell[0], cell[1], cell[2]).cycleOfEdge[size_t(edge)];
     }
     // Seen from the far end of the edge the four cells run counter-clockwise.
-    emitQuad(out, m_vertices.at(vertices[0]), m_vertices.at(vertices[1]),
-             m_vertices.at(vertices[2]), m_vertices.at(vertices[3]), !startsInside);
+    if (!startsInside)
+        std::swap(vertices[1], vertices[3]);
+    m_quads.push_back(vertices);
 }
 
-void DcState::extractRow(int firstNode, int j, int k, QList<Triangle> &out)
+void DcState::addRowQuads(int firstNode, int j, int k)
 {
     const size_t row = size_t(j) + size_t(k) * size_t(m_field.ny);
     for (size_t n = m_rowEdges[row]; n < m_rowEdges[row + 1]; ++n) {
         const RowEdge edge = m_edges[n];
         if (edge.i >= firstNode && edge.i < m_field.nx - 1)
-            emitEdge(edge.axis, {edge.i, j, k}, isInside(edge.i, j, k), out);
+            addQuad(edge.axis, {edge.i, j, k}, isInside(edge.i, j, k));
     }
 }
 
@@ -191,14 +199,25 @@ void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_boo
 {
     if (m_inside.empty() || !findCrossings(cancel))
         return;
+    std::vector<size_t> ends; // of each row's quads
     for (int k = firstNode; k < m_field.nz - 1; ++k) {
         if (cancel && cancel->load(std::memory_order_relaxed))
             return;
         for (int j = firstNode; j < m_field.ny - 1; ++j) {
-            extractRow(firstNode, j, k, out);
-            if (rowEnds)
-                rowEnds->append(int(out.size()));
+            addRowQuads(firstNode, j, k);
+            ends.push_back(m_quads.size());
         }
+    }
+    m_placer.finish();
+    chooseDiagonals(m_quads, m_placer.vertices(), m_rule);
+    size_t next = 0;
+    for (const size_t end : ends) {
+        for (; next < end; ++next) {
+            const auto at = [&](size_t n) { return m_placer.vertices()[size_t(m_quads[next][n])]; };
+            emitQuad(out, at(0), at(1), at(2), at(3), false);
+        }
+        if (rowEnds)
+            rowEnds->append(int(out.size()));
     }
 }
 

@@ -1,22 +1,24 @@
 #pragma once
 
-#include <corvane/mesh/CellVertices.h>
 #include <corvane/mesh/CrossingTable.h>
 #include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/ScalarField3D.h>
 #include <corvane/mesh/Triangle.h>
+#include <corvane/mesh/VertexPlacer.h>
 
 #include <QList>
 
+#include <array>
 #include <atomic>
 #include <vector>
 
 namespace corvane::mesh {
 
 /// Dual contouring of a uniform grid (Ju et al. 2002): one vertex for each cell that the surface
-/// crosses, placed by the tangent planes of its crossings, so that edges and corners stay sharp. A
-/// cell that several sheets cross has a vertex for each (see CellCycles), so that the surface is
-/// manifold. Vertices keep the field's crossing margin from the faces of their cells.
+/// crosses, placed where the sheets of the surface meet, so that edges and corners stay sharp (see
+/// VertexPlacer). A cell that several sheets cross has a vertex for each (see CellCycles), so that
+/// the surface is manifold. Vertices keep the field's crossing margin from the faces of their
+/// cells.
 ///
 /// Crossings and vertices are computed from global grid coordinates: two chunks that both hold a
 /// cell get the same bits. One instance serves one call of extract() on one thread; the field's
@@ -58,21 +60,21 @@ private:
     void findRowCrossings(int j, int k);
     void addCrossing(int axis, int i, int j, int k);
     const HermiteSample &sampleOf(int axis, int i, int j, int k);
-    void extractRow(int firstNode, int j, int k, QList<Triangle> &out);
-    void emitEdge(int axis, const int (&node)[3], bool startsInside, QList<Triangle> &out);
+    void addRowQuads(int firstNode, int j, int k);
+    void addQuad(int axis, const int (&node)[3], bool startsInside);
     bool isInside(int i, int j, int k) const;
     const CellCycles &cyclesOf(int i, int j, int k) const;
     QVector3D nodePosition(int i, int j, int k) const;
 
     ScalarField3D m_field;
-    FieldFunction m_distance;
-    float m_iso;
+    CrossingRule m_rule;
     std::vector<quint8> m_inside;   ///< by node: 1 or 0
     std::vector<RowEdge> m_edges;   ///< row after row
     std::vector<size_t> m_rowEdges; ///< where in m_edges each row of nodes begins; and the end
     CrossingTable m_samples; ///< by edge: the axis in the top four bits, then i, j, k in 16 each
     std::vector<int> m_cellVertex; ///< the first one of each cell; -1 where there is none yet
-    QList<QVector3D> m_vertices;
+    VertexPlacer m_placer;
+    std::vector<std::array<int, 4>> m_quads; ///< vertices in a ring, normals out
 };
 
 } // namespace corvane::mesh

@@ -75,7 +75,8 @@ void hermiteSamples(std::span<const CrossedEdge> edges, const CrossingRule &rule
     for (size_t i = 0; i < edges.size(); ++i) {
         const float size = gradients[i].length();
         const bool hasDirection = size >= shortestGradient && std::isfinite(size);
-        out[i] = {points[i], hasDirection ? gradients[i] / size : QVector3D()};
+        out[i] = hasDirection ? HermiteSample{points[i], gradients[i] / size, size}
+                              : HermiteSample{points[i]};
     }
 }
 

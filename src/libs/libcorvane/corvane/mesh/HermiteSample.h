@@ -20,6 +20,7 @@ struct HermiteSample
 {
     QVector3D point{};
     QVector3D normal{}; ///< of unit length, or zero where the field has no direction
+    float slope = 0.0f; ///< length of the field's gradient; 0 where it has no direction
 };
 
 /// A grid edge whose ends have values of different sign.

@@ -8,16 +8,20 @@
 
 #include "OctreeDualContouring.h"
 
-#include "CellVertices.h"
 #include "QuadTriangles.h"
 #include "SignPyramid.h"
+#include "VertexPlacer.h"
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 
 namespace corvane::mesh {
 
 namespace {
+
+constexpr float mergedOffShare = 0.01f; // how far a merged cell's vertex may be off the surface
+constexpr float leastSlope = 1e-3f;
 
 bool isCancelled(const OtState &state)
 {
@@ -38,9 +42,9 @@ unsigned insideMask(const OtState &state, const OtNode &node)
     return mask;
 }
 
-const CellCycles &cyclesOf(const OtState &state, const OtNode &leaf)
+const CellCycles &cyclesOf(const OtState &state, int x, int y, int z)
 {
-    return cyclesInGrid(leaf.x, leaf.y, leaf.z, [&state](int i, int j, int k) {
+    return cyclesInGrid(x, y, z, [&state](int i, int j, int k) {
         return state.isInGrid(i, j, k) && state.isInside(i, j, k);
     });
 }
@@ -95,14 +99,13 @@ bool findCrossings(OtState &state)
     return true;
 }
 
-void fillLeaf(OtState &state, OtNode &leaf)
+CellVertices cellVerticesAt(const OtState &state, int x, int y, int z)
 {
-    const CellCycles &cycles = cyclesOf(state, leaf);
-    CellVertices vertices(cycles, state.position(leaf.x, leaf.y, leaf.z),
-                          state.position(leaf.x + 1, leaf.y + 1, leaf.z + 1), state.vertexMargin);
+    const CellCycles &cycles = cyclesOf(state, x, y, z);
+    CellVertices vertices(cycles, {state.origin, state.cellSize, {x, y, z}}, state.vertexMargin);
     for (int axis = 0; axis < 3; ++axis) {
         for (int offsets = 0; offsets < 4; ++offsets) {
-            int start[3] = {leaf.x, leaf.y, leaf.z};
+            int start[3] = {x, y, z};
             start[(axis + 1) % 3] += offsets & 1;
             start[(axis + 2) % 3] += offsets >> 1;
             const int edge = cellEdge(axis, offsets);
@@ -110,11 +113,42 @@ void fillLeaf(OtState &state, OtNode &leaf)
                 vertices.add(edge, *state.crossings.find(edgeKey(state, axis, start)));
         }
     }
+    return vertices;
+}
+
+int levelOf(int size)
+{
+    return std::countr_zero(unsigned(size));
+}
+
+bool isMixed(const OtState &state, int x, int y, int z, int size)
+{
+    return state.mixed[size_t(levelOf(size))].at(x / size, y / size, z / size);
+}
+
+// In the order in which buildNode() comes to the leaves.
+void placeLeafVertices(OtState &state, VertexPlacer &placer, int x, int y, int z, int size)
+{
+    if (isCancelled(state) || !isMixed(state, x, y, z, size))
+        return;
+    if (size == 1) {
+        placer.add(cellVerticesAt(state, x, y, z));
+        return;
+    }
+    const int half = size / 2;
+    for (int child = 0; child < 8; ++child)
+        placeLeafVertices(state, placer, x + (child & 1) * half, y + (child >> 1 & 1) * half,
+                          z + (child >> 2) * half, half);
+}
+
+void fillLeaf(OtState &state, OtNode &leaf)
+{
+    const CellVertices cell = cellVerticesAt(state, leaf.x, leaf.y, leaf.z);
     leaf.kind = OtNode::Leaf;
-    leaf.qef = vertices.planes();
+    leaf.qef = cell.planes();
     leaf.vertex = int(state.vertices.size());
-    for (int cycle = 0; cycle < cycles.count; ++cycle)
-        state.vertices.push_back(vertices.position(cycle));
+    for (int cycle = 0; cycle < cell.count(); ++cycle)
+        state.vertices.push_back(state.leafVertices[state.nextLeafVertex++]);
 }
 
 // Whether a line, a face or the whole of a node, given by the corners that it spans, has in its
@@ -155,6 +189,35 @@ bool hidesNothing(const OtState &state, const OtNode &node)
     return true;
 }
 
+// Puts the vertex of a merged cell onto the surface. Not where the planes make it sharp: what is
+// moved there is off the crease.
+bool settle(const OtState &state, const OtNode &node, QefResult &result)
+{
+    const auto offSurface = [&state](const QVector3D &point, QVector3D &gradient) {
+        float distance = 0.0f;
+        state.field({&point, 1}, {&distance, 1});
+        state.gradient({&point, 1}, {&gradient, 1});
+        return (distance - state.iso) / std::max(gradient.length(), leastSlope);
+    };
+    const float most = mergedOffShare * state.cellSize;
+    QVector3D gradient;
+    float distance = offSurface(result.position, gradient);
+    if (result.rank == 1 && std::fabs(distance) > most) {
+        result.position -= gradient.normalized() * distance;
+        distance = offSurface(result.position, gradient);
+    }
+    const float margin = state.vertexMargin;
+    const QVector3D low = state.position(node.x, node.y, node.z);
+    const QVector3D high =
+        state.position(node.x + node.size, node.y + node.size, node.z + node.size);
+    for (int axis = 0; axis < 3; ++axis) {
+        if (result.position[axis] < low[axis] + margin ||
+            result.position[axis] > high[axis] - margin)
+            return false;
+    }
+    return std::fabs(distance) <= most;
+}
+
 // Merges the children into one cell where one vertex stands for all of them within the error limit.
 bool collapse(OtState &state, OtNode &node, unsigned mask)
 {
@@ -168,8 +231,9 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
             return false;
         node.qef += part.qef;
     }
-    const QefResult result = solveInBox(state, node);
-    if (node.qef.count() == 0 || result.error > state.errorLimit || !hidesNothing(state, node))
+    QefResult result = solveInBox(state, node);
+    if (node.qef.count() == 0 || result.error > state.errorLimit || !hidesNothing(state, node) ||
+        !settle(state, node, result))
         return false;
     // The children are the last ones that were made, with one vertex each.
     const auto gone = 8 - std::count(node.children.begin(), node.children.end(), -1);
@@ -182,14 +246,9 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
     return true;
 }
 
-int levelOf(int size)
-{
-    return std::countr_zero(unsigned(size));
-}
-
 int buildNode(OtState &state, int x, int y, int z, int size)
 {
-    if (isCancelled(state) || !state.mixed[size_t(levelOf(size))].at(x / size, y / size, z / size))
+    if (isCancelled(state) || !isMixed(state, x, y, z, size))
         return -1;
     OtNode node;
     node.x = x;
@@ -240,7 +299,8 @@ int vertexAround(const OtState &state, const OtNode &node, int axis, int offsets
 {
     if (node.simple)
         return node.vertex;
-    return node.vertex + cyclesOf(state, node).cycleOfEdge[size_t(cellEdge(axis, offsets))];
+    return node.vertex +
+           cyclesOf(state, node.x, node.y, node.z).cycleOfEdge[size_t(cellEdge(axis, offsets))];
 }
 
 void emitQuadIndexed(OtState &state, const std::array<int, 4> &ring, bool flip)
@@ -393,7 +453,7 @@ double octreeTreeBytes(double crossedCells)
     constexpr double hashEntry = 2.0 * (sizeof(quint64) + sizeof(HermiteSample));
     constexpr double quadsPerCell = crossingsPerCell;
     return crossedCells *
-           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + sizeof(QVector3D) +
+           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + 2 * sizeof(QVector3D) +
             quadsPerCell * (4 * sizeof(int) + 2 * sizeof(Triangle)));
 }
 
@@ -425,11 +485,18 @@ bool extractOctree(OtState &state)
 {
     if (state.mixed.empty() || !findCrossings(state))
         return false;
+    const CrossingRule rule{state.cellSize, state.iso, state.field, state.gradient};
+    VertexPlacer placer(rule);
+    placeLeafVertices(state, placer, 0, 0, 0, state.side - 1);
+    placer.finish();
+    state.leafVertices = placer.vertices();
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
+    state.leafVertices = {};
     state.crossings = {};
     cellProc(state, root);
     if (isCancelled(state))
         return false;
+    chooseDiagonals(state.quads, state.vertices, rule);
     emitTriangles(state.quads, state.vertices, state.output);
     return true;
 }

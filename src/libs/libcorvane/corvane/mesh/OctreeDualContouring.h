@@ -51,6 +51,8 @@ struct OtState
 
     std::vector<OtNode> nodes;
     std::vector<QVector3D> vertices;
+    std::vector<QVector3D> leafVertices; ///< in the order of the tree
+    std::size_t nextLeafVertex = 0;
     CrossingTable crossings;    ///< by edge, see OctreeDualContouring.cpp
     std::vector<BitCube> mixed; ///< by level: whether a cube of 2^level cells changes sign
     std::vector<std::array<int, 4>>

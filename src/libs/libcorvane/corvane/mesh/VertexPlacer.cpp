@@ -1,0 +1,185 @@
+#include "VertexPlacer.h"
+
+#include "CreaseOwner.h"
+#include "NearbySheets.h"
+#include "SurfaceSearch.h"
+
+#include <utility>
+
+namespace corvane::mesh {
+
+namespace {
+
+// Enough to fill the lanes of any field, few enough to stay in the cache.
+constexpr size_t batchSize = 512;
+// Two vertices of a cell that are nearer to each other than this share of it do not hold its sheets
+// apart.
+constexpr float togetherShare = 0.01f;
+
+void addCandidates(const VertexRegion &region, const Sheets &sheets,
+                   std::vector<CreaseCandidate> &candidates)
+{
+    const auto add = [&](std::initializer_list<int> members) {
+        CreaseCandidate candidate;
+        candidate.region = &region;
+        candidate.areOwn = true;
+        for (const int member : members) {
+            candidate.sheets[size_t(candidate.count++)] = sheets.list[size_t(member)];
+            candidate.areOwn = candidate.areOwn && member < sheets.ownCount;
+        }
+        candidates.push_back(candidate);
+    };
+    // The lowest one is a sheet of the cell's own.
+    for (int a = 0; a < sheets.ownCount; ++a) {
+        for (int b = a + 1; b < sheets.count; ++b) {
+            add({a, b});
+            for (int c = b + 1; c < sheets.count; ++c)
+                add({a, b, c});
+        }
+    }
+}
+
+// Corners before creases, what lies in the box before what does not, and then what is nearer to the
+// middle of the crossings.
+const CreaseCandidate *bestOf(std::span<const CreaseCandidate> candidates,
+                              const VertexRegion &region)
+{
+    const QVector3D middle = region.middle();
+    const CreaseCandidate *best = nullptr;
+    const auto isBetter = [&](const CreaseCandidate &one, const CreaseCandidate &other) {
+        if (one.isInside != other.isInside)
+            return one.isInside;
+        if (one.isBlunt != other.isBlunt)
+            return other.isBlunt;
+        if (one.count != other.count)
+            return one.count > other.count;
+        return (one.point - middle).lengthSquared() < (other.point - middle).lengthSquared();
+    };
+    for (const CreaseCandidate &candidate : candidates) {
+        if (candidate.found && (!best || isBetter(candidate, *best)))
+            best = &candidate;
+    }
+    return best;
+}
+
+// On the way along the mean of the normals of all crossings.
+SurfacePoint towardsSurface(const VertexRegion &region)
+{
+    SurfacePoint point{&region, region.middle(), {}, 0.0f};
+    int directions = 0;
+    for (const HermiteSample &crossing : region.samples()) {
+        point.normal += crossing.normal;
+        point.slope += crossing.slope;
+        directions += crossing.normal.isNull() ? 0 : 1;
+    }
+    point.normal.normalize();
+    point.slope = directions > 0 ? point.slope / float(directions) : 1.0f;
+    return point;
+}
+
+QVector3D minimumOfPlanes(const VertexRegion &region)
+{
+    QefSolver planes;
+    for (const HermiteSample &crossing : region.samples())
+        addSample(crossing, planes);
+    return planes.solve(region.low, region.high).position;
+}
+
+} // namespace
+
+VertexPlacer::VertexPlacer(CrossingRule rule)
+    : m_rule(std::move(rule))
+{}
+
+int VertexPlacer::add(const CellVertices &cell)
+{
+    if (m_open.size() >= batchSize)
+        finish();
+    const auto first = int(m_vertices.size() + m_open.size());
+    for (int cycle = 0; cycle < cell.count(); ++cycle)
+        m_open.push_back(cell.region(cycle));
+    m_openCells.push_back(size_t(cell.count()));
+    return first;
+}
+
+void VertexPlacer::finish()
+{
+    if (m_rule.field) {
+        placeOnField();
+    } else {
+        for (const VertexRegion &region : m_open)
+            m_vertices.push_back(minimumOfPlanes(region));
+    }
+    keepApart();
+    m_open.clear();
+    m_openCells.clear();
+}
+
+void VertexPlacer::placeOnField()
+{
+    std::vector<CreaseCandidate> candidates;
+    std::vector<size_t> ends; // of each region's candidates
+    const std::vector<Sheets> sheets = sheetsOfRegions(m_open, m_rule);
+    for (size_t n = 0; n < m_open.size(); ++n) {
+        addCandidates(m_open[n], sheets[n], candidates);
+        ends.push_back(candidates.size());
+    }
+    searchCreases(candidates, m_rule);
+    keepOwnCreases(candidates, m_rule);
+
+    std::vector<SurfacePoint> others;
+    std::vector<size_t> numbers;
+    for (size_t n = 0, begin = 0; n < m_open.size(); begin = ends[n++]) {
+        const auto own =
+            std::span<const CreaseCandidate>(candidates).subspan(begin, ends[n] - begin);
+        const CreaseCandidate *crease = bestOf(own, m_open[n]);
+        if (!crease) {
+            others.push_back(towardsSurface(m_open[n]));
+            numbers.push_back(m_vertices.size());
+        }
+        m_vertices.push_back(crease ? crease->point : QVector3D());
+    }
+    putOnSurface(others, m_rule);
+    for (size_t n = 0; n < others.size(); ++n)
+        m_vertices[numbers[n]] = others[n].point;
+}
+
+// Vertices of one cell that fell together, as those of two sheets on one crease, go back to their
+// own sheets, or if that does not part them to the middles of their crossings.
+void VertexPlacer::keepApart()
+{
+    std::vector<SurfacePoint> points;
+    std::vector<size_t> numbers;
+    for (const size_t n : fallenTogether()) {
+        points.push_back(towardsSurface(m_open[n]));
+        numbers.push_back(n);
+    }
+    QVector3D *const vertices = m_vertices.data() + (m_vertices.size() - m_open.size());
+    if (m_rule.field)
+        putOnSurface(points, m_rule);
+    for (size_t n = 0; n < points.size(); ++n)
+        vertices[numbers[n]] = points[n].point;
+    for (const size_t n : fallenTogether())
+        vertices[n] = m_open[n].clamped(m_open[n].middle());
+}
+
+std::vector<size_t> VertexPlacer::fallenTogether() const
+{
+    const QVector3D *const vertices = m_vertices.data() + (m_vertices.size() - m_open.size());
+    std::vector<size_t> result;
+    size_t first = 0;
+    for (const size_t count : m_openCells) {
+        bool together = false;
+        for (size_t one = first + 1; one < first + count; ++one) {
+            for (size_t other = first; other < one; ++other)
+                together = together || (vertices[one] - vertices[other]).length() <
+                                           togetherShare * m_rule.edgeLength;
+        }
+        for (size_t n = first; together && n < first + count; ++n)
+            result.push_back(n);
+        first += count;
+    }
+    return result;
+}
+
+} // namespace corvane::mesh
