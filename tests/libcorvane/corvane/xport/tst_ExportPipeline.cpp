@@ -204,7 +204,7 @@ void TstExportPipeline::failureIsASentence_data()
         u"The export bounds from (-3, -3, -3) to (3, nan, 3) are not finite"_s);
     row("broken tree", u"(translate)"_s, nothing,
         u"CpuChunkProcessor::initialize: SdfSceneGraphBuilder failed: PositionTransform node has "
-        u"no child"_s,
+        u"no child: 'translate' needs one to act on"_s,
         notInitialized);
     row("broken code", u"(test_broken)"_s, nothing,
         u"CpuChunkProcessor::initialize: eval compile failed: unknown function 'missing'"_s,

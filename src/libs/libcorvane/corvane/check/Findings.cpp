@@ -18,7 +18,8 @@ bool isPrintable(QChar c)
     return c.category() != QChar::Other_Control && c.category() != QChar::Other_Format;
 }
 
-/// A warning is one line that changes nothing else on the terminal, whatever a file's names hold.
+/// A warning is one line that changes nothing else on the terminal, whatever a file's names hold:
+/// "\x1b" stands for an escape.
 QString printable(const QString &text)
 {
     QString result;
@@ -26,7 +27,7 @@ QString printable(const QString &text)
         if (isPrintable(c) || c.isSpace())
             result += c;
         else
-            result += u"\\u%1"_s.arg(uint(c.unicode()), 4, 16, QChar(u'0'));
+            result += u"\\x%1"_s.arg(uint(c.unicode()), 2, 16, QChar(u'0'));
     }
     return result;
 }
