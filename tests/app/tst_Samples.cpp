@@ -25,7 +25,7 @@ void TstSamples::samplesMakeClosedSolids_data()
     QTest::addColumn<QString>("path");
     const QDir folder(QStringLiteral(CORVANE_SAMPLES));
     const QFileInfoList files = folder.entryInfoList({u"*.corvane"_s}, QDir::Files, QDir::Name);
-    QVERIFY(files.size() >= 10);
+    QVERIFY(files.size() >= 18);
     for (const QFileInfo &file : files)
         QTest::newRow(qPrintable(file.completeBaseName())) << file.filePath();
 }

@@ -9,6 +9,9 @@
 #include <corvane/model/SDFNodeProvenance.h>
 #include <corvane/registry/Registry.h>
 
+#include <algorithm>
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace corvane::check {
@@ -91,13 +94,21 @@ QString remedyOf(const ExpressionFailure &failure, const expr::CompileContext &c
     return model::didYouMean(name, known, u"Declare it under \"varset\", or correct the name"_s);
 }
 
+// Fallbacks are written with fewer digits than values are computed with.
 bool isSame(const QVariant &a, const QVariant &b)
 {
+    constexpr double rounding = 1e-5;
     const auto first = model::readFloat(a);
     const auto second = model::readFloat(b);
     if (first && second)
-        return *first == *second || qFuzzyCompare(*first, *second);
-    return model::plainForFile(a) == model::plainForFile(b);
+        return std::abs(*first - *second) <= rounding * std::max(1.0, std::abs(double(*first)));
+    const QVariant plain = model::plainForFile(a);
+    const QVariant other = model::plainForFile(b);
+    if (plain.typeId() != QMetaType::QVariantList || other.typeId() != QMetaType::QVariantList)
+        return plain == other;
+    const QVariantList entries = plain.toList();
+    const QVariantList others = other.toList();
+    return std::equal(entries.cbegin(), entries.cend(), others.cbegin(), others.cend(), &isSame);
 }
 
 } // namespace
