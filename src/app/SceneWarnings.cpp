@@ -5,6 +5,7 @@
 #include <corvane/check/SceneCheck.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/model/DocumentBlock.h>
 
 #include <QLoggingCategory>
 
@@ -12,6 +13,7 @@ using namespace Qt::StringLiterals;
 using corvane::check::SceneCheck;
 using corvane::model::Corvane;
 using corvane::model::CorvaneDSLParser;
+using corvane::model::DocumentBlock;
 using corvane::model::ParseResult;
 
 namespace {
@@ -33,15 +35,45 @@ void registerDefinitions(Corvane &scene)
 SceneWarnings::SceneWarnings() = default;
 SceneWarnings::~SceneWarnings() = default;
 
+/// The checks look at the file before its scene is made, while its map is still there. They know
+/// the definitions of the file by a document that has nothing else and goes at the end.
+ParseResult SceneWarnings::read(const QString &path, Use use)
+{
+    const auto definitions = Corvane::create();
+    const auto reader = use == Use::Edit ? SceneCheck::Reader::Editor : SceneCheck::Reader::Command;
+    ParseResult file = CorvaneDSLParser::parseFile(path, nullptr, [&](const ParseResult &read) {
+        const QVariantMap block = read.rawMap.value(u"corvane"_s).toMap();
+        DocumentBlock::applyDefinitions(block.isEmpty() ? read.rawMap : block, *definitions);
+        registerDefinitions(*definitions);
+        m_check = std::make_unique<SceneCheck>(read, reader);
+    });
+    definitions->unregisterFileScopedDefinitions();
+    file.logErrors();
+    if (m_check)
+        m_check->addReaderWarnings(file.warnings);
+    return file;
+}
+
 QSharedPointer<Corvane> SceneWarnings::open(const QString &path)
 {
-    const ParseResult file = CorvaneDSLParser::parseFile(path);
-    file.logErrors();
+    const ParseResult file = read(path, Use::Command);
     if (!file.ok())
         return {};
     registerDefinitions(*file.scene);
-    m_check = std::make_unique<SceneCheck>(file);
     return file.scene;
+}
+
+ParseResult SceneWarnings::openToEdit(const QString &path)
+{
+    const ParseResult file = read(path, Use::Edit);
+    if (!file.ok())
+        return file;
+    registerDefinitions(*file.scene);
+    m_check->checkExpressions(*file.scene);
+    print(m_check->warnings());
+    m_check.reset();
+    file.scene->unregisterFileScopedDefinitions();
+    return file;
 }
 
 void SceneWarnings::checkOverrides(const Corvane &scene, const QVariantMap &values)
@@ -57,16 +89,6 @@ void SceneWarnings::tell(const Corvane &scene, const corvane::expr::ExpressionMa
     m_check->checkExpressions(scene, expressions);
     print(m_check->warnings());
     m_check.reset();
-}
-
-void SceneWarnings::tellOfEdited(const ParseResult &file)
-{
-    if (!file.scene)
-        return;
-    QLoggingCategory::setFilterRules(toldRules);
-    SceneCheck check(file, SceneCheck::Reader::Editor);
-    check.checkExpressions(*file.scene);
-    SceneWarnings().print(check.warnings());
 }
 
 void SceneWarnings::print(const QList<corvane::model::SceneWarning> &warnings)

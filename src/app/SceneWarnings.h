@@ -36,6 +36,9 @@ public:
 
     /// As Corvane::loadFromFile(), less the log of warnings.
     QSharedPointer<corvane::model::Corvane> open(const QString &path);
+    /// A file that is to be edited, whose definitions are not registered. All its warnings are
+    /// printed: nothing is evaluated in its document.
+    corvane::model::ParseResult openToEdit(const QString &path);
     /// Values of --params, before they are applied to the scene.
     void checkOverrides(const corvane::model::Corvane &scene, const QVariantMap &values);
     /// Prints what the file, the overrides and the evaluated expressions gave. The text of the
@@ -43,13 +46,13 @@ public:
     void tell(const corvane::model::Corvane &scene,
               const corvane::expr::ExpressionManager &expressions);
 
-    /// All at once, of a file that is to be edited: nothing is evaluated in its document.
-    static void tellOfEdited(const corvane::model::ParseResult &file);
-
     /// Prints those that were not printed before.
     void print(const QList<corvane::model::SceneWarning> &warnings);
 
 private:
+    enum class Use { Command, Edit };
+    corvane::model::ParseResult read(const QString &path, Use use);
+
     std::unique_ptr<corvane::check::SceneCheck> m_check;
     QSet<QString> m_told;
 };

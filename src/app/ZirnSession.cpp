@@ -22,7 +22,6 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QLoggingCategory>
 
 using namespace Qt::StringLiterals;
 using corvane::model::Corvane;
@@ -33,8 +32,6 @@ using corvane::zirn::TaskPlan;
 using corvane::zirn::TaskPlanResult;
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcZirnSession, "ondrel.app.zirn", QtWarningMsg)
 
 /// The document of a version 2 file without what the tree compiles to: variables, settings,
 /// materials, definitions.
@@ -115,19 +112,15 @@ std::unique_ptr<ZirnSession> ZirnSession::open(const QString &scenePath)
     if (scenePath.isNull())
         return std::unique_ptr<ZirnSession>(
             new ZirnSession(file, Corvane::create(), emptyTree, false));
-    const auto parsed = CorvaneDSLParser::parseFile(scenePath);
-    for (const auto &error : parsed.errors)
-        qCWarning(lcZirnSession).noquote() << "Parse error:" << error.toString();
+    const auto parsed = SceneWarnings().openToEdit(scenePath);
     if (!parsed.ok())
         return nullptr;
     if (parsed.logicalScene) {
         const auto document = documentBeside(parsed.rawMap);
-        SceneWarnings::tellOfEdited(parsed);
         return std::unique_ptr<ZirnSession>(
             new ZirnSession(file, document, parsed.logicalScene, true));
     }
     parsed.scene->registerFileScopedDefinitions();
-    SceneWarnings::tellOfEdited(parsed);
     return std::unique_ptr<ZirnSession>(new ZirnSession(file, parsed.scene, emptyTree, false));
 }
 

@@ -1,11 +1,14 @@
 #include <corvane/check/SceneCheck.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/model/DocumentBlock.h>
 #include <corvane/registry/Registry.h>
 
 #include <QRegularExpression>
 
 #include <span>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace corvane;
@@ -498,20 +501,43 @@ QStringList told(const SceneCheck &check)
     return lines;
 }
 
+/// A file as it is read, with its check; none for a file with errors.
+struct CheckedFile
+{
+    model::ParseResult file;
+    std::optional<SceneCheck> check;
+};
+
+CheckedFile readChecked(const QString &text, SceneCheck::Reader reader)
+{
+    CheckedFile checked;
+    const auto definitions = model::Corvane::create();
+    checked.file =
+        model::CorvaneDSLParser::parseText(text, nullptr, [&](const model::ParseResult &file) {
+            const QVariantMap block = file.rawMap.value(u"corvane"_s).toMap();
+            model::DocumentBlock::applyDefinitions(block, *definitions);
+            definitions->registerFileScopedDefinitions();
+            checked.check.emplace(file, reader);
+        });
+    definitions->unregisterFileScopedDefinitions();
+    if (checked.check)
+        checked.check->addReaderWarnings(checked.file.warnings);
+    return checked;
+}
+
 /// What a command tells of a file.
 QStringList warningsOf(const QString &text, const QVariantMap &overrides = {})
 {
-    const auto file = model::CorvaneDSLParser::parseText(text);
+    auto [file, check] = readChecked(text, SceneCheck::Reader::Command);
     if (!file.ok())
         return {u"not read"_s};
     file.scene->registerFileScopedDefinitions();
-    SceneCheck check(file);
-    check.checkOverrides(*file.scene, overrides);
+    check->checkOverrides(*file.scene, overrides);
     expr::ExpressionManager expressions(file.scene.data());
     expressions.evaluateAll();
-    check.checkExpressions(*file.scene, expressions);
+    check->checkExpressions(*file.scene, expressions);
     file.scene->unregisterFileScopedDefinitions();
-    return told(check);
+    return told(*check);
 }
 
 } // namespace
@@ -651,11 +677,10 @@ void TstSceneCheck::editorsHearNothingOfWhatTheyRead()
     QString text = QString::fromUtf8(tree);
     text.replace(u"{width: 30.0}"_s, u"{width: {expr: bore*4, fallback: 3}, height: \"=no\"}"_s);
     text.replace(u"  varset:"_s, u"  settings: {export: {cellSize: 0.4}}\n  varset:"_s);
-    const auto file = model::CorvaneDSLParser::parseText(text);
-    SceneCheck check(file, SceneCheck::Reader::Editor);
-    check.checkExpressions(*file.scene);
-    QCOMPARE(told(check).size(), 1);
-    QVERIFY(told(check).first().contains(u"Plate.height: \"=no\" gives no value"_s));
+    auto [file, check] = readChecked(text, SceneCheck::Reader::Editor);
+    check->checkExpressions(*file.scene);
+    QCOMPARE(told(*check).size(), 1);
+    QVERIFY(told(*check).first().contains(u"Plate.height: \"=no\" gives no value"_s));
     QCOMPARE(warningsOf(text).size(), 3);
 }
 

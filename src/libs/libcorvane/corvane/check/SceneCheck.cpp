@@ -44,7 +44,6 @@ SceneCheck::SceneCheck(const model::ParseResult &file, Reader reader)
         return;
     }
     checkLayout(file.remarks, m_findings);
-    checkReaderWarnings(file.warnings, m_findings);
     checkBlock(file.rawMap, m_source, m_findings);
     checkVariables(m_source, m_findings);
     checkSettings(m_source, m_findings);
@@ -59,6 +58,14 @@ SceneCheck::SceneCheck(const model::ParseResult &file, Reader reader)
                             u"List them under \"instances\" in the \"corvane\" block"_s);
     if (m_source.version >= 2 && reader == Reader::Command)
         checkUnreadSettings();
+    // What is left to check is about variables. The rest takes more memory than the scene.
+    for (const auto key : {"instances"_L1, "items"_L1, "components"_L1, "definitions"_L1})
+        m_source.block.remove(key);
+}
+
+void SceneCheck::addReaderWarnings(const QStringList &warnings)
+{
+    checkReaderWarnings(warnings, m_findings);
 }
 
 void SceneCheck::checkUnreadSettings()

@@ -30,6 +30,8 @@ public:
 
     explicit SceneCheck(const model::ParseResult &file, Reader reader = Reader::Command);
 
+    /// What the reader of the file has said of it since.
+    void addReaderWarnings(const QStringList &warnings);
     /// Values of --params, before they are applied.
     void checkOverrides(const model::Corvane &scene, const QVariantMap &values);
     /// The expressions of the document that was made of the file, once they are evaluated.

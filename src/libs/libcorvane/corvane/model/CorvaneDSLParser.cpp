@@ -100,33 +100,33 @@ void ParseResult::logErrors() const
         qCWarning(lcModel).noquote() << "Parse error:" << error.toString();
 }
 
-ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent)
+ParseResult CorvaneDSLParser::parseFile(const QString &path, QObject *parent, const Look &look)
 {
     QString error;
     auto bytes = store::readInput(path, {.file = maxFileSize, .stream = maxStreamSize}, &error);
-    return bytes ? parseBytes(std::move(*bytes), parent) : unopened(error);
+    return bytes ? parseBytes(std::move(*bytes), parent, look) : unopened(error);
 }
 
 ParseResult CorvaneDSLParser::parseRegularFile(const QString &path, QObject *parent)
 {
     QString error;
     auto bytes = store::readRegularFile(path, maxFileSize, &error);
-    return bytes ? parseBytes(std::move(*bytes), parent) : unopened(error);
+    return bytes ? parseBytes(std::move(*bytes), parent, {}) : unopened(error);
 }
 
-ParseResult CorvaneDSLParser::parseBytes(QByteArray bytes, QObject *parent)
+ParseResult CorvaneDSLParser::parseBytes(QByteArray bytes, QObject *parent, const Look &look)
 {
     ParseResult result;
     readText(decode(std::exchange(bytes, {}), result), result);
-    readScene(result, parent);
+    readScene(result, parent, look);
     return result;
 }
 
-ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent)
+ParseResult CorvaneDSLParser::parseText(const QString &text, QObject *parent, const Look &look)
 {
     ParseResult result;
     readText(text, result);
-    readScene(result, parent);
+    readScene(result, parent, look);
     return result;
 }
 
@@ -138,15 +138,18 @@ void CorvaneDSLParser::readText(const QString &text, ParseResult &result)
 }
 
 /// From the map of the file, unless that had errors.
-void CorvaneDSLParser::readScene(ParseResult &result, QObject *parent)
+void CorvaneDSLParser::readScene(ParseResult &result, QObject *parent, const Look &look)
 {
     if (!result.errors.isEmpty())
         return;
+    if (look)
+        look(result);
     if (SceneMigrator::detectVersion(result.rawMap) >= 2) {
         compileLogical(result, parent);
         return;
     }
-    SceneVersion1Reader reader(result.rawMap);
+    result.text = QString();
+    SceneVersion1Reader reader(std::exchange(result.rawMap, {}));
     result.scene = reader.read(parent);
     result.warnings += reader.warnings();
     if (!result.scene)
