@@ -49,6 +49,8 @@ corvane_library(corvane_field
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
         corvane/xport/ExportSettings.cpp
+        corvane/xport/GridFindings.cpp
+        corvane/xport/GridScan.cpp
         corvane/xport/GridSeal.cpp
         corvane/xport/GridSurface.cpp
         corvane/xport/MemoryBudget.cpp
@@ -59,4 +61,5 @@ corvane_library(corvane_field
         corvane/xport/SealedField.cpp
         corvane/xport/VolumeExport.cpp
         corvane/xport/VolumeMesh.cpp
+        corvane/xport/WallCheck.cpp
     LINKS concurrency corvane_model mesh eval Qt6::Core Qt6::Gui)

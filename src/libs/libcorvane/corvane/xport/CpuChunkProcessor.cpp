@@ -2,10 +2,14 @@
 
 #include <corvane/mesh/DualContouring.h>
 #include <corvane/mesh/MarchingCubes.h>
+#include <corvane/xport/GridScan.h>
 #include <corvane/xport/SealedField.h>
+#include <corvane/xport/WallCheck.h>
 
 #include <QLoggingCategory>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -17,13 +21,28 @@ Q_LOGGING_CATEGORY(lcCpuChunks, "ondrel.corvane.export", QtWarningMsg)
 
 namespace {
 
-/// What is no number, or beyond all numbers, as a value that a crossing can be computed from.
-void makeFinite(std::span<float> samples)
+/// The bits of the largest size; those of infinities and of what is no number are larger than those
+/// of all numbers.
+int largestBits(std::span<const float> samples)
 {
+    int largest = 0;
+    for (const float value : samples)
+        largest = std::max(largest, std::bit_cast<int>(value) & 0x7fffffff);
+    return largest;
+}
+
+/// What is no number, or beyond all numbers, as a value that a crossing can be computed from.
+/// @return  whether any sample is that, or so far away that it is no value
+bool makeFinite(std::span<float> samples)
+{
+    constexpr int farBits = std::bit_cast<int>(eval::farDistance);
+    if (largestBits(samples) < farBits)
+        return false;
     for (float &value : samples) {
         if (!std::isfinite(value))
             value = value < 0.0f ? -eval::farDistance : eval::farDistance;
     }
+    return true;
 }
 
 float largestCoordinate(const ExportRequest &request)
@@ -43,6 +62,8 @@ struct CpuChunkProcessor::Lane
     eval::EvalFieldEvaluator evaluator;
     std::vector<float> samples;
     std::vector<float> xs;
+    bool hasValueless = false; ///< of the samples
+    GridFindings findings;
 };
 
 CpuChunkProcessor::CpuChunkProcessor(const eval::DefinitionTable &definitions)
@@ -56,6 +77,7 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
     m_origin = request.boundsMin;
     m_dual = request.extractor == static_cast<int>(SurfaceExtractor::DualContouring);
     m_seal = GridSeal(request);
+    m_cellSize = request.cellSize;
     m_crossingMargin = crossingMarginFor(request);
     auto scene =
         eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, m_definitions);
@@ -114,6 +136,7 @@ bool CpuChunkProcessor::march(const ChunkJob &job, Lane &lane, const std::atomic
     if (!sample(job, lane, cancelFlag))
         return false;
     applyChunkSeal(lane.samples, job.nx, job.ny, job.nz, job.sealFaces, job.cellSize);
+    scan(fieldOf(job, lane), 0, lane);
     out.rowsPerSlice = job.ny - 1;
     mesh::marchingCubes(fieldOf(job, lane), out.triangles, 0.0f, &cancelFlag, &out.rowEnds);
     return true;
@@ -139,6 +162,7 @@ bool CpuChunkProcessor::contour(const ChunkJob &job, Lane &lane, const std::atom
             rest = rest.subspan(nx);
         }
     }
+    scan(fieldOf(padded, lane), 1, lane);
     SealedField field(lane.evaluator, m_seal);
     mesh::DcState state(
         fieldOf(padded, lane),
@@ -161,6 +185,7 @@ bool CpuChunkProcessor::sample(const ChunkJob &job, Lane &lane,
             mesh::nodeCoordinate(m_origin.x(), job.cellSize, job.firstX + i);
     lane.samples.resize(nx * static_cast<std::size_t>(job.ny) * static_cast<std::size_t>(job.nz));
     std::span<float> rest(lane.samples);
+    lane.hasValueless = false;
     for (int k = 0; k < job.nz; ++k) {
         const float z = mesh::nodeCoordinate(m_origin.z(), job.cellSize, job.firstZ + k);
         for (int j = 0; j < job.ny; ++j) {
@@ -168,11 +193,40 @@ bool CpuChunkProcessor::sample(const ChunkJob &job, Lane &lane,
                 return false;
             const float y = mesh::nodeCoordinate(m_origin.y(), job.cellSize, job.firstY + j);
             lane.evaluator.evaluateRow(lane.xs, y, z, rest.first(nx));
+            lane.hasValueless |= makeFinite(rest.first(nx));
             rest = rest.subspan(nx);
         }
     }
-    makeFinite(lane.samples);
     return true;
+}
+
+void CpuChunkProcessor::scan(const mesh::ScalarField3D &field, int firstOwned, Lane &lane) const
+{
+    GridScan scan(field, firstOwned, lane.evaluator, m_seal);
+    scan.run(lane.findings);
+    if (lane.hasValueless)
+        scan.scanValueless(lane.findings);
+}
+
+QList<model::SceneWarning> CpuChunkProcessor::warnings(const std::atomic_bool &cancelFlag)
+{
+    GridFindings findings;
+    {
+        const QMutexLocker lock(&m_mutex);
+        for (const auto &lane : m_lanes)
+            findings.merge(lane->findings);
+    }
+    const auto positionOf = [this](const GridNode &node) {
+        return QVector3D(mesh::nodeCoordinate(m_origin.x(), m_cellSize, node.x),
+                         mesh::nodeCoordinate(m_origin.y(), m_cellSize, node.y),
+                         mesh::nodeCoordinate(m_origin.z(), m_cellSize, node.z));
+    };
+    QList<model::SceneWarning> warnings = findingsWarnings(findings, m_cellSize, positionOf);
+    eval::EvalFieldEvaluator field = makeEvaluator();
+    field.setCancelFlag(&cancelFlag);
+    if (const auto walls = WallCheck(field, m_cellSize, positionOf).check(std::move(findings)))
+        warnings.append(*walls);
+    return warnings;
 }
 
 void CpuChunkProcessor::release()
@@ -202,10 +256,12 @@ std::unique_ptr<CpuChunkProcessor::Lane> CpuChunkProcessor::borrowLane()
             return lane;
         }
     }
-    return std::unique_ptr<Lane>(new Lane{
-        eval::EvalFieldEvaluator(m_field.program, m_field.positionHandle, m_field.distanceHandle),
-        {},
-        {}});
+    return std::unique_ptr<Lane>(new Lane{makeEvaluator(), {}, {}, false, {}});
+}
+
+eval::EvalFieldEvaluator CpuChunkProcessor::makeEvaluator() const
+{
+    return {m_field.program, m_field.positionHandle, m_field.distanceHandle};
 }
 
 void CpuChunkProcessor::returnLane(std::unique_ptr<Lane> lane)

@@ -33,12 +33,18 @@ public:
     void release() override;
     QString name() const override;
 
+    /// What the samples show that the mesh will not, of all chunks; once, after the last and before
+    /// release().
+    QList<model::SceneWarning> warnings(const std::atomic_bool &cancelFlag);
+
 private:
     struct Lane;
 
     std::unique_ptr<Lane> borrowLane();
     void returnLane(std::unique_ptr<Lane> lane);
     void keepFault(const QString &fault);
+    eval::EvalFieldEvaluator makeEvaluator() const;
+    void scan(const mesh::ScalarField3D &field, int firstOwned, Lane &lane) const;
     bool sample(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag) const;
     bool march(const ChunkJob &job, Lane &lane, const std::atomic_bool &cancelFlag,
                ChunkSurface &out) const;
@@ -49,10 +55,11 @@ private:
     eval::DefinitionTable m_definitions;
     eval::CompiledField m_field;
     QVector3D m_origin;
+    float m_cellSize = 0.1f;
     float m_crossingMargin = 0.0f;
     bool m_dual = false; ///< dual contouring
-    GridSeal m_seal;     ///< of dual contouring
-    QMutex m_mutex;      ///< of the members below
+    GridSeal m_seal;
+    QMutex m_mutex; ///< of the members below
     std::vector<std::unique_ptr<Lane>> m_lanes;
     QString m_firstFault;
 };

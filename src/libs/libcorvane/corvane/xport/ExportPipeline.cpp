@@ -221,8 +221,12 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
         return ExportResult::failed(runner.error());
+    const QList<model::SceneWarning> warnings = processor.warnings(m_cancelled);
     m_stage = "making the mesh"_L1;
-    return MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled, definitions);
+    ExportResult result =
+        MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled, definitions);
+    result.warnings = warnings + result.warnings;
+    return result;
 }
 
 ExportResult ExportPipeline::exportOctree(const ExportRequest &request,
