@@ -587,7 +587,9 @@ void TstCorvaneTasks::parametersAreThoseOfTheDefinition()
              u"Failed to set parameter: radius must be a number, not 'big'. State: unchanged. "
              u"Suggestion: check parameters and try again."_s);
     QVERIFY(set(u"radius"_s, u"=time"_s).success);
-    const auto radius = [&] { return fixture.item(id)[u"parameters"_s].toObject()[u"radius"_s]; };
+    const auto radius = [&]() -> QJsonValue {
+        return fixture.item(id)[u"parameters"_s].toObject()[u"radius"_s];
+    };
     QCOMPARE(radius().toObject()[u"expr"_s].toString(), u"time"_s);
     QVERIFY(set(u"radius"_s, u"2.5"_s).success); // a text is read as what it holds
     QCOMPARE(radius().toDouble(), 2.5);
