@@ -32,14 +32,19 @@ LogicalInstance node(int number, const QString &definitionId)
 }
 
 /// Unions of ten in unions of ten; each node has three wrappers and some parameters.
-QVariantMap treeMap(int count)
+/// @param width  of a box; "%1" stands for its number
+QVariantMap treeMap(int count, const QVariant &width = 0.5)
 {
     QList<LogicalInstance> nodes;
     for (int i = 0; i < count; ++i) {
         const bool isParent = 10 * i + 1 < count;
         nodes.append(node(i, isParent ? u"union"_s : u"box"_s));
         if (!isParent)
-            nodes.last().params = {{u"width"_s, 0.5}, {u"height"_s, 1.0}, {u"depth"_s, 0.25 * i}};
+            nodes.last().params = {{u"width"_s, width.typeId() == QMetaType::QString
+                                                    ? QVariant(width.toString().arg(i))
+                                                    : width},
+                                   {u"height"_s, 1.0},
+                                   {u"depth"_s, 0.25 * i}};
         if (i > 0)
             nodes[(i - 1) / 10].children.append(numbered(i));
     }
@@ -112,6 +117,24 @@ struct Editor
     LogicalSceneCompiler compiler;
     expr::ExpressionManager expressions{&document};
     int sceneChanges = 0;
+};
+
+/// The same tree, where each box reads a variable and the expressions follow every compile.
+struct DrivenEditor : Editor
+{
+    explicit DrivenEditor(int count)
+        : Editor(treeMap(count, u"=w * (%1 + 0.5)"_s))
+    {
+        QObject::connect(&compiler, &LogicalSceneCompiler::compiled, &expressions,
+                         &expr::ExpressionManager::evaluateAll);
+        document.setVariableEntry(u"w"_s, {.value = 1.0});
+    }
+
+    double widthOf(int number) const
+    {
+        const QUuid core = compiler.mappings().value(numbered(number)).coreId;
+        return document.instance(core).parameter(u"width"_s).toDouble();
+    }
 };
 
 void compileAll(benchmark::State &state, const QVariantMap &map, qsizetype itemsPerNode)
@@ -200,6 +223,40 @@ void editTransform(benchmark::State &state)
         state.SkipWithError("the edit did not arrive, or not on the light path");
 }
 
+/// A node comes and goes: two compiles, each with its evaluation.
+void addAndRemoveNodeWithExpressions(benchmark::State &state)
+{
+    DrivenEditor editor(int(state.range(0)) / 4);
+    const QUuid root = numbered(0);
+    for (auto step : state) {
+        const QUuid added = editor.scene.addInstance(u"box"_s, root);
+        editor.scene.removeInstance(added);
+    }
+    const int last = int(state.range(0)) / 4 - 1;
+    if (editor.widthOf(last) != 0.5 + last)
+        state.SkipWithError("an expression was not evaluated");
+}
+
+void stepVariable(benchmark::State &state)
+{
+    const int last = int(state.range(0)) / 4 - 1;
+    DrivenEditor editor(last + 1);
+    double w = 1.0;
+    for (auto step : state)
+        editor.document.setVariableEntry(u"w"_s, {.value = w += 1.0});
+    if (editor.widthOf(last) != w * (0.5 + last))
+        state.SkipWithError("the variable did not arrive");
+}
+
+/// One that no expression reads.
+void changeSetting(benchmark::State &state)
+{
+    DrivenEditor editor(int(state.range(0)) / 4);
+    double fov = 10.0;
+    for (auto step : state)
+        editor.document.setSceneSetting(u"camera.fov"_s, fov += 0.5);
+}
+
 } // namespace
 
 BENCHMARK(fullCompile)->Arg(1000)->Arg(10000)->Arg(50000)->Unit(benchmark::kMillisecond);
@@ -212,5 +269,9 @@ BENCHMARK(fullCompileOfComponents)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(editParameter)->Arg(1000)->Arg(10000)->Arg(50000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(editTransform)->Arg(1000)->Arg(10000)->Arg(50000)->Unit(benchmark::kMicrosecond);
+// By the number of items, four a node.
+BENCHMARK(addAndRemoveNodeWithExpressions)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(stepVariable)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(changeSetting)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

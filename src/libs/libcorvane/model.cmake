@@ -78,5 +78,6 @@ corvane_library(corvane_model
         corvane/expr/ExpressionManager.cpp
         corvane/expr/NameRewriter.cpp
         corvane/expr/NameScanner.cpp
+        corvane/expr/NodeNames.cpp
     LINKS corvane_definitions eval Qt6::Core Qt6::Gui
     PRIVATE_LINKS store)

@@ -435,6 +435,16 @@ corvane:)",
      {R"(line 16, definitions.blob: it has no "name" and "shaderCode", so it is not used. Give it "name" and "shaderCode".)",
       R"(line 17, definitions[0].nam: nothing reads this key. Did you mean "name"?)",
       R"(line 20, definitions[0].parameters[0].type: "flaot" is no type of a parameter, so decimal is used. Did you mean "float"?)"}},
+    {"parameter in braces",
+     "  instances:",
+     R"(  definitions:
+    - id: blob
+      name: Blob
+      shaderCode: "float sdf_blob(vec3 p, float size) { return length(p) - size; }"
+      parameters:
+        - {name: size, type: float}
+  instances:)",
+     {R"(line 20, definitions.blob: parameter 1 stands in braces, which an entry of a list can't, so it has no name and the definition is not used. Write "- name: its_name", and its other keys below, each on a line.)"}},
 };
 
 const Mistake treeMistakes[] = {

@@ -102,7 +102,8 @@ void TstFileScopedDefinitions::equalContentIsLeftAlone()
 
 void TstFileScopedDefinitions::invalidDefinitionIsNotRegistered()
 {
-    QTest::ignoreMessage(QtWarningMsg, "Corvane: Invalid file-scoped definition: \"blob\"");
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Corvane: Invalid file-scoped definition: \"blob\" has no shaderCode");
     const auto scene = Corvane::loadFromFile(write(u"definitions:\n  - id: blob\n    name: B\n"_s));
     QVERIFY(scene);
     QVERIFY(scene->hasCustomDefinition(u"blob"_s));

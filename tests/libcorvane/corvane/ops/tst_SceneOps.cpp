@@ -64,6 +64,7 @@ private slots:
     void renamedVariableTakesExpressionsAlong();
     void renamedItemIsFollowedByAllThatNameIt_data();
     void renamedItemIsFollowedByAllThatNameIt();
+    void nodeIsReadByItsOwnName();
     void variablesOfTwoVarsetsMayShareAFullName();
     void brokenExpressionsGetTheirValuesBack();
     void nestingIntoItselfIsRefused();
@@ -279,6 +280,47 @@ void TstSceneOps::renamedItemIsFollowedByAllThatNameIt()
     QCOMPARE(fixture.state(), before);
     fixture.stack().redo();
     QCOMPARE(fixture.state(), after);
+}
+
+void TstSceneOps::nodeIsReadByItsOwnName()
+{
+    OpFixture fixture;
+    const QUuid ball = fixture.addNode(u"sphere"_s);
+    const QUuid reader = fixture.addNode(u"sphere"_s);
+    EditorFollowers followers(fixture);
+    const auto rename = [&fixture, &ball](const QString &name) {
+        return fixture.apply(OpKind::ItemRename, {{u"itemId"_s, ball}, {u"newName"_s, name}});
+    };
+    const auto setRadius = [&fixture](const QUuid &id, const QVariant &value) {
+        return fixture.apply(
+            OpKind::SdfSetParameter,
+            {{u"itemId"_s, id}, {u"paramName"_s, u"radius"_s}, {u"value"_s, value}});
+    };
+    const auto radius = [&] {
+        const QUuid core = followers.compiler.mappings().value(reader).coreId;
+        return fixture.document->instance(core).parameter(u"radius"_s).toDouble();
+    };
+    QVERIFY(rename(u"Ball"_s) && setRadius(ball, 3.0));
+    QVERIFY(setRadius(reader, u"=Ball.radius * 2.0"_s));
+    QCOMPARE(radius(), 6.0);
+    const QByteArray before = fixture.state();
+    QVERIFY(rename(u"Big ball"_s));
+    const QVariant text = fixture.tree.instance(reader)->params.value(u"radius"_s);
+    QCOMPARE(model::ParameterValue::fromVariant(text).expression, u"\"Big ball\".radius * 2.0"_s);
+    const QByteArray after = fixture.state();
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    QCOMPARE(fixture.state(), after);
+    QVERIFY(setRadius(ball, 4.0));
+    QCOMPARE(radius(), 8.0);
+    // A second node of that name: it means neither.
+    fixture.tree.setInstanceName(reader, u"Big ball"_s);
+    QCOMPARE(followers.expressions.errors().size(), 1);
+    QVERIFY2(followers.expressions.errors().first().contains(u"Unknown name: Big ball"_s),
+             qPrintable(followers.expressions.errors().first()));
+    fixture.tree.setInstanceName(reader, u"Reader"_s);
+    QCOMPARE(followers.expressions.errors(), QStringList());
 }
 
 void TstSceneOps::variablesOfTwoVarsetsMayShareAFullName()

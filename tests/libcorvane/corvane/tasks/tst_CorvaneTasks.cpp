@@ -300,6 +300,20 @@ void TstCorvaneTasks::failuresSayWhatRemains_data()
     rowOf("bench: a parameter missing", u"mesh.bench.run"_s,
           mapOf(R"({"scenesDir": "a", "definitionsDir": "b"})"),
           u"mesh.bench.run needs 'dbPath'. State: unchanged."_s);
+    rowOf("bench: unknown argument of a run", u"mesh.bench.run"_s, mapOf(R"({"sceneDir": "a"})"),
+          u"Failed to queue bench set: unknown argument 'sceneDir'. State: unchanged. Suggestion: "
+          u"provide \"scenesDir\" instead; the task takes scenesDir, definitionsDir, dbPath, "
+          u"artifactsDir, testSetName, scenePaths, definitionPaths, exportTimeoutMs."_s);
+    rowOf("bench: unknown argument of a query", u"mesh.bench.query"_s,
+          mapOf(R"({"dbPath": "a.db", "scenes": "b"})"),
+          u"Failed to query bench results: unknown argument 'scenes'. State: unchanged. "
+          u"Suggestion: provide \"scene\" instead; the task takes dbPath, testSetId, scene, "
+          u"definition."_s);
+    rowOf("bench: unknown argument of a comparison", u"mesh.bench.compare"_s,
+          mapOf(R"({"dbPath": "a.db", "left": "b"})"),
+          u"Failed to compare bench definitions: unknown argument 'left'. State: unchanged. "
+          u"Suggestion: leave it out; the task takes dbPath, definitionA, definitionB, testSetId, "
+          u"scene."_s);
     rowOf("export: steps in a map", u"mesh.export"_s,
           mapOf(R"({"scenePath": "a", "outputPath": "/x.stl", "postprocess": {"weld": 1}})"),
           u"Failed to export mesh: \"postprocess\" must be a list of texts. State: unchanged. "

@@ -19,6 +19,7 @@ private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void newErrorsAreToldOnce();
     void errorsSayWhereTheyStand();
+    void nodesAreKnownByTheirNames();
     void derivedVariablesHaveTheirTypes();
     void countFollowsAnyEdit();
 
@@ -77,6 +78,29 @@ void TstSceneErrors::errorsSayWhereTheyStand()
     QVERIFY(!errors.at(0).error.isEmpty());
     QCOMPARE(errors.at(1).path, u"varset"_s);
     QCOMPARE(errors.at(1).location, u"varset:Default.w"_s);
+}
+
+/// Compiled or not, as long as one node alone has the name.
+void TstSceneErrors::nodesAreKnownByTheirNames()
+{
+    TaskFixture fixture;
+    const QString ball = fixture.add(u"sphere"_s, {{u"name"_s, u"Ball"_s}});
+    const QString reader = fixture.add(u"sphere"_s, {{u"name"_s, u"Reader"_s}});
+    const auto count = [&fixture] {
+        const int counted = SceneErrorCounter::of(SceneAccess::current()).count();
+        const auto listed = scanSceneErrors(*fixture.document, &fixture.tree);
+        return counted == listed.size() ? counted : -1;
+    };
+    setParameter(fixture, reader, u"=Ball.radius"_s);
+    QCOMPARE(count(), 1); // it has no radius yet
+    setParameter(fixture, ball, u"=1.0 + 1.0"_s);
+    QCOMPARE(count(), 0);
+    fixture.tree.setInstanceName(QUuid::fromString(ball), u"Moon"_s);
+    QCOMPARE(count(), 1);
+    fixture.tree.setInstanceName(QUuid::fromString(ball), u"Ball"_s);
+    QCOMPARE(count(), 0);
+    fixture.tree.setInstanceName(QUuid::fromString(reader), u"Ball"_s);
+    QCOMPARE(count(), 1);
 }
 
 /// What derives a variable says its type before anybody evaluates it.

@@ -154,6 +154,16 @@ QString missingOf(const QVariantMap &definition)
     return listed(missing);
 }
 
+/// "{name: radius}" behind the "-" of a list is read as a text, or as a map whose first key begins
+/// with the brace.
+bool isInBraces(const QVariant &entry)
+{
+    const QVariantMap map = entry.toMap();
+    const bool isBracedKey = std::any_of(map.keyBegin(), map.keyEnd(),
+                                         [](const QString &key) { return key.startsWith(u'{'); });
+    return isBracedKey || entry.toString().startsWith(u'{');
+}
+
 void checkDefinition(const QVariantMap &definition, const KeyPath &path, Findings &findings)
 {
     const QString id = definition.value(u"id"_s).toString();
@@ -169,11 +179,19 @@ void checkDefinition(const QVariantMap &definition, const KeyPath &path, Finding
     for (qsizetype i = 0; i < parameters.size(); ++i) {
         const KeyPath at = path + KeyPath{u"parameters"_s, u"#%1"_s.arg(i)};
         const QString name = parameters.at(i).toMap().value(u"name"_s).toString();
+        if (isInBraces(parameters.at(i))) {
+            findings.addNamed(
+                where, at,
+                u"parameter %1 stands in braces, which an entry of a list can't, so it has no name "
+                u"and the definition is not used"_s.arg(i + 1),
+                u"Write \"- name: its_name\", and its other keys below, each on a line"_s);
+            continue;
+        }
         if (name.isEmpty() || names.contains(name))
             findings.addNamed(
                 where, at,
                 name.isEmpty()
-                    ? u"a parameter has no name, so it is not used"_s
+                    ? u"parameter %1 has no name, so it is not used"_s.arg(i + 1)
                     : u"two parameters are called \"%1\", so it is not used"_s.arg(shown(name)),
                 u"Give each parameter a name of its own"_s);
         names.append(name);

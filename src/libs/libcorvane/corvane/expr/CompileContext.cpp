@@ -28,6 +28,15 @@ void bindVariables(CompileContext &context, const model::Corvane &scene)
 
 } // namespace
 
+void CompileContext::bindItem(const QString &name, const QVariantMap &params)
+{
+    instanceNames.insert(name);
+    // One by one: a map that is inserted whole takes as long as the one that it goes into.
+    const auto types = parameterTypes(name, params);
+    for (auto it = types.cbegin(); it != types.cend(); ++it)
+        variables.insert(it.key(), *it);
+}
+
 bool CompileContext::isKnown(const QString &name) const
 {
     return variables.contains(name) || builtinNames.contains(name) ||
@@ -64,23 +73,32 @@ ExprType typeOfVariable(const model::VarsetEntry &entry)
     return named == ExprType::Unknown ? ofValue : named;
 }
 
-bool isMeantByItsName(const model::Corvane &scene, const model::SceneItem &item)
+QStringList readableNames(const model::Corvane &scene, const NodeNames &nodeNames,
+                          const model::SceneItem &item)
 {
-    return !item.name.isEmpty() && scene.instanceIdByName(item.name) == item.id;
+    QStringList names{item.name, NodeNames::of(item)};
+    names.removeDuplicates();
+    names.removeIf([&](const QString &name) {
+        return name.isEmpty() || itemMeantBy(scene, nodeNames, name) != item.id;
+    });
+    return names;
 }
 
-QMap<QString, ExprType> parameterTypes(const model::SceneItem &item)
+ExprType typeOfParameter(const QVariant &stored)
+{
+    const auto parameter = model::ParameterValue::fromVariant(stored);
+    const ExprType type = exprTypeOfValue(parameter.value());
+    // An expression that has had no value yet: nearly all of them are numbers.
+    const bool isNumber =
+        type == ExprType::Unknown || (parameter.isExpression() && type == ExprType::Int);
+    return isNumber ? ExprType::Float : type;
+}
+
+QMap<QString, ExprType> parameterTypes(const QString &name, const QVariantMap &params)
 {
     QMap<QString, ExprType> types;
-    const QVariantMap params = model::Instance(item).rawParams();
-    for (auto it = params.cbegin(); it != params.cend(); ++it) {
-        const auto parameter = model::ParameterValue::fromVariant(*it);
-        const ExprType type = exprTypeOfValue(parameter.value());
-        // An expression that has had no value yet: nearly all of them are numbers.
-        const bool isNumber =
-            type == ExprType::Unknown || (parameter.isExpression() && type == ExprType::Int);
-        types.insert(types.cend(), item.name + u'.' + it.key(), isNumber ? ExprType::Float : type);
-    }
+    for (auto it = params.cbegin(); it != params.cend(); ++it)
+        types.insert(types.cend(), name + u'.' + it.key(), typeOfParameter(*it));
     return types;
 }
 
@@ -98,15 +116,14 @@ CompileContext buildVariableContext(const model::Corvane &scene)
 CompileContext buildCompileContext(const model::Corvane &scene)
 {
     CompileContext context = buildVariableContext(scene);
+    const NodeNames nodeNames(scene);
     const auto items = scene.items();
     for (const model::SceneItem &item : items) {
-        if (item.itemType != model::ItemTypes::Sdf || !isMeantByItsName(scene, item))
+        if (item.itemType != model::ItemTypes::Sdf)
             continue;
-        context.instanceNames.insert(item.name);
-        // One by one: a map that is inserted whole takes as long as the one that it goes into.
-        const auto types = parameterTypes(item);
-        for (auto it = types.cbegin(); it != types.cend(); ++it)
-            context.variables.insert(it.key(), *it);
+        const QStringList names = readableNames(scene, nodeNames, item);
+        for (const QString &name : names)
+            context.bindItem(name, model::Instance(item).rawParams());
     }
     // Variables win over parameters of the same name.
     bindVariables(context, scene);

@@ -15,6 +15,7 @@ const ExprGraph::Node *ExprGraph::node(const QString &name) const
 void ExprGraph::clear()
 {
     m_nodes.clear();
+    m_dirty.clear();
     m_order.reset();
 }
 
@@ -25,7 +26,7 @@ void ExprGraph::addLeaf(const QString &name, const QVariant &value)
         m_order.reset();
     leaf.isExpression = false;
     leaf.compiled = {};
-    leaf.dirty = false;
+    setDirty(leaf, false);
     leaf.value = value;
 }
 
@@ -36,7 +37,7 @@ void ExprGraph::addExpression(const QString &name, const CompiledExpression &com
     m_order.reset();
     node.isExpression = true;
     node.compiled = compiled;
-    node.dirty = true;
+    setDirty(node, true);
     node.value = value;
     link(name, compiled.dependencies);
 }
@@ -72,7 +73,9 @@ void ExprGraph::removeNode(const QString &name)
     const auto it = m_nodes.find(name);
     if (it == m_nodes.end())
         return;
-    m_order.reset();
+    if (it->isExpression || !it->dependents.isEmpty() || !it->dependencies.isEmpty())
+        m_order.reset();
+    m_dirty.remove(name);
     unlinkDependencies(*it);
     const QStringList dependents = it->dependents;
     for (const QString &dependent : dependents)
@@ -86,7 +89,7 @@ void ExprGraph::setResult(const QString &name, const QVariant &value)
     if (it == m_nodes.end())
         return;
     it->value = value;
-    it->dirty = false;
+    setDirty(*it, false);
 }
 
 void ExprGraph::overwriteResult(const QString &name, const QVariant &value)
@@ -95,7 +98,7 @@ void ExprGraph::overwriteResult(const QString &name, const QVariant &value)
     if (it == m_nodes.end())
         return;
     it->value = value;
-    it->dirty = it->isExpression;
+    setDirty(*it, it->isExpression);
     markDependentsDirty(name);
 }
 
@@ -119,9 +122,10 @@ QStringList ExprGraph::computeOrder() const
     QHash<QString, qsizetype> waitingFor;
     QStringList ready;
     for (auto it = m_nodes.cbegin(); it != m_nodes.cend(); ++it) {
-        if (it->dependencies.isEmpty())
+        // Most nodes are plain values that nothing reads.
+        if (it->dependencies.isEmpty() && (it->isExpression || !it->dependents.isEmpty()))
             ready.append(it.key());
-        else
+        else if (!it->dependencies.isEmpty())
             waitingFor.insert(it.key(), it->dependencies.size());
     }
     QStringList order;
@@ -147,6 +151,15 @@ QStringList ExprGraph::detectCycles() const
             left.append(it.key());
     }
     return left;
+}
+
+void ExprGraph::setDirty(Node &node, bool dirty)
+{
+    node.dirty = dirty;
+    if (dirty && node.isExpression)
+        m_dirty.insert(node.name);
+    else
+        m_dirty.remove(node.name);
 }
 
 ExprGraph::Node &ExprGraph::replaceable(const QString &name)
@@ -194,7 +207,7 @@ void ExprGraph::markDependentsDirty(const QString &name)
             continue;
         seen.insert(dependent);
         Node &node = m_nodes[dependent];
-        node.dirty = true;
+        setDirty(node, true);
         work += node.dependents;
     }
 }

@@ -3,6 +3,7 @@
 #include <corvane/expr/CompiledExpression.h>
 
 #include <QMap>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -53,6 +54,9 @@ public:
     /// Stores a value that came from elsewhere than the expression: the node is dirty, and so is
     /// all that reads it.
     void overwriteResult(const QString &name, const QVariant &value);
+    /// Whether any expression is dirty, and whether this one is.
+    bool hasDirty() const { return !m_dirty.isEmpty(); }
+    bool isDirty(const QString &name) const { return m_dirty.contains(name); }
     /// Marks all that reads a name, directly or not.
     void markDependentsDirty(const QString &name);
     /// Gives every expression a program of its own, so that a copy of the graph may go to another
@@ -72,8 +76,10 @@ private:
     void unlinkDependencies(const Node &node);
 
     QStringList computeOrder() const;
+    void setDirty(Node &node, bool dirty);
 
     QMap<QString, Node> m_nodes;
+    QSet<QString> m_dirty;                      ///< the expressions among the nodes that are
     mutable std::optional<QStringList> m_order; ///< kept until an expression or a link changes
 };
 

@@ -26,6 +26,76 @@ bool isRead(const ExprModel &model, const QString &name)
     });
 }
 
+/// Whether an expression reads a parameter by an item's name, tries to, or would mean another thing
+/// if there were such an item.
+bool isRead(const ExprModel &model, const QString &itemName, const QUuid &holder)
+{
+    const QString head = itemName.section(u'.', 0, 0);
+    if (holder.isNull() && (model.context.isKnown(itemName) || model.context.isKnown(head)))
+        return true;
+    const QString prefix = itemName + u'.';
+    const auto &nodes = model.graph.nodes();
+    for (auto it = nodes.lowerBound(prefix); it != nodes.cend() && it.key().startsWith(prefix);
+         ++it) {
+        if (!it->dependents.isEmpty())
+            return true;
+    }
+    return std::any_of(model.errors.keyBegin(), model.errors.keyEnd(), [&](const QString &reader) {
+        const ExprGraph::Node *failure = model.graph.node(reader);
+        return failure && failure->compiled.source.contains(itemName);
+    });
+}
+
+QVariantMap paramsOf(const model::SceneItem &item)
+{
+    return item.typeData.value(u"params"_s).toMap();
+}
+
+ExprModel::ItemState stateOf(const model::SceneItem &item)
+{
+    return {item.name, NodeNames::of(item), item.typeData, item.translate, item.rotate, item.scale};
+}
+
+/// Not by way of stateOf(): nearly all items are as they were, and share their data with the state.
+bool isAs(const ExprModel::ItemState &state, const model::SceneItem &item)
+{
+    return state.typeData == item.typeData && state.name == item.name &&
+           state.translate == item.translate && state.rotate == item.rotate &&
+           state.scale == item.scale;
+}
+
+QVariantMap paramsOfState(const ExprModel &model, const QUuid &id)
+{
+    return model.items.value(id).typeData.value(u"params"_s).toMap();
+}
+
+void bindName(ExprModel &model, const QString &name, const model::SceneItem &item)
+{
+    const QVariantMap params = paramsOf(item);
+    const auto types = parameterTypes(name, params);
+    model.named.insert(name, item.id);
+    model.context.instanceNames.insert(name);
+    for (auto param = params.keyBegin(); param != params.keyEnd(); ++param) {
+        const QString full = name + u'.' + *param;
+        if (model.variables.contains(full))
+            continue; // variables win over parameters of the same name
+        model.context.variables.insert(full, types.value(full));
+        model.parameterNodes.insert(full, parameterNode(item.id, *param));
+    }
+}
+
+void unbindName(ExprModel &model, const QString &name, const QUuid &holder)
+{
+    const auto params = paramsOfState(model, holder);
+    for (auto param = params.keyBegin(); param != params.keyEnd(); ++param) {
+        const QString full = name + u'.' + *param;
+        if (model.parameterNodes.remove(full) > 0)
+            model.context.variables.remove(full);
+    }
+    model.context.instanceNames.remove(name);
+    model.named.remove(name);
+}
+
 /// Whether the field that a parameter drives, if there is one, is what the parameter gave.
 bool isInStep(const model::Instance &instance, const QString &param, const QVariant &value)
 {
@@ -103,6 +173,7 @@ ExprModel ExprModelBuilder::build()
     for (const BuiltinVariable &builtin : builtinVariables())
         model.graph.addLeaf(builtin.name, {});
     addVariables(model);
+    model.nodeNames = NodeNames(m_scene);
     const auto items = m_scene.items();
     for (const model::SceneItem &item : items) {
         if (item.itemType == model::ItemTypes::Sdf)
@@ -128,33 +199,148 @@ CompileContext ExprModelBuilder::buildContext() const
 ExprModelBuilder::Change ExprModelBuilder::updateInstance(ExprModel &model,
                                                           const model::Instance &instance) const
 {
-    const bool isNamedAnew = updateNames(model, instance);
-    const QString prefix = parameterNode(instance.id, {});
-    const QVariantMap params = instance.rawParams();
-    QStringList gone;
-    const auto &nodes = model.graph.nodes();
-    for (auto it = nodes.lowerBound(prefix); it != nodes.cend() && it.key().startsWith(prefix);
-         ++it) {
-        const QString param = it.key().mid(prefix.size());
-        if (!params.contains(param))
-            gone.append(param);
+    return updateItemsOf(model, {instance.id});
+}
+
+ExprModelBuilder::Change ExprModelBuilder::updateItems(ExprModel &model,
+                                                       QList<QUuid> &changed) const
+{
+    changed = differingItems(model);
+    const Change change = updateItemsOf(model, changed);
+    changed.removeIf([&model](const QUuid &id) { return !model.items.contains(id); });
+    return change;
+}
+
+/// One walk over both, in the order of ids.
+QList<QUuid> ExprModelBuilder::differingItems(const ExprModel &model) const
+{
+    QList<QUuid> differing;
+    const auto items = m_scene.items();
+    auto known = model.items.cbegin();
+    for (auto item = items.cbegin(); item != items.cend(); ++item) {
+        for (; known != model.items.cend() && known.key() < item.key(); ++known)
+            differing.append(known.key());
+        const bool isSdf = item->itemType == model::ItemTypes::Sdf;
+        const bool wasThere = known != model.items.cend() && known.key() == item.key();
+        if (wasThere ? !isSdf || !isAs(*known, *item) : isSdf)
+            differing.append(item.key());
+        if (wasThere)
+            ++known;
     }
-    if (removeParameters(model, instance, gone) || isNamedAnew)
+    for (; known != model.items.cend(); ++known)
+        differing.append(known.key());
+    return differing;
+}
+
+/// All names first: one of the new items may read another.
+ExprModelBuilder::Change ExprModelBuilder::updateItemsOf(ExprModel &model,
+                                                         const QList<QUuid> &ids) const
+{
+    if (!moveNames(model, ids))
         return Change::Names;
-    Change change = gone.isEmpty() ? Change::None : Change::Expression;
-    for (auto it = params.cbegin(); it != params.cend(); ++it)
-        change = std::max(change, updateParameter(model, instance, it.key(), *it));
+    Change change = Change::None;
+    for (const QUuid &id : ids) {
+        const model::Instance instance = m_scene.instance(id);
+        if (m_scene.hasItem(id) && instance.itemType == model::ItemTypes::Sdf) {
+            change = std::max(change, updateParameters(model, instance));
+            model.items.insert(id, stateOf(instance));
+        } else {
+            removeItem(model, id);
+            change = std::max(change, Change::Expression);
+        }
+    }
     if (change == Change::Expression)
         reportCycles(model);
     return change;
 }
 
+/// Gives the names of these items to those that have them now. False when an expression would have
+/// to be compiled anew.
+bool ExprModelBuilder::moveNames(ExprModel &model, const QList<QUuid> &ids) const
+{
+    QSet<QString> touched;
+    for (const QUuid &id : ids) {
+        const auto known = model.items.constFind(id);
+        const ExprModel::ItemState before =
+            known == model.items.cend() ? ExprModel::ItemState{} : *known;
+        const model::SceneItem item = m_scene.item(id);
+        const bool isSdf = m_scene.hasItem(id) && item.itemType == model::ItemTypes::Sdf;
+        const QString nodeName = isSdf ? NodeNames::of(item) : QString();
+        const QString name = isSdf ? item.name : QString();
+        if (before.nodeName != nodeName) {
+            model.nodeNames.remove(before.nodeName, id);
+            model.nodeNames.add(nodeName, id);
+            touched.unite({before.nodeName, nodeName});
+        }
+        if (before.name != name)
+            touched.unite({before.name, name});
+    }
+    touched.remove({});
+    return std::all_of(touched.cbegin(), touched.cend(),
+                       [&](const QString &name) { return moveName(model, name); });
+}
+
+bool ExprModelBuilder::moveName(ExprModel &model, const QString &name) const
+{
+    const QUuid before = model.named.value(name);
+    const model::SceneItem meant = m_scene.item(itemMeantBy(m_scene, model.nodeNames, name));
+    const bool isSdf = meant.itemType == model::ItemTypes::Sdf;
+    const QUuid now = isSdf ? meant.id : QUuid();
+    if (before == now)
+        return true;
+    if (isRead(model, name, before))
+        return false;
+    if (!before.isNull())
+        unbindName(model, name, before);
+    if (!now.isNull())
+        bindName(model, name, meant);
+    return true;
+}
+
+/// Its names have gone already.
+void ExprModelBuilder::removeItem(ExprModel &model, const QUuid &id) const
+{
+    const QVariantMap params = paramsOfState(model, id);
+    removeParameters(model, {}, id, params.keys());
+    model.items.remove(id);
+}
+
+ExprModelBuilder::Change ExprModelBuilder::updateParameters(ExprModel &model,
+                                                            const model::Instance &instance) const
+{
+    const bool isNamedAnew = updateNames(model, instance);
+    const QVariantMap params = instance.rawParams();
+    QStringList gone = paramsOfState(model, instance.id).keys();
+    gone.removeIf([&params](const QString &param) { return params.contains(param); });
+    const QStringList names = readableNames(m_scene, model.nodeNames, instance);
+    if (removeParameters(model, names, instance.id, gone) || isNamedAnew)
+        return Change::Names;
+    Change change = gone.isEmpty() ? Change::None : Change::Expression;
+    for (auto it = params.cbegin(); it != params.cend(); ++it)
+        change = std::max(change, updateParameter(model, instance, it.key(), *it));
+    return change;
+}
+
+bool ExprModelBuilder::takeResults(ExprModel &model, const model::Instance &instance) const
+{
+    const QVariantMap before = paramsOfState(model, instance.id);
+    const QVariantMap now = paramsOf(instance);
+    const auto isSameType = [](const QVariant &a, const QVariant &b) {
+        return typeOfParameter(a) == typeOfParameter(b);
+    };
+    const bool areSame =
+        std::equal(before.cbegin(), before.cend(), now.cbegin(), now.cend(), isSameType);
+    model.items.insert(instance.id, stateOf(instance));
+    return !areSame && updateNames(model, instance);
+}
+
 bool ExprModelBuilder::updateNames(ExprModel &model, const model::Instance &instance) const
 {
-    if (!isMeantByItsName(m_scene, instance))
-        return false;
     bool isCompiledAnew = false;
-    const auto types = parameterTypes(instance);
+    QMap<QString, ExprType> types;
+    const QStringList names = readableNames(m_scene, model.nodeNames, instance);
+    for (const QString &name : names)
+        types.insert(parameterTypes(name, instance.rawParams()));
     for (auto it = types.cbegin(); it != types.cend(); ++it) {
         const auto known = model.context.variables.constFind(it.key());
         const bool isNew = known == model.context.variables.cend();
@@ -217,14 +403,14 @@ QStringList ExprModelBuilder::compileOrder(const ExprModel &model,
 
 void ExprModelBuilder::addInstance(ExprModel &model, const model::Instance &instance) const
 {
-    const bool isNamed = isMeantByItsName(m_scene, instance);
+    model.items.insert(instance.id, stateOf(instance));
+    const QStringList names = readableNames(m_scene, model.nodeNames, instance);
+    for (const QString &name : names)
+        bindName(model, name, instance);
     const QVariantMap params = instance.rawParams();
     for (auto it = params.cbegin(); it != params.cend(); ++it) {
         const QString node = parameterNode(instance.id, it.key());
         const auto parameter = model::ParameterValue::fromVariant(*it);
-        const QString name = instance.name + u'.' + it.key();
-        if (isNamed && !model.variables.contains(name))
-            model.parameterNodes.insert(name, node);
         if (!parameter.isExpression()) {
             model.graph.addLeaf(node, parameter.literal);
             continue;
@@ -249,9 +435,12 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
     const auto parameter = model::ParameterValue::fromVariant(stored);
     const ExprGraph::Node *known = model.graph.node(node);
     if (!known) {
-        const QString name = instance.name + u'.' + param;
-        if (isMeantByItsName(m_scene, instance) && !model.variables.contains(name))
-            model.parameterNodes.insert(name, node);
+        const QStringList names = readableNames(m_scene, model.nodeNames, instance);
+        for (const QString &name : names) {
+            const QString full = name + u'.' + param;
+            if (!model.variables.contains(full))
+                model.parameterNodes.insert(full, node);
+        }
     }
     if (!parameter.isExpression()) {
         const bool wasExpression = known && known->isExpression;
@@ -284,20 +473,22 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
     return Change::Expression;
 }
 
-bool ExprModelBuilder::removeParameters(ExprModel &model, const model::Instance &instance,
+bool ExprModelBuilder::removeParameters(ExprModel &model, const QStringList &names, const QUuid &id,
                                         const QStringList &gone) const
 {
     bool isAnyRead = false;
     for (const QString &param : gone) {
-        const QString node = parameterNode(instance.id, param);
-        const QString name = instance.name + u'.' + param;
+        const QString node = parameterNode(id, param);
         model.graph.markDependentsDirty(node);
         model.graph.removeNode(node);
         model.errors.remove(node);
-        if (model.parameterNodes.value(name) == node) {
-            isAnyRead = isAnyRead || isRead(model, name);
-            model.parameterNodes.remove(name);
-            model.context.variables.remove(name);
+        for (const QString &name : names) {
+            const QString full = name + u'.' + param;
+            if (model.parameterNodes.value(full) != node)
+                continue;
+            isAnyRead = isAnyRead || isRead(model, full);
+            model.parameterNodes.remove(full);
+            model.context.variables.remove(full);
         }
     }
     return isAnyRead;

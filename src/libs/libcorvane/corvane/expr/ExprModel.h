@@ -31,8 +31,24 @@ struct ExprModel
         bool operator==(const VariableShape &) const = default;
     };
 
+    /// What of an item the model was made of.
+    struct ItemState
+    {
+        QString name{};
+        QString nodeName{};
+        QVariantMap typeData{};
+        QVector3D translate{};
+        QVector3D rotate{};
+        QVector3D scale{};
+
+        bool operator==(const ItemState &) const = default;
+    };
+
     CompileContext context{};
     ExprGraph graph{};
+    NodeNames nodeNames{};
+    QMap<QUuid, ItemState> items{};           ///< those of type "sdf"
+    QHash<QString, QUuid> named{};            ///< whose parameters a name reads
     QSet<QString> varsetExpressions{};        ///< nodes that are derived variables
     QHash<QString, QString> parameterNodes{}; ///< "InstanceName.param" to the parameter's node
     QMap<QString, VariableShape> variables{}; ///< by the name that addresses them
@@ -74,6 +90,10 @@ public:
     enum class Change { None, Value, Expression, Names };
 
     ExprModel build();
+    /// Brings a model to the items that the scene has now, whatever came, went or changed. The cost
+    /// is a comparison for each item that did not. `changed` gets the items that are there and
+    /// differ.
+    Change updateItems(ExprModel &model, QList<QUuid> &changed) const;
     /// The names alone, with the types that derived variables come to.
     CompileContext buildContext() const;
     /// Brings a model to the parameters that an item has now.
@@ -81,15 +101,23 @@ public:
     /// Brings the names of an item's parameters to the types that their values have now. True when
     /// expressions that are compiled already would see others.
     bool updateNames(ExprModel &model, const model::Instance &instance) const;
+    /// The same for an item that is as the model has it, but for what its expressions gave.
+    bool takeResults(ExprModel &model, const model::Instance &instance) const;
 
 private:
     void addVariables(ExprModel &model) const;
     QStringList compileOrder(const ExprModel &model, const model::VarsetEntries &derived) const;
     void addInstance(ExprModel &model, const model::Instance &instance) const;
+    QList<QUuid> differingItems(const ExprModel &model) const;
+    Change updateItemsOf(ExprModel &model, const QList<QUuid> &ids) const;
+    bool moveNames(ExprModel &model, const QList<QUuid> &ids) const;
+    bool moveName(ExprModel &model, const QString &name) const;
+    void removeItem(ExprModel &model, const QUuid &id) const;
+    Change updateParameters(ExprModel &model, const model::Instance &instance) const;
     Change updateParameter(ExprModel &model, const model::Instance &instance, const QString &param,
                            const QVariant &stored) const;
     /// True when an expression reads one of them by name.
-    bool removeParameters(ExprModel &model, const model::Instance &instance,
+    bool removeParameters(ExprModel &model, const QStringList &names, const QUuid &id,
                           const QStringList &gone) const;
     void linkParameterNames(ExprModel &model) const;
     void linkParameterNames(ExprModel &model, const QStringList &names) const;

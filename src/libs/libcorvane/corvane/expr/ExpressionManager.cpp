@@ -78,24 +78,44 @@ void ExpressionManager::rebuildGraph()
         return;
     m_model = ExprModelBuilder(*m_scene).build();
     m_builtRevision = m_scene->itemsRevision();
+    m_isBuiltAnew = true;
 }
 
 void ExpressionManager::evaluateAll()
 {
     if (m_evaluating)
         return;
-    if (m_scene && hasOtherNames())
+    if (m_scene && (hasOtherVariables() || !takeItems()))
         rebuildGraph();
-    evaluate(false);
+    if (m_scene && !m_isBuiltAnew)
+        takeVariables();
+    evaluate(m_scene && !m_isBuiltAnew);
 }
 
-/// Whether items or variables came or went since the expressions were compiled.
-bool ExpressionManager::hasOtherNames() const
+/// Whether variables came or went since the expressions were compiled.
+bool ExpressionManager::hasOtherVariables() const
 {
     const QStringList varsets = m_scene->namedVarsets().keys();
-    return m_builtRevision != m_scene->itemsRevision() ||
-           m_model.context.varsetNames != QSet<QString>(varsets.cbegin(), varsets.cend()) ||
+    return m_model.context.varsetNames != QSet<QString>(varsets.cbegin(), varsets.cend()) ||
            m_model.variables != variableShapes(*m_scene);
+}
+
+/// False when items came or went so that expressions have to be compiled anew.
+bool ExpressionManager::takeItems()
+{
+    if (m_builtRevision == m_scene->itemsRevision())
+        return true;
+    m_builtRevision = m_scene->itemsRevision();
+    QList<QUuid> changed;
+    if (ExprModelBuilder(*m_scene).updateItems(m_model, changed) == ExprModelBuilder::Change::Names)
+        return false;
+    for (const QUuid &id : std::as_const(changed))
+        takeParameters(m_scene->instance(id));
+    m_evaluationErrors.removeIf([this](QMap<QString, QString>::iterator it) {
+        const ExprGraph::Node *node = m_model.graph.node(it.key());
+        return !node || !node->isExpression;
+    });
+    return true;
 }
 
 QStringList ExpressionManager::errors() const
@@ -301,9 +321,12 @@ void ExpressionManager::onVarsetChanged()
     evaluateAll();
 }
 
+/// Of the settings expressions read the clock alone.
 void ExpressionManager::onSceneSettingsChanged()
 {
-    evaluateAll();
+    const bool isClockSame = value(u"time"_s) == QVariant(m_scene->animationTime());
+    if (!isClockSame || m_builtRevision != m_scene->itemsRevision())
+        evaluateAll();
 }
 
 void ExpressionManager::onInstanceUpdated(const QUuid &id)
@@ -325,7 +348,7 @@ void ExpressionManager::onInstanceUpdated(const QUuid &id)
         rebuildGraph();
     else
         takeParameters(instance);
-    evaluate(change != Change::Names);
+    evaluate(!m_isBuiltAnew);
 }
 
 void ExpressionManager::rewriteAll(const QString &oldName, const QString &newName, RenamedKind kind)
@@ -367,14 +390,8 @@ void ExpressionManager::rewriteAll(const QString &oldName, const QString &newNam
 
 void ExpressionManager::takeValues()
 {
-    bindBuiltinCpuValues(m_evaluator.values(), *m_scene);
     bindMathConstants(m_evaluator.values());
-    for (const BuiltinVariable &builtin : builtinVariables()) {
-        if (builtin.cpuValue)
-            m_model.graph.updateLeaf(builtin.name, m_evaluator.values().value(builtin.name));
-    }
-    for (auto it = m_model.variables.cbegin(); it != m_model.variables.cend(); ++it)
-        takeVariable(it.key(), m_scene->variableEntry(it.key()));
+    takeVariables();
     const auto items = m_scene->items();
     for (const model::SceneItem &item : items) {
         if (item.itemType == model::ItemTypes::Sdf)
@@ -382,10 +399,24 @@ void ExpressionManager::takeValues()
     }
 }
 
+void ExpressionManager::takeVariables()
+{
+    bindBuiltinCpuValues(m_evaluator.values(), *m_scene);
+    for (const BuiltinVariable &builtin : builtinVariables()) {
+        if (builtin.cpuValue)
+            m_model.graph.updateLeaf(builtin.name, m_evaluator.values().value(builtin.name));
+    }
+    for (auto it = m_model.variables.cbegin(); it != m_model.variables.cend(); ++it)
+        takeVariable(it.key(), m_scene->variableEntry(it.key()));
+}
+
+/// A value that a derived variable has from elsewhere is not the last word.
 void ExpressionManager::takeVariable(const QString &name, const model::VarsetEntry &entry)
 {
     if (!m_model.varsetExpressions.contains(name))
         m_model.graph.updateLeaf(name, entry.value);
+    else if (!m_model.graph.isDirty(name) && m_model.graph.node(name)->value != entry.value)
+        m_model.graph.overwriteResult(name, entry.value);
     setVariable(name, entry.value);
 }
 
@@ -457,11 +488,13 @@ bool ExpressionManager::evaluateOnce(bool onlyDirty)
         m_unstored.clear();
         if (m_scene)
             takeValues();
+        m_isBuiltAnew = false;
     }
     ChangedInstances changed;
-    const QStringList order = m_model.graph.topologicalOrder();
+    const bool isAnyDue = !onlyDirty || m_model.graph.hasDirty();
+    const QStringList order = isAnyDue ? m_model.graph.topologicalOrder() : QStringList();
     for (const QString &node : order) {
-        if (!onlyDirty || m_model.graph.node(node)->dirty)
+        if (!onlyDirty || m_model.graph.isDirty(node))
             evaluateNode(node, changed);
     }
     return writeBack(changed);
@@ -530,7 +563,7 @@ bool ExpressionManager::writeBack(const ChangedInstances &changed)
     bool isSettled = true;
     for (const model::Instance &instance : changed) {
         m_scene->updateItem(instance);
-        isSettled = !ExprModelBuilder(*m_scene).updateNames(m_model, instance) && isSettled;
+        isSettled = !ExprModelBuilder(*m_scene).takeResults(m_model, instance) && isSettled;
     }
     if (wasInStep)
         m_builtRevision = m_scene->itemsRevision();

@@ -50,8 +50,9 @@ public:
     explicit ExpressionManager(model::Corvane *scene, QObject *parent = nullptr);
     ~ExpressionManager() override;
 
-    /// Evaluates all expressions and writes the results into the scene. A copy for a worker
-    /// evaluates over the values that it has.
+    /// Makes all expressions current, and writes the results into the scene: what changed since the
+    /// last time is compiled and evaluated, and what reads it. A copy for a worker evaluates all,
+    /// over the values that it has.
     void evaluateAll();
     /// Compiles all expressions anew.
     void rebuildGraph();
@@ -110,8 +111,10 @@ private:
     void onInstanceUpdated(const QUuid &id);
     void rewriteAll(const QString &oldName, const QString &newName, RenamedKind kind);
 
-    bool hasOtherNames() const;
+    bool hasOtherVariables() const;
+    bool takeItems();
     void takeValues();
+    void takeVariables();
     void takeVariable(const QString &name, const model::VarsetEntry &entry);
     void takeParameters(const model::Instance &instance);
     void nameValuesReadBy(const ExprGraph::Node &reader);
@@ -140,6 +143,7 @@ private:
     QStringList m_toldErrors; ///< as of the last errorsChanged()
     QHash<QString, int> m_emissions;
     quint64 m_builtRevision = 0; ///< of the scene's items, when the graph was last made to fit them
+    bool m_isBuiltAnew = false;  ///< nothing of the graph has been evaluated
     bool m_evaluating = false;
 };
 

@@ -5,7 +5,37 @@
 #include <corvane/registry/Definition.h>
 #include <corvane/registry/Registry.h>
 
+using namespace Qt::StringLiterals;
+
 namespace corvane::model {
+
+namespace {
+
+/// What keeps a definition from being valid, as the rest of a log line.
+QString whyInvalid(const registry::Definition &definition)
+{
+    QStringList missing;
+    for (const auto &[key, value] : {std::pair{u"id"_s, definition.id},
+                                     {u"name"_s, definition.name},
+                                     {u"shaderCode"_s, definition.shaderCode}}) {
+        if (value.isEmpty())
+            missing.append(key);
+    }
+    if (!missing.isEmpty())
+        return u"has no "_s + missing.join(u", "_s);
+    QSet<QString> names;
+    for (qsizetype i = 0; i < definition.parameters.size(); ++i) {
+        const QString name = definition.parameters.at(i).name;
+        if (name.isEmpty())
+            return u"has no name for parameter %1"_s.arg(i + 1);
+        if (names.contains(name))
+            return u"has two parameters called "_s + name;
+        names.insert(name);
+    }
+    return {};
+}
+
+} // namespace
 
 void Corvane::addCustomDefinition(const DefinitionPtr &definition)
 {
@@ -51,7 +81,8 @@ void Corvane::registerFileScopedDefinitions()
     QList<DefinitionPtr> accepted;
     for (const DefinitionPtr &definition : std::as_const(m_customDefinitions)) {
         if (!definition->isValid()) {
-            qCWarning(lcModel) << "Corvane: Invalid file-scoped definition:" << definition->id;
+            qCWarning(lcModel) << "Corvane: Invalid file-scoped definition:" << definition->id
+                               << qUtf8Printable(whyInvalid(*definition));
             continue;
         }
         const auto known = registry::Registry::instance().getDefinition(definition->id);

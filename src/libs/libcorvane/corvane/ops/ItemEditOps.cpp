@@ -110,14 +110,30 @@ void setName(OpContext &context, const QUuid &id, const QString &name)
     context.document.updateItem(item);
 }
 
+/// Whether expressions read the parameters of a node by its own name: no other node has it, and no
+/// item of the document that did not come from the tree.
+bool isReadByName(const OpContext &context, const QUuid &id, const QString &name)
+{
+    if (name.isEmpty() || !context.document.instanceIdByName(name).isNull())
+        return false;
+    const auto &nodes = context.tree->instances();
+    return std::none_of(nodes.cbegin(), nodes.cend(), [&](const model::LogicalInstance &node) {
+        return node.id != id && node.name == name;
+    });
+}
+
 /// With all that names it.
 void rename(OpContext &context, const QUuid &id, const QString &name)
 {
+    const QString oldName = context.nameOf(id);
     if (context.node(id)) {
+        // Before the name is gone: what it means to the expressions, if it means this node.
+        const bool isRead = isReadByName(context, id, oldName);
         setName(context, id, name);
+        if (isRead && oldName != name)
+            renameInExpressions(context, oldName, name, expr::RenamedKind::Instance);
         return;
     }
-    const QString oldName = context.nameOf(id);
     model::DocumentEdit edit(context.document);
     edit.rename(id, name);
     edit.commit(nullptr, {});

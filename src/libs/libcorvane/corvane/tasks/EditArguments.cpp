@@ -263,7 +263,8 @@ QString noteTextValue(const SceneAccess &access, const QVariantMap &arguments, c
         unquoted(value).typeId() != QMetaType::QString)
         return {};
     static const QRegularExpression operation(u"[-+*/()]"_s);
-    const auto compiled = expr::ExprCompiler(editorScope(*access.document)).compile(text);
+    const auto compiled =
+        expr::ExprCompiler(editorScope(*access.document, access.tree)).compile(text);
     if (!text.contains(operation) || !compiled.isValid())
         return {};
     return u" NOTE: '%1' is kept as a text; with \"=\" before it the variable is derived."_s.arg(

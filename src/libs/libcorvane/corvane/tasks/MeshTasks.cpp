@@ -121,6 +121,34 @@ QPointer<batch::BatchQueue> &benchQueue()
     return queue;
 }
 
+// What the tasks read; the catalogue shows none of these either.
+constexpr ParamRow benchRunParams[] = {
+    need("scenesDir"_L1, ArgumentKind::Text, u"path of a folder of scenes"),
+    need("definitionsDir"_L1, ArgumentKind::Text, u"path of a folder of definitions"),
+    need("dbPath"_L1, ArgumentKind::Text, u"path of a results DB"),
+    need("artifactsDir"_L1, ArgumentKind::Text, u"path of a folder for the meshes"),
+    may("testSetName"_L1, ArgumentKind::Text, u"name of the test set"),
+    may("scenePaths"_L1, ArgumentKind::Value, u"paths of scenes, instead of all in scenesDir"),
+    may("definitionPaths"_L1, ArgumentKind::Value,
+        u"paths of definitions, instead of all in definitionsDir"),
+    may("exportTimeoutMs"_L1, ArgumentKind::Number, u"longest time of an export, milliseconds"),
+};
+
+constexpr ParamRow benchQueryParams[] = {
+    need("dbPath"_L1, ArgumentKind::Text, u"path of a results DB"),
+    may("testSetId"_L1, ArgumentKind::Number, u"number of a test set"),
+    may("scene"_L1, ArgumentKind::Text, u"name of a scene"),
+    may("definition"_L1, ArgumentKind::Text, u"name of a definition"),
+};
+
+constexpr ParamRow benchCompareParams[] = {
+    need("dbPath"_L1, ArgumentKind::Text, u"path of a results DB"),
+    need("definitionA"_L1, ArgumentKind::Text, u"name of a definition"),
+    need("definitionB"_L1, ArgumentKind::Text, u"name of another definition"),
+    may("testSetId"_L1, ArgumentKind::Number, u"number of a test set"),
+    may("scene"_L1, ArgumentKind::Text, u"name of a scene"),
+};
+
 std::optional<QList<BenchRow>> readResults(const ZirnTaskParams &arguments, const QString &attempt,
                                            ZirnTaskResult &failure)
 {
@@ -183,6 +211,9 @@ ZirnTaskResult exportMesh(const ZirnTaskParams &given, ZirnTaskContext &context)
 
 ZirnTaskResult runBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
 {
+    const QString unknown = unknownArgument(u"queue bench set"_s, benchRunParams, arguments);
+    if (!unknown.isEmpty())
+        return ZirnTaskResult::failed(unknown);
     const QString missing = missingKey(
         arguments, {u"scenesDir"_s, u"definitionsDir"_s, u"dbPath"_s, u"artifactsDir"_s});
     if (!missing.isEmpty())
@@ -212,6 +243,9 @@ ZirnTaskResult runBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
 ZirnTaskResult queryBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
 {
     const QString attempt = u"query bench results"_s;
+    const QString unknown = unknownArgument(attempt, benchQueryParams, arguments);
+    if (!unknown.isEmpty())
+        return ZirnTaskResult::failed(unknown);
     if (!missingKey(arguments, {u"dbPath"_s}).isEmpty())
         return failed(attempt, u"dbPath is required"_s, u"provide the path of a results DB"_s);
     ZirnTaskResult failure;
@@ -229,6 +263,9 @@ ZirnTaskResult queryBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
 ZirnTaskResult compareBench(const ZirnTaskParams &arguments, ZirnTaskContext &)
 {
     const QString attempt = u"compare bench definitions"_s;
+    const QString unknown = unknownArgument(attempt, benchCompareParams, arguments);
+    if (!unknown.isEmpty())
+        return ZirnTaskResult::failed(unknown);
     const QString missing =
         missingKey(arguments, {u"dbPath"_s, u"definitionA"_s, u"definitionB"_s});
     if (!missing.isEmpty())

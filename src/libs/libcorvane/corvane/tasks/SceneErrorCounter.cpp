@@ -62,6 +62,7 @@ void SceneErrorCounter::follow(const SceneAccess &access)
     connect(m_tree, &LogicalScene::instanceRemoved, this, remember);
     connect(m_tree, &LogicalScene::instanceParameterChanged, this, remember);
     connect(m_tree, &LogicalScene::wrapperParameterChanged, this, remember);
+    connect(m_tree, &LogicalScene::instanceNameChanged, this, remember);
     connect(m_tree, &LogicalScene::instanceMoved, this, [this] { m_hasMoves = true; });
     // A tree that is read anew says nothing of its nodes.
     connect(m_tree, &LogicalScene::structureChanged, this, [this] { m_treeChanged = true; });
@@ -81,13 +82,15 @@ int SceneErrorCounter::count()
         rereadDocument();
     for (const QUuid &id : std::exchange(m_changedNodes, {}))
         rereadNode(id);
-    return m_texts.count([this] { return editorScope(*m_document); });
+    return m_texts.count([this] { return editorScope(*m_document, m_tree); });
 }
 
 void SceneErrorCounter::startAnew()
 {
     m_texts.clear();
     m_nodeTexts.clear();
+    m_nodeNames.clear();
+    m_names = {};
     m_variableTexts.clear();
     m_itemTexts.clear();
     m_setVariables.clear();
@@ -176,12 +179,39 @@ void SceneErrorCounter::rereadNode(const QUuid &id)
     m_texts.replace(texts, node ? textsOf(expressionsIn(*node)) : QStringList());
     if (!texts.isEmpty())
         m_nodeTexts.insert(id, texts);
+    rereadNames(id, node);
+}
+
+/// A node whose name nobody else has adds names; all else may take some away, or change what they
+/// mean.
+void SceneErrorCounter::rereadNames(const QUuid &id, const model::LogicalInstance *node)
+{
+    const bool isRead = node && !node->isContainer() && !node->isComponentInstance();
+    const QString name = isRead ? node->name : QString();
+    const NamedParameters before = m_nodeNames.take(id);
+    const NamedParameters now{name, isRead ? expr::parameterTypes(name, node->params)
+                                           : QMap<QString, expr::ExprType>()};
+    m_names.remove(before.name, id);
+    m_names.add(name, id);
+    if (node)
+        m_nodeNames.insert(id, now);
+    if (before == now)
+        return;
+    const bool isNew = before.name.isEmpty() || before.name == name;
+    bool areAdded = isNew && m_names.holder(name) == id &&
+                    m_document->instanceIdByName(name).isNull() &&
+                    std::all_of(before.types.keyBegin(), before.types.keyEnd(),
+                                [&now](const QString &full) { return now.types.contains(full); });
+    for (auto it = now.types.cbegin(); areAdded && it != now.types.cend(); ++it)
+        areAdded = m_texts.setName(it.key(), *it);
+    if (!areAdded)
+        m_texts.forgetScope();
 }
 
 void SceneErrorCounter::rereadTree()
 {
     const QList<QUuid> ids =
-        m_nodeTexts.keys() + (m_tree ? m_tree->instances().keys() : QList<QUuid>());
+        m_nodeNames.keys() + (m_tree ? m_tree->instances().keys() : QList<QUuid>());
     m_changedNodes = QSet<QUuid>(ids.cbegin(), ids.cend());
 }
 

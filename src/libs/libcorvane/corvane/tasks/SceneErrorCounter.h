@@ -8,6 +8,10 @@
 #include <QPointer>
 #include <QSet>
 
+namespace corvane::model {
+struct LogicalInstance;
+} // namespace corvane::model
+
 namespace corvane::zirn {
 
 /// How many expressions of a scene can't be resolved: scanSceneErrors() as a number, at a cost that
@@ -26,6 +30,15 @@ public:
     int count();
 
 private:
+    /// By which name expressions may read a node, and what: "name.param" with its type.
+    struct NamedParameters
+    {
+        QString name{};
+        QMap<QString, expr::ExprType> types{};
+
+        bool operator==(const NamedParameters &) const = default;
+    };
+
     explicit SceneErrorCounter(QObject *executor);
 
     void follow(const SceneAccess &access);
@@ -35,13 +48,16 @@ private:
     bool isDocumentAnother();
     void rereadDocument();
     void rereadNode(const QUuid &id);
+    void rereadNames(const QUuid &id, const model::LogicalInstance *node);
     void rereadTree();
 
     QPointer<model::Corvane> m_document;
     QPointer<model::LogicalScene> m_tree;
 
     BrokenTexts m_texts;
-    QHash<QUuid, QStringList> m_nodeTexts;             ///< of those that have expressions
+    QHash<QUuid, QStringList> m_nodeTexts; ///< of those that have expressions
+    QHash<QUuid, NamedParameters> m_nodeNames;
+    expr::NodeNames m_names;
     QHash<QString, QStringList> m_variableTexts;       ///< by location, of those that have one
     QStringList m_itemTexts;                           ///< of all items of the document
     QList<std::pair<QString, QString>> m_setVariables; ///< varset and name

@@ -17,8 +17,8 @@ constexpr int deepestPath = 256; ///< of a document's hierarchy, which a file ma
 class Scan
 {
 public:
-    explicit Scan(const model::Corvane &scene)
-        : m_context(editorScope(scene))
+    Scan(const model::Corvane &scene, const model::LogicalScene *tree)
+        : m_context(editorScope(scene, tree))
     {}
 
     void check(const ExpressionSites &sites, const QString &path, const QString &itemId)
@@ -65,6 +65,28 @@ QString itemPath(const model::Corvane &scene, const model::SceneItem &item)
     return names.join(u'/');
 }
 
+/// Variables and items of these names win, as they do in expressions.
+void bindNodes(expr::CompileContext &context, const model::Corvane &scene,
+               const model::LogicalScene &tree)
+{
+    expr::NodeNames names;
+    const auto &nodes = tree.instances();
+    for (const model::LogicalInstance &node : nodes) {
+        if (!node.definitionId.isEmpty() && !node.isComponentInstance())
+            names.add(node.name, node.id);
+    }
+    for (const model::LogicalInstance &node : nodes) {
+        if (names.holder(node.name) != node.id || !scene.instanceIdByName(node.name).isNull())
+            continue;
+        context.instanceNames.insert(node.name);
+        const auto types = expr::parameterTypes(node.name, node.params);
+        for (auto it = types.cbegin(); it != types.cend(); ++it) {
+            if (!scene.hasVariable(it.key()))
+                context.variables.insert(it.key(), *it);
+        }
+    }
+}
+
 void appendVariables(ExpressionSites &sites, const QString &varset,
                      const model::VarsetEntries &entries)
 {
@@ -79,7 +101,7 @@ void appendVariables(ExpressionSites &sites, const QString &varset,
 QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
                                       const model::LogicalScene *logicalScene)
 {
-    Scan scan(scene);
+    Scan scan(scene, logicalScene);
     if (logicalScene) {
         const QList<QUuid> nodes = logicalScene->nodesInOrder();
         for (const QUuid &id : nodes) {
@@ -98,9 +120,12 @@ QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
     return scan.errors();
 }
 
-expr::CompileContext editorScope(const model::Corvane &scene)
+expr::CompileContext editorScope(const model::Corvane &scene, const model::LogicalScene *tree)
 {
-    return expr::ExprModelBuilder(scene).buildContext();
+    expr::CompileContext context = expr::ExprModelBuilder(scene).buildContext();
+    if (tree)
+        bindNodes(context, scene, *tree);
+    return context;
 }
 
 bool standsForNode(const model::SceneItem &item, const model::LogicalScene *tree)

@@ -34,8 +34,10 @@ struct SceneExprError
 QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
                                       const model::LogicalScene *logicalScene);
 
-/// The names that the expressions of a scene may use, as its editors offer them.
-expr::CompileContext editorScope(const model::Corvane &scene);
+/// The names that the expressions of a scene may use, as its editors offer them: those of the
+/// document, and of the tree the names that one node alone has, compiled or not.
+expr::CompileContext editorScope(const model::Corvane &scene,
+                                 const model::LogicalScene *tree = nullptr);
 
 /// Whether the item was compiled from a node that the tree has, and so stands for that node.
 bool standsForNode(const model::SceneItem &item, const model::LogicalScene *tree);
