@@ -25,6 +25,7 @@ corvane_library(corvane_field
         corvane/mesh/CellVertices.cpp
         corvane/mesh/CreaseOwner.cpp
         corvane/mesh/CreaseSearch.cpp
+        corvane/mesh/CreaseSides.cpp
         corvane/mesh/CrossingTable.cpp
         corvane/mesh/DualContouring.cpp
         corvane/mesh/HermiteSample.cpp
@@ -34,6 +35,7 @@ corvane_library(corvane_field
         corvane/mesh/OctreeDualContouring.cpp
         corvane/mesh/QefSolver.cpp
         corvane/mesh/QuadTriangles.cpp
+        corvane/mesh/RingCuts.cpp
         corvane/mesh/Sheets.cpp
         corvane/mesh/SignPyramid.cpp
         corvane/mesh/SurfaceSearch.cpp

@@ -48,6 +48,8 @@ private slots:
     void edgesStaySharp();
     void verticesLieOnTheSurface_data();
     void verticesLieOnTheSurface();
+    void crestsHaveNoBites_data();
+    void crestsHaveNoBites();
     void sealedEndsAreFlat_data();
     void sealedEndsAreFlat();
     void fileIsTheSameForAnyThreads_data();
@@ -161,7 +163,7 @@ void TstSharpExport::verticesLieOnTheSurface_data()
         row("blade",
             u"(rotate 5 25 10 (intersect (plane 0.2 1 0 0.5) (plane 0.2 -1 0 0.5) "
             "(box 2 2 1)))"_s,
-            0.01);
+            0.015);
         row("wing", u"(rotate 0 0 20 (naca_4series_airfoil 4 2 0.04 0.4 0.15))"_s, 0.005);
     }
 }
@@ -202,6 +204,34 @@ void TstSharpExport::verticesLieOnTheSurface()
              qPrintable(QString::number(turned)));
 }
 
+void TstSharpExport::crestsHaveNoBites_data()
+{
+    edgesStaySharp_data();
+}
+
+// The crest runs between the nodes of the grid, through cells without a vertex of their own.
+void TstSharpExport::crestsHaveNoBites()
+{
+    QFETCH(int, extractor);
+    const ExportRequest request = requestFor(u"(threaded_rod 3 0.5 4.6 60)"_s, extractor);
+    QVERIFY(exported(request).success);
+    const support::FloatMesh mesh = meshOf(request);
+    QVERIFY(support::isClosedManifold(mesh));
+    corvane::eval::CPUFieldEvaluator field(request.nodes, request.rootNodeIndex);
+    double bites = 0;
+    for (const auto &element : mesh.elements) {
+        for (int n = 0; n < 3; ++n) {
+            const auto middle = (mesh.vertices.at(element.nodes[n]) +
+                                 mesh.vertices.at(element.nodes[(n + 1) % 3])) *
+                                0.5f;
+            if (std::fabs(field.evaluate(middle.x, middle.y, middle.z)) > 0.15f * request.cellSize)
+                ++bites;
+        }
+    }
+    const double share = bites / (3.0 * double(mesh.elements.size()));
+    QVERIFY2(share < 0.01, qPrintable(QString::number(share)));
+}
+
 void TstSharpExport::sealedEndsAreFlat_data()
 {
     edgesStaySharp_data();
@@ -233,18 +263,22 @@ void TstSharpExport::fileIsTheSameForAnyThreads_data()
 {
     QTest::addColumn<int>("extractor");
     QTest::addColumn<bool>("sealed");
-    QTest::newRow("marching cubes") << 0 << false;
-    QTest::newRow("uniform") << 1 << false;
-    QTest::newRow("uniform, sealed") << 1 << true;
-    QTest::newRow("octree") << 2 << true;
+    QTest::addColumn<QString>("scene");
+    // Thin sheets that meet in every way, so that cells at the seams have several vertices.
+    const QString sheets = u"(gyroid 1.1 0.08)"_s;
+    QTest::newRow("marching cubes") << 0 << false << sheets;
+    QTest::newRow("uniform") << 1 << false << sheets;
+    QTest::newRow("uniform, sealed") << 1 << true << sheets;
+    QTest::newRow("octree") << 2 << true << sheets;
+    QTest::newRow("crests at the seams") << 1 << true << u"(threaded_rod 3 0.5 4.6 60)"_s;
 }
 
 void TstSharpExport::fileIsTheSameForAnyThreads()
 {
     QFETCH(int, extractor);
     QFETCH(bool, sealed);
-    // Thin sheets that meet in every way, so that cells at the seams have several vertices.
-    ExportRequest request = requestFor(u"(gyroid 1.1 0.08)"_s, extractor);
+    QFETCH(QString, scene);
+    ExportRequest request = requestFor(scene, extractor);
     request.sealed = sealed;
     request.chunkSize = 64;
     request.threadCount = 1;

@@ -1,6 +1,7 @@
 #include "DualContouring.h"
 
 #include "QuadTriangles.h"
+#include "RingCuts.h"
 
 #include <algorithm>
 #include <cstring>
@@ -209,11 +210,12 @@ void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_boo
         }
     }
     m_placer.finish();
-    chooseDiagonals(m_quads, m_placer.vertices(), m_rule);
+    std::vector<QVector3D> vertices = m_placer.vertices();
+    cutRings(m_quads, vertices, m_rule, ends);
     size_t next = 0;
     for (const size_t end : ends) {
         for (; next < end; ++next) {
-            const auto at = [&](size_t n) { return m_placer.vertices()[size_t(m_quads[next][n])]; };
+            const auto at = [&](size_t n) { return vertices[size_t(m_quads[next][n])]; };
             emitQuad(out, at(0), at(1), at(2), at(3), false);
         }
         if (rowEnds)

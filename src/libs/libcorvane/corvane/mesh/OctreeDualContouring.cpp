@@ -9,6 +9,7 @@
 #include "OctreeDualContouring.h"
 
 #include "QuadTriangles.h"
+#include "RingCuts.h"
 #include "SignPyramid.h"
 #include "VertexPlacer.h"
 
@@ -496,7 +497,7 @@ bool extractOctree(OtState &state)
     cellProc(state, root);
     if (isCancelled(state))
         return false;
-    chooseDiagonals(state.quads, state.vertices, rule);
+    cutRings(state.quads, state.vertices, rule);
     emitTriangles(state.quads, state.vertices, state.output);
     return true;
 }

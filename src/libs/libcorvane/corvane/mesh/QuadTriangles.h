@@ -1,26 +1,14 @@
 #pragma once
 
-#include <corvane/mesh/HermiteSample.h>
 #include <corvane/mesh/Triangle.h>
 
 #include <QList>
 #include <QVector3D>
 
 #include <array>
-#include <span>
 #include <vector>
 
 namespace corvane::mesh {
-
-/// Cuts each ring of four vertices along one of its diagonals, so that a-c comes first: what is
-/// left of it are the triangles (a, b, c) and (a, c, d). A ring that names a vertex twice is a
-/// triangle and stays as it is.
-///
-/// A triangle must have an area, and must not face against the field at its centre. Of two cuts
-/// that leave as few such triangles, the one is taken whose diagonal lies nearer to the surface:
-/// along a crease, not across it. The choice for one ring depends on nothing but its four vertices.
-void chooseDiagonals(std::span<std::array<int, 4>> quads, std::span<const QVector3D> vertices,
-                     const CrossingRule &rule);
 
 /// Appends a quad as the triangles (a, b, c) and (a, c, d), the other way round with `flip`. What
 /// has a cross product shorter than 1e-20 is left out. Where one of the two has next to no area, as
