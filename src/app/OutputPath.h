@@ -10,8 +10,8 @@ class Corvane;
 /// The file that an export goes to.
 namespace OutputPath {
 
-/// That of -o if given, null otherwise; else that of the scene's setting "export.outputPath"; else the scene file
-/// with the extension of the setting "export.format".
+/// That of -o if given, null otherwise; else that of the scene's setting "export.outputPath"; else
+/// the scene file with the extension of the setting "export.format".
 QString resolveExportOutputPath(const QString &inputPath, const QString &outputOption,
                                 const corvane::model::Corvane &scene);
 

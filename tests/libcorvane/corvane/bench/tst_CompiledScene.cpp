@@ -47,7 +47,7 @@ private slots:
         QCOMPARE(two->boundsMin, one->boundsMin);
         QCOMPARE(two->boundsMax, one->boundsMax);
         QCOMPARE(two->cellSize, one->cellSize);
-        QVERIFY(!one->autoBounds && !two->autoBounds);
+        QVERIFY(one->autoBounds && two->autoBounds);
         corvane::eval::CPUFieldEvaluator a(one->nodes, one->rootIndex, one->definitions);
         corvane::eval::CPUFieldEvaluator b(two->nodes, two->rootIndex, two->definitions);
         QVERIFY(a.isValid() && b.isValid());
