@@ -83,8 +83,10 @@ void printShaderErrors(const Corvane &scene, const corvane::shader::ValidationRe
         printError(u"  "_s + fault.toString());
     if (!faults.isEmpty())
         return;
-    for (const shader::Diagnostic &diagnostic : result.diagnostics)
-        printError(u"  line %1: %2"_s.arg(QString::number(diagnostic.line), diagnostic.message));
+    for (const shader::Diagnostic &diagnostic : result.diagnostics) {
+        const QString place = diagnostic.line > 0 ? u"line %1: "_s.arg(diagnostic.line) : QString();
+        printError(u"  "_s + place + diagnostic.message);
+    }
 }
 
 // The field must also compile as a shader: a definition that the viewport cannot draw is not

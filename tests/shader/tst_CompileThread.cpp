@@ -3,6 +3,8 @@
 #include <QSemaphore>
 #include <QTest>
 
+#include <new>
+
 using namespace Qt::StringLiterals;
 using shader::runOnCompileThread;
 
@@ -13,12 +15,15 @@ class TstCompileThread : public QObject
 private slots:
     void answers();
     void slowWorkIsLeftToItself();
+    void memoryThatRunsOutIsSaid();
     void theStackIsLarge();
 };
 
 void TstCompileThread::answers()
 {
-    QCOMPARE(runOnCompileThread<QString>([] { return u"done"_s; }), u"done"_s);
+    QString error;
+    QCOMPARE(runOnCompileThread<QString>([] { return u"done"_s; }, error), u"done"_s);
+    QCOMPARE(error, QString());
 }
 
 void TstCompileThread::slowWorkIsLeftToItself()
@@ -30,19 +35,32 @@ void TstCompileThread::slowWorkIsLeftToItself()
         ended->release();
         return 1;
     };
-    QCOMPARE(runOnCompileThread<int>(work, std::chrono::milliseconds(1)), std::nullopt);
-    QCOMPARE(shader::compileThreadError(), u"The shader could not be compiled within 60 seconds"_s);
+    QString error;
+    QCOMPARE(runOnCompileThread<int>(work, error, std::chrono::milliseconds(1)), std::nullopt);
+    QCOMPARE(error, u"The shader could not be compiled within 0 seconds"_s);
     gate->release();
     ended->acquire(); // it came to its end by itself
 }
 
+void TstCompileThread::memoryThatRunsOutIsSaid()
+{
+    QString error;
+    const std::function<int()> work = []() -> int { throw std::bad_alloc(); };
+    QCOMPARE(runOnCompileThread<int>(work, error), std::nullopt);
+    QCOMPARE(error, u"The shader could not be compiled: out of memory"_s);
+}
+
 void TstCompileThread::theStackIsLarge()
 {
-    QVERIFY(runOnCompileThread<bool>([] {
-                volatile char large[48 * 1024 * 1024];
-                large[0] = 1;
-                return large[0] == 1;
-            }).value_or(false));
+    QString error;
+    QVERIFY(runOnCompileThread<bool>(
+                [] {
+                    volatile char large[48 * 1024 * 1024];
+                    large[0] = 1;
+                    return large[0] == 1;
+                },
+                error)
+                .value_or(false));
 }
 
 QTEST_APPLESS_MAIN(TstCompileThread)

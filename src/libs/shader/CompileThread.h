@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace shader {
 
@@ -18,22 +19,23 @@ inline constexpr std::chrono::seconds compileTimeLimit{60};
 ///
 /// The compiler cannot be interrupted, so a thread that takes longer is left to itself: it owns all
 /// that it works on, `work` included, ends when it is done, and keeps nothing from exiting.
-/// @return false when the time was up or no thread could be started
-[[nodiscard]] bool runDetached(std::function<void()> work,
-                               std::chrono::milliseconds limit = compileTimeLimit);
+/// @return why there is no end to be had, a sentence without its stop: the time was up, the system
+///         started no thread, or memory ran out; empty when `work` is done
+[[nodiscard]] QString runDetached(std::function<void()> work,
+                                  std::chrono::milliseconds limit = compileTimeLimit);
 
 /// The same for work that answers something. `work` may refer to nothing that the caller owns.
+/// @param error  why there is no answer
 template<class Answer>
 [[nodiscard]] std::optional<Answer>
-runOnCompileThread(std::function<Answer()> work, std::chrono::milliseconds limit = compileTimeLimit)
+runOnCompileThread(std::function<Answer()> work, QString &error,
+                   std::chrono::milliseconds limit = compileTimeLimit)
 {
     const auto answer = std::make_shared<Answer>();
-    if (!runDetached([answer, work = std::move(work)] { *answer = work(); }, limit))
+    error = runDetached([answer, work = std::move(work)] { *answer = work(); }, limit);
+    if (!error.isEmpty())
         return std::nullopt;
     return *answer;
 }
-
-/// What to say when there was no answer.
-[[nodiscard]] QString compileThreadError();
 
 } // namespace shader

@@ -38,13 +38,16 @@ SpirvResult compileToSpirv(const QString &source, QShader::Stage stage, const QS
     const QString fileName = name.contains(u'.') ? name : name + extensionOf(stage);
     if (const QString refusal = sourceRefusal(source, fileName); !refusal.isEmpty())
         return {.spirv = {}, .messages = refusal};
-    const auto compiled = runOnCompileThread<SpirvResult>([source, stage, fileName] {
-        QSpirvCompiler compiler;
-        compiler.setSourceString(source.toUtf8(), stage, fileName);
-        const QByteArray spirv = compiler.compileToSpirv();
-        return SpirvResult{.spirv = spirv, .messages = compiler.errorMessage()};
-    });
-    return compiled.value_or(SpirvResult{.spirv = {}, .messages = compileThreadError()});
+    QString error;
+    const auto compiled = runOnCompileThread<SpirvResult>(
+        [source, stage, fileName] {
+            QSpirvCompiler compiler;
+            compiler.setSourceString(source.toUtf8(), stage, fileName);
+            const QByteArray spirv = compiler.compileToSpirv();
+            return SpirvResult{.spirv = spirv, .messages = compiler.errorMessage()};
+        },
+        error);
+    return compiled.value_or(SpirvResult{.spirv = {}, .messages = error});
 }
 
 QShaderDescription describeSpirv(const QByteArray &spirv)

@@ -48,19 +48,23 @@ CompileResult bake(const QString &source, QShader::Stage stage, const QString &n
 {
     if (const QString refusal = sourceRefusal(source, name); !refusal.isEmpty())
         return {.shader = {}, .errorMessage = refusal};
-    const auto baked = runOnCompileThread<CompileResult>([source, stage, name, batchable] {
-        QShaderBaker baker;
-        baker.setSourceString(source.toUtf8(), stage, name);
-        baker.setGeneratedShaders(bakeTargets());
-        QList<QShader::Variant> variants{QShader::StandardShader};
-        if (needsBatchable(stage, batchable))
-            variants.append(QShader::BatchableVertexShader);
-        baker.setGeneratedShaderVariants(variants);
-        const QShader shader = baker.bake();
-        return CompileResult{.shader = shader,
-                             .errorMessage = shader.isValid() ? QString() : baker.errorMessage()};
-    });
-    return baked.value_or(CompileResult{.shader = {}, .errorMessage = compileThreadError()});
+    QString error;
+    const auto baked = runOnCompileThread<CompileResult>(
+        [source, stage, name, batchable] {
+            QShaderBaker baker;
+            baker.setSourceString(source.toUtf8(), stage, name);
+            baker.setGeneratedShaders(bakeTargets());
+            QList<QShader::Variant> variants{QShader::StandardShader};
+            if (needsBatchable(stage, batchable))
+                variants.append(QShader::BatchableVertexShader);
+            baker.setGeneratedShaderVariants(variants);
+            const QShader shader = baker.bake();
+            return CompileResult{.shader = shader,
+                                 .errorMessage =
+                                     shader.isValid() ? QString() : baker.errorMessage()};
+        },
+        error);
+    return baked.value_or(CompileResult{.shader = {}, .errorMessage = error});
 }
 
 } // namespace
