@@ -126,11 +126,24 @@ void SceneVersion1Reader::assignIds(QList<ItemEntry> &entries)
     }
 }
 
-SceneItem SceneVersion1Reader::readItem(ItemEntry &entry) const
+/// A set of its own takes more memory than all else of an item.
+QSet<QString> SceneVersion1Reader::shared(const QSet<QString> &tags)
+{
+    constexpr qsizetype most = 32;
+    const qsizetype index = m_tagSets.indexOf(tags);
+    if (index >= 0)
+        return m_tagSets.at(index);
+    if (m_tagSets.size() < most)
+        m_tagSets.append(tags);
+    return tags;
+}
+
+SceneItem SceneVersion1Reader::readItem(ItemEntry &entry)
 {
     QVariantMap map = SceneKeys::withName(entry.key, std::exchange(entry.map, {}));
     map.insert(u"id"_s, entry.id.toString(QUuid::WithoutBraces));
     SceneItem item = SceneItem::fromVariantMap(map);
+    item.tags = shared(item.tags);
     const auto params = item.typeData.find(u"params"_s);
     if (item.itemType != ItemTypes::Sdf || params == item.typeData.end() ||
         params->typeId() != QMetaType::QVariantMap)

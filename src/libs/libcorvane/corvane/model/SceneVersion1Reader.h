@@ -41,7 +41,8 @@ private:
     void readItems();
     QList<ItemEntry> itemEntries(QVariantMap items);
     void assignIds(QList<ItemEntry> &entries);
-    SceneItem readItem(ItemEntry &entry) const; ///< and frees what it read
+    SceneItem readItem(ItemEntry &entry); ///< and frees what it read
+    QSet<QString> shared(const QSet<QString> &tags);
     void dropDanglingReferences();
     bool dropDanglingParent(SceneItem &item);
     bool dropDanglingChildren(SceneItem &item);
@@ -53,6 +54,7 @@ private:
     QSharedPointer<Corvane> m_scene; ///< while read() runs
     QList<QUuid> m_itemIds;          ///< in the order of the file's keys, and so are the warnings
     WarningList m_warnings;
+    QList<QSet<QString>> m_tagSets; ///< those that many items have, of which a scene has a few
 };
 
 } // namespace corvane::model
