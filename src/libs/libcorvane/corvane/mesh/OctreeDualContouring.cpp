@@ -148,8 +148,10 @@ void fillLeaf(OtState &state, OtNode &leaf)
     leaf.kind = OtNode::Leaf;
     leaf.qef = cell.planes();
     leaf.vertex = int(state.vertices.size());
-    for (int cycle = 0; cycle < cell.count(); ++cycle)
+    for (int cycle = 0; cycle < cell.count(); ++cycle) {
+        state.normals.push_back(state.leafNormals[state.nextLeafVertex]);
         state.vertices.push_back(state.leafVertices[state.nextLeafVertex++]);
+    }
 }
 
 // Whether a line, a face or the whole of a node, given by the corners that it spans, has in its
@@ -240,10 +242,12 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
     const auto gone = 8 - std::count(node.children.begin(), node.children.end(), -1);
     state.nodes.resize(state.nodes.size() - size_t(gone));
     state.vertices.resize(state.vertices.size() - size_t(gone));
+    state.normals.resize(state.vertices.size());
     node.kind = OtNode::Collapsed;
     node.children.fill(-1);
     node.vertex = int(state.vertices.size());
     state.vertices.push_back(result.position);
+    state.normals.emplace_back();
     return true;
 }
 
@@ -454,7 +458,7 @@ double octreeTreeBytes(double crossedCells)
     constexpr double hashEntry = 2.0 * (sizeof(quint64) + sizeof(HermiteSample));
     constexpr double quadsPerCell = crossingsPerCell;
     return crossedCells *
-           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + 2 * sizeof(QVector3D) +
+           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + 4 * sizeof(QVector3D) +
             quadsPerCell * (4 * sizeof(int) + 2 * sizeof(Triangle)));
 }
 
@@ -491,13 +495,15 @@ bool extractOctree(OtState &state)
     placeLeafVertices(state, placer, 0, 0, 0, state.side - 1);
     placer.finish();
     state.leafVertices = placer.vertices();
+    state.leafNormals = placer.normals();
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
     state.leafVertices = {};
+    state.leafNormals = {};
     state.crossings = {};
     cellProc(state, root);
     if (isCancelled(state))
         return false;
-    cutRings(state.quads, state.vertices, rule);
+    cutRings(state.quads, state.vertices, state.normals, rule);
     emitTriangles(state.quads, state.vertices, state.output);
     return true;
 }

@@ -51,7 +51,9 @@ struct OtState
 
     std::vector<OtNode> nodes;
     std::vector<QVector3D> vertices;
+    std::vector<QVector3D> normals;      ///< at the vertices, as VertexPlacer has them
     std::vector<QVector3D> leafVertices; ///< in the order of the tree
+    std::vector<QVector3D> leafNormals;
     std::size_t nextLeafVertex = 0;
     CrossingTable crossings;    ///< by edge, see OctreeDualContouring.cpp
     std::vector<BitCube> mixed; ///< by level: whether a cube of 2^level cells changes sign

@@ -62,6 +62,16 @@ const CreaseCandidate *bestOf(std::span<const CreaseCandidate> candidates,
     return best;
 }
 
+// The surface next to the middle of its crossings. On a bent sheet the crossings lie as far to one
+// side of it there as their tangent planes do to the other: exactly so, on the mean, on a quadric.
+QVector3D estimatedPoint(const VertexRegion &region, const Sheet &sheet)
+{
+    float height = 0.0f;
+    for (const HermiteSample &crossing : region.samples())
+        height += QVector3D::dotProduct(crossing.normal, crossing.point - sheet.middle);
+    return sheet.middle + sheet.normal * (0.5f * height / float(region.count));
+}
+
 // On the way along the mean of the normals of all crossings.
 SurfacePoint towardsSurface(const VertexRegion &region)
 {
@@ -109,6 +119,7 @@ void VertexPlacer::finish()
     } else {
         for (const VertexRegion &region : m_open)
             m_vertices.push_back(minimumOfPlanes(region));
+        m_normals.resize(m_vertices.size());
     }
     keepApart();
     m_open.clear();
@@ -133,11 +144,18 @@ void VertexPlacer::placeOnField()
         const auto own =
             std::span<const CreaseCandidate>(candidates).subspan(begin, ends[n] - begin);
         const CreaseCandidate *crease = bestOf(own, m_open[n]);
-        if (!crease) {
+        const bool isSmooth = !crease && sheets[n].count == 1;
+        if (isSmooth) {
+            const Sheet &sheet = sheets[n].list[0];
+            others.push_back(
+                {&m_open[n], estimatedPoint(m_open[n], sheet), sheet.normal, sheet.slope});
+        } else if (!crease) {
             others.push_back(towardsSurface(m_open[n]));
-            numbers.push_back(m_vertices.size());
         }
+        if (!crease)
+            numbers.push_back(m_vertices.size());
         m_vertices.push_back(crease ? crease->point : QVector3D());
+        m_normals.push_back(isSmooth ? sheets[n].list[0].normal : QVector3D());
     }
     putOnSurface(others, m_rule);
     for (size_t n = 0; n < others.size(); ++n)
@@ -154,13 +172,15 @@ void VertexPlacer::keepApart()
         points.push_back(towardsSurface(m_open[n]));
         numbers.push_back(n);
     }
-    QVector3D *const vertices = m_vertices.data() + (m_vertices.size() - m_open.size());
+    const size_t first = m_vertices.size() - m_open.size();
     if (m_rule.field)
         putOnSurface(points, m_rule);
-    for (size_t n = 0; n < points.size(); ++n)
-        vertices[numbers[n]] = points[n].point;
+    for (size_t n = 0; n < points.size(); ++n) {
+        m_vertices[first + numbers[n]] = points[n].point;
+        m_normals[first + numbers[n]] = {};
+    }
     for (const size_t n : fallenTogether())
-        vertices[n] = m_open[n].clamped(m_open[n].middle());
+        m_vertices[first + n] = m_open[n].clamped(m_open[n].middle());
 }
 
 std::vector<size_t> VertexPlacer::fallenTogether() const

@@ -33,6 +33,9 @@ public:
 
     /// Those that are placed.
     const std::vector<QVector3D> &vertices() const { return m_vertices; }
+    /// For each of them the normal of the surface where its crossings show one smooth sheet and
+    /// nothing else comes near, else zero.
+    const std::vector<QVector3D> &normals() const { return m_normals; }
 
 private:
     void placeOnField();
@@ -43,6 +46,7 @@ private:
     std::vector<VertexRegion> m_open;
     std::vector<std::size_t> m_openCells; ///< how many regions each has
     std::vector<QVector3D> m_vertices;
+    std::vector<QVector3D> m_normals;
 };
 
 } // namespace corvane::mesh
