@@ -23,7 +23,6 @@ constexpr float creaseCosine = 0.839f; // 33 degrees
 constexpr float smoothCosine = 0.9f;   // above which two smooth ends are on one sheet
 constexpr float reachShare = 1.0f; // of the edge beyond the box of a side's ends, in edge lengths
 constexpr float keptOff = 0.5f;    // what a half may be off the surface, of what the whole side is
-constexpr float slantShare = 0.4f; // of a side along the edge, of its length
 constexpr float shortestShare = 0.03f; // of a half, in edge lengths
 constexpr size_t batchSize = 1024;
 
@@ -98,17 +97,6 @@ VertexRegion regionOf(const Side &side, float reach)
     return region;
 }
 
-// A side that runs along the edge rather than across it has neighbours that reach the edge at the
-// same height: parted there, it would fold them.
-bool runsAcross(const Side &side, const CreaseCandidate &candidate)
-{
-    const QVector3D edge =
-        QVector3D::crossProduct(candidate.sheets[0].normal, candidate.sheets[1].normal)
-            .normalized();
-    const QVector3D way = side.ends[1] - side.ends[0];
-    return std::fabs(QVector3D::dotProduct(edge, way)) < slantShare * way.length();
-}
-
 // Where the sheets at the two ends of a side may meet; nothing if they are one.
 bool makeCandidate(const Side &side, std::span<const QVector3D, 2> gradients,
                    const CrossingRule &rule, CreaseCandidate &candidate)
@@ -124,8 +112,7 @@ bool makeCandidate(const Side &side, std::span<const QVector3D, 2> gradients,
     candidate.count = 2;
     return side.off > offShare * rule.edgeLength * slopes / 2.0f &&
            QVector3D::dotProduct(candidate.sheets[0].normal, candidate.sheets[1].normal) <
-               creaseCosine &&
-           runsAcross(side, candidate);
+               creaseCosine;
 }
 
 // The numbers of the found ones are kept.
