@@ -149,6 +149,7 @@ void fillLeaf(OtState &state, OtNode &leaf)
     leaf.qef = cell.planes();
     leaf.vertex = int(state.vertices.size());
     for (int cycle = 0; cycle < cell.count(); ++cycle) {
+        leaf.hasHidden = leaf.hasHidden || state.leafIsHidden[state.nextLeafVertex];
         state.normals.push_back(state.leafNormals[state.nextLeafVertex]);
         state.vertices.push_back(state.leafVertices[state.nextLeafVertex++]);
     }
@@ -221,6 +222,20 @@ bool settle(const OtState &state, const OtNode &node, QefResult &result)
     return std::fabs(distance) <= most;
 }
 
+// Whether a merged vertex still stands where those do that its planes may not show.
+bool keepsHidden(const OtState &state, OtNode &node, const QefResult &result)
+{
+    for (const int child : node.children) {
+        if (child < 0 || !state.nodes[size_t(child)].hasHidden)
+            continue;
+        const QVector3D &hidden = state.vertices[size_t(state.nodes[size_t(child)].vertex)];
+        if ((hidden - result.position).length() > mergedOffShare * state.cellSize)
+            return false;
+        node.hasHidden = true;
+    }
+    return true;
+}
+
 // Merges the children into one cell where one vertex stands for all of them within the error limit.
 bool collapse(OtState &state, OtNode &node, unsigned mask)
 {
@@ -236,7 +251,7 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
     }
     QefResult result = solveInBox(state, node);
     if (node.qef.count() == 0 || result.error > state.errorLimit || !hidesNothing(state, node) ||
-        !settle(state, node, result))
+        !settle(state, node, result) || !keepsHidden(state, node, result))
         return false;
     // The children are the last ones that were made, with one vertex each.
     const auto gone = 8 - std::count(node.children.begin(), node.children.end(), -1);
@@ -496,9 +511,11 @@ bool extractOctree(OtState &state)
     placer.finish();
     state.leafVertices = placer.vertices();
     state.leafNormals = placer.normals();
+    state.leafIsHidden = placer.isHidden();
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
     state.leafVertices = {};
     state.leafNormals = {};
+    state.leafIsHidden = {};
     state.crossings = {};
     cellProc(state, root);
     if (isCancelled(state))
