@@ -35,6 +35,7 @@ private slots:
 
 void TstGridScan::initTestCase()
 {
+    qputenv("PATH", "/nowhere"); // a C++ compiler takes longer than any of these exports
     addSphereWith(u"test_hole"_s, u"sqrt(p.x + 1.0)"_s);
     addSphereWith(u"test_far"_s, u"sqrt(2.7 - p.x)"_s);
 }
@@ -75,19 +76,30 @@ void TstGridScan::whatIsTooFineIsTold_data()
     row("values end far away", u"(test_far)"_s, QString());
 }
 
-/// The same for any division of the grid and any extractor.
+struct Way
+{
+    int chunkSize = 64;
+    int threads = 1;
+    int extractor = 0;
+    int algorithm = 0;
+};
+
+/// The same for any division of the grid, any extractor, and of a volume.
 void TstGridScan::whatIsTooFineIsTold()
 {
     QFETCH(QString, scene);
     QFETCH(QString, told);
     const QTemporaryDir folder;
     QList<corvane::model::SceneWarning> first;
-    for (const auto &[chunkSize, threads, extractor] :
-         {std::tuple(64, 1, 0), {7, 4, 0}, {8, 3, 1}}) {
-        auto request = support::requestFor(scene, folder.filePath(u"out.stl"_s), 0.2f);
-        request.chunkSize = chunkSize;
-        request.threadCount = threads;
-        request.extractor = extractor;
+    for (const Way &way : {Way{}, Way{.chunkSize = 7, .threads = 4},
+                           Way{.chunkSize = 8, .threads = 3, .extractor = 1}, Way{.extractor = 2},
+                           Way{.algorithm = 1}, Way{.threads = 3, .algorithm = 1}}) {
+        const QString name = way.algorithm == 1 ? u"out.vtk"_s : u"out.stl"_s;
+        auto request = support::requestFor(scene, folder.filePath(name), 0.2f);
+        request.chunkSize = way.chunkSize;
+        request.threadCount = way.threads;
+        request.extractor = way.extractor;
+        request.algorithm = way.algorithm;
         const ExportResult result = support::exported(request);
         QVERIFY2(result.success, qPrintable(result.errorMessage));
         QStringList texts;
@@ -98,7 +110,9 @@ void TstGridScan::whatIsTooFineIsTold()
         QVERIFY2(expected.match(text).hasMatch(), qPrintable(text));
         if (first.isEmpty())
             first = result.warnings;
-        QCOMPARE(result.warnings, first);
+        if (way.extractor == 2)
+            continue; // its grid has more nodes, beyond the box
+        QVERIFY2(result.warnings == first, qPrintable(text));
     }
 }
 
