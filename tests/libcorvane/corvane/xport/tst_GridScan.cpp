@@ -38,6 +38,11 @@ void TstGridScan::initTestCase()
     qputenv("PATH", "/nowhere"); // a C++ compiler takes longer than any of these exports
     addSphereWith(u"test_hole"_s, u"sqrt(p.x + 1.0)"_s);
     addSphereWith(u"test_far"_s, u"sqrt(2.7 - p.x)"_s);
+    // So slow that intervals are given up before they find the rod.
+    support::addShape(u"test_rod"_s,
+                      u"float sdf_test_rod(vec3 p) { float d = length(p.xz - vec2(1.3, 0.9)) - "
+                      "0.5;\nfor (int i = 0; i < 200; i++) d += 0.0 * sin(d);\n"
+                      "return max(d, p.y - 3.5); }"_s);
 }
 
 void TstGridScan::whatIsTooFineIsTold_data()
@@ -74,6 +79,9 @@ void TstGridScan::whatIsTooFineIsTold_data()
         u"mesh, near \\(-1.2, -0.6, -1.6\\): the field has no value at \\d+ of the sampled "
         "points, which are taken as outside. Keep the definitions from .*"_s);
     row("values end far away", u"(test_far)"_s, QString());
+    row("cut that only the samples show", u"(test_rod)"_s,
+        u"export box: the surface is cut off at maxY \\(the part goes on to at least y = 3.*, the "
+        "box ends at 3\\), minY \\(no end of the part is in sight, the box ends at -3\\). Set .*"_s);
 }
 
 struct Way

@@ -58,6 +58,7 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
     if (!scene.error.isEmpty()) {
         qCWarning(lcCpuChunks).noquote()
             << "CpuChunkProcessor::initialize: SdfSceneGraphBuilder failed:" << scene.error;
+        m_error = scene.error;
         return false;
     }
     const bool native = request.backend == static_cast<int>(ExportBackend::Native);
@@ -65,6 +66,7 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
     if (!m_field.program) {
         qCWarning(lcCpuChunks).noquote()
             << "CpuChunkProcessor::initialize: eval compile failed:" << m_field.error;
+        m_error = m_field.error;
         return false;
     }
     return true;

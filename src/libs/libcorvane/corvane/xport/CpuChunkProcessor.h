@@ -33,6 +33,8 @@ public:
                       ChunkSurface &outTriangles, QString &outError) override;
     void release() override;
     QString name() const override;
+    /// After initialize() failed: why.
+    const QString &error() const { return m_error; }
 
     /// What the samples show that the mesh will not, of all chunks of the request that this was
     /// initialized with; once, after the last and before release().
@@ -54,6 +56,7 @@ private:
     mesh::ScalarField3D fieldOf(const ChunkJob &job, const Lane &lane) const;
 
     eval::DefinitionTable m_definitions;
+    QString m_error;
     eval::CompiledField m_field;
     QVector3D m_origin;
     float m_crossingMargin = 0.0f;

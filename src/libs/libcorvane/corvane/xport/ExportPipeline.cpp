@@ -214,7 +214,7 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
     CpuChunkProcessor processor(definitions);
     const auto release = qScopeGuard([&processor] { processor.release(); });
     if (!processor.initialize(request))
-        return ExportResult::failed(u"CPU backend initialization failed"_s);
+        return ExportResult::failed(u"CPU backend initialization failed: "_s + processor.error());
     ChunkRunner runner(processor, scheduler, m_cancelled,
                        [this](qint64 done, qint64 total) { reportProgress(done, total); });
     runner.run(threads);
