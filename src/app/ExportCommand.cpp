@@ -124,18 +124,22 @@ bool addFieldShader(const Corvane &scene, const SDFLayer &layer, const SceneWarn
     return true;
 }
 
-// An operator that acts on nothing makes no field. It is told by its name, which the pipeline does
-// not know.
-QString idleOperator(const SDFLayer &layer, const Corvane &scene)
+// What makes no field: an unknown definition, or an operator that acts on nothing. It is told by
+// its name, which the pipeline does not know.
+QString brokenNode(const SDFLayer &layer, const Corvane &scene)
 {
     using corvane::shader::GpuNodeType;
     const auto &nodes = layer.generatedNodes();
     for (qsizetype i = 0; i < nodes.size(); ++i) {
         const GpuNodeType type = nodes.at(i).type();
-        if (nodes.at(i).firstChild >= 0 || type == GpuNodeType::Primitive ||
-            type == GpuNodeType::CsgOp)
+        const bool needsNoChild = type == GpuNodeType::Primitive || type == GpuNodeType::CsgOp;
+        const bool isKnown = nodes.at(i).definitionIndex != corvane::shader::noDefinitionIndex;
+        if (isKnown && (needsNoChild || nodes.at(i).firstChild >= 0))
             continue;
         const auto instance = scene.instance(layer.itemIdForNodeIndex(uint(i)));
+        if (!isKnown)
+            return u"'%1' has no definition: there is none of the name '%2'"_s.arg(
+                instance.name, instance.definitionId());
         return u"'%1' has no child: '%2' needs one to act on"_s.arg(instance.name,
                                                                     instance.definitionId());
     }
@@ -238,9 +242,9 @@ int exportScene(Corvane &scene, ExportRequest request, const ExportOptions &opti
     // Said before the meshing too.
     if (!OutputPath::hasKnownFormat(outputPath))
         return failForFormat(outputPath, options, warnings);
-    const QString idle = idleOperator(layer, scene);
-    if (!idle.isEmpty())
-        return report(ExportResult::failed(u"CPU backend initialization failed: "_s + idle),
+    const QString broken = brokenNode(layer, scene);
+    if (!broken.isEmpty())
+        return report(ExportResult::failed(u"CPU backend initialization failed: "_s + broken),
                       options, warnings);
     if (!addFieldShader(scene, layer, warnings, request))
         return CorvaneMain::OperationFailed;

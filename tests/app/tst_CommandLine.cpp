@@ -84,7 +84,8 @@ private slots:
     void impossibleGridsAreRefused();
     void brokenDefinitionsAreToldByTheirLine_data();
     void brokenDefinitionsAreToldByTheirLine();
-    void anOperatorWithoutChildrenIsNamed();
+    void theNodeThatMakesNoFieldIsNamed_data();
+    void theNodeThatMakesNoFieldIsNamed();
     void aFailedExportKeepsTheOldFile();
 
 private:
@@ -421,15 +422,27 @@ void TstCommandLine::brokenDefinitionsAreToldByTheirLine()
         QCOMPARE(runProgram({u"validate"_s, scene}).standardError, told);
 }
 
-void TstCommandLine::anOperatorWithoutChildrenIsNamed()
+void TstCommandLine::theNodeThatMakesNoFieldIsNamed_data()
 {
-    const QByteArray text = "formatVersion: 1\ncorvane:\n  instances:\n    moved:\n"
-                            "      type: translate\n  roots: [moved]\n";
+    QTest::addColumn<QByteArray>("type");
+    QTest::addColumn<QString>("why");
+    QTest::newRow("operator without children")
+        << QByteArray("translate") << u"has no child: 'translate' needs one to act on"_s;
+    QTest::newRow("unknown definition")
+        << QByteArray("spere") << u"has no definition: there is none of the name 'spere'"_s;
+}
+
+void TstCommandLine::theNodeThatMakesNoFieldIsNamed()
+{
+    QFETCH(QByteArray, type);
+    QFETCH(QString, why);
+    const QByteArray text =
+        "formatVersion: 1\ncorvane:\n  instances:\n    mine:\n      type: " + type +
+        "\n  roots: [mine]\n";
     const ProgramRun run = runProgram({u"export"_s, writeFile(m_folder, u"o.corvane"_s, text)});
     QCOMPARE(run.status, 3);
     QCOMPARE(closingLine(run).value("error"_L1).toString(),
-             u"CPU backend initialization failed: 'moved' has no child: 'translate' needs one to "
-             "act on"_s);
+             u"CPU backend initialization failed: 'mine' "_s + why);
 }
 
 void TstCommandLine::aFailedExportKeepsTheOldFile()
