@@ -1,3 +1,8 @@
+#include <rhi/OffscreenRhi.h>
+#include <rhi/RenderDevice.h>
+#include <rhi/SharedTexture.h>
+#include <rhi/VulkanDevice.h>
+#include <rhi/VulkanInstance.h>
 #include <rhi_widgets/RhiPresentWidget.h>
 #include <rhi_widgets/preferredRhiApi.h>
 #include <support/VirtualDisplay.h>
@@ -74,6 +79,50 @@ public:
     RhiPresentWidget *present;
 };
 
+/// Draws frames of pixels into a shared texture, as a producer would draw its scene.
+class SharedPicture
+{
+public:
+    SharedPicture(QRhi *rhi, SharedTexture *shared)
+        : m_rhi(rhi)
+        , m_shared(shared)
+        , m_target(rhi->newTextureRenderTarget({{shared->texture()}}))
+        , m_passFormat(m_target->newCompatibleRenderPassDescriptor())
+    {
+        m_target->setRenderPassDescriptor(m_passFormat.get());
+        m_target->create();
+    }
+    bool draw(const WorkerFrame &frame)
+    {
+        QRhiCommandBuffer *commands = nullptr;
+        m_rhi->beginOffscreenFrame(&commands);
+        QRhiResourceUpdateBatch *const updates = m_rhi->nextResourceUpdateBatch();
+        const bool isReady = m_pixels.upload(m_rhi, updates, frame) &&
+                             m_pass.ensurePipeline(m_rhi, m_passFormat.get(), 1) &&
+                             m_pass.rebuildSrb(m_rhi, m_pixels.texture());
+        m_pass.update(m_rhi, updates, {}, false);
+        m_shared->beginFrame(commands);
+        commands->beginPass(m_target.get(), Qt::black, {1.0f, 0}, updates);
+        m_pass.draw(commands, m_shared->size());
+        commands->endPass();
+        m_shared->endFrame(commands);
+        return m_rhi->endOffscreenFrame() == QRhi::FrameOpSuccess && isReady;
+    }
+    void release()
+    {
+        m_target.reset();
+        m_passFormat.reset();
+    }
+
+private:
+    QRhi *m_rhi;
+    SharedTexture *m_shared;
+    std::unique_ptr<QRhiTextureRenderTarget> m_target;
+    std::unique_ptr<QRhiRenderPassDescriptor> m_passFormat;
+    FrameTexture m_pixels;
+    PresentPass m_pass;
+};
+
 constexpr QPoint upperLeft(10, 10), upperRight(side - 10, 10), lowerLeft(10, side - 10),
     lowerRight(side - 10, side - 10), middle(side / 2, side / 2);
 
@@ -89,6 +138,11 @@ class TstRhiPresentWidget : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        QVulkanInstance *const instance = sharedVulkanInstance();
+        requestSharingForWindows(instance, selectOffscreenRenderDevice(instance));
+    }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void aFrameIsShownUprightUnderTranslucentChildren_data() { addApis(); }
@@ -195,6 +249,41 @@ private slots:
         window.present->presentFrame(plain(frame, 1));
         QTRY_VERIFY2(window.shows(middle, shown),
                      qPrintable(window.onScreen().pixelColor(middle).name()));
+    }
+
+    void aSharedImageIsShownWithoutACopy()
+    {
+        const RhiPointer producer = createOffscreenRhi(nullptr);
+        auto shared = SharedTexture::create(producer.get(), {2, 2});
+        QVERIFY(shared);
+        SharedPicture picture(producer.get(), shared.get());
+        QVERIFY(picture.draw(fourColors(1)));
+        Window window(QRhiWidget::Api::Vulkan);
+        window.present->presentFrame(shared->frame(1));
+        QTRY_VERIFY(window.shows(upperLeft, red));
+        QVERIFY(window.shows(upperRight, green) && window.shows(lowerLeft, blue));
+        // The same image again, with another picture in it.
+        QVERIFY(picture.draw(plain(green, 2)));
+        window.present->presentFrame(shared->frame(2));
+        QTRY_VERIFY(window.shows(upperLeft, green));
+        // The producer goes: the window keeps what it has, and a frame of nothing changes nothing.
+        const WorkerFrame late = shared->frame(3);
+        picture.release();
+        shared.reset();
+        window.present->presentFrame(late);
+        QCOMPARE(window.present->grabFramebuffer().pixelColor(upperLeft), green);
+        window.present->presentFrame(plain(blue, 4));
+        QTRY_VERIFY(window.shows(upperLeft, blue));
+
+        Window other(QRhiWidget::Api::OpenGL);
+        shared = SharedTexture::create(producer.get(), {2, 2});
+        SharedPicture again(producer.get(), shared.get());
+        QVERIFY(again.draw(plain(red, 5)));
+        expect("importInto: consumer not on the producer's physical device — falling back to "
+               "readback");
+        const QSignalSpy unavailable(other.present, &RhiPresentWidget::sharedFramesUnavailable);
+        other.present->presentFrame(shared->frame(5));
+        QTRY_COMPARE(unavailable.size(), 1);
     }
 
     void itOutlivesItsWindowAndItsSize_data() { addApis(); }

@@ -15,9 +15,10 @@ class SharedTexture;
 /// of a SharedTexture that the window draws straight from.
 struct WorkerFrame
 {
-    /// How the picture lies in memory.
+    /// What a window has to know about a shared image.
     enum Flag : quint64 {
-        TopDown = 1, ///< a shared image whose first row is the upper one; `pixels` always are
+        TopDown = 1,   ///< a shared image whose first row is the upper one; `pixels` always are
+        Signalled = 2, ///< the semaphore of its slot is to be waited for
     };
 
     QSize size{}; ///< of the whole picture, in pixels

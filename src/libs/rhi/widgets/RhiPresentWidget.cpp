@@ -1,5 +1,7 @@
 #include <rhi_widgets/RhiPresentWidget.h>
 
+#include <rhi/SharedTexture.h>
+
 #include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -15,12 +17,17 @@ RhiPresentWidget::RhiPresentWidget(QWidget *parent)
     setMouseTracking(true);
 }
 
-RhiPresentWidget::~RhiPresentWidget() = default;
+RhiPresentWidget::~RhiPresentWidget()
+{
+    releaseSharedImage();
+}
 
 bool RhiPresentWidget::presentFrame(const WorkerFrame &frame)
 {
     if (!m_frames.add(frame))
         return false;
+    if (frame.flags & WorkerFrame::Signalled)
+        m_ledger.signal(frame.sequence);
     update();
     return true;
 }
@@ -60,17 +67,22 @@ void RhiPresentWidget::render(QRhiCommandBuffer *commands)
     prepareOverlays(rhi(), updates);
 
     const QSize size = renderTarget()->pixelSize();
+    if (m_sharedImage)
+        m_sharedImage->takeOver(rhi(), commands);
     commands->beginPass(renderTarget(), m_clearColor, {1.0f, 0}, updates);
     if (showsFrame)
         m_pass.draw(commands, size);
     compositeOverlays(commands, renderTarget(), {0, 0, float(size.width()), float(size.height())});
     commands->endPass();
+    if (m_sharedImage)
+        m_sharedImage->giveBack(rhi(), commands);
 }
 
 void RhiPresentWidget::releaseResources()
 {
     m_pass.release();
     m_pixels.release();
+    releaseSharedImage();
     m_shown = nullptr;
     m_frames.clear(); // the worker's next frame is taken whatever its sequence
 }
@@ -127,6 +139,9 @@ void RhiPresentWidget::keyReleaseEvent(QKeyEvent *event)
 
 void RhiPresentWidget::drainFrames(QRhiResourceUpdateBatch *updates)
 {
+    const QList<WorkerFrame> superseded = m_frames.takeSuperseded();
+    for (const WorkerFrame &frame : superseded)
+        waitForFrame(frame);
     const QList<WorkerFrame> frames = m_frames.takeFrames();
     for (const WorkerFrame &frame : frames)
         uploadFrame(updates, frame);
@@ -134,11 +149,54 @@ void RhiPresentWidget::drainFrames(QRhiResourceUpdateBatch *updates)
 
 void RhiPresentWidget::uploadFrame(QRhiResourceUpdateBatch *updates, const WorkerFrame &frame)
 {
+    if (frame.sharedTexture) {
+        importFrame(frame);
+        return;
+    }
     if (!m_pixels.upload(rhi(), updates, frame))
         return;
+    releaseSharedImage();
     m_shown = m_pixels.texture();
     if (frame.damage.isNull())
         m_isBottomUp = false;
+}
+
+// Pictures that a GPU drew begin at the bottom, unless they say otherwise; what was read back was
+// turned.
+void RhiPresentWidget::importFrame(const WorkerFrame &frame)
+{
+    const std::shared_ptr<SharedImage> image = SharedTexture::imageOf(frame);
+    if (!image)
+        return; // the producer has replaced it: its next frame is on the way
+    QRhiTexture *const texture = image->importInto(rhi());
+    if (!texture) {
+        emit sharedFramesUnavailable();
+        return;
+    }
+    waitForFrame(frame);
+    if (m_sharedImage != image)
+        releaseSharedImage();
+    m_sharedImage = image;
+    m_shown = texture;
+    m_isBottomUp = !(frame.flags & WorkerFrame::TopDown);
+}
+
+void RhiPresentWidget::waitForFrame(const WorkerFrame &frame)
+{
+    if (!(frame.flags & WorkerFrame::Signalled))
+        return;
+    const std::shared_ptr<SharedImage> image = SharedTexture::imageOf(frame);
+    if (!image || image->waitForFrame(rhi(), frame))
+        m_ledger.retire(frame.sequence);
+}
+
+void RhiPresentWidget::releaseSharedImage()
+{
+    if (!m_sharedImage)
+        return;
+    m_shown = nullptr;
+    m_sharedImage->releaseConsumer(rhi());
+    m_sharedImage.reset();
 }
 
 bool RhiPresentWidget::ensurePipeline()

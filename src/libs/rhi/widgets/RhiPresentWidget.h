@@ -17,6 +17,8 @@ class QWheelEvent;
 
 namespace rhi {
 
+class SharedImage;
+
 /// Shows the frames of a render worker, with overlays of its own over them. Connect presentFrame()
 /// to WorkerHost::frameReady(). It holds the last good picture: a frame that cannot be used, or
 /// none at all, never turns it black. Before the first frame it is `clearColor()` and the overlays.
@@ -51,6 +53,8 @@ signals:
     void wheelEventReceived(QWheelEvent *event);
     void tabletEventReceived(QTabletEvent *event);
     void keyEventReceived(QKeyEvent *event);
+    /// Shared images cannot be imported here: the worker should send pixels.
+    void sharedFramesUnavailable();
     void pickRequested(const QPoint &position); ///< in the widget's coordinates
 
 protected:
@@ -75,6 +79,9 @@ protected:
 private:
     void drainFrames(QRhiResourceUpdateBatch *updates);
     void uploadFrame(QRhiResourceUpdateBatch *updates, const WorkerFrame &frame);
+    void importFrame(const WorkerFrame &frame);
+    void waitForFrame(const WorkerFrame &frame);
+    void releaseSharedImage();
     bool ensurePipeline();
     bool rebuildSrb();
 
@@ -86,6 +93,7 @@ private:
     QColor m_clearColor{0, 0, 0};
     QRhiTexture *m_shown = nullptr; ///< the last good picture; null before the first
     bool m_isBottomUp = false;
+    std::shared_ptr<SharedImage> m_sharedImage; ///< of m_shown; null when that shows pixels
     QPoint m_pressPosition;
     bool m_isClick = false; ///< the left button is down and was not dragged so far
 };
