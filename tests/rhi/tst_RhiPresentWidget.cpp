@@ -6,6 +6,7 @@
 #include <rhi_widgets/RhiPresentWidget.h>
 #include <rhi_widgets/preferredRhiApi.h>
 #include <support/VirtualDisplay.h>
+#include <support/VulkanValidation.h>
 #include <toast/ErrorManager.h>
 
 #include <QApplication>
@@ -140,9 +141,11 @@ class TstRhiPresentWidget : public QObject
 private slots:
     void initTestCase()
     {
+        QVERIFY2(VulkanValidation::begin(), "install vulkan-validationlayers");
         QVulkanInstance *const instance = sharedVulkanInstance();
         requestSharingForWindows(instance, selectOffscreenRenderDevice(instance));
     }
+    void cleanupTestCase() { QCOMPARE(VulkanValidation::takeComplaints(), QStringList()); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void aFrameIsShownUprightUnderTranslucentChildren_data() { addApis(); }

@@ -1,9 +1,8 @@
 #include <rhi/OffscreenRhi.h>
 #include <rhi/SharedTexture.h>
-#include <rhi/VulkanInstance.h>
+#include <support/VulkanValidation.h>
 
 #include <QLoggingCategory>
-#include <QMutex>
 #include <QRegularExpression>
 
 #include <thread>
@@ -12,19 +11,6 @@ using namespace Qt::StringLiterals;
 using namespace rhi;
 
 namespace {
-
-/// What the layer that checks our use of Vulkan has said.
-QStringList validationMessages;
-QtMessageHandler formerHandler = nullptr;
-
-void keepValidation(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    static QBasicMutex mutex;
-    const QMutexLocker lock(&mutex);
-    if (text.contains(u"vkDebug"_s) && text.contains(u"Validation"_s))
-        validationMessages.append(text);
-    formerHandler(type, context, text);
-}
 
 /// Clears the shared picture to a colour, as one frame of a producer.
 bool paint(QRhi *rhi, SharedTexture *shared, const QColor &color)
@@ -54,15 +40,9 @@ private slots:
     void initTestCase()
     {
         QLoggingCategory::setFilterRules(u"ondrel.rhi.sharedtexture=false"_s);
-        QVERIFY2(sharedVulkanInstance(true), "No Vulkan driver: install mesa-vulkan-drivers");
-        QVERIFY2(sharedVulkanInstance()->layers().size() == 1, "install vulkan-validationlayers");
-        formerHandler = qInstallMessageHandler(&keepValidation);
+        QVERIFY2(VulkanValidation::begin(), "install vulkan-validationlayers");
     }
-    void cleanupTestCase()
-    {
-        qInstallMessageHandler(formerHandler);
-        QCOMPARE(validationMessages, QStringList());
-    }
+    void cleanupTestCase() { QCOMPARE(VulkanValidation::takeComplaints(), QStringList()); }
     void init()
     {
         QTest::failOnWarning(QRegularExpression(u".*"_s));

@@ -1,6 +1,7 @@
 #include <rhi/ExitWatchdog.h>
 #include <rhi/WorkerHost.h>
 #include <rhi/WorkerProducer.h>
+#include <support/VulkanValidation.h>
 
 #include <QCoreApplication>
 #include <QMutex>
@@ -126,6 +127,8 @@ class TstWorkerHost : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { QVERIFY2(VulkanValidation::begin(), "install vulkan-validationlayers"); }
+    void cleanupTestCase() { QCOMPARE(VulkanValidation::takeComplaints(), QStringList()); }
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
 
     void framesComeFromAnotherThreadInOrder()

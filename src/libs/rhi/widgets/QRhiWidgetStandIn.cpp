@@ -3,8 +3,10 @@
 #include <QEvent>
 #include <QPointer>
 #include <QResizeEvent>
+#include <private/qguiapplication_p.h>
 #include <private/qwidget_p.h>
 #include <private/qwidgetrepaintmanager_p.h>
+#include <qpa/qplatformintegration.h>
 
 #include <algorithm>
 #include <memory>
@@ -63,6 +65,7 @@ public:
     QRhi *rhi = nullptr; ///< the window's
     int samples = 1;
     QSize fixedSize;
+    bool hasWarned = false; ///< once is enough: it paints again and again
     bool isTextureStale =
         false; ///< the window changes: the texture may be of a device that is gone
     std::unique_ptr<QRhiTexture> picture; ///< what is shown: drawn into, or resolved to
@@ -88,7 +91,8 @@ bool QRhiWidgetPrivate::ensureRhi()
     leaveRhi();
     const ApiRow *const row = rowOf(api);
     if (!present || !row || present->backend() != row->implementation) {
-        qWarning("QRhiWidget: the window is not composed with the graphics api of this widget");
+        if (!std::exchange(hasWarned, true))
+            qWarning("QRhiWidget: the window is not composed with the graphics api of this widget");
         return false;
     }
     rhi = present;
@@ -192,7 +196,15 @@ void QRhiWidgetPrivate::releaseTarget()
 QRhiWidget::QRhiWidget(QWidget *parent, Qt::WindowFlags flags)
     : QWidget(*new QRhiWidgetPrivate, parent, flags)
 {
-    d_func()->setRenderToTexture();
+    Q_D(QRhiWidget);
+    const QPlatformIntegration *const platform = QGuiApplicationPrivate::platformIntegration();
+    if (platform->hasCapability(QPlatformIntegration::RhiBasedRendering)) {
+        d->setRenderToTexture();
+        return;
+    }
+    qWarning("QRhiWidget: QRhi is not supported on this platform.");
+    d->hasWarned = true;
+    d->config.setEnabled(false);
 }
 
 // A class derived from this one frees its own resources in its destructor; the window's device is
