@@ -306,7 +306,7 @@ private slots:
 
         // Into another window: another device, which has no picture until the worker sends one.
         Window other(api);
-        other.layout()->replaceWidget(other.present, present);
+        delete other.layout()->replaceWidget(other.present, present);
         delete std::exchange(other.present, present);
         window.reset();
         QVERIFY(present->presentFrame(plain(green, 1)));

@@ -51,8 +51,9 @@ public:
 
     bool onInitialize(QRhi *rhi) override
     {
-        m_log->add(QThread::currentThread() == qApp->thread() ? u"initialize, wrong thread"_s
-                                                              : u"initialize"_s);
+        m_log->add(QThread::currentThread() == QCoreApplication::instance()->thread()
+                       ? u"initialize, wrong thread"_s
+                       : u"initialize"_s);
         return build(rhi) && !failsToInitialize;
     }
     WorkerFrame onTick(QRhi *) override
