@@ -31,15 +31,6 @@ private slots:
             answers.append(int(watchdog.recordLoss(time)));
         QCOMPARE(answers, tiers);
     }
-
-    void aThousandLossesAMinuteApartAreForgottenOneByOne()
-    {
-        DeviceLossWatchdog watchdog;
-        for (qint64 i = 0; i < 1000; ++i) {
-            QCOMPARE(watchdog.recordLoss(i * 61'000), DeviceLossTier::Recover);
-            QCOMPARE(watchdog.lossCount(), 1);
-        }
-    }
 };
 
 QTEST_APPLESS_MAIN(TstDeviceLossWatchdog)

@@ -59,6 +59,8 @@ private slots:
         QTest::newRow("the same again") << Frames{whole(7), part(7), whole(7)} << u"7"_s << u""_s;
         QTest::newRow("sequence 0 is one like others")
             << Frames{whole(0), whole(0)} << u"0"_s << u""_s;
+        QTest::newRow("a part of nothing does not hold its sequence")
+            << Frames{part(7), whole(7)} << u"7"_s << u""_s;
         QTest::newRow("shared ones must be waited for")
             << Frames{shared(1), shared(2), whole(3)} << u"3"_s << u"1 2"_s;
     }
@@ -82,7 +84,8 @@ private slots:
     {
         FrameQueue queue;
         constexpr qsizetype half = FrameQueue::largestPending / 2;
-        QVERIFY(queue.add(part(1, half)));
+        QVERIFY(queue.add(whole(0)));
+        QVERIFY(queue.add(part(1, half - 16)));
         QVERIFY(queue.add(part(2, half)));
         QTest::ignoreMessage(QtWarningMsg,
                              "too many changes wait to be drawn: they are dropped until "

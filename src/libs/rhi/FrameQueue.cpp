@@ -12,9 +12,11 @@ bool FrameQueue::add(const WorkerFrame &frame)
 {
     if (m_lastSequence == frame.sequence)
         return false;
-    if (frame.damage.isNull())
+    const bool isWhole = frame.damage.isNull();
+    if (isWhole)
         supersede();
-    m_lastSequence = frame.sequence;
+    if (isWhole || m_lastSequence) // a part of a picture that never came is no picture to hold
+        m_lastSequence = frame.sequence;
     m_pendingBytes += frame.pixels.size();
     m_frames.append(frame);
     if (m_pendingBytes > largestPending) {

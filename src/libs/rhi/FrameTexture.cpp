@@ -3,6 +3,7 @@
 #include <QLoggingCategory>
 
 #include <algorithm>
+#include <utility>
 
 namespace rhi {
 
@@ -70,6 +71,12 @@ bool FrameTexture::upload(QRhi *rhi, QRhiResourceUpdateBatch *updates, const Wor
     return true;
 }
 
+void FrameTexture::release()
+{
+    m_texture.reset();
+    m_hasWarned = false;
+}
+
 bool FrameTexture::ensureTexture(QRhi *rhi, const QSize &size)
 {
     if (m_texture && m_texture->pixelSize() == size && m_texture->format() == m_format)
@@ -91,11 +98,12 @@ bool FrameTexture::ensureTexture(QRhi *rhi, const QSize &size)
     return true;
 }
 
-bool FrameTexture::isDamageUsable(const WorkerFrame &frame) const
+bool FrameTexture::isDamageUsable(const WorkerFrame &frame)
 {
     if (!m_texture) {
-        qCWarning(lcFrameTexture,
-                  "RhiPresentWidget: damage frame without a full-frame base — dropped");
+        if (!std::exchange(m_hasWarned, true))
+            qCWarning(lcFrameTexture,
+                      "RhiPresentWidget: damage frame without a full-frame base — dropped");
         return false;
     }
     const QRect whole(QPoint(0, 0), m_texture->pixelSize());

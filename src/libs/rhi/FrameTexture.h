@@ -25,14 +25,15 @@ public:
     bool upload(QRhi *rhi, QRhiResourceUpdateBatch *updates, const WorkerFrame &frame);
 
     QRhiTexture *texture() const { return m_texture.get(); } ///< null before the first frame
-    void release() { m_texture.reset(); }
+    void release();
 
 private:
     bool ensureTexture(QRhi *rhi, const QSize &size);
-    bool isDamageUsable(const WorkerFrame &frame) const;
+    bool isDamageUsable(const WorkerFrame &frame);
 
     QRhiTexture::Format m_format = QRhiTexture::RGBA8;
     std::unique_ptr<QRhiTexture> m_texture;
+    bool m_hasWarned = false; ///< of parts without a whole: they may come thirty times a second
 };
 
 } // namespace rhi

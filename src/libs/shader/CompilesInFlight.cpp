@@ -2,7 +2,8 @@
 
 #include <concurrency/Outcome.h>
 
-#include <QWaitCondition>
+#include <condition_variable>
+#include <mutex>
 
 using namespace Qt::StringLiterals;
 
@@ -10,8 +11,10 @@ namespace shader {
 
 struct CompilesInFlight::Flight
 {
-    QMutex mutex;
-    QWaitCondition landed;
+    // Of the standard library: a thread sanitizer does not see that Qt's condition lets go of a
+    // mutex.
+    std::mutex mutex;
+    std::condition_variable landed;
     bool isDone = false;
     CompileResult result;
 };
@@ -28,10 +31,9 @@ CompileResult CompilesInFlight::compileOnce(const QString &key,
     bool isFirst = false;
     const std::shared_ptr<Flight> flight = board(key, isFirst);
     if (!isFirst) {
-        const QMutexLocker lock(&flight->mutex);
+        std::unique_lock lock(flight->mutex);
         ++m_waiting;
-        while (!flight->isDone)
-            flight->landed.wait(&flight->mutex);
+        flight->landed.wait(lock, [&] { return flight->isDone; });
         --m_waiting;
         return flight->result;
     }
@@ -44,10 +46,10 @@ CompileResult CompilesInFlight::compileOnce(const QString &key,
         const QMutexLocker lock(&m_mutex);
         m_flights.remove(key);
     }
-    const QMutexLocker lock(&flight->mutex);
+    const std::lock_guard lock(flight->mutex);
     flight->result = result;
     flight->isDone = true;
-    flight->landed.wakeAll();
+    flight->landed.notify_all();
     return result;
 }
 

@@ -153,8 +153,11 @@ void RhiPresentWidget::uploadFrame(QRhiResourceUpdateBatch *updates, const Worke
         importFrame(frame);
         return;
     }
-    if (!m_pixels.upload(rhi(), updates, frame))
+    if (!m_pixels.upload(rhi(), updates, frame)) {
+        if (!frame.damage.isNull() && !m_pixels.texture())
+            emit wholeFrameNeeded();
         return;
+    }
     releaseSharedImage();
     m_shown = m_pixels.texture();
     if (frame.damage.isNull())

@@ -53,6 +53,9 @@ signals:
     void wheelEventReceived(QWheelEvent *event);
     void tabletEventReceived(QTabletEvent *event);
     void keyEventReceived(QKeyEvent *event);
+    /// A part has come of a picture that is not there, as after a change of the window: the worker
+    /// should send a whole one.
+    void wholeFrameNeeded();
     /// Shared images cannot be imported here: the worker should send pixels.
     void sharedFramesUnavailable();
     void pickRequested(const QPoint &position); ///< in the widget's coordinates
