@@ -1,0 +1,66 @@
+#include "CompilesInFlight.h"
+
+#include <concurrency/Outcome.h>
+
+#include <condition_variable>
+#include <mutex>
+
+using namespace Qt::StringLiterals;
+
+namespace shader {
+
+struct CompilesInFlight::Flight
+{
+    // Of the standard library: a thread sanitizer does not see that Qt's condition lets go of a
+    // mutex.
+    std::mutex mutex;
+    std::condition_variable landed;
+    bool isDone = false;
+    CompileResult result;
+};
+
+CompilesInFlight &CompilesInFlight::instance()
+{
+    static CompilesInFlight flights;
+    return flights;
+}
+
+CompileResult CompilesInFlight::compileOnce(const QString &key,
+                                            const std::function<CompileResult()> &compile)
+{
+    bool isFirst = false;
+    const std::shared_ptr<Flight> flight = board(key, isFirst);
+    if (!isFirst) {
+        std::unique_lock lock(flight->mutex);
+        ++m_waiting;
+        flight->landed.wait(lock, [&] { return flight->isDone; });
+        --m_waiting;
+        return flight->result;
+    }
+    CompileResult result;
+    const concurrency::Outcome outcome = concurrency::guarded([&] { result = compile(); });
+    if (!outcome.isGood()) // the others must not wait for ever
+        result = {.shader = {},
+                  .errorMessage = u"The shader could not be compiled: %1"_s.arg(outcome.reason())};
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_flights.remove(key);
+    }
+    const std::lock_guard lock(flight->mutex);
+    flight->result = result;
+    flight->isDone = true;
+    flight->landed.notify_all();
+    return result;
+}
+
+std::shared_ptr<CompilesInFlight::Flight> CompilesInFlight::board(const QString &key, bool &isFirst)
+{
+    const QMutexLocker lock(&m_mutex);
+    std::shared_ptr<Flight> &flight = m_flights[key];
+    isFirst = !flight;
+    if (isFirst)
+        flight = std::make_shared<Flight>();
+    return flight;
+}
+
+} // namespace shader
