@@ -25,7 +25,7 @@ corvane_library(corvane_model
         corvane/model/IconShapes.cpp
         corvane/model/Instance.cpp
         corvane/model/ItemTable.cpp
-        corvane/model/ItemWrappers.cpp
+        corvane/model/ItemsToNodes.cpp
         corvane/model/LogicalExpressions.cpp
         corvane/model/LogicalInstance.cpp
         corvane/model/LogicalScene.cpp
@@ -43,7 +43,6 @@ corvane_library(corvane_model
         corvane/model/NestedValue.cpp
         corvane/model/NodeCompilation.cpp
         corvane/model/NodeKeys.cpp
-        corvane/model/NodeRecovery.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
         corvane/model/PromotionExpressions.cpp
