@@ -37,20 +37,6 @@ void exchange(model::LogicalScene &tree, const QUuid &a, const QUuid &b)
     tree.moveInstance(b, placeOfA.parentId, placeOfA.index);
 }
 
-/// A part inside of the branches that is used outside, and that use; null when there is none.
-std::pair<QUuid, QUuid> sharedPart(const model::LogicalScene &tree, const QList<QUuid> &tops)
-{
-    const auto &references = tree.references();
-    if (references.isEmpty())
-        return {};
-    const QSet<QUuid> leaving = branchesOf(tree, tops);
-    for (auto it = references.cbegin(); it != references.cend(); ++it) {
-        if (!leaving.contains(it.key()) && leaving.contains(*it) && !tops.contains(*it))
-            return {*it, it.key()};
-    }
-    return {};
-}
-
 } // namespace
 
 bool takesChildren(const OpContext &context, const QUuid &nodeId)
@@ -66,22 +52,22 @@ bool hasRoom(const OpContext &context, const QUuid &nodeId)
 
 QList<QUuid> nodesInGroups(const OpContext &context, const QList<QUuid> &groups)
 {
-    QList<QUuid> members;
-    if (!context.tree)
-        return members;
-    for (const model::LogicalInstance &node : context.tree->instances()) {
-        const QUuid group = node.displayParent();
-        if (!group.isNull() && groups.contains(group))
-            members.append(node.id);
+    QList<QUuid> tops;
+    if (!context.tree || groups.isEmpty())
+        return tops;
+    const QSet<QUuid> wanted(groups.cbegin(), groups.cend());
+    QSet<QUuid> taken;
+    const QList<QUuid> nodes = context.tree->nodesInOrder();
+    for (const QUuid &id : nodes) {
+        const bool isBelow = taken.contains(context.tree->parentOf(id));
+        const model::LogicalInstance *node = context.node(id);
+        if (!isBelow && !(node && wanted.contains(node->displayParent())))
+            continue;
+        taken.insert(id);
+        if (!isBelow)
+            tops.append(id);
     }
-    const QSet<QUuid> all(members.cbegin(), members.cend());
-    members.removeIf([&](const QUuid &id) {
-        QUuid above = context.tree->parentOf(id);
-        while (!above.isNull() && !all.contains(above))
-            above = context.tree->parentOf(above);
-        return !above.isNull();
-    });
-    return members;
+    return tops;
 }
 
 QList<QUuid> referencesInto(const model::LogicalScene &tree, const QList<QUuid> &tops)
@@ -101,10 +87,21 @@ QList<QUuid> referencesInto(const model::LogicalScene &tree, const QList<QUuid> 
 QVariantList keepSharedParts(model::LogicalScene &tree, const QList<QUuid> &tops)
 {
     QVariantList pairs;
-    for (auto found = sharedPart(tree, tops); !found.first.isNull();
-         found = sharedPart(tree, tops)) {
-        exchange(tree, found.first, found.second);
-        pairs.append(QVariant(idList({found.first, found.second})));
+    if (tree.references().isEmpty())
+        return pairs;
+    QSet<QUuid> leaving = branchesOf(tree, tops);
+    // What has come out may hold references to what is still inside.
+    for (qsizetype before = -1; before != pairs.size();) {
+        before = pairs.size();
+        const auto references = tree.references();
+        for (auto it = references.cbegin(); it != references.cend(); ++it) {
+            if (leaving.contains(it.key()) || !leaving.contains(*it) || tops.contains(*it))
+                continue;
+            exchange(tree, *it, it.key());
+            leaving -= branchesOf(tree, {*it});
+            leaving.insert(it.key());
+            pairs.append(QVariant(idList({*it, it.key()})));
+        }
     }
     return pairs;
 }

@@ -104,18 +104,21 @@ QList<QUuid> SceneRecords::childrenOf(const QUuid &id) const
     if (id.isNull())
         return roots();
     QList<QUuid> children;
+    QSet<QUuid> seen;
+    const auto add = [&](const QUuid &child) {
+        if (!seen.contains(child))
+            children.append(child);
+        seen.insert(child);
+    };
     if (m_access.isNode(id)) {
-        for (const QUuid &child : node(id).children) {
-            if (!children.contains(shown(child)))
-                children.append(shown(child));
-        }
+        for (const QUuid &child : node(id).children)
+            add(shown(child));
     }
     const QList<QUuid> below = m_access.document->hierarchyChildIds(id) + m_members.value(id);
     for (const QUuid &child : below) {
-        const bool isShown = m_access.isNode(child) ||
-                             !model::standsForNode(m_access.document->item(child), m_access.tree);
-        if (isShown && !children.contains(child))
-            children.append(child);
+        if (m_access.isNode(child) ||
+            !model::standsForNode(m_access.document->item(child), m_access.tree))
+            add(child);
     }
     return children;
 }
