@@ -7,8 +7,8 @@
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
+#include <corvane/model/ItemsToNodes.h>
 #include <corvane/model/LogicalSceneCompiler.h>
-#include <corvane/model/NodeRecovery.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/ops/CorvaneServiceLocator.h>
 #include <corvane/tasks/SceneErrors.h>
@@ -60,24 +60,15 @@ bool failToKeep(const QString &kept, const QString &error)
     return false;
 }
 
-/// What a document without roots of its own draws is what nothing else lists.
+/// A document without roots of its own draws every item.
 QList<QUuid> drawnItems(const Corvane &document)
 {
     if (!document.drawsAllItems())
         return document.roots();
-    QSet<QUuid> listed;
     QList<QUuid> items;
-    const auto all = document.items();
-    for (const auto &item : all) {
-        const QList<QUuid> children = document.childInstanceIds(item.id);
-        for (const QUuid &child : children) {
-            if (child != item.id)
-                listed.insert(child);
-        }
-        if (item.itemType == corvane::model::ItemTypes::Sdf)
-            items.append(item.id);
-    }
-    items.removeIf([&listed](const QUuid &id) { return listed.contains(id); });
+    const auto all = document.itemsOfType(corvane::model::ItemTypes::Sdf);
+    for (const auto &item : all)
+        items.append(item.id);
     return items;
 }
 
@@ -92,6 +83,12 @@ QList<QUuid> inOrderOf(const QList<QUuid> &order, const QList<QUuid> &ids)
             sorted.append(id);
     }
     return sorted;
+}
+
+void tell(const QList<corvane::model::SceneWarning> &warnings)
+{
+    for (const auto &warning : warnings)
+        CorvaneMain::printError(warning.toString());
 }
 
 /// The user's setting, which says whether a compile tells what became of each node.
@@ -131,10 +128,11 @@ ZirnSession::ZirnSession(const SceneFile &file, const QSharedPointer<Corvane> &d
     , m_tree(tree)
     , m_isVersion2(isVersion2)
     , m_openedRoots(drawnItems(*document))
+    , m_drewAllItems(document->drawsAllItems())
     , m_executor(document)
 {
-    if (m_tree->instances().isEmpty())
-        corvane::model::NodeRecovery::recover(*m_document, *m_tree);
+    if (!isVersion2)
+        tell(corvane::model::itemsToNodes(*m_document, *m_tree));
     m_executor.setLogicalScene(m_tree.data());
     auto &locator = CorvaneServiceLocator::instance();
     locator.setScene(m_document);
@@ -183,6 +181,10 @@ void ZirnSession::compile()
         compiler.fullCompile();
         m_document->setRoots(inOrderOf(m_openedRoots, kept + m_document->roots()));
     }
+    // Nothing but what was drawn without a word is drawn.
+    if (m_drewAllItems && m_document->roots().size() ==
+                              m_document->itemsOfType(corvane::model::ItemTypes::Sdf).size())
+        m_document->drawAllItems();
     corvane::expr::ExpressionManager expressions(m_document.data());
     expressions.evaluateAll();
 }

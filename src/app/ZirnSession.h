@@ -20,8 +20,8 @@ class ZirnSession
 public:
     /// Reads a scene file, or makes a new scene when the path is empty. Null when the file can't be
     /// read. Nodes of a version 2 file are there under their own ids, and in a tree as the user
-    /// knows them; so are those that a version 1 file holds in compiled form, while its other items
-    /// stay items of the document.
+    /// knows them; so is what a version 1 file holds of the field (itemsToNodes()), with a line for
+    /// the user for what has to stay an item of the document.
     static std::unique_ptr<ZirnSession> open(const QString &scenePath);
     ~ZirnSession();
     ZirnSession(const ZirnSession &) = delete;
@@ -33,7 +33,7 @@ public:
                                                      QString &rejection);
 
     /// Compiles the tree into the document. What the document drew before and still has stays in
-    /// the picture, ahead of the tree.
+    /// the picture, in its order and ahead of what is new.
     void compile();
     /// Whether the scene, if it is saved over, is a file, and save() would find the place of the
     /// kept one free. False with a line for the user.
@@ -56,5 +56,6 @@ private:
     const QSharedPointer<corvane::model::LogicalScene> m_tree;
     const bool m_isVersion2;
     const QList<QUuid> m_openedRoots; ///< what the document drew when it was opened
+    const bool m_drewAllItems;        ///< as it had no list of roots
     corvane::ops::CorvaneOpExecutor m_executor;
 };

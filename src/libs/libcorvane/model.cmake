@@ -25,8 +25,9 @@ corvane_library(corvane_model
         corvane/model/IconShapes.cpp
         corvane/model/Instance.cpp
         corvane/model/IdSpread.cpp
+        corvane/model/ItemComparison.cpp
         corvane/model/ItemTable.cpp
-        corvane/model/ItemWrappers.cpp
+        corvane/model/ItemsToNodes.cpp
         corvane/model/LogicalExpressions.cpp
         corvane/model/LogicalInstance.cpp
         corvane/model/LogicalScene.cpp
@@ -44,7 +45,6 @@ corvane_library(corvane_model
         corvane/model/NestedValue.cpp
         corvane/model/NodeCompilation.cpp
         corvane/model/NodeKeys.cpp
-        corvane/model/NodeRecovery.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
         corvane/model/PromotionExpressions.cpp

@@ -3,7 +3,6 @@
 corvane_library(corvane_ops
     AREAS ops
     SOURCES
-        corvane/ops/Adoption.cpp
         corvane/ops/ComponentEditOps.cpp
         corvane/ops/ComponentMaterializer.cpp
         corvane/ops/ComponentOps.cpp
@@ -19,10 +18,10 @@ corvane_library(corvane_ops
         corvane/ops/ItemOps.cpp
         corvane/ops/ItemPlaceOps.cpp
         corvane/ops/MaterialOps.cpp
+        corvane/ops/NodePlaces.cpp
         corvane/ops/OpCall.cpp
         corvane/ops/OpCatalogue.cpp
         corvane/ops/OpContext.cpp
-        corvane/ops/Operands.cpp
         corvane/ops/SceneSnapshot.cpp
         corvane/ops/SdfOps.cpp
         corvane/ops/SettingsOps.cpp

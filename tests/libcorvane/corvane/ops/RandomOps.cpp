@@ -287,7 +287,12 @@ QString RandomOps::pickText(const QStringList &texts)
 
 QUuid RandomOps::node()
 {
-    return pick(m_fixture.tree.nodesInOrder());
+    const auto &references = m_fixture.tree.references();
+    if (chance(2)) // which nobody sees, and all ops refuse
+        return pick(references.keys());
+    QList<QUuid> nodes = m_fixture.tree.nodesInOrder();
+    nodes.removeIf([&references](const QUuid &id) { return references.contains(id); });
+    return pick(nodes);
 }
 
 QUuid RandomOps::item()

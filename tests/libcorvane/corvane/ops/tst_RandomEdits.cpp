@@ -1,6 +1,7 @@
 // Undo is exact: random edits of all kinds, taken back and done again step by step.
 #include "RandomOps.h"
 
+#include <corvane/model/ItemsToNodes.h>
 #include <corvane/ops/OpCatalogue.h>
 
 #include <QLoggingCategory>
@@ -82,9 +83,39 @@ bool isSettled(OpFixture &fixture, expr::ExpressionManager &expressions)
     return false;
 }
 
+/// Items by hand, in a group and in several places each, become nodes.
+void openItems(OpFixture &fixture)
+{
+    model::SceneItem group(QUuid::createUuidV5(QUuid(), u"folder"_s));
+    group.itemType = model::ItemTypes::Group;
+    group.name = u"Folder"_s;
+    fixture.document->addItem(group);
+    const auto add = [&](const QString &type, const QString &name, const QVariantList &children,
+                         bool isInGroup) {
+        model::Instance item(type);
+        item.id = QUuid::createUuidV5(QUuid(), name);
+        item.name = name;
+        item.setParameter(u"radius"_s, u"=a"_s);
+        if (!children.isEmpty())
+            item.setParameter(u"children"_s, children);
+        if (isInGroup)
+            item.parentId = group.id;
+        fixture.document->addItem(item);
+    };
+    add(u"sphere"_s, u"Bead"_s, {}, true);
+    add(u"union"_s, u"Beads"_s, {u"@Bead"_s, u"@Bead"_s}, true);
+    add(u"sphere"_s, u"Knot"_s, {}, false);
+    add(u"subtract"_s, u"Chain"_s, {u"@Beads"_s, u"@Knot"_s}, false);
+    add(u"union"_s, u"Chains"_s, {u"@Chain"_s, u"@Beads"_s, u"@Bead"_s}, false);
+    const auto names = fixture.document->nameIndex();
+    fixture.document->setRoots({names.value(u"Chains"_s), names.value(u"Knot"_s)});
+    model::itemsToNodes(*fixture.document, fixture.tree);
+}
+
 /// A scene with a tree, groups, a component in a component with promotions, and items.
 void fill(OpFixture &fixture)
 {
+    openItems(fixture);
     const QUuid top = fixture.addNode(u"union"_s);
     const QUuid inner = fixture.addNode(u"sphere"_s, top);
     fixture.addNode(u"box"_s, top);

@@ -2,6 +2,7 @@
 #include "OpFixture.h"
 
 #include <corvane/expr/ExpressionManager.h>
+#include <corvane/model/ItemsToNodes.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/ops/ComponentMaterializer.h>
@@ -24,6 +25,22 @@ QUuid nestedPair(OpFixture &fixture, const QString &componentId)
     fixture.apply(OpKind::ComponentNest,
                   {{u"itemId"_s, top}, {u"definitionId"_s, componentId}, {u"name"_s, u"Pair"_s}});
     return fixture.executor.lastCreatedId();
+}
+
+/// The names of items, with those that they list in parentheses; a wrapper is ">".
+QString outlineOf(const model::Corvane &document, const QList<QUuid> &ids)
+{
+    QStringList parts;
+    for (const QUuid &id : ids) {
+        const QList<QUuid> children = document.childInstanceIds(id);
+        const QString below = outlineOf(document, children);
+        if (document.item(id).hasTag(model::ItemTags::Compiled))
+            parts.append(u'>' + below);
+        else
+            parts.append(document.item(id).name +
+                         (children.isEmpty() ? QString() : u'(' + below + u')'));
+    }
+    return parts.join(u' ');
 }
 
 /// Where the wrappers of a node put a point of its inside.
@@ -55,6 +72,9 @@ private slots:
 
     void whatIsAddedBelowAGroupIsMovedByIt_data();
     void whatIsAddedBelowAGroupIsMovedByIt();
+    void partsInSeveralPlaces_data();
+    void partsInSeveralPlaces();
+    void drivenTransformIsTakenBack();
     void detachedNodeComesBackDetached_data();
     void detachedNodeComesBackDetached();
     void copyHasAllBelowAndNamesOfItsOwn();
@@ -79,39 +99,138 @@ private slots:
 void TstSceneOps::whatIsAddedBelowAGroupIsMovedByIt_data()
 {
     QTest::addColumn<QString>("itemType");
-    QTest::addColumn<bool>("isFollowed");
+    QTest::addColumn<bool>("isAlone");
     for (const QString &itemType : {model::ItemTypes::Group, model::ItemTypes::SdfDomain}) {
-        QTest::addRow("%s", qPrintable(itemType)) << itemType << false;
-        QTest::addRow("%s, beside a tree", qPrintable(itemType)) << itemType << true;
+        QTest::addRow("%s", qPrintable(itemType)) << itemType << true;
+        QTest::addRow("%s, beside others", qPrintable(itemType)) << itemType << false;
     }
 }
 
 void TstSceneOps::whatIsAddedBelowAGroupIsMovedByIt()
 {
     QFETCH(const QString, itemType);
-    QFETCH(const bool, isFollowed);
+    QFETCH(const bool, isAlone);
     OpFixture fixture;
-    std::optional<EditorFollowers> followers;
-    if (isFollowed)
-        followers.emplace(fixture);
+    const EditorFollowers followers(fixture);
     const QUuid group = fixture.add({{u"itemType"_s, itemType}});
     const QByteArray before = fixture.state();
-    // The operand is not drawn for itself, as all items of a document without roots are.
     const QUuid part = fixture.addNode(u"subtract"_s, group);
-    fixture.addNode(u"box"_s, part);
-    QCOMPARE(fixture.document->item(part).parentId, group);
+    const QUuid operand = fixture.addNode(u"box"_s, part);
     QVERIFY(fixture.apply(OpKind::ItemSetTransform, {{u"itemId"_s, part}, {u"tx"_s, 2}}));
-    if (isFollowed)
+    if (!isAlone)
         fixture.addNode(u"box"_s);
 
-    // The part is drawn once, by its wrapper, and whatever moves that stands in the group as well.
+    // The part is drawn once, by its wrapper, and all of it stands in the group.
     const QList<QUuid> roots = fixture.document->roots();
-    QCOMPARE(roots.size(), isFollowed ? 2 : 1);
-    QCOMPARE(fixture.document->childInstanceIds(roots.last()), QList<QUuid>{part});
-    QCOMPARE(fixture.document->item(roots.last()).parentId, group);
-    while (fixture.document->hasItem(part))
+    QCOMPARE(roots.size(), isAlone ? 1 : 2);
+    QCOMPARE(fixture.document->childInstanceIds(roots.first()), QList<QUuid>{part});
+    for (const QUuid &id : {roots.first(), part, operand})
+        QCOMPARE(fixture.document->item(id).parentId, group);
+    const QUuid copy = fixture.apply(OpKind::ItemDuplicate, {{u"sourceId"_s, group}})
+                           ? fixture.executor.lastCreatedId()
+                           : QUuid();
+    QCOMPARE(fixture.tree.roots().size(), isAlone ? 2 : 3);
+    QCOMPARE(fixture.tree.instance(fixture.tree.roots().last())->displayParent(), copy);
+    QVERIFY(fixture.apply(OpKind::ItemRemove, {{u"itemId"_s, group}}));
+    QVERIFY(!fixture.tree.contains(part));
+    while (fixture.stack().index() > 1)
         fixture.stack().undo();
     QCOMPARE(fixture.state(), before);
+}
+
+/// Of a union of a ball and a pair, which is a union of the ball, twice, and a box.
+void TstSceneOps::partsInSeveralPlaces_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QVariantMap>("args");
+    QTest::addColumn<QString>("outline"); // of what is drawn, by names
+    const auto row = [](const char *name, QLatin1StringView kind, const QVariantMap &args,
+                        const QString &outline) {
+        QTest::newRow(name) << QString(kind) << args << outline;
+    };
+    const QString ball = u"ball"_s, pair = u"pair"_s, top = u"top"_s, id = u"itemId"_s;
+    row("a part goes from all places", OpKind::ItemRemove, {{id, ball}}, u"top(pair(box))"_s);
+    row("what it is part of goes without it", OpKind::ItemRemove, {{id, pair}}, u"top(ball)"_s);
+    row("it moves from all places", OpKind::ItemSetParent, {{id, ball}, {u"newParentId"_s, {}}},
+        u"top(pair(box)) ball"_s);
+    row("it changes its place, and keeps the others", OpKind::ItemSetParent,
+        {{id, ball}, {u"newParentId"_s, top}, {u"insertIndex"_s, 2}},
+        u"top(pair(ball ball box) ball)"_s);
+    row("it moves to where it is already", OpKind::ItemSetParent,
+        {{id, ball}, {u"newParentId"_s, pair}}, u"top(pair(box ball))"_s);
+    row("nothing moves below its own part", OpKind::ItemSetParent,
+        {{id, pair}, {u"newParentId"_s, ball}}, {});
+    row("a copy has a copy, once", OpKind::ItemDuplicate,
+        {{u"sourceId"_s, pair}, {u"newParentId"_s, top}},
+        u"top(ball pair(ball ball box) pair 1(ball 1 ball 1 box 1))"_s);
+    row("a component has nothing in common with others", OpKind::ComponentNest, {{id, pair}}, {});
+    row("what moves it moves it in all places", OpKind::ItemSetTransform,
+        {{id, ball}, {u"tx"_s, 1}}, u"top(>ball pair(>ball >ball box))"_s);
+}
+
+void TstSceneOps::partsInSeveralPlaces()
+{
+    QFETCH(const QString, kind);
+    QFETCH(QVariantMap, args);
+    QFETCH(const QString, outline);
+    OpFixture fixture;
+    model::Corvane &document = *fixture.document;
+    const auto add = [&document](const QString &type, const QString &name,
+                                 const QVariantList &children) {
+        model::Instance item(type);
+        item.id = QUuid(uint(document.items().size() + 1), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+        item.name = name;
+        if (!children.isEmpty())
+            item.setParameter(u"children"_s, children);
+        return document.addItem(item);
+    };
+    // The first one that lists a part has it; the others have references.
+    document.setRoots({add(u"union"_s, u"top"_s, {u"@ball"_s, u"@pair"_s})});
+    const QUuid pair = add(u"union"_s, u"pair"_s, {u"@ball"_s, u"@ball"_s, u"@box"_s});
+    add(u"sphere"_s, u"ball"_s, {});
+    add(u"box"_s, u"box"_s, {});
+    for (QVariant &arg : args) {
+        const QUuid id = document.instanceIdByName(arg.toString());
+        if (!id.isNull())
+            arg = id;
+    }
+    QVERIFY(model::itemsToNodes(document, fixture.tree).isEmpty());
+    QCOMPARE(fixture.tree.instances().size(), 6);
+    const EditorFollowers followers(fixture);
+    const QByteArray before = fixture.state();
+
+    if (outline.isEmpty())
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"below the item|more than once"_s));
+    QCOMPARE(fixture.executor.apply({kind, args}), !outline.isEmpty());
+    const QByteArray after = fixture.state();
+    if (outline.isEmpty()) {
+        QCOMPARE(after, before);
+        return;
+    }
+    QCOMPARE(outlineOf(document, document.roots()), outline);
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    QCOMPARE(fixture.state(), after);
+    QVERIFY(fixture.tree.contains(pair) == outline.contains(u"pair"_s));
+}
+
+/// Of a wrapper what was said before an expression came comes back.
+void TstSceneOps::drivenTransformIsTakenBack()
+{
+    OpFixture fixture;
+    const QUuid ball = fixture.addNode(u"sphere"_s);
+    QVERIFY(fixture.apply(OpKind::SdfSetParameter, {{u"itemId"_s, ball},
+                                                    {u"wrapperId"_s, u"translate"_s},
+                                                    {u"paramName"_s, u"offset"_s},
+                                                    {u"value"_s, QVariantList{5, 0, 1}}}));
+    const QByteArray before = fixture.state();
+    QVERIFY(fixture.apply(OpKind::ItemSetTransform, {{u"itemId"_s, ball}, {u"tx"_s, u"=w"_s}}));
+    const QByteArray after = fixture.state();
+    fixture.stack().undo();
+    QCOMPARE(fixture.state(), before);
+    fixture.stack().redo();
+    QCOMPARE(fixture.state(), after);
 }
 
 void TstSceneOps::detachedNodeComesBackDetached_data()

@@ -18,7 +18,7 @@ constexpr const char16_t *rows[] = {
     "__provenance",
     u"type params children wrappers wrapperOrder component name id tags material materialId "
     "translate rotate scale blendSharpness materialMode densityScale shellThickness definition "
-    "parameters transform",
+    "parameters transform original",
     u"id name category description root instances interface",
     u"alias target binding displayName expression",
     u"item node param",

@@ -74,22 +74,32 @@ void CompiledItems::findForeignNames()
     }
 }
 
-CompiledInstanceMapping CompiledItems::addNode(const LogicalInstance &node)
+void CompiledItems::reserveName(const LogicalInstance &node)
 {
-    if (const CompileMemory::Node *known = unchanged(node)) {
-        keep(known->mapping);
+    const QString name = node.ownItem.value(u"name"_s, node.name).toString();
+    ++m_ownNames[name];
+    if (name.startsWith(namePrefix))
+        m_takenNames.insert(name);
+}
+
+CompiledInstanceMapping CompiledItems::addNode(const LogicalInstance &node,
+                                               const QUuid &displayParent)
+{
+    if (const CompileMemory::Node *known = unchanged(node, displayParent)) {
+        keep(node, known->mapping);
         return known->mapping;
     }
-    const CompiledInstanceMapping mapping = makeNode(node);
-    remember(node, mapping);
+    const CompiledInstanceMapping mapping = makeNode(node, displayParent);
+    remember(node, displayParent, mapping);
     return mapping;
 }
 
-const CompileMemory::Node *CompiledItems::unchanged(const LogicalInstance &node)
+const CompileMemory::Node *CompiledItems::unchanged(const LogicalInstance &node,
+                                                    const QUuid &displayParent)
 {
     const auto known = m_memory.nodes.constFind(node.id);
-    if (known == m_memory.nodes.cend() || known->node != node || !m_takenNames.isEmpty() ||
-        !takeShortName(node.id))
+    if (known == m_memory.nodes.cend() || known->displayParent != displayParent ||
+        known->node != node || !m_takenNames.isEmpty() || !takeShortName(node.id))
         return nullptr;
     const CompiledInstanceMapping &mapping = known->mapping;
     const auto core = m_memory.items.constFind(mapping.coreId);
@@ -116,9 +126,11 @@ bool CompiledItems::isAsStored(const QUuid &itemId) const
 
 /// What the items of a node say of each other is as it was; who refers to the outer one, and to
 /// whom the core refers, is yet to come.
-void CompiledItems::keep(const CompiledInstanceMapping &mapping)
+void CompiledItems::keep(const LogicalInstance &node, const CompiledInstanceMapping &mapping)
 {
     keepItem(mapping.coreId);
+    pending(mapping.coreId).isOwn = node.hasOwnItem();
+    pending(mapping.coreId).ownReferences = node.ownItem.value(u"children"_s).toStringList();
     for (const QUuid &id : mapping.wrapperIds)
         keepItem(id);
     pending(mapping.coreId).children.clear();
@@ -134,10 +146,11 @@ void CompiledItems::keepItem(const QUuid &id)
 }
 
 /// The items themselves are remembered when they are stored.
-void CompiledItems::remember(const LogicalInstance &node, const CompiledInstanceMapping &mapping)
+void CompiledItems::remember(const LogicalInstance &node, const QUuid &displayParent,
+                             const CompiledInstanceMapping &mapping)
 {
     if (m_takenNames.isEmpty() && m_shortNames.value(node.id.data1) == node.id)
-        m_made.insert(node.id, {node, mapping});
+        m_made.insert(node.id, {node, displayParent, mapping});
     else
         m_memory.nodes.remove(node.id);
 }
@@ -154,34 +167,57 @@ void CompiledItems::forgetGone(const QSet<QUuid> &goneItems)
     }
 }
 
-CompiledInstanceMapping CompiledItems::makeNode(const LogicalInstance &node)
+CompiledInstanceMapping CompiledItems::makeNode(const LogicalInstance &node,
+                                                const QUuid &displayParent)
 {
     CompiledInstanceMapping mapping;
     mapping.logicalId = node.id;
-    mapping.coreId = wrapperItemId(node.id, {});
+    mapping.coreId = node.hasOwnItem() ? node.id : wrapperItemId(node.id, {});
     mapping.outerId = mapping.coreId;
-    Pending &core = add(node, node.definitionId, mapping.coreId);
-    core.item.name = nameFor(node.id, coreSuffix, true);
-    core.provenance.role = SDFNodeProvenance::Role::Core;
-    core.item.tags = NodeCompilation::coreTags(node);
+    Pending &core =
+        node.hasOwnItem() ? addOwnCore(node) : addCore(node, mapping.coreId, displayParent);
     core.params = NodeCompilation::coreParameters(node, before(mapping.coreId));
     m_compilation.fillSurface(core.item, node);
-    addWrappers(node, mapping);
+    const QUuid shownIn = node.hasOwnItem() ? node.displayParent() : displayParent;
+    addWrappers(node, shownIn, mapping);
     return mapping;
 }
 
+CompiledItems::Pending &CompiledItems::addCore(const LogicalInstance &node, const QUuid &id,
+                                               const QUuid &displayParent)
+{
+    Pending &core = add(node, node.definitionId, id);
+    core.item.name = nameFor(node.id, coreSuffix, true);
+    core.item.parentId = displayParent;
+    core.item.tags = NodeCompilation::coreTags(node);
+    core.provenance.role = SDFNodeProvenance::Role::Core;
+    return core;
+}
+
+CompiledItems::Pending &CompiledItems::addOwnCore(const LogicalInstance &node)
+{
+    takeShortName(node.id); // for the wrappers
+    m_indices.insert(node.id, m_items.size());
+    m_items.push_back({NodeCompilation::ownCore(node), {}, {}, {}, nullptr});
+    m_items.back().isOwn = true;
+    m_items.back().ownReferences = node.ownItem.value(u"children"_s).toStringList();
+    return m_items.back();
+}
+
 CompiledInstanceMapping CompiledItems::addComponentInstance(const LogicalInstance &node,
-                                                            const CompiledInstanceMapping &root)
+                                                            const CompiledInstanceMapping &root,
+                                                            const QUuid &displayParent)
 {
     CompiledInstanceMapping mapping;
     mapping.logicalId = node.id;
     mapping.coreId = root.coreId;
     mapping.outerId = root.outerId;
-    addWrappers(node, mapping);
+    addWrappers(node, displayParent, mapping);
     return mapping;
 }
 
-void CompiledItems::addWrappers(const LogicalInstance &node, CompiledInstanceMapping &mapping)
+void CompiledItems::addWrappers(const LogicalInstance &node, const QUuid &displayParent,
+                                CompiledInstanceMapping &mapping)
 {
     static const QSet<QString> tags{ItemTags::Compiled};
     for (auto wrapper = node.wrappers.crbegin(); wrapper != node.wrappers.crend(); ++wrapper) {
@@ -191,6 +227,7 @@ void CompiledItems::addWrappers(const LogicalInstance &node, CompiledInstanceMap
         const QUuid id = wrapperItemId(node.id, wrapperId);
         Pending &made = add(node, wrapperId, id);
         made.item.name = nameFor(node.id, wrapperId, false);
+        made.item.parentId = displayParent;
         made.item.tags = tags;
         made.provenance.role = classifyRoleForSuffix(wrapperId);
         made.provenance.roleDetail = wrapperId;
@@ -225,12 +262,39 @@ QVariantMap CompiledItems::before(const QUuid &id) const
 void CompiledItems::setChildren(const QUuid &coreId, const QList<QUuid> &outerIds)
 {
     Pending &parent = pending(coreId);
-    parent.children.reserve(outerIds.size());
-    for (const QUuid &outerId : outerIds) {
-        Pending &child = pending(outerId);
-        child.provenance.parentCompiledId = parent.item.name;
-        parent.children.append(QString(u'@' + child.item.name));
-    }
+    for (const QUuid &outerId : outerIds)
+        pending(outerId).provenance.parentCompiledId = parent.item.name;
+    parent.children = referencesOf(parent, outerIds);
+}
+
+/// As the parent's own item has them, while they say the same.
+QVariantList CompiledItems::referencesOf(const Pending &parent, const QList<QUuid> &children) const
+{
+    const QStringList &own = parent.ownReferences;
+    const auto means = [this](const QString &reference, const QUuid &id) {
+        const QString word = reference.startsWith(u'@') ? reference.mid(1) : reference;
+        return QUuid::fromString(word) == id || word == pending(id).item.name;
+    };
+    if (std::equal(own.cbegin(), own.cend(), children.cbegin(), children.cend(), means))
+        return QVariant(own).toList();
+    QVariantList references;
+    references.reserve(children.size());
+    for (const QUuid &id : children)
+        references.append(referenceTo(pending(id).item));
+    return references;
+}
+
+/// By the name, unless that is none or leads to another item.
+QString CompiledItems::referenceTo(const Instance &item) const
+{
+    const auto namesakes = m_ownNames.constFind(item.name);
+    if (namesakes == m_ownNames.cend())
+        return u'@' + item.name;
+    const QUuid holder = m_document.instanceIdByName(item.name);
+    const bool isAmbiguous =
+        item.name.isEmpty() || *namesakes > 1 ||
+        (!holder.isNull() && !m_replaced.contains(holder) && holder != item.id);
+    return u'@' + (isAmbiguous ? item.id.toString(QUuid::WithoutBraces) : item.name);
 }
 
 void CompiledItems::store()
@@ -263,7 +327,8 @@ void CompiledItems::complete(Pending &made)
 {
     if (made.known) {
         const QString parent = made.provenance.parentCompiledId;
-        made.provenance = made.item.provenance();
+        if (!made.isOwn)
+            made.provenance = made.item.provenance();
         made.provenance.parentCompiledId = parent;
         made.params = made.item.rawParams();
         made.params.remove(u"children"_s);
@@ -271,8 +336,10 @@ void CompiledItems::complete(Pending &made)
     if (!made.children.isEmpty())
         made.params.insert(u"children"_s,
                            QVariant::fromValue(ParameterValue::fromLiteral(made.children)));
-    made.item.setRawParams(made.params);
-    made.item.setProvenance(made.provenance);
+    if (!made.isOwn || !made.params.isEmpty())
+        made.item.setRawParams(made.params);
+    if (!made.isOwn)
+        made.item.setProvenance(made.provenance);
 }
 
 bool CompiledItems::takeShortName(const QUuid &nodeId)

@@ -18,6 +18,7 @@ struct CompileMemory
     struct Node
     {
         LogicalInstance node;
+        QUuid displayParent{};
         CompiledInstanceMapping mapping;
     };
     struct Item
@@ -44,11 +45,16 @@ public:
     CompiledItems(Corvane &document, CompileMemory &memory, const QSet<QUuid> &replaced,
                   qsizetype nodeCount);
 
+    /// To be called of each node with an item of its own before any is added: others must not be
+    /// given its name.
+    void reserveName(const LogicalInstance &node);
     /// Makes the core of a node and the wrappers around it.
-    CompiledInstanceMapping addNode(const LogicalInstance &node);
+    /// @param displayParent  the group of the document that they stand in because one above does
+    CompiledInstanceMapping addNode(const LogicalInstance &node, const QUuid &displayParent = {});
     /// Makes the wrappers of a component instance around its structure's root.
     CompiledInstanceMapping addComponentInstance(const LogicalInstance &node,
-                                                 const CompiledInstanceMapping &root);
+                                                 const CompiledInstanceMapping &root,
+                                                 const QUuid &displayParent = {});
     /// Gives a core its children, by their outer items.
     void setChildren(const QUuid &coreId, const QList<QUuid> &outerIds);
 
@@ -66,21 +72,30 @@ private:
         SDFNodeProvenance provenance;
         QVariantList children;
         const CompileMemory::Item *known = nullptr; ///< what it is unless its links changed
+        bool isOwn = false;          ///< the item of a node that had it before any compile
+        QStringList ownReferences{}; ///< to its children, as that item wrote them
     };
 
-    CompiledInstanceMapping makeNode(const LogicalInstance &node);
-    const CompileMemory::Node *unchanged(const LogicalInstance &node);
+    CompiledInstanceMapping makeNode(const LogicalInstance &node, const QUuid &displayParent);
+    Pending &addOwnCore(const LogicalInstance &node);
+    Pending &addCore(const LogicalInstance &node, const QUuid &id, const QUuid &displayParent);
+    const CompileMemory::Node *unchanged(const LogicalInstance &node, const QUuid &displayParent);
     bool isAsStored(const QUuid &itemId) const;
-    void keep(const CompiledInstanceMapping &mapping);
+    void keep(const LogicalInstance &node, const CompiledInstanceMapping &mapping);
     void keepItem(const QUuid &id);
-    void remember(const LogicalInstance &node, const CompiledInstanceMapping &mapping);
+    void remember(const LogicalInstance &node, const QUuid &displayParent,
+                  const CompiledInstanceMapping &mapping);
+    QString referenceTo(const Instance &item) const;
+    QVariantList referencesOf(const Pending &parent, const QList<QUuid> &children) const;
     static void complete(Pending &made);
     void forgetOutdated();
     void forgetGone(const QSet<QUuid> &goneItems);
     bool takeShortName(const QUuid &nodeId);
-    void addWrappers(const LogicalInstance &node, CompiledInstanceMapping &mapping);
+    void addWrappers(const LogicalInstance &node, const QUuid &displayParent,
+                     CompiledInstanceMapping &mapping);
     Pending &add(const LogicalInstance &node, const QString &definitionId, const QUuid &id);
     Pending &pending(const QUuid &id) { return m_items[m_indices.value(id)]; }
+    const Pending &pending(const QUuid &id) const { return m_items[m_indices.value(id)]; }
     /// The parameters that an item had after the last compile.
     QVariantMap before(const QUuid &id) const;
     QString nameFor(const QUuid &nodeId, const QString &suffix, bool isCore);
@@ -95,6 +110,7 @@ private:
     QHash<QUuid, CompileMemory::Node> m_made; ///< nodes that were compiled, to be remembered
     QHash<QUuid, std::size_t> m_indices;
     QSet<QString> m_takenNames;      ///< by items of other sorts, and long ones
+    QHash<QString, int> m_ownNames;  ///< how many nodes' own items have each
     QHash<uint, QUuid> m_shortNames; ///< who has the digits that names begin with
     QHash<QString, QUuid> m_masks;   ///< what tells the items of a node apart, by wrapper
 };

@@ -231,6 +231,11 @@ WrapperValues *LogicalInstance::wrapper(const QString &wrapperId)
     return const_cast<WrapperValues *>(std::as_const(*this).wrapper(wrapperId));
 }
 
+QUuid LogicalInstance::displayParent() const
+{
+    return hasOwnItem() ? QUuid::fromString(ownItem.value(u"parentId"_s).toString()) : QUuid();
+}
+
 bool LogicalInstance::takeTransformOf(const QString &wrapperId)
 {
     for (const ConnectedTransform &transform : connectedTransforms()) {
@@ -259,6 +264,10 @@ QVariantMap LogicalInstance::toVariantMap() const
         map.insert(u"tags"_s, sortedTags(tags));
     writeSurface(map, *this);
     writeTransforms(map, *this);
+    if (hasOwnItem())
+        map.insert(u"ownItem"_s, plainForFile(ownItem));
+    if (isReference())
+        map.insert(u"original"_s, original.toString(QUuid::WithoutBraces));
     return map;
 }
 
@@ -280,6 +289,8 @@ LogicalInstance LogicalInstance::fromVariantMap(const QVariantMap &map)
     node.tags = QSet<QString>(tagTexts.cbegin(), tagTexts.cend());
     readSurface(node, map);
     readTransforms(node, map);
+    node.ownItem = map.value(u"ownItem"_s).toMap();
+    node.original = QUuid::fromString(map.value(u"original"_s).toString());
     return node;
 }
 

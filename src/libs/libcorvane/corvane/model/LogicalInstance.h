@@ -26,6 +26,11 @@ struct WrapperValues
 /// A node names a definition, or a component, or neither: then it is a group, which has no field of
 /// its own. A record without owner; where it stands is known to the LogicalScene alone, except for
 /// the order of its children.
+///
+/// Two sorts of nodes come of documents that were written without a tree. A node with an item of
+/// its own is that item: its core keeps the item's id and name and what else only items have. And
+/// where an item is listed a second time, a reference holds the place: it has neither an item nor
+/// children, and compiles to those of its original.
 struct LogicalInstance
 {
     QUuid id;
@@ -45,6 +50,10 @@ struct LogicalInstance
     QVector3D translate{}; ///< connected to the wrapper "translate", which alone applies it
     QVector3D rotate{};    ///< degrees; connected to "rotate"
     QVector3D scale{1.0f, 1.0f, 1.0f}; ///< connected to "scale", which takes x
+    /// By the keys of SceneItem's map, what the item has that no field above says; "itemType" is
+    /// always among it. Empty for a node whose core the compiler makes. Not part of files.
+    QVariantMap ownItem{};
+    QUuid original{}; ///< of a reference: the node that stands in this place once more
 
     static constexpr float defaultBlendSharpness = 0.7f;
     static constexpr int defaultMaterialMode = 2;
@@ -60,8 +69,16 @@ struct LogicalInstance
     {}
 
     /// A group: neither a definition nor a component.
-    bool isContainer() const { return definitionId.isEmpty() && componentDefId.isEmpty(); }
+    bool isContainer() const
+    {
+        return definitionId.isEmpty() && componentDefId.isEmpty() && !hasOwnItem() &&
+               !isReference();
+    }
     bool isComponentInstance() const { return !componentDefId.isEmpty(); }
+    bool hasOwnItem() const { return !ownItem.isEmpty(); }
+    bool isReference() const { return !original.isNull(); }
+    /// The group or domain of the document that the node's own item stands in; null for none.
+    QUuid displayParent() const;
     bool hasTag(const QString &tag) const { return tags.contains(tag); }
 
     /// None when the stack has no wrapper of that definition.
@@ -74,8 +91,8 @@ struct LogicalInstance
 
     /// Keys "id", "type", "component", "name", "params", "wrappers" (definition id to values),
     /// "children" (ids), "tags", "material", "materialId", "blendSharpness", "materialMode",
-    /// "densityScale", "shellThickness", "translate", "rotate", "scale"; what is at its default is
-    /// left out.
+    /// "densityScale", "shellThickness", "translate", "rotate", "scale", "ownItem", "original";
+    /// what is at its default is left out.
     ///
     /// Two additions make fromVariantMap() give exactly this node again. "wrapperOrder" lists the
     /// stack where the map of wrappers does not say it: in an order of its own, or empty although

@@ -101,6 +101,28 @@ bool LogicalScene::isWithin(const QUuid &id, const QUuid &ancestor) const
     return false;
 }
 
+bool LogicalScene::isReachable(const QUuid &id, const QUuid &from) const
+{
+    QSet<QUuid> seen{from};
+    QList<QUuid> open{from};
+    while (!open.isEmpty()) {
+        const LogicalInstance *node = instance(open.takeLast());
+        if (!node)
+            continue;
+        if (node->id == id)
+            return true;
+        QList<QUuid> next = node->children;
+        if (node->isReference())
+            next.append(node->original);
+        for (const QUuid &below : std::as_const(next)) {
+            if (!seen.contains(below))
+                open.append(below);
+            seen.insert(below);
+        }
+    }
+    return false;
+}
+
 QList<QUuid> LogicalScene::subtree(const QUuid &id) const
 {
     QList<QUuid> found;
@@ -230,6 +252,7 @@ void LogicalScene::forget(const QUuid &id)
     takeFromSiblings(id);
     const auto node = m_instances.constFind(id);
     m_names.remove(node->name);
+    m_references.remove(id);
     m_instances.erase(node);
     emit instanceRemoved(id);
 }
@@ -266,13 +289,23 @@ bool LogicalScene::enterRestored(LogicalInstance &node)
         m_parents.insert(child, node.id);
     m_instances.insert(node.id, node);
     m_names.add(node.name);
+    noteOriginal(node);
     return true;
+}
+
+void LogicalScene::noteOriginal(const LogicalInstance &node)
+{
+    if (node.isReference())
+        m_references.insert(node.id, node.original);
+    else
+        m_references.remove(node.id);
 }
 
 bool LogicalScene::canMove(const QUuid &id, const QUuid &newParent, QString *reason) const
 {
     QString why;
-    if (!contains(id) || (!newParent.isNull() && !contains(newParent)))
+    const LogicalInstance *parent = instance(newParent);
+    if (!contains(id) || (!newParent.isNull() && (!parent || parent->isReference())))
         why = u"no such node"_s;
     else if (isComponentInstance(newParent))
         why = u"cannot move into a component instance"_s;
@@ -320,6 +353,7 @@ void LogicalScene::clear()
     m_roots.clear();
     m_parents.clear();
     m_names.clear();
+    m_references.clear();
     m_componentRegistry->clear();
     structureTouched();
     if (wasSelected)

@@ -11,6 +11,9 @@
 
 namespace corvane::model {
 
+class LogicalTree;
+struct SceneItem;
+
 /// What the user edits: a tree of nodes, and the components of the file.
 ///
 /// The tree is sound at any time: every child exists, a node has one parent at most, and no node
@@ -50,8 +53,8 @@ public:
     bool isInBatch() const { return m_batches > 0; }
     /// None for an unknown id. Valid until nodes are added or removed.
     const LogicalInstance *instance(const QUuid &id) const;
-    /// For changes that nobody needs to hear of. Not for `id`, `name`, `children` and the
-    /// definition ids, which the scene keeps books on.
+    /// For changes that nobody needs to hear of. Not for `id`, `name`, `children`, `original` and
+    /// the definition ids, which the scene keeps books on.
     LogicalInstance *instance(const QUuid &id);
     /// Empty for an unknown id.
     QList<QUuid> children(const QUuid &id) const;
@@ -62,6 +65,10 @@ public:
     bool isRoot(const QUuid &id) const { return parentOf(id).isNull() && m_roots.contains(id); }
     /// Whether the node is `ancestor` or stands below it.
     bool isWithin(const QUuid &id, const QUuid &ancestor) const;
+    /// The same, where a reference counts as what it refers to.
+    bool isReachable(const QUuid &id, const QUuid &from) const;
+    /// The references of the tree, each with what it refers to.
+    const QMap<QUuid, QUuid> &references() const { return m_references; }
     /// The node and all below it, parents before their children, children in order. Empty for an
     /// unknown id.
     QList<QUuid> subtree(const QUuid &id) const;
@@ -155,6 +162,8 @@ public:
     /// but the first, and what closes a cycle. At most a hundred lines, and one that counts the
     /// rest. Without the key "roots" all nodes that are no children are roots.
     void fromVariantMap(const QVariantMap &map, QStringList *warnings = nullptr);
+    /// Replaces all nodes by these, which make a tree; those that are in no place are detached.
+    void setNodes(const QList<LogicalInstance> &nodes, const QList<QUuid> &roots);
 
     /// The material that new nodes get, in place of the default one of the MaterialLibrary.
     static void setDefaultMaterialSource(const std::function<QUuid()> &source);
@@ -181,18 +190,24 @@ private:
     bool enterRestored(LogicalInstance &node);
     void forget(const QUuid &id);
     void structureTouched();
+    void takeTree(const LogicalTree &tree);
+    void noteOriginal(const LogicalInstance &node);
     bool setSelectedTag(const QUuid &id, bool on);
     bool clearSelectedTags();
     void restoreComponents(const QVariantMap &components);
 
     QMap<QUuid, LogicalInstance> m_instances;
     QList<QUuid> m_roots;
-    QMap<QUuid, QUuid> m_parents; ///< child to parent; roots have no entry
+    QMap<QUuid, QUuid> m_parents;    ///< child to parent; roots have no entry
+    QMap<QUuid, QUuid> m_references; ///< to their originals
     NameCounter m_names;
     component::ComponentRegistry *m_componentRegistry;
     int m_batches = 0;
     bool m_structureIsTouched = false;
 };
+
+/// Whether the item is one that a node of the tree has as its own, or was compiled to.
+bool standsForNode(const SceneItem &item, const LogicalScene *tree);
 
 /// The nodes of a component's structure, in its order. Children that are no nodes of it are left
 /// out.

@@ -2,7 +2,6 @@
 #include <corvane/model/LogicalSceneCompiler.h>
 
 #include <corvane/model/CompiledItems.h>
-#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/Logging.h>
 #include <corvane/model/MaterialLibrary.h>
 
@@ -40,6 +39,7 @@ public:
     {
         bool isHidden = false;
         bool isInSoloScope = false;
+        QUuid displayParent{}; ///< the group of the document that the nearest above stands in
     };
 
     Surroundings(const ParentOf &parentOf, const NodeFor &nodeFor, const QUuid &soloRoot)
@@ -56,11 +56,14 @@ public:
             path.append(at);
             at = m_parentOf(at);
         }
-        State state = m_known.value(at, {.isHidden = false, .isInSoloScope = m_soloRoot.isNull()});
+        State state = m_known.value(
+            at, {.isHidden = false, .isInSoloScope = m_soloRoot.isNull(), .displayParent = {}});
         for (auto node = path.crbegin(); node != path.crend(); ++node) {
             const LogicalInstance *instance = m_nodeFor(*node);
             state.isHidden |= instance && instance->hasTag(InstanceTags::Hidden);
             state.isInSoloScope |= *node == m_soloRoot;
+            if (instance && instance->hasOwnItem())
+                state.displayParent = instance->displayParent();
             m_known.insert(*node, state);
         }
         return state;
@@ -79,16 +82,13 @@ private:
     QHash<QUuid, State> m_known;
 };
 
-/// Those that were made without a tree, or are around such an item.
+/// Those that no tree made.
 QList<QUuid> rootsOfDocument(const Corvane &document, const QSet<QUuid> &compiled)
 {
     QList<QUuid> roots = document.roots();
     roots.removeIf([&](const QUuid &id) {
-        if (compiled.contains(id) || !document.hasItem(id))
-            return true;
-        const SceneItem item = document.item(id);
-        const QUuid owner = ItemWrappers::ownerOf(document, item);
-        return (owner.isNull() ? item : document.item(owner)).hasTag(ItemTags::Compiled);
+        return compiled.contains(id) || !document.hasItem(id) ||
+               document.item(id).hasTag(ItemTags::Compiled);
     });
     return roots;
 }
@@ -128,6 +128,7 @@ void LogicalSceneCompiler::fullCompile()
         CompiledItems items(*m_target, *m_memory, replaced, nodeCount);
         compileNodes(items);
         mapComponentInstances(items);
+        mapReferences();
         linkChildren(items);
         items.store();
         linkRoots(roots);
@@ -190,12 +191,23 @@ void LogicalSceneCompiler::compileNodes(CompiledItems &items)
     const bool allAreCompiled =
         m_soloRootId.isNull() && std::none_of(nodes.cbegin(), nodes.cend(), isHidden) &&
         std::none_of(m_expansion.nodes.cbegin(), m_expansion.nodes.cend(), isHidden);
+    bool hasGroups = false;
+    for (const LogicalInstance &node : nodes) {
+        if (!node.hasOwnItem())
+            continue;
+        items.reserveName(node);
+        hasGroups = hasGroups || !node.displayParent().isNull();
+    }
     const auto compile = [&](const LogicalInstance &node) {
         m_lookups.nodes.insert(node.id, &node);
-        if (node.isContainer() || node.isComponentInstance() ||
+        if (node.isReference())
+            m_lookups.references.append(node.id);
+        if (hasGroups)
+            m_lookups.displayParents.insert(node.id, surroundings.of(node.id).displayParent);
+        if (node.isContainer() || node.isComponentInstance() || node.isReference() ||
             !(allAreCompiled || surroundings.isCompiled(node.id)))
             return;
-        enter(items.addNode(node));
+        enter(items.addNode(node, m_lookups.displayParents.value(node.id)));
         usesMaterials |= !node.materialId.isNull();
     };
     m_lookups.nodes.reserve(nodes.size() + m_expansion.nodes.size());
@@ -220,7 +232,18 @@ void LogicalSceneCompiler::mapComponentInstances(CompiledItems &items)
         const CompiledInstanceMapping inner = *root;
         for (const QUuid &wrapper : inner.wrapperIds)
             m_lookups.sources.insert(wrapper, *id);
-        enter(items.addComponentInstance(*nodeFor(*id), inner));
+        enter(
+            items.addComponentInstance(*nodeFor(*id), inner, m_lookups.displayParents.value(*id)));
+    }
+}
+
+/// Where a reference stands, the items of its original are listed once more.
+void LogicalSceneCompiler::mapReferences()
+{
+    for (const QUuid &id : std::as_const(m_lookups.references)) {
+        const auto outerId = m_lookups.outerIds.constFind(nodeFor(id)->original);
+        if (outerId != m_lookups.outerIds.cend())
+            m_lookups.outerIds.insert(id, QUuid(*outerId));
     }
 }
 

@@ -122,6 +122,7 @@ private:
     void expandComponents();
     void compileNodes(CompiledItems &items);
     void mapComponentInstances(CompiledItems &items);
+    void mapReferences();
     void linkChildren(CompiledItems &items);
     void linkRoots(const QList<QUuid> &before);
     void enter(const CompiledInstanceMapping &mapping);
@@ -156,8 +157,10 @@ private:
     struct Lookups
     {
         QHash<QUuid, const LogicalInstance *> nodes{};
-        QHash<QUuid, QUuid> outerIds{}; ///< of a node
-        QHash<QUuid, QUuid> sources{};  ///< of a compiled item
+        QHash<QUuid, QUuid> outerIds{};       ///< of a node
+        QHash<QUuid, QUuid> sources{};        ///< of a compiled item
+        QHash<QUuid, QUuid> displayParents{}; ///< of a node; empty where none stands in a group
+        QList<QUuid> references{};
     };
     Lookups m_lookups;
     std::unique_ptr<CompileMemory> m_memory; ///< of what is in the target

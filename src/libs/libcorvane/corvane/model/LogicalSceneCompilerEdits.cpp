@@ -164,8 +164,14 @@ void LogicalSceneCompiler::onInstanceTransformChanged(const QUuid &id)
 
 /// A name has no effect on the field; it is kept beside each item for those who show where an item
 /// comes from.
+/// But where the node has an item of its own, others refer to that by its name.
 void LogicalSceneCompiler::onInstanceNameChanged(const QUuid &id, const QString &name)
 {
+    const LogicalInstance *node = nodeFor(id);
+    if (node && node->hasOwnItem()) {
+        compileSoon();
+        return;
+    }
     const CompiledInstanceMapping mapping = m_mappings.value(id);
     const QList<QUuid> items = QList<QUuid>{mapping.coreId} + mapping.wrapperIds.values();
     for (const QUuid &itemId : items) {

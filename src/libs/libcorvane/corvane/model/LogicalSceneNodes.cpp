@@ -181,6 +181,7 @@ bool LogicalScene::replaceInstance(const LogicalInstance &replacement)
     // Names and tags are set by their own setters, which keep the books and tell of it.
     node->name = before.name;
     node->tags = before.tags;
+    noteOriginal(*node);
     const LogicalInstance after = *node;
 
     setInstanceName(id, replacement.name);
@@ -199,7 +200,8 @@ bool LogicalScene::replaceInstance(const LogicalInstance &replacement)
         emit instanceTransformChanged(id);
     setInstanceTags(id, replacement.tags);
     if (before.definitionId != after.definitionId ||
-        before.componentDefId != after.componentDefId || wrapperIds(before) != wrapperIds(after))
+        before.componentDefId != after.componentDefId || wrapperIds(before) != wrapperIds(after) ||
+        before.ownItem != after.ownItem || before.original != after.original)
         structureTouched();
     return true;
 }

@@ -1,6 +1,7 @@
 // A logical scene as a map, and back.
 #include <corvane/model/LogicalScene.h>
 
+#include <corvane/model/Instance.h>
 #include <corvane/model/LogicalTree.h>
 #include <corvane/model/WarningList.h>
 
@@ -69,17 +70,35 @@ void LogicalScene::fromVariantMap(const QVariantMap &map, QStringList *warnings)
     else
         tree.placeTopsAsRoots();
     tree.placeDetached();
+    takeTree(tree);
+    restoreComponents(map.value(u"components"_s).toMap());
+    if (warnings)
+        *warnings += found.lines();
+}
+
+void LogicalScene::setNodes(const QList<LogicalInstance> &nodes, const QList<QUuid> &roots)
+{
+    const Batch batch(*this);
+    clear();
+    WarningList none;
+    LogicalTree tree(nodes, none);
+    tree.placeRoots(roots);
+    tree.placeDetached();
+    takeTree(tree);
+}
+
+void LogicalScene::takeTree(const LogicalTree &tree)
+{
     m_instances = tree.nodes();
     m_roots = tree.roots();
     m_parents = tree.parents();
-    for (const LogicalInstance &node : std::as_const(m_instances))
+    for (const LogicalInstance &node : std::as_const(m_instances)) {
         m_names.add(node.name);
-    restoreComponents(map.value(u"components"_s).toMap());
+        noteOriginal(node);
+    }
     structureTouched();
     if (!selectedInstances().isEmpty())
         emit selectionChanged();
-    if (warnings)
-        *warnings += found.lines();
 }
 
 void LogicalScene::restoreComponents(const QVariantMap &components)
@@ -90,6 +109,14 @@ void LogicalScene::restoreComponents(const QVariantMap &components)
             definition.id = it.key();
         m_componentRegistry->restoreDefinition(definition);
     }
+}
+
+bool standsForNode(const SceneItem &item, const LogicalScene *tree)
+{
+    if (!tree || item.itemType != ItemTypes::Sdf)
+        return false;
+    return tree->contains(item.id) || (item.hasTag(ItemTags::Compiled) &&
+                                       tree->contains(Instance(item).provenance().sourceItemId));
 }
 
 QList<LogicalInstance> structureNodesOf(const component::ComponentDefinition &definition)

@@ -29,6 +29,17 @@ QVariantMap storedParameters(const QVariantMap &params, const QVariantMap &befor
     return stored;
 }
 
+/// An item that says a modifier at its default goes on to say it.
+void keepStatedModifiers(Instance &core, const LogicalInstance &node)
+{
+    for (const QString &key :
+         {u"blendSharpness"_s, u"materialMode"_s, u"densityScale"_s, u"shellThickness"_s}) {
+        const auto stated = node.ownItem.constFind(key);
+        if (stated != node.ownItem.cend() && !core.typeData.contains(key))
+            core.typeData.insert(key, *stated);
+    }
+}
+
 } // namespace
 
 QVariantMap NodeCompilation::coreParameters(const LogicalInstance &node, const QVariantMap &before)
@@ -56,6 +67,7 @@ void NodeCompilation::fillSurface(Instance &core, const LogicalInstance &node)
     core.setMaterialMode(node.materialMode);
     core.setDensityScale(node.densityScale);
     core.setShellThickness(node.shellThickness);
+    keepStatedModifiers(core, node);
 }
 
 void NodeCompilation::applyConnectedTransform(QVariantMap &params, const QString &wrapperId,
@@ -101,9 +113,36 @@ QString NodeCompilation::connectedExpression(const LogicalInstance &node, const 
         .expression;
 }
 
+/// The name that an earlier compile gave stays, and with it the name of the node is told.
+Instance NodeCompilation::ownCore(const LogicalInstance &node)
+{
+    static const QString provenanceKey = u"__provenance"_s;
+    QVariantMap map = node.ownItem;
+    map.remove(u"children"_s); // as it wrote them
+    map.insert(u"id"_s, node.id.toString(QUuid::WithoutBraces));
+    if (map.contains(u"name"_s)) {
+        QVariantMap from = map.value(provenanceKey).toMap();
+        from.insert(u"sourceItemName"_s, node.name);
+        map.insert(provenanceKey, from);
+    } else {
+        map.insert(u"name"_s, node.name);
+    }
+    Instance core{SceneItem::fromVariantMap(map)};
+    if (!node.definitionId.isEmpty())
+        core.setDefinitionId(node.definitionId);
+    core.tags = coreTags(node);
+    return core;
+}
+
 QSet<QString> NodeCompilation::coreTags(const LogicalInstance &node)
 {
     static const QSet<QString> plain{ItemTags::Compiled};
+    if (node.hasOwnItem()) {
+        QSet<QString> tags = node.tags;
+        tags.remove(ItemTags::Selected);
+        const QStringList own = node.ownItem.value(u"tags"_s).toStringList();
+        return tags.unite(QSet<QString>(own.cbegin(), own.cend()));
+    }
     if (node.tags.isEmpty())
         return plain;
     QSet<QString> tags = node.tags;
@@ -123,20 +162,28 @@ const QVariantMap &NodeCompilation::defaultsOf(const QString &wrapperId)
                                          : QVariantMap());
 }
 
+const NodeCompilation::KnownMaterial &NodeCompilation::knownMaterial(const QUuid &id)
+{
+    auto known = m_materials.constFind(id);
+    if (known == m_materials.cend()) {
+        KnownMaterial found;
+        if (const auto saved = m_document.material(id))
+            found.ofDocument = saved->material;
+        if (const auto *listed = MaterialLibrary::instance().material(id))
+            found.ofLibrary = listed->material;
+        known = m_materials.insert(id, found);
+    }
+    return *known;
+}
+
 Material NodeCompilation::materialOf(const LogicalInstance &node)
 {
     if (node.materialId.isNull())
         return node.material;
-    auto known = m_materials.constFind(node.materialId);
-    if (known == m_materials.cend()) {
-        std::optional<Material> found;
-        if (const auto saved = m_document.material(node.materialId))
-            found = saved->material;
-        else if (const auto *listed = MaterialLibrary::instance().material(node.materialId))
-            found = listed->material;
-        known = m_materials.insert(node.materialId, found);
-    }
-    return known->value_or(node.material);
+    const KnownMaterial &known = knownMaterial(node.materialId);
+    if (known.ofDocument || node.hasOwnItem())
+        return known.ofDocument.value_or(node.material);
+    return known.ofLibrary.value_or(node.material);
 }
 
 } // namespace corvane::model

@@ -32,7 +32,7 @@ public:
     /// over them. The transform that is connected is not applied yet.
     QVariantMap wrapperParameters(const WrapperValues &values, const QVariantMap &before = {});
     /// Material and modifiers. A catalogue material that the node names replaces its own: the
-    /// document's, else the library's.
+    /// document's, else the library's. An item of the node's own keeps what it has of the latter.
     void fillSurface(Instance &core, const LogicalInstance &node);
 
     /// "translate", "rotate" and "scale" apply the node's own transform, whatever their values say;
@@ -44,16 +44,26 @@ public:
     static QString connectedParameter(const QString &wrapperId);
     /// The expression that drives this part of the node's transform; empty where none does.
     static QString connectedExpression(const LogicalInstance &node, const QString &wrapperId);
-    /// The node's tags but the selection, which is the outer item's, and "compiled".
+    /// The node's tags but the selection, which is the outer item's, and "compiled"; or those of
+    /// the node's own item in its place.
     static QSet<QString> coreTags(const LogicalInstance &node);
+    /// The node's own item as it is to be, without parameters and what fillSurface() gives.
+    static Instance ownCore(const LogicalInstance &node);
     /// The definition's defaults, as a wrapper stores them.
     const QVariantMap &defaultsOf(const QString &wrapperId);
     Material materialOf(const LogicalInstance &node);
 
 private:
+    struct KnownMaterial
+    {
+        std::optional<Material> ofDocument{};
+        std::optional<Material> ofLibrary{};
+    };
+    const KnownMaterial &knownMaterial(const QUuid &id);
+
     const Corvane &m_document;
     QHash<QString, QVariantMap> m_defaults; ///< as stored parameters
-    QHash<QUuid, std::optional<Material>> m_materials;
+    QHash<QUuid, KnownMaterial> m_materials;
 };
 
 } // namespace corvane::model

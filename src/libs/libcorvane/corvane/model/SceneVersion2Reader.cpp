@@ -161,6 +161,9 @@ SceneVersion2Reader::Nodes SceneVersion2Reader::readNodes(const QVariant &stored
         }
         if (!children.isEmpty())
             map.insert(u"children"_s, children);
+        map.remove(u"ownItem"_s);
+        if (map.contains(u"original"_s))
+            map.insert(u"original"_s, idText(nodes.resolve(map.value(u"original"_s).toString())));
     }
     return nodes;
 }

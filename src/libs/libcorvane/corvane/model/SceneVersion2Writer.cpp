@@ -19,6 +19,9 @@ QVariantMap nodeMap(const LogicalInstance &node, const NodeKeys &keys,
 {
     QVariantMap map = node.toVariantMap();
     map.remove(u"id"_s);
+    map.remove(u"ownItem"_s); // the compiler makes the items of such a file
+    if (node.isReference())
+        map.insert(u"original"_s, keys.keyOf(node.original));
     if (node.name == keys.keyOf(node.id))
         map.remove(u"name"_s);
     QVariantList children;

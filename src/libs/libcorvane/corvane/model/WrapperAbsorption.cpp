@@ -1,6 +1,7 @@
 #include <corvane/model/WrapperAbsorption.h>
 
 #include <corvane/model/LogicalInstance.h>
+#include <corvane/model/NodeCompilation.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/PlainValue.h>
 #include <corvane/model/WarningList.h>
@@ -12,20 +13,10 @@ namespace corvane::model {
 
 namespace {
 
-/// The parameter of a wrapper that a node's transform takes; empty for other definitions.
-QString connectedParameter(const QString &type)
-{
-    if (type == "translate"_L1)
-        return u"offset"_s;
-    if (type == "rotate"_L1)
-        return u"angles"_s;
-    return type == "scale"_L1 ? u"factor"_s : QString();
-}
-
 /// Whether a node's transform can hold the value.
 bool isTransform(const QString &type, const QVariantMap &params)
 {
-    const auto stored = params.constFind(connectedParameter(type));
+    const auto stored = params.constFind(NodeCompilation::connectedParameter(type));
     if (stored == params.cend())
         return true;
     const ParameterValue parameter = ParameterValue::fromVariant(*stored);
@@ -73,7 +64,7 @@ QList<WrapperAbsorption::Absorption> WrapperAbsorption::findAbsorptions()
     QSet<QString> children;
     for (auto it = m_instances.cbegin(); it != m_instances.cend(); ++it) {
         const QVariantMap instance = it->toMap();
-        if (connectedParameter(instance.value(u"type"_s).toString()).isEmpty())
+        if (NodeCompilation::connectedParameter(instance.value(u"type"_s).toString()).isEmpty())
             continue;
         const QStringList references = Version1References::childrenOf(instance);
         const QString child = references.size() == 1 ? keys.resolve(references.first()) : QString();

@@ -50,9 +50,24 @@ ComponentDefinition definitionOf(const Nesting &nesting, const QString &id)
     return definition;
 }
 
+/// Whether something in the branches is used elsewhere, or something elsewhere is used in them: a
+/// component has nothing in common with what is around it.
+bool sharesParts(const OpContext &context, const QList<QUuid> &roots)
+{
+    const auto &references = context.tree->references();
+    return std::any_of(references.keyBegin(), references.keyEnd(), [&](const QUuid &reference) {
+        return std::any_of(roots.cbegin(), roots.cend(), [&](const QUuid &root) {
+            return context.tree->isWithin(reference, root) ||
+                   context.tree->isWithin(references.value(reference), root);
+        });
+    });
+}
+
 /// The steps that both ways of nesting share.
 OpOutcome nest(OpContext &context, const OpCall &call, const Nesting &nesting)
 {
+    if (sharesParts(context, nesting.roots))
+        return call.refuse(u"a part is used more than once:"_s, nesting.name);
     const ComponentDefinition definition = definitionOf(nesting, call.text("definitionId"_L1));
     model::LogicalScene &tree = *context.tree;
     const model::LogicalScene::Batch batch(tree);

@@ -103,6 +103,7 @@ QVariantMap structureMap(const QVariantMap &snapshot)
 {
     auto node = model::LogicalInstance::fromVariantMap(snapshot);
     node.tags -= {model::ItemTags::Selected, model::ItemTags::Hovered};
+    node.ownItem.clear(); // each place of the component has items of its own
     return node.toVariantMap();
 }
 

@@ -122,7 +122,7 @@ std::array<QString, 3> DrivenTransform::axisTexts(std::size_t index) const
     const QVector3D &values = numbers.*parts[index].field;
     if (expression.isEmpty())
         return {numberText(values.x()), numberText(values.y()), numberText(values.z())};
-    if (parts[index].field == &model::Transform::scale)
+    if (parts[index].field == &Transform::scale)
         return {expression, numberText(values.y()), numberText(values.z())};
     if (const auto components = componentsOf(expression))
         return *components;
@@ -132,7 +132,7 @@ std::array<QString, 3> DrivenTransform::axisTexts(std::size_t index) const
 
 QString DrivenTransform::takePart(std::size_t index, const Axes &axes, int &count)
 {
-    const bool isScale = parts[index].field == &model::Transform::scale;
+    const bool isScale = parts[index].field == &Transform::scale;
     std::array<QString, 3> texts = axisTexts(index);
     const int countBefore = count;
     for (std::size_t axis = 0; axis < axes.size(); ++axis) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <corvane/model/ItemWrappers.h>
-
 #include <QLatin1StringView>
 #include <QString>
 #include <QVariantMap>
@@ -10,6 +8,16 @@
 #include <array>
 
 namespace corvane::ops {
+
+/// A translation, a rotation in degrees, a scale.
+struct Transform
+{
+    QVector3D translate{};
+    QVector3D rotate{};
+    QVector3D scale{1.0f, 1.0f, 1.0f};
+
+    bool operator==(const Transform &) const = default;
+};
 
 /// Where something stands: numbers, and for each part that variables drive the expression that
 /// does. The numbers of such a part are the value that its expression had when it was last
@@ -25,17 +33,17 @@ struct DrivenTransform
     {
         QLatin1StringView key;
         char16_t letter; ///< of its axes: "tx"
-        QVector3D model::Transform::*field;
+        QVector3D Transform::*field;
     };
     static constexpr std::array<Part, 3> parts{{
-        {QLatin1StringView("translate"), u't', &model::Transform::translate},
-        {QLatin1StringView("rotate"), u'r', &model::Transform::rotate},
-        {QLatin1StringView("scale"), u's', &model::Transform::scale},
+        {QLatin1StringView("translate"), u't', &Transform::translate},
+        {QLatin1StringView("rotate"), u'r', &Transform::rotate},
+        {QLatin1StringView("scale"), u's', &Transform::scale},
     }};
     /// "tx" of the first axis of the first part.
     static QString axisKey(const Part &part, int axis);
 
-    model::Transform numbers{};
+    Transform numbers{};
     std::array<QString, 3> expressions{}; ///< by part, without "="; empty where the numbers count
     /// What the expressions were found to give; invalid where that is unknown.
     std::array<QVariant, 3> found{};

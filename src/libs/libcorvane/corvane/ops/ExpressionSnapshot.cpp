@@ -39,7 +39,7 @@ bool hasExpression(const model::LogicalInstance &node)
 /// Items that stand for nodes are compiled from those, and come back with them.
 bool isOfInterest(const OpContext &context, const model::SceneItem &item)
 {
-    return item.itemType == model::ItemTypes::Sdf &&
+    return item.itemType == model::ItemTypes::Sdf && !context.node(item.id) &&
            !(context.tree && item.hasTag(model::ItemTags::Compiled));
 }
 

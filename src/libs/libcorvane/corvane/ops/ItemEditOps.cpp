@@ -5,6 +5,7 @@
 #include <corvane/ops/ExpressionSnapshot.h>
 #include <corvane/ops/ItemOps.h>
 #include <corvane/ops/Logging.h>
+#include <corvane/ops/NodePlaces.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
 #include <corvane/ops/SceneSnapshot.h>
@@ -59,7 +60,7 @@ QVariantMap tagsState(const QSet<QString> &tags, const QStringList &touched)
     return {{u"tags"_s, state}};
 }
 
-/// The item and what stands below it, parents first.
+/// The item and what stands below it, parents first; the nodes come last.
 QList<QUuid> proxyScope(const OpContext &context, const QUuid &id)
 {
     if (context.node(id))
@@ -69,11 +70,14 @@ QList<QUuid> proxyScope(const OpContext &context, const QUuid &id)
     for (qsizetype i = 0; i < items.size(); ++i) {
         const QList<QUuid> below = context.document.hierarchyChildIds(items.at(i));
         for (const QUuid &item : below) {
-            if (!seen.contains(item))
+            if (!seen.contains(item) && !context.node(item))
                 items.append(item);
             seen.insert(item);
         }
     }
+    const QList<QUuid> nodes = nodesInGroups(context, items);
+    for (const QUuid &node : nodes)
+        items += context.tree->subtree(node);
     return items;
 }
 
@@ -111,10 +115,11 @@ void setName(OpContext &context, const QUuid &id, const QString &name)
 }
 
 /// Whether expressions read the parameters of a node by its own name: no other node has it, and no
-/// item of the document that did not come from the tree.
+/// item of the document that did not come from the tree. (A node's own item has its name.)
 bool isReadByName(const OpContext &context, const QUuid &id, const QString &name)
 {
-    if (name.isEmpty() || !context.document.instanceIdByName(name).isNull())
+    const QUuid holder = context.document.instanceIdByName(name);
+    if (name.isEmpty() || (!holder.isNull() && holder != id))
         return false;
     const auto &nodes = context.tree->instances();
     return std::none_of(nodes.cbegin(), nodes.cend(), [&](const model::LogicalInstance &node) {
@@ -283,7 +288,7 @@ OpOutcome applyItemSetTypeData(OpContext &context, const OpCall &call)
 {
     const QUuid id = call.id("itemId"_L1);
     const QString key = typeDataKey(call.text("key"_L1));
-    if (!context.document.hasItem(id))
+    if (context.node(id) || !context.document.hasItem(id))
         return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
     if (model::kCommonKeys().contains(key))
         return call.refuse(u"no key of the type data:"_s, key);
@@ -323,10 +328,10 @@ OpOutcome applyItemSetProxy(OpContext &context, const OpCall &call)
     OpChange change{.itemId = id, .before = proxyState(context, id)};
     const bool on = call.flag("proxied"_L1);
     setProxied(context, id, on);
-    if (on && context.node(id)) {
-        const QList<QUuid> nodes = context.tree->subtree(id).mid(1);
-        for (const QUuid &node : nodes)
-            setProxied(context, node, false);
+    const QList<QUuid> below = on ? proxyScope(context, id).mid(1) : QList<QUuid>();
+    for (const QUuid &item : below) {
+        if (context.node(item)) // the document clears its own
+            setProxied(context, item, false);
     }
     change.after = proxyState(context, id);
     return change;

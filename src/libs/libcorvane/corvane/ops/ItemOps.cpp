@@ -2,13 +2,11 @@
 #include <corvane/ops/ItemOps.h>
 
 #include <corvane/model/Corvane.h>
-#include <corvane/model/DocumentEdit.h>
-#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/ops/NodePlaces.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
-#include <corvane/ops/Operands.h>
 #include <corvane/ops/SceneSnapshot.h>
 #include <corvane/registry/Registry.h>
 
@@ -69,13 +67,21 @@ bool isKnownDefinition(const OpContext &context, const QString &definitionId)
            registry::Registry::instance().contains(definitionId);
 }
 
-/// The place for a new node in the tree, or why there is none. Items of the document are not in the
-/// tree: below those that list nothing the node is at the top.
+/// The place for a new node in the tree, or why there is none. Below what takes no children it is
+/// at the top; a group or domain of the document holds what stands there.
 struct NodePlace
 {
     QUuid parentId{};
+    QUuid group{};        ///< of the document
+    bool hasItem = false; ///< the node is to be an item by itself, as what it joins
     QString refusal{};
 };
+
+bool isGroup(const OpContext &context, const QUuid &id)
+{
+    const QString type = context.document.item(id).itemType;
+    return type == model::ItemTypes::Group || type == model::ItemTypes::SdfDomain;
+}
 
 NodePlace placeForNode(const OpContext &context, const OpCall &call, QLatin1StringView key)
 {
@@ -83,10 +89,20 @@ NodePlace placeForNode(const OpContext &context, const OpCall &call, QLatin1Stri
     if (parentId.isNull())
         return {};
     if (context.tree->isComponentInstance(parentId))
-        return {{}, u"cannot add into a component instance:"_s};
-    if (context.tree->contains(parentId))
-        return {parentId, {}};
-    return {{}, context.document.hasItem(parentId) ? QString() : u"parent not found:"_s};
+        return {.refusal = u"cannot add into a component instance:"_s};
+    if (const model::LogicalInstance *parent = context.node(parentId)) {
+        if (!takesChildren(context, parentId))
+            return {};
+        if (!hasRoom(context, parentId))
+            return {.refusal = u"no room for another child:"_s};
+        return {.parentId = parentId,
+                .group = parent->displayParent(),
+                .hasItem = parent->hasOwnItem()};
+    }
+    if (!context.document.hasItem(parentId))
+        return {.refusal = u"parent not found:"_s};
+    const bool isInGroup = isGroup(context, parentId);
+    return {.group = isInGroup ? parentId : QUuid(), .hasItem = isInGroup};
 }
 
 /// The names of nodes are unique among the document's items as well.
@@ -104,44 +120,18 @@ qint32 nextSortOrder(const OpContext &context, const QUuid &parentId)
     return siblings.isEmpty() ? 0 : context.document.item(siblings.last()).sortOrder + 1;
 }
 
-/// Whether what is added to the field below it is an item of the document as well: below operators
-/// that no tree stands behind, groups and domains.
-bool holdsItems(const model::Corvane &document, const QUuid &id)
+/// Such a node has no wrappers before it is moved.
+void giveItem(OpContext &context, const QUuid &id, const QUuid &group)
 {
-    const QString type = document.item(id).itemType;
-    return isOperator(document, id) || type == model::ItemTypes::Group ||
-           type == model::ItemTypes::SdfDomain;
-}
-
-OpOutcome addItemOfField(OpContext &context, const OpCall &call, const QUuid &parentId)
-{
-    const QString definitionId = call.text("definitionId"_L1);
-    if (!registry::Registry::instance().contains(definitionId))
-        return call.refuse(u"only nodes of the tree hold components:"_s, parentId);
-    const bool isOperand = isOperator(context.document, parentId);
-    if (isOperand && !hasRoom(context.document, parentId))
-        return call.refuse(u"no room for another child:"_s, parentId);
-    const QString label = labelOf(context, definitionId);
-    const QString name = call.text("name"_L1);
-    model::Instance item(definitionId);
-    item.name = context.uniqueName(name.isEmpty() ? label + u" 1"_s : name);
-    item.capabilities = model::ItemCapabilities::sdfItem;
-    item.materialId = context.materials.defaultMaterialId();
-    item.material = context.materials.material(item.materialId)->material;
-    item.parentId = parentId;
-    item.sortOrder = nextSortOrder(context, parentId);
-    // What is drawn is said from the first item of the field on: of those to come not all are.
-    const bool drewAll = context.document.drawsAllItems();
-    const bool isFirst = !context.document.hasItemsOfType(model::ItemTypes::Sdf);
-    context.document.addItem(item);
-    if (isOperand)
-        insertOperand(context.document, parentId, item.id, call.number("insertIndex"_L1, -1));
-    else if (!drewAll || isFirst)
-        context.document.addRoot(item.id);
-    OpChange change = added(context, item.id, label);
-    if (drewAll && !context.document.drawsAllItems())
-        change.after.insert(StateKeys::drewAll, true);
-    return change;
+    model::LogicalInstance node = *context.node(id);
+    node.ownItem = {{u"itemType"_s, model::ItemTypes::Sdf},
+                    {u"capabilities"_s, model::ItemCapabilities::sdfItem}};
+    if (!group.isNull())
+        node.ownItem.insert(u"parentId"_s, idText(group));
+    node.wrappers.clear();
+    if (const auto *material = context.materials.material(node.materialId))
+        node.material = material->material;
+    context.tree->replaceInstance(node);
 }
 
 OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
@@ -153,9 +143,6 @@ OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
         return call.refuse(u"no LogicalScene"_s);
     if (!isContainer && !isKnownDefinition(context, definitionId))
         return call.refuse(u"unknown definition:"_s, definitionId);
-    const QUuid parentId = call.id("parentId"_L1);
-    if (!isContainer && !context.node(parentId) && holdsItems(context.document, parentId))
-        return addItemOfField(context, call, parentId);
     const NodePlace place = placeForNode(context, call, "parentId"_L1);
     if (!place.refusal.isEmpty())
         return call.refuse(place.refusal, call.text("parentId"_L1));
@@ -170,6 +157,8 @@ OpOutcome addNode(OpContext &context, const OpCall &call, bool isContainer)
     if (index >= 0)
         tree.moveInstance(id, place.parentId, index);
     settleName(context, id, call.text("name"_L1));
+    if (place.hasItem && !isContainer && !tree.isComponentInstance(id))
+        giveItem(context, id, place.group);
     return added(context, id, isContainer ? u"Group"_s : labelOf(context, definitionId));
 }
 
@@ -187,7 +176,9 @@ OpOutcome addDocumentItem(OpContext &context, const OpCall &call)
     if (!type)
         return call.refuse(u"unknown itemType:"_s, itemType);
     const QUuid parentId = call.id("parentId"_L1);
-    if (!parentId.isNull() && !context.document.hasItem(parentId))
+    const model::LogicalInstance *above = context.node(parentId);
+    if (!parentId.isNull() && !context.document.hasItem(parentId) &&
+        !(above && above->hasOwnItem()))
         return call.refuse(u"parent not found:"_s, parentId);
     const QUuid givenId = call.id("itemId"_L1);
     if (context.contains(givenId))
@@ -208,32 +199,79 @@ OpOutcome addDocumentItem(OpContext &context, const OpCall &call)
     return added(context, id, item.name);
 }
 
-/// New ids and names for a branch, and a place for its root.
-QUuid copyNodes(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
+/// A copy of a branch. A part that the branch uses but that stands elsewhere is copied into the
+/// first of its places in the branch.
+class BranchCopy
 {
-    const model::LogicalScene::Batch batch(*context.tree);
-    const qsizetype end =
-        parentId.isNull() ? context.tree->roots().size() : context.tree->children(parentId).size();
-    QVariantList branch;
-    appendBranchSnapshot(*context.tree, sourceId, branch);
-    QHash<QUuid, QUuid> copies;
-    for (qsizetype i = 0; i < branch.size(); ++i) {
-        const QVariantMap source = branch.at(i).toMap();
-        auto node = model::LogicalInstance::fromVariantMap(source);
+public:
+    explicit BranchCopy(OpContext &context)
+        : m_context(context)
+    {}
+
+    QUuid make(const QUuid &sourceId, const Placement &place)
+    {
+        const model::LogicalScene::Batch batch(*m_context.tree);
+        plan(sourceId, QUuid::createUuid());
+        QList<std::pair<QUuid, Placement>> open{{sourceId, place}};
+        while (!open.isEmpty()) {
+            const auto [id, where] = open.takeFirst();
+            const QUuid source = shown(id);
+            const QList<QUuid> children = m_context.tree->children(source);
+            add(source, where);
+            for (qsizetype i = 0; i < children.size(); ++i)
+                open.append({children.at(i), {m_copies.value(source), i}});
+        }
+        return m_copies.value(sourceId);
+    }
+
+private:
+    void plan(const QUuid &top, const QUuid &copy)
+    {
+        const QList<QUuid> branch = m_context.tree->subtree(top);
+        for (const QUuid &id : branch)
+            m_copies.insert(id, QUuid::createUuid());
+        m_copies.insert(top, copy);
+    }
+
+    /// The node that is copied in the place of this one.
+    QUuid shown(const QUuid &id)
+    {
+        const QUuid original = m_context.tree->references().value(id);
+        if (m_copies.contains(original) || !m_context.node(original))
+            return id;
+        plan(original, m_copies.value(id));
+        return original;
+    }
+
+    void add(const QUuid &source, const Placement &where)
+    {
+        model::LogicalInstance node = *std::as_const(*m_context.tree).instance(source);
+        node.id = m_copies.value(source);
         const QString base = node.name.isEmpty() ? node.definitionId : node.name;
-        const QUuid copy = QUuid::createUuid();
-        copies.insert(std::exchange(node.id, copy), copy);
-        node.name =
-            context.uniqueName(context.tree->generateUniqueName(model::duplicateBaseName(base)));
+        if (node.isReference())
+            node.original = m_copies.value(node.original, node.original);
+        else
+            node.name = m_context.uniqueName(
+                m_context.tree->generateUniqueName(model::duplicateBaseName(base)));
         node.children.clear();
         node.tags -= {model::ItemTags::Selected, model::ItemTags::Hovered};
-        Placement place{parentId, end};
-        if (i > 0)
-            place = {copies.value(OpCall::toId(source.value(StateKeys::parentId))),
-                     source.value(StateKeys::index).toLongLong()};
-        restoreNode(*context.tree, nodeSnapshot(node, place));
+        for (const auto key : {"name"_L1, "tags"_L1, "__provenance"_L1}) // of an earlier compile
+            node.ownItem.remove(key);
+        restoreNode(*m_context.tree, nodeSnapshot(node, where));
     }
-    return copies.value(sourceId);
+
+    OpContext &m_context;
+    QHash<QUuid, QUuid> m_copies; ///< made, or to be made
+};
+
+/// Behind its siblings; detached as the source is.
+QUuid copyNodes(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
+{
+    const bool isDetached = parentId.isNull() && context.tree->parentOf(sourceId).isNull() &&
+                            context.tree->indexOf(sourceId) < 0;
+    const qsizetype end =
+        parentId.isNull() ? context.tree->roots().size() : context.tree->children(parentId).size();
+    return BranchCopy(context).make(sourceId, {parentId, isDetached ? -1 : end});
 }
 
 QUuid copyItem(OpContext &context, model::SceneItem item, const QUuid &parentId)
@@ -245,18 +283,14 @@ QUuid copyItem(OpContext &context, model::SceneItem item, const QUuid &parentId)
     return context.document.addItem(item);
 }
 
-/// What stands below an item, in the display tree or in its expression; wrappers go with theirs.
+/// What stands below an item in the display tree.
 QList<QUuid> itemsToCopy(const OpContext &context, const QUuid &sourceId)
 {
     QList<QUuid> ids{sourceId};
     QSet<QUuid> seen{sourceId};
     for (qsizetype i = 0; i < ids.size(); ++i) {
-        const QList<QUuid> below = context.document.hierarchyChildIds(ids.at(i)) +
-                                   context.document.childInstanceIds(ids.at(i));
-        for (const QUuid &child : below) {
-            const QUuid owner =
-                model::ItemWrappers::ownerOf(context.document, context.document.item(child));
-            const QUuid id = owner.isNull() ? child : owner;
+        const QList<QUuid> below = context.document.hierarchyChildIds(ids.at(i));
+        for (const QUuid &id : below) {
             if (seen.contains(id) || context.node(id))
                 continue;
             seen.insert(id);
@@ -266,41 +300,28 @@ QList<QUuid> itemsToCopy(const OpContext &context, const QUuid &sourceId)
     return ids;
 }
 
-/// The copies of operators list the copies, and what moves an item moves its copy.
-void copyExpression(OpContext &context, const QHash<QUuid, QUuid> &copies)
+/// The copies of nodes that stand in groups stand in the copies of these.
+void copyNodesInGroups(OpContext &context, const QHash<QUuid, QUuid> &groups)
 {
-    const model::Corvane &document = context.document;
-    QHash<QUuid, QUuid> standIns;
-    for (auto it = copies.cbegin(); it != copies.cend(); ++it) {
-        const model::ItemWrappers wrappers(document, it.key());
-        if (document.item(it.key()).itemType == model::ItemTypes::Sdf)
-            model::ItemWrappers::setTransform(context.document, *it, wrappers.transform());
-        standIns.insert(wrappers.outerId(), model::ItemWrappers(document, *it).outerId());
-    }
-    for (const QUuid &copy : copies) {
-        QStringList references = document.instance(copy).childReferences();
-        for (QString &reference : references) {
-            const QUuid standIn = standIns.value(document.resolveReference(reference));
-            if (!standIn.isNull())
-                reference = model::DocumentEdit(context.document).referenceTo(standIn);
+    const QList<QUuid> nodes = nodesInGroups(context, groups.keys());
+    for (const QUuid &id : nodes) {
+        const QUuid top = copyNodes(context, id, context.tree->parentOf(id));
+        const QList<QUuid> branch = context.tree->subtree(top);
+        for (const QUuid &copy : branch) {
+            model::LogicalInstance node = *std::as_const(*context.tree).instance(copy);
+            const QUuid group = groups.value(node.displayParent());
+            if (group.isNull())
+                continue;
+            node.ownItem.insert(u"parentId"_s, idText(group));
+            context.tree->replaceInstance(node);
         }
-        restoreOperands(context.document, {{idText(copy), references}});
     }
 }
 
-/// The copy of what is drawn is drawn, and the copy of an operand is one.
-void placeCopy(OpContext &context, const QUuid &sourceId, const QUuid &copy, const QUuid &parentId)
+/// The branches that go with a node or an item.
+QList<QUuid> branchesWith(const OpContext &context, const QUuid &id)
 {
-    const QUuid source = model::ItemWrappers(context.document, sourceId).outerId();
-    const QUuid outer = model::ItemWrappers(context.document, copy).outerId();
-    const QList<QUuid> users = operatorsOver(context.document, source);
-    QUuid user = users.value(0);
-    if (parentId != context.document.parentInstanceId(sourceId))
-        user = isOperator(context.document, parentId) ? parentId : QUuid();
-    if (!user.isNull() && hasRoom(context.document, user))
-        insertOperand(context.document, user, outer, -1);
-    else if (context.document.roots().contains(source) || !user.isNull() || !users.isEmpty())
-        context.document.addRoot(outer);
+    return context.node(id) ? QList<QUuid>{id} : nodesInGroups(context, itemsToCopy(context, id));
 }
 
 OpChange copyItems(OpContext &context, const QUuid &sourceId, const QUuid &parentId)
@@ -315,12 +336,10 @@ OpChange copyItems(OpContext &context, const QUuid &sourceId, const QUuid &paren
             item.sortOrder = sortOrder;
         copies.insert(id, copyItem(context, item, id == sourceId ? parentId : below));
     }
-    copyExpression(context, copies);
+    if (context.tree)
+        copyNodesInGroups(context, copies);
     const QUuid copy = copies.value(sourceId);
-    placeCopy(context, sourceId, copy, parentId);
-    OpChange change = added(context, copy, context.nameOf(copy));
-    addToSnapshot(context, change.after, copies.values());
-    return change;
+    return added(context, copy, context.nameOf(copy));
 }
 
 } // namespace
@@ -340,10 +359,19 @@ OpOutcome applyItemRemove(OpContext &context, const OpCall &call)
     const QUuid id = call.id("itemId"_L1);
     if (!context.contains(id))
         return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
-    OpChange change{.category = OpCategory::ItemRemoved,
-                    .itemId = id,
-                    .before = snapshotOf(context, id),
-                    .textArgs = {context.nameOf(id)}};
+    OpChange change{
+        .category = OpCategory::ItemRemoved, .itemId = id, .textArgs = {context.nameOf(id)}};
+    if (!context.tree) {
+        change.before = snapshotOf(context, id);
+        removeSnapshot(context, change.before);
+        return change;
+    }
+    const model::LogicalScene::Batch batch(*context.tree);
+    const QVariantList exchanged = keepSharedParts(*context.tree, branchesWith(context, id));
+    change.before = snapshotOf(context, id);
+    exchangePlacesBack(*context.tree, exchanged);
+    if (!exchanged.isEmpty())
+        change.before.insert(StateKeys::exchanged, exchanged);
     removeSnapshot(context, change.before);
     return change;
 }
@@ -360,6 +388,8 @@ OpOutcome applyItemDuplicate(OpContext &context, const OpCall &call)
             isNode ? context.tree->parentOf(sourceId) : context.document.parentInstanceId(sourceId);
     else if (isNode ? !context.node(parentId) : !context.document.hasItem(parentId))
         return call.refuse(u"parent not found:"_s, parentId);
+    if (isNode && !parentId.isNull() && !hasRoom(context, parentId))
+        parentId = QUuid();
     if (isNode && context.tree->isComponentInstance(parentId))
         return call.refuse(u"cannot add into a component instance:"_s, parentId);
     if (!isNode)

@@ -11,10 +11,11 @@ struct OpContext;
 // arguments. A `restore...` brings a modification back to a state that its op recorded.
 
 /// "sdf" adds a node of a definition or a component, or a group with `container`; a "group" below a
-/// node is a node, too. Any other type, and a "group" elsewhere, is an item of the document, and so
-/// is what is added to the field below such items: their transform moves items, not nodes.
+/// node is a node, too. Any other type, and a "group" elsewhere, is an item of the document. What
+/// is added in a group or domain of the document, or below a node with an item of its own, is such
+/// a node as well: the scene goes on to look as it does.
 OpOutcome applyItemAdd(OpContext &context, const OpCall &call);
-/// Takes away what stands below, too.
+/// Takes away what stands below, too, but parts that are used elsewhere.
 OpOutcome applyItemRemove(OpContext &context, const OpCall &call);
 /// Copies what stands below, too; the copy comes last among its siblings.
 OpOutcome applyItemDuplicate(OpContext &context, const OpCall &call);

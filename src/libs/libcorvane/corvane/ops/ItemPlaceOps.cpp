@@ -1,12 +1,10 @@
 // Moving nodes in the tree, and items in the display tree.
 #include <corvane/model/Corvane.h>
-#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/ops/Adoption.h>
 #include <corvane/ops/ItemOps.h>
+#include <corvane/ops/NodePlaces.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
-#include <corvane/ops/Operands.h>
 #include <corvane/ops/SceneSnapshot.h>
 
 using namespace Qt::StringLiterals;
@@ -15,159 +13,150 @@ namespace corvane::ops {
 
 namespace {
 
+/// The place of a node, and what changes with it: references to it, and the groups of the document
+/// that it and those below stand in.
 QVariantMap nodePlace(const OpContext &context, const QUuid &id)
 {
     const Placement place = placementOf(*context.tree, id);
-    return {{u"csgParentId"_s, idText(place.parentId)},
-            {u"csgIndex"_s, place.index},
-            {StateKeys::itemType, model::ItemTypes::Sdf}};
+    QVariantMap groups;
+    const QList<QUuid> branch = context.tree->subtree(id);
+    for (const QUuid &below : branch) {
+        const model::LogicalInstance *node = context.node(below);
+        if (node && node->hasOwnItem())
+            groups.insert(idText(below), idText(node->displayParent()));
+    }
+    QVariantMap state{{u"csgParentId"_s, idText(place.parentId)},
+                      {u"csgIndex"_s, place.index},
+                      {StateKeys::itemType, model::ItemTypes::Sdf}};
+    if (!groups.isEmpty())
+        state.insert(u"groups"_s, groups);
+    return state;
+}
+
+void setGroup(OpContext &context, const QUuid &id, const QString &group)
+{
+    model::LogicalInstance node = *context.node(id);
+    if (group.isEmpty())
+        node.ownItem.remove(u"parentId"_s);
+    else
+        node.ownItem.insert(u"parentId"_s, group);
+    context.tree->replaceInstance(node);
+}
+
+/// Of a branch those that stand where its top did.
+void moveToGroup(OpContext &context, const QUuid &id, const QUuid &group)
+{
+    if (!context.node(id)->hasOwnItem())
+        return;
+    const QUuid before = context.node(id)->displayParent();
+    const QList<QUuid> branch = context.tree->subtree(id);
+    for (const QUuid &below : branch) {
+        const model::LogicalInstance *node = context.node(below);
+        if (node && node->hasOwnItem() && node->displayParent() == before)
+            setGroup(context, below, idText(group));
+    }
+}
+
+/// Why a node can't stand there; empty when it can. What the tree refuses it says itself.
+QString placeFlaw(const OpContext &context, const QUuid &id, const QUuid &parentId)
+{
+    if (parentId.isNull() || !context.tree->canMove(id, parentId))
+        return {};
+    if (context.tree->isReachable(parentId, id))
+        return u"refused, the new parent stands below the item:"_s;
+    const bool isThere = context.tree->parentOf(id) == parentId;
+    return isThere || hasRoom(context, parentId) ? QString() : u"no room for another child:"_s;
 }
 
 OpOutcome moveNode(OpContext &context, const OpCall &call, const QUuid &id)
 {
     const QUuid parentId = call.id("newParentId"_L1);
+    const bool isToGroup = !context.node(parentId) && context.document.hasItem(parentId);
+    if (isToGroup && !context.node(id)->hasOwnItem())
+        return call.refuse(u"a node stands in the tree, or below an operator:"_s, parentId);
+    const QUuid above = isToGroup ? QUuid() : parentId;
+    const QString flaw = placeFlaw(context, id, above);
+    if (!flaw.isEmpty())
+        return call.refuse(flaw, parentId);
     OpChange change{.itemId = id, .before = nodePlace(context, id)};
+    // What moves to another parent leaves all of its places.
+    QList<QUuid> references;
+    if (context.tree->parentOf(id) != above)
+        references = referencesInto(*context.tree, {id});
+    QVariantList snapshots;
+    for (const QUuid &reference : std::as_const(references))
+        snapshots.append(nodeSnapshot(*context.tree, reference));
     const model::LogicalScene::Batch batch(*context.tree);
-    if (!context.tree->moveInstance(id, parentId, call.number("insertIndex"_L1, -1)))
+    if (!context.tree->moveInstance(id, above, call.number("insertIndex"_L1, -1)))
         return call.refuse(u"refused:"_s, id);
+    for (const QUuid &reference : std::as_const(references))
+        context.tree->removeInstance(reference);
+    const model::LogicalInstance *parent = context.node(above);
+    moveToGroup(context, id, isToGroup ? parentId : parent ? parent->displayParent() : QUuid());
     change.after = nodePlace(context, id);
+    if (change.before.value(u"groups"_s) == change.after.value(u"groups"_s)) {
+        change.before.remove(u"groups"_s);
+        change.after.remove(u"groups"_s);
+    }
+    if (!references.isEmpty()) {
+        change.before.insert(u"references"_s, snapshots);
+        change.after.insert(u"goneReferences"_s, idList(references));
+    }
     return change;
 }
 
-/// Moving an item numbers its new siblings anew, and changes what operators list and what is drawn:
-/// all that is part of the state.
-QVariantMap itemPlace(const OpContext &context, const QUuid &id, const QList<QUuid> &siblings,
-                      const QList<QUuid> &operators)
+/// Moving an item numbers its new siblings anew: that is part of the state.
+QVariantMap itemPlace(const OpContext &context, const QUuid &id, const QList<QUuid> &siblings)
 {
     QVariantMap order;
     for (const QUuid &sibling : siblings)
         order.insert(idText(sibling), context.document.item(sibling).sortOrder);
     const model::SceneItem item = context.document.item(id);
-    QVariantMap state{{u"parentId"_s, idText(item.parentId)},
-                      {u"sortOrder"_s, item.sortOrder},
-                      {u"order"_s, order},
-                      {StateKeys::itemType, item.itemType}};
-    if (item.itemType != model::ItemTypes::Sdf)
-        return state;
-    state.insert(u"operands"_s, operandsOf(context.document, operators));
-    if (!context.document.drawsAllItems())
-        state.insert(u"roots"_s, idList(context.document.roots()));
-    return state;
-}
-
-/// Of the same domain as what they are around.
-void takeWrappersAlong(OpContext &context, const QUuid &id)
-{
-    const QUuid parentId = context.document.item(id).parentId;
-    const QList<QUuid> wrappers = model::ItemWrappers(context.document, id).ids();
-    for (const QUuid &wrapperId : wrappers) {
-        model::SceneItem wrapper = context.document.item(wrapperId);
-        if (std::exchange(wrapper.parentId, parentId) != parentId)
-            context.document.updateItem(wrapper);
-    }
-}
-
-/// Takes the item out of the operators that list it, and gives it to another one, or draws it.
-void moveInExpression(OpContext &context, const QUuid &outerId, const QUuid &newOperator, int index)
-{
-    model::Corvane &document = context.document;
-    const QList<QUuid> operators = operatorsOver(document, outerId);
-    for (const QUuid &user : operators)
-        removeOperand(document, user, outerId);
-    if (!newOperator.isNull()) {
-        insertOperand(document, newOperator, outerId, index);
-        document.removeRoot(outerId);
-    } else if (!operators.isEmpty() && !document.drawsAllItems()) {
-        document.addRoot(outerId);
-    }
-}
-
-/// Below a node: what it is made of becomes nodes.
-OpOutcome moveIntoTree(OpContext &context, const OpCall &call, const QUuid &id)
-{
-    const QUuid parentId = call.id("newParentId"_L1);
-    if (context.document.item(id).itemType != model::ItemTypes::Sdf)
-        return call.refuse(u"only items of the field go below nodes:"_s, id);
-    if (context.tree->isComponentInstance(parentId))
-        return call.refuse(u"cannot move into a component instance:"_s, parentId);
-    const qsizetype siblings = context.tree->children(parentId).size();
-    const int index = call.number("insertIndex"_L1, -1);
-    QString reason;
-    const auto adoption = planAdoption(context, id, parentId,
-                                       index < 0 || index > siblings ? siblings : index, reason);
-    if (!adoption)
-        return call.refuse(reason, id);
-    restoreAdoption(context, adoption->after);
-    return OpChange{.itemId = id, .before = adoption->before, .after = adoption->after};
-}
-
-/// Below an item: the expression that the item is part of becomes nodes first.
-OpOutcome moveBelowItem(OpContext &context, const OpCall &call, const QUuid &id)
-{
-    const QUuid parentId = call.id("newParentId"_L1);
-    if (!isOperator(context.document, parentId))
-        return call.refuse(u"a node stands in the tree, or below an operator:"_s, parentId);
-    if (!hasRoom(context.document, parentId))
-        return call.refuse(u"no room for another child:"_s, parentId);
-    const QUuid top = topOfExpression(context, parentId);
-    QString reason = u"a part is used more than once:"_s;
-    const auto adoption =
-        top.isNull() ? std::nullopt
-                     : planAdoption(context, top, {}, context.tree->roots().size(), reason);
-    if (!adoption)
-        return call.refuse(reason, parentId);
-    const model::LogicalScene::Batch batch(*context.tree);
-    OpChange change{.itemId = id, .before = adoption->before, .after = adoption->after};
-    change.before.insert(nodePlace(context, id));
-    restoreAdoption(context, adoption->after);
-    context.tree->moveInstance(id, parentId, call.number("insertIndex"_L1, -1));
-    change.after.insert(nodePlace(context, id));
-    return change;
+    return {{u"parentId"_s, idText(item.parentId)},
+            {u"sortOrder"_s, item.sortOrder},
+            {u"order"_s, order},
+            {StateKeys::itemType, item.itemType}};
 }
 
 OpOutcome moveItem(OpContext &context, const OpCall &call, const QUuid &id)
 {
     model::Corvane &document = context.document;
     const QUuid parentId = call.id("newParentId"_L1);
+    if (context.node(parentId))
+        return call.refuse(u"only items of the field go below nodes:"_s, id);
     if (!parentId.isNull() && !document.hasItem(parentId))
         return call.refuse(u"parent not found:"_s, parentId);
-    const bool isOfField = document.item(id).itemType == model::ItemTypes::Sdf;
-    const QUuid newOperator = isOfField && isOperator(document, parentId) ? parentId : QUuid();
-    if (isOfField && expressionOf(document, id).contains(parentId))
-        return call.refuse(u"refused, the new parent stands below the item:"_s, id);
-    const QUuid outerId = model::ItemWrappers(document, id).outerId();
-    QList<QUuid> operators = isOfField ? operatorsOver(document, outerId) : QList<QUuid>();
-    if (!newOperator.isNull() && !operators.contains(newOperator)) {
-        if (!hasRoom(document, newOperator))
-            return call.refuse(u"no room for another child:"_s, newOperator);
-        operators.append(newOperator);
-    }
     const QList<QUuid> siblings = document.hierarchyChildIds(parentId);
-    OpChange change{.itemId = id, .before = itemPlace(context, id, siblings, operators)};
-    const int index = call.number("insertIndex"_L1, -1);
-    if (!document.moveHierarchyItem(id, parentId, index))
+    OpChange change{.itemId = id, .before = itemPlace(context, id, siblings)};
+    if (!document.moveHierarchyItem(id, parentId, call.number("insertIndex"_L1, -1)))
         return call.refuse(u"refused:"_s, id);
-    if (isOfField) {
-        takeWrappersAlong(context, id);
-        moveInExpression(context, outerId, newOperator, index);
-    }
-    change.after = itemPlace(context, id, siblings, operators);
+    change.after = itemPlace(context, id, siblings);
     return change;
 }
 
 void restoreNodePlace(OpContext &context, const QUuid &id, const QVariantMap &state)
 {
+    model::LogicalScene &tree = *context.tree;
+    const model::LogicalScene::Batch batch(tree);
+    const QList<QUuid> gone = idsOf(state.value(u"goneReferences"_s));
+    for (const QUuid &reference : gone)
+        tree.removeInstance(reference);
+    tree.detachInstance(id);
     const QUuid parentId = OpCall::toId(state.value(u"csgParentId"_s));
-    qsizetype index = state.value(u"csgIndex"_s).toLongLong();
-    if (parentId.isNull() && index < 0) {
-        context.tree->detachInstance(id);
-        return;
+    const qsizetype index = state.value(u"csgIndex"_s).toLongLong();
+    QVariantList before, behind;
+    const QVariantList references = state.value(u"references"_s).toList();
+    for (const QVariant &reference : references) {
+        const bool isBefore = reference.toMap().value(StateKeys::index).toLongLong() < index;
+        (isBefore ? before : behind).append(reference);
     }
-    const Placement now = placementOf(*context.tree, id);
-    // moveInstance() counts by the list as it is before the move.
-    if (now.parentId == parentId && now.index >= 0 && now.index < index)
-        ++index;
-    context.tree->moveInstance(id, parentId, index);
+    restorePlaces(tree, before);
+    if (!parentId.isNull() || index >= 0)
+        tree.moveInstance(id, parentId, index);
+    restorePlaces(tree, behind);
+    const QVariantMap groups = state.value(u"groups"_s).toMap();
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group)
+        setGroup(context, QUuid::fromString(group.key()), group->toString());
 }
 
 void restoreSortOrder(OpContext &context, const QUuid &id, qint32 sortOrder)
@@ -186,30 +175,11 @@ OpOutcome applyItemSetParent(OpContext &context, const OpCall &call)
     const QUuid id = call.id("itemId"_L1);
     if (!context.contains(id))
         return call.refuse(u"item not found:"_s, call.text("itemId"_L1));
-    const QUuid parentId = call.id("newParentId"_L1);
-    if (context.node(id))
-        return context.document.hasItem(parentId) && !context.node(parentId)
-                   ? moveBelowItem(context, call, id)
-                   : moveNode(context, call, id);
-    return context.node(parentId) ? moveIntoTree(context, call, id) : moveItem(context, call, id);
+    return context.node(id) ? moveNode(context, call, id) : moveItem(context, call, id);
 }
 
 void restorePlace(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
-    if (isAdoption(state)) {
-        // A node that came along leaves before what it stands below, and comes after it.
-        const bool isLeaving = !state.contains(u"nodes"_s);
-        const auto place = [&] {
-            if (state.contains(u"csgIndex"_s))
-                restoreNodePlace(context, itemId, state);
-        };
-        if (isLeaving)
-            place();
-        restoreAdoption(context, state);
-        if (!isLeaving)
-            place();
-        return;
-    }
     if (context.node(itemId) && state.contains(u"csgIndex"_s)) {
         restoreNodePlace(context, itemId, state);
         return;
@@ -221,10 +191,6 @@ void restorePlace(OpContext &context, const QUuid &itemId, const QVariantMap &st
     const QVariantMap order = state.value(u"order"_s).toMap();
     for (auto it = order.cbegin(); it != order.cend(); ++it)
         restoreSortOrder(context, QUuid::fromString(it.key()), it->toInt());
-    takeWrappersAlong(context, itemId);
-    restoreOperands(context.document, state.value(u"operands"_s).toMap());
-    if (state.contains(u"roots"_s))
-        context.document.setRoots(idsOf(state.value(u"roots"_s)));
 }
 
 } // namespace corvane::ops

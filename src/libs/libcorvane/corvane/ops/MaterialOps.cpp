@@ -1,6 +1,7 @@
 #include <corvane/ops/MaterialOps.h>
 
 #include <corvane/model/Corvane.h>
+#include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
@@ -66,17 +67,21 @@ CatalogMaterial changed(const CatalogMaterial &material, const QVariantMap &valu
     return CatalogMaterial::fromVariantMap(map);
 }
 
-/// The inline materials of the items that name a catalogue material, but for those which stand for
-/// nodes: a compile gives them theirs.
+/// The inline materials of the items that name a catalogue material, whether they are nodes or not.
+/// A compile gives the items of other nodes theirs.
 QVariantMap materialsOfItems(const OpContext &context, const QUuid &id)
 {
     QVariantMap materials;
     const auto items = context.document.items();
     for (const model::SceneItem &item : items) {
-        const bool isCompiled = item.hasTag(model::ItemTags::Compiled);
-        const QUuid source = isCompiled ? model::Instance(item).provenance().sourceItemId : QUuid();
-        if (item.materialId == id && !context.node(source))
+        if (item.materialId == id && !model::standsForNode(item, context.tree))
             materials.insert(idText(item.id), item.material.toVariantMap());
+    }
+    if (!context.tree)
+        return materials;
+    for (const model::LogicalInstance &node : context.tree->instances()) {
+        if (node.hasOwnItem() && node.materialId == id)
+            materials.insert(idText(node.id), node.material.toVariantMap());
     }
     return materials;
 }
@@ -84,8 +89,14 @@ QVariantMap materialsOfItems(const OpContext &context, const QUuid &id)
 void setMaterialsOfItems(OpContext &context, const QVariantMap &materials)
 {
     for (auto it = materials.cbegin(); it != materials.cend(); ++it) {
-        model::SceneItem item = context.document.item(QUuid::fromString(it.key()));
-        item.material = model::Material::fromVariantMap(it->toMap());
+        const QUuid id = QUuid::fromString(it.key());
+        const auto material = model::Material::fromVariantMap(it->toMap());
+        if (const model::LogicalInstance *node = context.node(id)) {
+            context.tree->setInstanceMaterial(id, material, node->materialId);
+            continue;
+        }
+        model::SceneItem item = context.document.item(id);
+        item.material = material;
         context.document.updateItem(item);
     }
 }

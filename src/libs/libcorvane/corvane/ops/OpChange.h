@@ -20,10 +20,10 @@ inline const QString children = QStringLiteral("_children");
 /// Snapshots of the document's items that went along with a node.
 inline const QString documentItems = QStringLiteral("_documentItems");
 inline const QString roots = QStringLiteral("_roots"); ///< the document's, where they changed
-/// The document drew all its items until this one came.
-inline const QString drewAll = QStringLiteral("_drewAll");
-/// Of the document's operators that list one of these items, all that they list.
-inline const QString operands = QStringLiteral("_operands");
+/// Snapshots of nodes elsewhere that go along: references, and what stands in a removed group.
+inline const QString others = QStringLiteral("_others");
+/// The pairs of nodes that change places first; see keepSharedParts().
+inline const QString exchanged = QStringLiteral("_exchanged");
 } // namespace StateKeys
 
 /// The words of StateKeys::opDomain.

@@ -37,7 +37,8 @@ QString numberedName(const QString &base, const std::function<bool(const QString
 
 const model::LogicalInstance *OpContext::node(const QUuid &id) const
 {
-    return tree ? std::as_const(*tree).instance(id) : nullptr;
+    const model::LogicalInstance *found = tree ? std::as_const(*tree).instance(id) : nullptr;
+    return found && !found->isReference() ? found : nullptr;
 }
 
 bool OpContext::contains(const QUuid &id) const

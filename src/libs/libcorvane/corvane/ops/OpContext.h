@@ -25,7 +25,8 @@ struct OpContext
     /// Components whose inside stands in the scene to be edited, by the id of the branch's root.
     QVariantMap &editSessions;
 
-    /// The node of the tree; none when there is no tree, or no such node in it.
+    /// The node of the tree; none when there is no tree, or no such node in it. References are no
+    /// nodes to those who edit.
     const model::LogicalInstance *node(const QUuid &id) const;
     /// Whether the id is a node or an item.
     bool contains(const QUuid &id) const;

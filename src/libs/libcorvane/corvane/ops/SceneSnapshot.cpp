@@ -1,12 +1,11 @@
 #include <corvane/ops/SceneSnapshot.h>
 
 #include <corvane/model/Corvane.h>
-#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/Logging.h>
+#include <corvane/ops/NodePlaces.h>
 #include <corvane/ops/OpChange.h>
 #include <corvane/ops/OpContext.h>
-#include <corvane/ops/Operands.h>
 
 using namespace Qt::StringLiterals;
 
@@ -14,12 +13,13 @@ namespace corvane::ops {
 
 namespace {
 
-/// The items of the document that share an id with one of these nodes.
 QVariantList documentItemsOf(const OpContext &context, const QList<QUuid> &ids)
 {
     QVariantList items;
     for (const QUuid &id : ids) {
-        if (context.document.hasItem(id))
+        const model::LogicalInstance *node = context.node(id);
+        // A node's own item comes and goes with the node.
+        if (context.document.hasItem(id) && !(node && node->hasOwnItem()))
             items.append(itemSnapshot(context.document.item(id)));
     }
     return items;
@@ -42,43 +42,58 @@ QList<QUuid> itemsBelow(const OpContext &context, const QUuid &id)
     return found;
 }
 
-/// The wrappers of each come right behind it.
-QList<QUuid> withWrappers(const OpContext &context, const QList<QUuid> &ids)
+/// Branches, and the references to them, that go with something else: what stands somewhere by
+/// itself, and what stands below that.
+void addBranches(const OpContext &context, const QList<QUuid> &tops, QVariantMap &snapshot)
 {
-    QList<QUuid> all;
-    for (const QUuid &id : ids)
-        all += QList<QUuid>{id} + model::ItemWrappers(context.document, id).ids();
-    return all;
-}
-
-/// Operators that stay when these items go.
-QList<QUuid> usersOf(const OpContext &context, const QList<QUuid> &ids)
-{
-    const QSet<QUuid> gone(ids.cbegin(), ids.cend());
-    QList<QUuid> users;
-    const auto items = context.document.items();
-    for (const model::SceneItem &item : items) {
-        if (item.itemType != model::ItemTypes::Sdf || gone.contains(item.id))
-            continue;
-        const QList<QUuid> operands = context.document.childInstanceIds(item.id);
-        if (std::any_of(operands.cbegin(), operands.cend(),
-                        [&gone](const QUuid &id) { return gone.contains(id); }))
-            users.append(item.id);
+    QVariantList others;
+    QVariantList children = snapshot.value(StateKeys::children).toList();
+    for (const QUuid &top : tops) {
+        QVariantList branch;
+        appendBranchSnapshot(*context.tree, top, branch);
+        others.append(branch.takeFirst());
+        children += branch;
     }
-    return users;
+    const QList<QUuid> references = referencesInto(*context.tree, tops);
+    for (const QUuid &id : references)
+        others.append(nodeSnapshot(*context.tree, id));
+    if (!others.isEmpty())
+        snapshot.insert(StateKeys::others, others);
+    if (!children.isEmpty())
+        snapshot.insert(StateKeys::children, children);
 }
 
 QVariantMap documentSnapshot(const OpContext &context, const QUuid &id)
 {
-    const QList<QUuid> ids = withWrappers(context, QList<QUuid>{id} + itemsBelow(context, id));
+    const QList<QUuid> below = itemsBelow(context, id);
     QVariantMap snapshot = itemSnapshot(context.document.item(id));
     snapshot.insert(StateKeys::itemType, context.document.item(id).itemType);
-    const QVariantList below = documentItemsOf(context, ids.mid(1));
-    if (!below.isEmpty())
-        snapshot.insert(StateKeys::documentItems, below);
-    const QVariantMap operands = operandsOf(context.document, usersOf(context, ids));
-    if (!operands.isEmpty())
-        snapshot.insert(StateKeys::operands, operands);
+    const QVariantList items = documentItemsOf(context, below);
+    if (!items.isEmpty())
+        snapshot.insert(StateKeys::documentItems, items);
+    const QList<QUuid> nodes = nodesInGroups(context, QList<QUuid>{id} + below);
+    if (!nodes.isEmpty())
+        addBranches(context, nodes, snapshot);
+    return snapshot;
+}
+
+QVariantMap treeSnapshot(const OpContext &context, const QUuid &id)
+{
+    QVariantList branch;
+    appendBranchSnapshot(*context.tree, id, branch);
+    QVariantMap snapshot = branch.takeFirst().toMap();
+    snapshot.insert(StateKeys::itemType, model::ItemTypes::Sdf);
+    if (!branch.isEmpty())
+        snapshot.insert(StateKeys::children, branch);
+    QVariantList references;
+    const QList<QUuid> ids = referencesInto(*context.tree, {id});
+    for (const QUuid &reference : ids)
+        references.append(nodeSnapshot(*context.tree, reference));
+    if (!references.isEmpty())
+        snapshot.insert(StateKeys::others, references);
+    const QVariantList items = documentItemsOf(context, context.tree->subtree(id));
+    if (!items.isEmpty())
+        snapshot.insert(StateKeys::documentItems, items);
     return snapshot;
 }
 
@@ -130,6 +145,11 @@ QVariantMap nodeSnapshot(const model::LogicalInstance &node, const Placement &pl
     map.insert(StateKeys::parentId, idText(placement.parentId));
     map.insert(StateKeys::index, placement.index);
     return map;
+}
+
+QVariantMap nodeSnapshot(const model::LogicalScene &scene, const QUuid &id)
+{
+    return nodeSnapshot(*scene.instance(id), placementOf(scene, id));
 }
 
 bool restoreNode(model::LogicalScene &scene, const QVariantMap &snapshot)
@@ -184,40 +204,30 @@ model::SceneItem itemOf(const QVariantMap &snapshot)
     QVariantMap map = snapshot;
     map.removeIf([](QVariantMap::iterator it) {
         return it.key() == StateKeys::itemType || it.key() == StateKeys::documentItems ||
-               it.key() == StateKeys::roots || it.key() == StateKeys::operands ||
-               it.key() == StateKeys::drewAll;
+               it.key() == StateKeys::roots || it.key() == StateKeys::children ||
+               it.key() == StateKeys::others || it.key() == StateKeys::exchanged;
     });
     return model::SceneItem::fromVariantMap(map);
 }
 
 QVariantMap snapshotOf(const OpContext &context, const QUuid &id)
 {
-    QVariantMap snapshot;
-    if (context.node(id)) {
-        QVariantList branch;
-        appendBranchSnapshot(*context.tree, id, branch);
-        snapshot = branch.takeFirst().toMap();
-        snapshot.insert(StateKeys::itemType, model::ItemTypes::Sdf);
-        if (!branch.isEmpty())
-            snapshot.insert(StateKeys::children, branch);
-        const QVariantList items = documentItemsOf(context, context.tree->subtree(id));
-        if (!items.isEmpty())
-            snapshot.insert(StateKeys::documentItems, items);
-    } else {
-        snapshot = documentSnapshot(context, id);
-    }
+    QVariantMap snapshot =
+        context.node(id) ? treeSnapshot(context, id) : documentSnapshot(context, id);
     addRoots(context, snapshot);
     return snapshot;
 }
 
-void addToSnapshot(const OpContext &context, QVariantMap &snapshot, const QList<QUuid> &ids)
+/// By the index: each then finds those in front of it there.
+void restorePlaces(model::LogicalScene &scene, QVariantList snapshots)
 {
-    QList<QUuid> lacking = withWrappers(context, ids);
-    const QList<QUuid> present = documentIdsOf(snapshot);
-    const QSet<QUuid> known(present.cbegin(), present.cend());
-    lacking.removeIf([&known](const QUuid &id) { return known.contains(id); });
-    snapshot.insert(StateKeys::documentItems, snapshot.value(StateKeys::documentItems).toList() +
-                                                  documentItemsOf(context, lacking));
+    const auto index = [](const QVariant &snapshot) {
+        return snapshot.toMap().value(StateKeys::index).toLongLong();
+    };
+    std::stable_sort(
+        snapshots.begin(), snapshots.end(),
+        [&index](const QVariant &a, const QVariant &b) { return index(a) < index(b); });
+    restoreBranch(scene, snapshots);
 }
 
 void insertSnapshot(OpContext &context, const QVariantMap &snapshot)
@@ -227,29 +237,56 @@ void insertSnapshot(OpContext &context, const QVariantMap &snapshot)
     const QVariantList items = snapshot.value(StateKeys::documentItems).toList();
     for (const QVariant &item : items)
         context.document.addItem(itemOf(item.toMap()));
-    restoreOperands(context.document, snapshot.value(StateKeys::operands).toMap());
     if (snapshot.contains(StateKeys::roots))
         context.document.setRoots(idsOf(snapshot.value(StateKeys::roots)));
-    if (isOfTree(snapshot) && context.tree) {
-        restoreBranch(*context.tree,
-                      QVariantList{snapshot} + snapshot.value(StateKeys::children).toList());
-    }
+    if (!context.tree)
+        return;
+    const model::LogicalScene::Batch batch(*context.tree);
+    QVariantList tops = snapshot.value(StateKeys::others).toList();
+    if (isOfTree(snapshot))
+        tops.append(snapshot);
+    restorePlaces(*context.tree, tops);
+    restoreBranch(*context.tree, snapshot.value(StateKeys::children).toList());
+    exchangePlacesBack(*context.tree, snapshot.value(StateKeys::exchanged).toList());
 }
 
 void removeSnapshot(OpContext &context, const QVariantMap &snapshot)
 {
-    if (isOfTree(snapshot) && context.tree)
-        context.tree->removeInstance(QUuid::fromString(snapshot.value(u"id"_s).toString()));
-    const QList<QUuid> items = documentIdsOf(snapshot);
-    const QVariantMap operands = snapshot.value(StateKeys::operands).toMap();
-    for (auto user = operands.keyBegin(); user != operands.keyEnd(); ++user) {
-        for (const QUuid &id : items)
-            removeOperand(context.document, QUuid::fromString(*user), id);
+    if (context.tree) {
+        const model::LogicalScene::Batch batch(*context.tree);
+        exchangePlaces(*context.tree, snapshot.value(StateKeys::exchanged).toList());
+        const auto remove = [&context](const QVariantMap &node) {
+            context.tree->removeInstance(QUuid::fromString(node.value(u"id"_s).toString()));
+        };
+        const QVariantList others = snapshot.value(StateKeys::others).toList();
+        for (const QVariant &other : others)
+            remove(other.toMap());
+        if (isOfTree(snapshot))
+            remove(snapshot);
     }
+    const QList<QUuid> items = documentIdsOf(snapshot);
     for (auto id = items.crbegin(); id != items.crend(); ++id)
         context.document.removeItem(*id);
-    if (snapshot.contains(StateKeys::drewAll))
-        context.document.drawAllItems();
+}
+
+QVariantList wrapperList(const QList<model::WrapperValues> &wrappers)
+{
+    QVariantList list;
+    for (const model::WrapperValues &wrapper : wrappers)
+        list.append(
+            QVariantMap{{u"definitionId"_s, wrapper.definitionId}, {u"values"_s, wrapper.values}});
+    return list;
+}
+
+QList<model::WrapperValues> wrappersOf(const QVariant &list)
+{
+    QList<model::WrapperValues> wrappers;
+    const QVariantList entries = list.toList();
+    for (const QVariant &entry : entries) {
+        const QVariantMap map = entry.toMap();
+        wrappers.append({map.value(u"definitionId"_s).toString(), map.value(u"values"_s).toMap()});
+    }
+    return wrappers;
 }
 
 QVariantList idList(const QList<QUuid> &ids)

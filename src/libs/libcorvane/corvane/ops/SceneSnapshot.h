@@ -9,6 +9,7 @@ class Corvane;
 class LogicalScene;
 struct LogicalInstance;
 struct SceneItem;
+struct WrapperValues;
 } // namespace corvane::model
 
 namespace corvane::ops {
@@ -30,6 +31,8 @@ QVariantMap nodeSnapshot(const model::LogicalInstance &node, const Placement &pl
 /// Puts the node back at its place. False when the id is taken or the place can't be had.
 bool restoreNode(model::LogicalScene &scene, const QVariantMap &snapshot);
 
+/// Of the node alone, at its place.
+QVariantMap nodeSnapshot(const model::LogicalScene &scene, const QUuid &id);
 /// Appends the snapshots of the node and all below it, parents before their children, in order.
 void appendBranchSnapshot(const model::LogicalScene &scene, const QUuid &id, QVariantList &list);
 /// Puts such a list back, with one structureChanged(). False, and logged, for each node that can't
@@ -39,14 +42,19 @@ bool restoreBranch(model::LogicalScene &scene, const QVariantList &snapshot);
 QVariantMap itemSnapshot(const model::SceneItem &item);
 model::SceneItem itemOf(const QVariantMap &snapshot);
 
-/// A node with all below it and the document's items of the same ids; or an item with those that
-/// stand below it in the display tree and are no nodes, their wrappers, and what lists them.
+/// A node with all below it, the references to it and the document's items of the same ids; or an
+/// item with the items and the nodes that stand below it in the display tree.
 QVariantMap snapshotOf(const OpContext &context, const QUuid &id);
-/// Adds these items and their wrappers to an item's snapshot, those that it lacks.
-void addToSnapshot(const OpContext &context, QVariantMap &snapshot, const QList<QUuid> &ids);
-/// Puts back, or takes out, what a snapshot of snapshotOf() describes.
+/// Puts back, or takes out, what a snapshot of snapshotOf() describes. Places are exchanged first,
+/// or back at the end, as its StateKeys::exchanged says.
 void insertSnapshot(OpContext &context, const QVariantMap &snapshot);
 void removeSnapshot(OpContext &context, const QVariantMap &snapshot);
+/// Puts single nodes back at their places, which were noted when all of them were there.
+void restorePlaces(model::LogicalScene &scene, QVariantList snapshots);
+
+/// A stack of wrappers by value, and back.
+QVariantList wrapperList(const QList<model::WrapperValues> &wrappers);
+QList<model::WrapperValues> wrappersOf(const QVariant &list);
 
 /// Ids as texts without braces, and back.
 QVariantList idList(const QList<QUuid> &ids);

@@ -212,12 +212,8 @@ QVariantMap definitionState(const OpContext &context, const QUuid &id)
     const model::LogicalInstance *node = context.node(id);
     if (!node)
         return {{u"definitionId"_s, context.document.instance(id).definitionId()}};
-    QVariantList wrappers;
-    for (const model::WrapperValues &wrapper : node->wrappers)
-        wrappers.append(
-            QVariantMap{{u"definitionId"_s, wrapper.definitionId}, {u"values"_s, wrapper.values}});
     return {{u"definitionId"_s, node->definitionId},
-            {u"wrappers"_s, wrappers},
+            {u"wrappers"_s, wrapperList(node->wrappers)},
             {StateKeys::itemType, model::ItemTypes::Sdf}};
 }
 
@@ -323,11 +319,11 @@ OpOutcome applySdfSetDefinition(OpContext &context, const OpCall &call)
     QVariantMap wanted = change.before;
     wanted.insert(u"definitionId"_s, definitionId);
     if (node && node->isContainer() && node->wrappers.isEmpty()) {
-        QVariantList wrappers;
+        QList<model::WrapperValues> wrappers;
         const QStringList initial = model::initialWrappers(definitionId, {});
         for (const QString &wrapperId : initial)
-            wrappers.append(QVariantMap{{u"definitionId"_s, wrapperId}});
-        wanted.insert(u"wrappers"_s, wrappers);
+            wrappers.append({wrapperId, {}});
+        wanted.insert(u"wrappers"_s, wrapperList(wrappers));
     }
     restoreDefinition(context, id, wanted);
     change.after = definitionState(context, id);
@@ -348,13 +344,7 @@ void restoreDefinition(OpContext &context, const QUuid &itemId, const QVariantMa
     }
     model::LogicalInstance node = *context.node(itemId);
     node.definitionId = definitionId;
-    node.wrappers.clear();
-    const QVariantList wrappers = state.value(u"wrappers"_s).toList();
-    for (const QVariant &wrapper : wrappers) {
-        const QVariantMap map = wrapper.toMap();
-        node.wrappers.append(
-            {map.value(u"definitionId"_s).toString(), map.value(u"values"_s).toMap()});
-    }
+    node.wrappers = wrappersOf(state.value(u"wrappers"_s));
     context.tree->replaceInstance(node);
 }
 

@@ -1,9 +1,10 @@
 // Where nodes and items stand, and how large they are.
 //
-// Nothing moves the field but wrappers. Of a node those of its stack take the node's transform, of
-// an item that no tree stands behind the ItemWrappers; either way those that are lacking are made.
+// Nothing moves the field but wrappers: those of a node's stack take the node's transform, and
+// those that are lacking are made. Items of the document that have no field stand where their own
+// numbers say.
+#include <corvane/model/CompiledItems.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/NodeCompilation.h>
 #include <corvane/ops/DrivenTransform.h>
@@ -18,43 +19,23 @@ namespace corvane::ops {
 
 namespace {
 
-using model::ItemWrappers;
-using model::Transform;
-
 constexpr auto &transformParts = DrivenTransform::parts;
-
-/// Whether wrappers stand for what moves it: its own fields do nothing to the field.
-bool isOfField(const OpContext &context, const QUuid &id)
-{
-    return !context.node(id) && context.document.item(id).itemType == model::ItemTypes::Sdf;
-}
-
-Transform ownTransform(const model::SceneItem &item)
-{
-    return {item.translate, item.rotate, item.scale};
-}
 
 Transform numbersOf(const OpContext &context, const QUuid &id)
 {
     if (const model::LogicalInstance *node = context.node(id))
         return {node->translate, node->rotate, node->scale};
-    return isOfField(context, id) ? ItemWrappers(context.document, id).transform()
-                                  : ownTransform(context.document.item(id));
+    const model::SceneItem item = context.document.item(id);
+    return {item.translate, item.rotate, item.scale};
 }
 
 /// What the wrapper that applies a part is given, if that is an expression.
 model::ParameterValue driverOf(const OpContext &context, const QUuid &id, const QString &wrapperId)
 {
+    const model::LogicalInstance *node = context.node(id);
+    const model::WrapperValues *wrapper = node ? node->wrapper(wrapperId) : nullptr;
     const QString param = model::NodeCompilation::connectedParameter(wrapperId);
-    if (const model::LogicalInstance *node = context.node(id)) {
-        const model::WrapperValues *wrapper = node->wrapper(wrapperId);
-        return model::ParameterValue::fromVariant(wrapper ? wrapper->values.value(param)
-                                                          : QVariant());
-    }
-    if (!isOfField(context, id))
-        return {};
-    const QUuid wrapper = ItemWrappers(context.document, id).find(wrapperId);
-    return context.document.instance(wrapper).parameterValue(param);
+    return model::ParameterValue::fromVariant(wrapper ? wrapper->values.value(param) : QVariant());
 }
 
 DrivenTransform transformOf(const OpContext &context, const QUuid &id)
@@ -72,7 +53,16 @@ DrivenTransform transformOf(const OpContext &context, const QUuid &id)
 bool canBeDriven(const OpContext &context, const QUuid &id)
 {
     const model::LogicalInstance *node = context.node(id);
-    return node ? !node->isContainer() : isOfField(context, id);
+    return node && !node->isContainer();
+}
+
+/// The items that a node's wrappers compile to have ids of their own, which an item may have that
+/// was left over of an earlier compile.
+bool isWrapperTaken(const OpContext &context, const QUuid &id)
+{
+    return std::any_of(transformParts.begin(), transformParts.end(), [&](const auto &part) {
+        return context.node(model::CompiledItems::itemId(id, part.key));
+    });
 }
 
 /// The value of a driven part until its expression is evaluated.
@@ -147,63 +137,12 @@ void setNodeTransform(OpContext &context, const QUuid &id, const DrivenTransform
     context.tree->setInstanceTransform(id, numbers.translate, numbers.rotate, numbers.scale);
 }
 
-/// Where everything is drawn, a wrapper would be drawn beside what it moves.
-void nameRoots(model::Corvane &document)
+void setTransform(OpContext &context, const QUuid &id, const DrivenTransform &transform)
 {
-    QList<QUuid> roots;
-    const QList<model::SceneItem> items = document.itemsOfType(model::ItemTypes::Sdf);
-    for (const model::SceneItem &item : items)
-        roots.append(item.id);
-    document.setRoots(roots);
-}
-
-/// The wrappers of an item of the field, which come with the numbers or for an expression.
-bool setWrapperItems(OpContext &context, const QUuid &id, const DrivenTransform &transform)
-{
-    if (context.document.drawsAllItems() &&
-        (transform.numbers != Transform() || transform.isDriven()))
-        nameRoots(context.document);
-    QStringList needed;
-    for (std::size_t part = 0; part < transformParts.size(); ++part) {
-        if (!transform.expressions[part].isEmpty())
-            needed.append(transformParts[part].key);
-    }
-    if (!ItemWrappers::setTransform(context.document, id, transform.numbers, needed))
-        return false;
-    for (std::size_t index = 0; index < transformParts.size(); ++index) {
-        if (transform.expressions[index].isEmpty())
-            continue;
-        const DrivenTransform::Part &part = transformParts[index];
-        const QUuid wrapperId = ItemWrappers(context.document, id).find(part.key);
-        model::Instance wrapper = context.document.instance(wrapperId);
-        wrapper.setExpression(model::NodeCompilation::connectedParameter(part.key),
-                              transform.expressions[index], fallbackOf(transform, index));
-        context.document.updateItem(wrapper);
-    }
-    return true;
-}
-
-bool setTransform(OpContext &context, const QUuid &id, const DrivenTransform &transform)
-{
-    if (isOfField(context, id))
-        return setWrapperItems(context, id, transform);
     if (context.node(id))
         setNodeTransform(context, id, transform);
     else
         setOwnTransform(context, id, transform.numbers);
-    return true;
-}
-
-/// Takes away the wrappers that came with a transform.
-void keepNodeWrappers(OpContext &context, const QUuid &id, const QStringList &wrapperIds)
-{
-    QList<model::WrapperValues> wrappers = context.node(id)->wrappers;
-    const qsizetype removed = wrappers.removeIf([&](const model::WrapperValues &wrapper) {
-        return transformRank(wrapper.definitionId) < qsizetype(transformParts.size()) &&
-               !wrapperIds.contains(wrapper.definitionId);
-    });
-    if (removed > 0)
-        context.tree->setWrappers(id, wrappers);
 }
 
 QVariantMap stateOf(const Transform &transform)
@@ -227,43 +166,12 @@ Transform numbersIn(const QVariantMap &state)
     return transform;
 }
 
-DrivenTransform transformIn(const QVariantMap &state)
-{
-    DrivenTransform transform{.numbers = numbersIn(state)};
-    const QVariantMap expressions = state.value(u"expressions"_s).toMap();
-    for (std::size_t part = 0; part < transformParts.size(); ++part) {
-        const auto driver =
-            model::ParameterValue::fromVariant(expressions.value(transformParts[part].key));
-        transform.expressions[part] = driver.expression;
-        transform.found[part] = driver.fallback;
-    }
-    return transform;
-}
-
+/// Of a node with its whole stack: wrappers come with a transform, and expressions stand in them.
 QVariantMap transformState(const OpContext &context, const QUuid &id)
 {
-    const DrivenTransform transform = transformOf(context, id);
-    QVariantMap state = stateOf(transform.numbers);
-    QVariantMap expressions;
-    for (std::size_t part = 0; part < transformParts.size(); ++part) {
-        if (!transform.expressions[part].isEmpty())
-            expressions.insert(transformParts[part].key,
-                               model::ParameterValue::fromExpression(transform.expressions[part],
-                                                                     transform.found[part])
-                                   .toVariantMap());
-    }
-    if (!expressions.isEmpty())
-        state.insert(u"expressions"_s, expressions);
-    if (const model::LogicalInstance *node = context.node(id)) {
-        QStringList wrapperIds;
-        for (const model::WrapperValues &wrapper : node->wrappers)
-            wrapperIds.append(wrapper.definitionId);
-        state.insert(u"wrappers"_s, wrapperIds);
-    } else if (isOfField(context, id)) {
-        state.insert(u"wrappers"_s, ItemWrappers(context.document, id).wrapperIds());
-        state.insert(u"own"_s, stateOf(ownTransform(context.document.item(id))));
-        state.insert(u"drawsAll"_s, context.document.drawsAllItems());
-    }
+    QVariantMap state = stateOf(numbersOf(context, id));
+    if (const model::LogicalInstance *node = context.node(id))
+        state.insert(u"wrappers"_s, wrapperList(node->wrappers));
     return state;
 }
 
@@ -283,26 +191,32 @@ OpOutcome applyItemSetTransform(OpContext &context, const OpCall &call)
         return call.refuse(u"missing translate, rotate or scale"_s);
     if (after.isDriven() && !canBeDriven(context, id))
         return call.refuse(u"an expression can place an SDF item alone:"_s, id);
+    const bool isNode = context.node(id);
+    if (!isNode && context.document.item(id).itemType == model::ItemTypes::Sdf)
+        return call.refuse(u"no node stands for this item, and nothing else moves it:"_s, id);
+    if (isNode && isWrapperTaken(context, id))
+        return call.refuse(u"the id of a wrapper is taken:"_s, id);
     OpChange change{
         .itemId = id, .before = transformState(context, id), .scope = idText(id) + u"/transform"_s};
-    if (!setTransform(context, id, after))
-        return call.refuse(u"the id of a wrapper is taken:"_s, id);
+    setTransform(context, id, after);
     change.after = transformState(context, id);
     return change;
 }
 
 void restoreTransform(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
-    setTransform(context, itemId, transformIn(state));
-    const QStringList wrapperIds = state.value(u"wrappers"_s).toStringList();
-    if (context.node(itemId))
-        keepNodeWrappers(context, itemId, wrapperIds);
-    if (!isOfField(context, itemId))
+    const Transform numbers = numbersIn(state);
+    if (!context.node(itemId)) {
+        setOwnTransform(context, itemId, numbers);
         return;
-    ItemWrappers::keepOnly(context.document, itemId, wrapperIds);
-    setOwnTransform(context, itemId, numbersIn(state.value(u"own"_s).toMap()));
-    if (state.value(u"drawsAll"_s).toBool())
-        context.document.drawAllItems();
+    }
+    model::LogicalInstance node = *context.node(itemId);
+    node.wrappers = wrappersOf(state.value(u"wrappers"_s));
+    node.translate = numbers.translate;
+    node.rotate = numbers.rotate;
+    node.scale = numbers.scale;
+    const model::LogicalScene::Batch batch(*context.tree);
+    context.tree->replaceInstance(node);
 }
 
 } // namespace corvane::ops

@@ -6,21 +6,22 @@
 #include <corvane/ops/CorvaneOpExecutor.h>
 #include <corvane/ops/CorvaneServiceLocator.h>
 
+using namespace Qt::StringLiterals;
+
 namespace corvane::zirn {
 
 namespace {
 
-using Role = model::SDFNodeProvenance::Role;
-
-QUuid coreOf(const model::Corvane &document, const QUuid &sourceId)
+/// The node that is, by itself, the core of a node that an earlier run compiled.
+QUuid leftoverOf(const model::LogicalScene &tree, const QUuid &sourceId)
 {
-    const auto items = document.items();
-    for (const model::SceneItem &item : items) {
-        if (item.itemType != model::ItemTypes::Sdf)
+    for (const model::LogicalInstance &node : tree.instances()) {
+        if (!node.ownItem.contains(u"__provenance"_s))
             continue;
-        const model::SDFNodeProvenance from = model::Instance(item).provenance();
-        if (from.sourceItemId == sourceId && from.role == Role::Core)
-            return item.id;
+        const auto from =
+            model::SDFNodeProvenance::fromVariantMap(node.ownItem.value(u"__provenance"_s).toMap());
+        if (from.sourceItemId == sourceId && from.role == model::SDFNodeProvenance::Role::Core)
+            return node.id;
     }
     return {};
 }
@@ -57,8 +58,10 @@ QUuid SceneAccess::resolve(const QString &text) const
     const QUuid id = QUuid::fromString(text);
     if (id.isNull() || isNode(id) || document->hasItem(id))
         return id;
-    const QUuid node = tree ? nodeOf(*tree, id) : QUuid();
-    return node.isNull() ? coreOf(*document, id) : node;
+    if (!tree)
+        return {};
+    const QUuid node = nodeOf(*tree, id);
+    return node.isNull() ? leftoverOf(*tree, id) : node;
 }
 
 bool SceneAccess::isNode(const QUuid &id) const

@@ -26,7 +26,7 @@ struct SceneAccess
     bool isCurrent() const;
 
     /// The id under which tree or document have what `text` names: itself; of a node's core, the
-    /// node; of a node that an earlier run compiled into the document, the core item that it
+    /// node; of a node that an earlier run compiled and that is none any more, what its core
     /// became. Null when there is nothing of it.
     QUuid resolve(const QString &text) const;
     bool isNode(const QUuid &id) const;

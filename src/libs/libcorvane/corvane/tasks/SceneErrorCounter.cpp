@@ -166,7 +166,7 @@ void SceneErrorCounter::rereadDocument()
     const auto items = m_document->items();
     for (const model::SceneItem &item : items) {
         const ExpressionSites ofItem = expressionsIn(item);
-        if (!ofItem.isEmpty() && !standsForNode(item, m_tree))
+        if (!ofItem.isEmpty() && !model::standsForNode(item, m_tree))
             texts += textsOf(ofItem);
     }
     m_texts.replace(m_itemTexts, texts);

@@ -108,7 +108,7 @@ QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
     const auto items = scene.items();
     for (const model::SceneItem &item : items) {
         const ExpressionSites sites = expressionsIn(item);
-        if (!sites.isEmpty() && !standsForNode(item, logicalScene))
+        if (!sites.isEmpty() && !model::standsForNode(item, logicalScene))
             scan.check(sites, itemPath(scene, item), idText(item.id));
     }
     scan.check(variableExpressions(scene), u"varset"_s, {});
@@ -121,13 +121,6 @@ expr::CompileContext editorScope(const model::Corvane &scene, const model::Logic
     if (tree)
         bindNodes(context, scene, *tree);
     return context;
-}
-
-bool standsForNode(const model::SceneItem &item, const model::LogicalScene *tree)
-{
-    if (!tree || item.itemType != model::ItemTypes::Sdf || !item.hasTag(model::ItemTags::Compiled))
-        return false;
-    return tree->contains(model::Instance(item).provenance().sourceItemId);
 }
 
 QString nodePath(const model::LogicalScene &tree, const QUuid &id)

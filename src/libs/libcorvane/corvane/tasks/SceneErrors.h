@@ -39,9 +39,6 @@ QList<SceneExprError> scanSceneErrors(const model::Corvane &scene,
 expr::CompileContext editorScope(const model::Corvane &scene,
                                  const model::LogicalScene *tree = nullptr);
 
-/// Whether the item was compiled from a node that the tree has, and so stands for that node.
-bool standsForNode(const model::SceneItem &item, const model::LogicalScene *tree);
-
 /// The names from the top down to a node, or to an item of the document, with "/" between them.
 QString nodePath(const model::LogicalScene &tree, const QUuid &id);
 

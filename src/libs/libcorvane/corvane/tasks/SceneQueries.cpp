@@ -146,7 +146,7 @@ ZirnTaskResult getSelection(const ZirnTaskParams &, const SceneAccess &access)
     QList<QUuid> selected = access.tree ? access.tree->selectedInstances() : QList<QUuid>();
     const QList<QUuid> items = access.document->selectedInstances();
     for (const QUuid &id : items) {
-        if (!standsForNode(access.document->item(id), access.tree))
+        if (!model::standsForNode(access.document->item(id), access.tree))
             selected.append(id);
     }
     QStringList texts;

@@ -1,7 +1,6 @@
 #include <corvane/tasks/SceneRecord.h>
 
 #include <corvane/model/Corvane.h>
-#include <corvane/model/ItemWrappers.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/tasks/SceneErrors.h>
 #include <corvane/tasks/TaskJson.h>
@@ -17,16 +16,6 @@ namespace {
 QString idText(const QUuid &id)
 {
     return id.isNull() ? QString() : id.toString(QUuid::WithoutBraces);
-}
-
-/// Of an item that was compiled in an earlier run, the name that its node had.
-QString shownName(const model::SceneItem &item)
-{
-    if (item.itemType != model::ItemTypes::Sdf || !item.hasTag(model::ItemTags::Compiled))
-        return item.name;
-    const model::SDFNodeProvenance from = model::Instance(item).provenance();
-    const bool isCore = from.role == model::SDFNodeProvenance::Role::Core;
-    return isCore && !from.sourceItemName.isEmpty() ? from.sourceItemName : item.name;
 }
 
 } // namespace
@@ -73,36 +62,38 @@ QJsonObject SceneRecord::toJson() const
 SceneRecords::SceneRecords(const SceneAccess &access)
     : m_access(access)
 {
-    if (access.tree)
+    if (access.tree) {
         m_ids = access.tree->nodesInOrder();
-    const auto items = access.document->items();
-    for (const model::SceneItem &item : items) {
-        if (standsForNode(item, access.tree))
-            continue;
-        const QUuid owner = model::ItemWrappers::ownerOf(*access.document, item);
-        if (owner.isNull())
-            m_ids.append(item.id);
-        else
-            m_owners.insert(item.id, owner);
+        m_ids.removeIf([this](const QUuid &id) { return shown(id) != id; });
     }
     for (const QUuid &id : std::as_const(m_ids)) {
-        if (access.isNode(id) || access.document->item(id).itemType != model::ItemTypes::Sdf)
-            continue;
-        const QList<QUuid> children = access.document->childInstanceIds(id);
-        for (const QUuid &child : children) {
-            if (shown(child) != id && !m_operators.contains(shown(child)))
-                m_operators.insert(shown(child), id);
-        }
+        const QUuid group = node(id).displayParent();
+        if (!group.isNull())
+            m_members[group].append(id);
     }
+    const auto items = access.document->items();
+    for (const model::SceneItem &item : items) {
+        if (!model::standsForNode(item, access.tree))
+            m_ids.append(item.id);
+    }
+}
+
+const model::LogicalInstance &SceneRecords::node(const QUuid &id) const
+{
+    return *std::as_const(*m_access.tree).instance(id);
+}
+
+QUuid SceneRecords::shown(const QUuid &nodeId) const
+{
+    const QUuid original = node(nodeId).original;
+    return original.isNull() ? nodeId : original;
 }
 
 QList<QUuid> SceneRecords::roots() const
 {
     QList<QUuid> roots;
     for (const QUuid &id : m_ids) {
-        const bool isTop = m_access.isNode(id) ? m_access.tree->parentOf(id).isNull()
-                                               : parentOfItem(m_access.document->item(id)).isNull();
-        if (isTop)
+        if (parentOf(id).isNull())
             roots.append(id);
     }
     return roots;
@@ -112,14 +103,22 @@ QList<QUuid> SceneRecords::childrenOf(const QUuid &id) const
 {
     if (id.isNull())
         return roots();
-    if (m_access.isNode(id))
-        return m_access.tree->children(id);
     QList<QUuid> children;
-    const QList<QUuid> below =
-        m_access.document->hierarchyChildIds(id) + m_access.document->childInstanceIds(id);
+    QSet<QUuid> seen;
+    const auto add = [&](const QUuid &child) {
+        if (!seen.contains(child))
+            children.append(child);
+        seen.insert(child);
+    };
+    if (m_access.isNode(id)) {
+        for (const QUuid &child : node(id).children)
+            add(shown(child));
+    }
+    const QList<QUuid> below = m_access.document->hierarchyChildIds(id) + m_members.value(id);
     for (const QUuid &child : below) {
-        if (shown(child) != id && !children.contains(shown(child)))
-            children.append(shown(child));
+        if (m_access.isNode(child) ||
+            !model::standsForNode(m_access.document->item(child), m_access.tree))
+            add(child);
     }
     return children;
 }
@@ -132,16 +131,14 @@ bool SceneRecords::contains(const QUuid &id) const
 SceneRecord SceneRecords::record(const QUuid &id) const
 {
     if (m_access.isNode(id))
-        return ofNode(*std::as_const(*m_access.tree).instance(id));
+        return ofNode(node(shown(id)));
     return ofItem(m_access.document->item(id));
 }
 
 QUuid SceneRecords::idByName(const QString &name) const
 {
     for (const QUuid &id : m_ids) {
-        const bool isNode = m_access.isNode(id);
-        const QString own = isNode ? std::as_const(*m_access.tree).instance(id)->name
-                                   : shownName(m_access.document->item(id));
+        const QString own = m_access.isNode(id) ? node(id).name : m_access.document->item(id).name;
         if (own == name)
             return id;
     }
@@ -150,10 +147,12 @@ QUuid SceneRecords::idByName(const QString &name) const
 
 SceneRecord SceneRecords::ofNode(const model::LogicalInstance &node) const
 {
+    const QStringList own = node.ownItem.value(u"tags"_s).toStringList();
+    const QSet<QString> tags = node.tags + QSet<QString>(own.cbegin(), own.cend());
     return {.id = node.id,
             .name = node.name,
             .type = node.isContainer() ? model::ItemTypes::Group : model::ItemTypes::Sdf,
-            .parentId = m_access.tree->parentOf(node.id),
+            .parentId = parentOf(node.id),
             .definitionId = node.definitionId,
             .componentId = node.componentDefId,
             .params = node.params,
@@ -166,27 +165,24 @@ SceneRecord SceneRecords::ofNode(const model::LogicalInstance &node) const
             .scale = node.scale,
             .material = node.material,
             .materialId = node.materialId,
-            .tags = node.tags,
-            .children = node.children};
+            .tags = tags,
+            .children = childrenOf(node.id)};
 }
 
 SceneRecord SceneRecords::ofItem(const model::SceneItem &item) const
 {
     SceneRecord record{.id = item.id,
-                       .name = shownName(item),
+                       .name = item.name,
                        .type = item.itemType,
-                       .parentId = parentOfItem(item),
+                       .parentId = parentOf(item.id),
+                       .translate = item.translate,
+                       .rotate = item.rotate,
+                       .scale = item.scale,
                        .material = item.material,
                        .materialId = item.materialId,
                        .tags = item.tags,
                        .children = childrenOf(item.id)};
     const bool isOfField = item.itemType == model::ItemTypes::Sdf;
-    const model::Transform transform =
-        isOfField ? model::ItemWrappers(*m_access.document, item.id).transform()
-                  : model::Transform{item.translate, item.rotate, item.scale};
-    record.translate = transform.translate;
-    record.rotate = transform.rotate;
-    record.scale = transform.scale;
     if (!isOfField) {
         record.typeData = item.typeData;
         return record;
@@ -201,10 +197,14 @@ SceneRecord SceneRecords::ofItem(const model::SceneItem &item) const
     return record;
 }
 
-/// Its place in the display tree; for one at its top the operator that it is part of.
-QUuid SceneRecords::parentOfItem(const model::SceneItem &item) const
+/// Its place in the display tree comes first.
+QUuid SceneRecords::parentOf(const QUuid &id) const
 {
-    return item.parentId.isNull() ? m_operators.value(item.id) : item.parentId;
+    if (!m_access.isNode(id))
+        return m_access.document->item(id).parentId;
+    const QUuid group = node(id).displayParent();
+    const bool isInGroup = !group.isNull() && m_access.document->hasItem(group);
+    return isInGroup ? group : m_access.tree->parentOf(id);
 }
 
 } // namespace corvane::zirn

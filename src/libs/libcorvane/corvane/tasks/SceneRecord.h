@@ -45,8 +45,7 @@ struct SceneRecord
 };
 
 /// All that a user sees of a scene: the nodes of the tree in its order, then the items of the
-/// document less those that stand for nodes or are the wrappers of others. Made once for each
-/// query.
+/// document less those that stand for nodes. Made once for each query.
 class SceneRecords
 {
 public:
@@ -64,14 +63,14 @@ public:
 private:
     SceneRecord ofNode(const model::LogicalInstance &node) const;
     SceneRecord ofItem(const model::SceneItem &item) const;
-    QUuid parentOfItem(const model::SceneItem &item) const;
-    /// The item that a user sees in place of a wrapper.
-    QUuid shown(const QUuid &id) const { return m_owners.value(id, id); }
+    QUuid parentOf(const QUuid &id) const;
+    const model::LogicalInstance &node(const QUuid &id) const;
+    /// The node itself, or what a reference refers to: that alone is seen.
+    QUuid shown(const QUuid &nodeId) const;
 
     const SceneAccess &m_access;
     QList<QUuid> m_ids;
-    QHash<QUuid, QUuid> m_owners;    ///< a wrapper to the item that it is around
-    QHash<QUuid, QUuid> m_operators; ///< an item of the document to the first that lists it
+    QHash<QUuid, QList<QUuid>> m_members; ///< the nodes in a group or domain of the document
 };
 
 } // namespace corvane::zirn
