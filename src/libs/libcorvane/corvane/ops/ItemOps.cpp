@@ -210,6 +210,7 @@ public:
 
     QUuid make(const QUuid &sourceId, const Placement &place)
     {
+        m_top = sourceId;
         const model::LogicalScene::Batch batch(*m_context.tree);
         plan(sourceId, QUuid::createUuid());
         QList<std::pair<QUuid, Placement>> open{{sourceId, place}};
@@ -251,8 +252,7 @@ private:
         if (node.isReference())
             node.original = m_copies.value(node.original, node.original);
         else
-            node.name = m_context.uniqueName(
-                m_context.tree->generateUniqueName(model::duplicateBaseName(base)));
+            node.name = m_context.uniqueName(nameOfCopy(source, node, base));
         node.children.clear();
         node.tags -= {model::ItemTags::Selected, model::ItemTags::Hovered};
         for (const auto key : {"name"_L1, "tags"_L1, "__provenance"_L1}) // of an earlier compile
@@ -260,7 +260,17 @@ private:
         restoreNode(*m_context.tree, nodeSnapshot(node, where));
     }
 
+    /// A copy of what somebody wrote as an item by hand is named as the copy of an item is.
+    QString nameOfCopy(const QUuid &source, const model::LogicalInstance &node,
+                       const QString &base) const
+    {
+        if (source == m_top && !node.ownItem.isEmpty())
+            return base + u" Copy"_s;
+        return m_context.tree->generateUniqueName(model::duplicateBaseName(base));
+    }
+
     OpContext &m_context;
+    QUuid m_top;
     QHash<QUuid, QUuid> m_copies; ///< made, or to be made
 };
 
