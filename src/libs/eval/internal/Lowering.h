@@ -190,17 +190,14 @@ private:
     void copyBack(const AstNode &call, const AstNode &function, Frame &callee);
 
     // LoweringBuiltins.cpp
-    Operand builtin(const BuiltinFunction &function, const std::vector<Operand> &arguments);
-    Operand external(const BuiltinFunction &function, const std::vector<Operand> &arguments);
-    std::optional<Operand> laneBuiltin(const BuiltinFunction &function,
+    Operand builtin(const Builtin &builtin, const std::vector<Operand> &arguments);
+    Operand external(const Builtin &builtin, const std::vector<Operand> &arguments);
+    std::optional<Operand> laneBuiltin(const Builtin &builtin,
                                        const std::vector<Operand> &arguments);
-    std::optional<Operand> vectorBuiltin(QLatin1StringView name,
-                                         const std::vector<Operand> &arguments);
+    std::optional<Operand> vectorBuiltin(BuiltinId id, const std::vector<Operand> &arguments);
     std::optional<Operand> relationBuiltin(BinaryKind kind, const std::vector<Operand> &arguments);
-    std::optional<Operand> matrixBuiltin(QLatin1StringView name,
-                                         const std::vector<Operand> &arguments);
-    std::optional<Operand> geometryBuiltin(QLatin1StringView name,
-                                           const std::vector<Operand> &arguments);
+    std::optional<Operand> matrixBuiltin(BuiltinId id, const std::vector<Operand> &arguments);
+    std::optional<Operand> geometryBuiltin(BuiltinId id, const std::vector<Operand> &arguments);
     Operand normalized(const Operand &a);
     Operand crossOf(const Operand &a, const Operand &b);
     Operand reflected(const Operand &incident, const Operand &normal);

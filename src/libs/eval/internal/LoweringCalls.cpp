@@ -55,9 +55,8 @@ Lowering::Operand Lowering::call(const AstNode &node)
     if (m_failed)
         return giveUp();
     const Type firstType = arguments.empty() ? Type::Void : arguments.front().type;
-    const auto *function =
-        findBuiltinFunction(node.name, static_cast<int>(arguments.size()), firstType);
-    return function ? builtin(*function, arguments) : userCall(node, arguments);
+    const Builtin *const found = builtinOf(node, firstType);
+    return found ? builtin(*found, arguments) : userCall(node, arguments);
 }
 
 const AstNode *Lowering::pickOverload(const AstNode &node,

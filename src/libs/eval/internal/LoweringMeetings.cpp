@@ -2,8 +2,6 @@
 
 #include <eval/internal/Lowering.h>
 
-#include <eval/internal/BuiltinTable.h>
-
 #include <algorithm>
 
 namespace eval::internal {
@@ -40,7 +38,7 @@ int smallness(const AstNode &node, int left)
     case AstKind::Index: // its range is checked
         return -1;
     case AstKind::Call:
-        if (!findBuiltin(node.name))
+        if (!node.builtin)
             return -1;
         left -= 2;
         break;
