@@ -1,3 +1,8 @@
+// The types and values of operators, for the walk over the tree. Which of three forms an
+// operation has (scalar, lane by lane, a product of linear algebra) and what its result is
+// follows from the types alone, in planArithmetic(); the lowering and the generator of C++ ask
+// the same function, so that no two forms of evaluation can disagree on a type.
+
 #include <eval/internal/Arithmetic.h>
 
 #include <cmath>

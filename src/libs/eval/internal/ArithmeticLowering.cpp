@@ -1,3 +1,8 @@
+// An operation of floats has an instruction of its own. Whatever mixes kinds is computed in
+// double by the one instruction Mixed, as the walk does; only where that gives the same bits (an
+// integer constant that is a float without loss, sums of integers, which wrap alike) is it
+// replaced by a plain one.
+
 #include <eval/internal/ArithmeticLowering.h>
 
 namespace eval::internal {

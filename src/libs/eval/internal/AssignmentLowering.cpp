@@ -1,3 +1,7 @@
+// No lane of a variable is ever written: an assignment makes the variable's lane stand for
+// another register, as in SSA form. Only an index that is not known before the run needs code,
+// one choice for each place that may be meant.
+
 #include <eval/internal/AssignmentLowering.h>
 
 #include <eval/internal/ExpressionLowering.h>

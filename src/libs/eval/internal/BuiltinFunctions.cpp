@@ -1,3 +1,6 @@
+// Functions of lanes run over the shape of their arguments with scalars broadcast; everything
+// else is its own function, see the three headers named after their subjects.
+
 #include <eval/internal/BuiltinFunctions.h>
 
 #include <QVarLengthArray>

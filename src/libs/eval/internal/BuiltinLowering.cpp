@@ -1,3 +1,7 @@
+// What takes a lane at a time comes straight from the catalogue. Geometry is taken apart into
+// the same sums, in the same order, as the interpreter's functions in LaneMath.h add them up:
+// the bits are equal because the operations are.
+
 #include <eval/internal/BuiltinLowering.h>
 
 #include <eval/internal/BuiltinFunctions.h>

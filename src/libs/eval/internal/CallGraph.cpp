@@ -1,3 +1,6 @@
+// Strongly connected components after Tarjan 1972: a node is on a cycle when its component has
+// another member or it leads to itself. The path is a list, not the stack of the program.
+
 #include <eval/internal/CallGraph.h>
 
 #include <eval/internal/AstWalk.h>

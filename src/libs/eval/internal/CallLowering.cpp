@@ -1,3 +1,8 @@
+// A call is replaced by the body of what it calls, which costs code (see LoweringContext for the
+// bound) and saves the whole machinery of frames at run time; it also lets constants of the
+// caller fold in the body, which is what most parameters of a scene are. What calls itself has
+// no expansion and is left to the walk.
+
 #include <eval/internal/CallLowering.h>
 
 #include <algorithm>

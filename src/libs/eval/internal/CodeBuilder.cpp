@@ -1,3 +1,13 @@
+// Local optimisation while code is made, so that no later pass has to look at what was never
+// needed: constants fold, x * 1 and the like go away, and an operation that was already made is
+// not made again. The last is value numbering over a small direct-mapped table, where a newer
+// entry takes the place of an older one: a miss costs an instruction, never a wrong result. An
+// entry holds as long as its scope is open (control cannot have gone round it) and none of its
+// operands was written since.
+//
+// Only what keeps every bit is done: x + 0 stays, because -0 + 0 is +0, and a division becomes a
+// product for powers of two alone.
+
 #include <eval/internal/CodeBuilder.h>
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// From virtual registers to a program: unused code goes, products fuse with sums, the plans for
+// rows and for scattered points are made while joins still mark where ways come together, and
+// what is left gets its places in the register file. Inputs come first, then constants, so that
+// both are filled by one copy.
+
 #include <eval/internal/CodeFinisher.h>
 
 #include <eval/internal/LinearCode.h>

@@ -74,7 +74,7 @@ public:
         for (const qsizetype index : m_program.evaluationOrder)
             writeOutput(index, outputs[index]);
         return "    (void)eval_in_;\n    (void)eval_arrays_; (void)eval_arrayLens_;\n" +
-               m_body.text();
+               m_body.writer().text();
     }
 
 private:
@@ -83,12 +83,12 @@ private:
         if (slot.type == Type::Array) {
             if (!isNativeVariableType(slot.elementType))
                 m_unit.setUnsupported();
-            m_body.emitLine("const float *" + name + " = " +
-                            indexed("eval_arrays_", slot.arrayIndex) + ';');
-            m_body.emitLine("const int " + name +
-                            "_length = " + indexed("eval_arrayLens_", slot.arrayIndex) + ';');
-            m_body.emitLine("(void)" + name + "; (void)" + name + "_length;");
-            m_body.bindVariable(slot.name, slotVariable(slot, name, Type::Array));
+            m_body.writer().emitLine("const float *" + name + " = " +
+                                     indexed("eval_arrays_", slot.arrayIndex) + ';');
+            m_body.writer().emitLine("const int " + name + "_length = " +
+                                     indexed("eval_arrayLens_", slot.arrayIndex) + ';');
+            m_body.writer().emitLine("(void)" + name + "; (void)" + name + "_length;");
+            m_body.writer().bindVariable(slot.name, slotVariable(slot, name, Type::Array));
             return;
         }
         if (!isNativeVariableType(slot.type)) {
@@ -101,10 +101,10 @@ private:
         for (int i = 0; i < laneCount(slot.type); ++i)
             lanes.append(nativeCast(indexed("eval_in_", slot.floatOffset + i), Type::Float,
                                     scalarOf(slot.type)));
-        m_body.emitLine(nativeTypeName(slot.type) + ' ' + name + " = " +
-                        nativeCompose(slot.type, lanes) + ';');
-        m_body.emitLine("(void)" + name + ';');
-        m_body.bindVariable(slot.name, slotVariable(slot, name, slot.type));
+        m_body.writer().emitLine(nativeTypeName(slot.type) + ' ' + name + " = " +
+                                 nativeCompose(slot.type, lanes) + ';');
+        m_body.writer().emitLine("(void)" + name + ';');
+        m_body.writer().bindVariable(slot.name, slotVariable(slot, name, slot.type));
     }
 
     void writeOutput(qsizetype index, NativeOutput &output)
@@ -122,15 +122,17 @@ private:
             return;
         }
         const QByteArray name = "out" + QByteArray::number(index);
-        m_body.emitLine(nativeTypeName(value.type) + ' ' + name + " = " + value.text + ';');
+        m_body.writer().emitLine(nativeTypeName(value.type) + ' ' + name + " = " + value.text +
+                                 ';');
         const Operand variable = slotVariable(slot, name, value.type);
-        m_body.bindVariable(slot.name, variable);
+        m_body.writer().bindVariable(slot.name, variable);
         for (int i = 0; i < laneCount(value.type); ++i) {
             const QByteArray lane = nativeLane(variable, i);
-            m_body.emitLine(indexed("eval_out_", slot.floatOffset + i) + " = " +
-                            (output.isBits ? "_bitsToFloat(" + lane + ')'
-                                           : nativeCast(lane, scalarOf(value.type), Type::Float)) +
-                            ';');
+            m_body.writer().emitLine(indexed("eval_out_", slot.floatOffset + i) + " = " +
+                                     (output.isBits
+                                          ? "_bitsToFloat(" + lane + ')'
+                                          : nativeCast(lane, scalarOf(value.type), Type::Float)) +
+                                     ';');
         }
     }
 
@@ -163,9 +165,9 @@ void emitUserFunction(CodegenUnit &unit, qsizetype index)
         const FunctionParam &param = definition.params[i];
         const QByteArray name = 'a' + QByteArray::number(i);
         parameters.append(parameterText(unit, param, name));
-        body.bindVariable(param.name,
-                          {name, param.isArray ? Type::Array : param.type, param.structName,
-                           param.isArray ? param.type : Type::Float, true});
+        body.writer().bindVariable(param.name, {name, param.isArray ? Type::Array : param.type,
+                                                param.structName,
+                                                param.isArray ? param.type : Type::Float, true});
     }
     if (definition.type != Type::Void && definition.type != Type::Struct &&
         !isNativeVariableType(definition.type))
@@ -175,7 +177,7 @@ void emitUserFunction(CodegenUnit &unit, qsizetype index)
     function.head = unit.typeText(definition.type, definition.structName) + ' ' + function.name +
                     '(' + parameters.join(", ") + ')';
     body.emitStatement(*definition.body);
-    function.text = function.head + "\n{\n" + body.functionText() + "}\n\n";
+    function.text = function.head + "\n{\n" + body.writer().functionText() + "}\n\n";
 }
 
 QList<QList<qsizetype>> callEdges(const CodegenUnit &unit)
@@ -272,7 +274,8 @@ QByteArray lanesText(const CompiledProgram &program)
     const FunctionTable table = makeFunctionTable(program.code[0].functions);
     unit.setTable(&table);
     CodegenBody body(unit, nullptr);
-    body.bindVariable(program.inputs[0].name, slotVariable(program.inputs[0], "in0", Type::Vec3));
+    body.writer().bindVariable(program.inputs[0].name,
+                               slotVariable(program.inputs[0], "in0", Type::Vec3));
     const Operand value = body.emitExpression(*program.code[0].root);
     if (!unit.isSupported() || unit.isTooLarge() || value.type != Type::Float ||
         InlinedSize(unit).ofEntry() > inlineLimit)
@@ -280,7 +283,7 @@ QByteArray lanesText(const CompiledProgram &program)
     return structs + functionsText(unit, true) +
            "EVAL_INLINE Float evalLanes(V3 in0)\n{\n    const Bool active = splat(true);\n    "
            "(void)active;\n" +
-           body.text() + "    return " + value.text + ";\n}\n";
+           body.writer().text() + "    return " + value.text + ";\n}\n";
 }
 
 QByteArray readParts(std::initializer_list<const char *> names)

@@ -1,3 +1,6 @@
+// Names are made of a letter, a number and the types of the parameters, never of a name in the
+// source: no text of a scene reaches the compiler.
+
 #include <eval/internal/CodegenUnit.h>
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The compiler is run without a shell, with arguments as a list, and is killed with all that it
+// started when it takes too long or nobody waits any more.
+
 #include <eval/internal/CompilerProcess.h>
 
 #include <QDeadlineTimer>

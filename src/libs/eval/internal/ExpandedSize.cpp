@@ -1,3 +1,8 @@
+// The expansion of calls is a tree whose size may be exponential in the source, but sizes add
+// up: each function is summed up once after all that it calls (a topological order by depth-
+// first search on a path of its own), so the cost is linear in the source. Sums stop at the
+// limit and never overflow.
+
 #include <eval/internal/ExpandedSize.h>
 
 #include <eval/internal/AstWalk.h>

@@ -1,3 +1,7 @@
+// An expression becomes straight-line code; the only branch is in a choice whose sides do too
+// much to be both run. Operands are lowered in the order in which the walk evaluates them,
+// because a fault or an assignment in one must come before the other.
+
 #include <eval/internal/ExpressionLowering.h>
 
 #include <QScopeGuard>

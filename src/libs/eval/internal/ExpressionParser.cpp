@@ -1,3 +1,7 @@
+// Precedence climbing (Richards 1979): the binding power of an operator is a row of a table, and
+// one loop takes all levels. The stack that a source costs is bounded by the levels of its
+// brackets, which ParseContext counts.
+
 #include <eval/internal/ExpressionParser.h>
 
 #include <eval/internal/Builtin.h>

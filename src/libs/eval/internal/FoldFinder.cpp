@@ -1,3 +1,7 @@
+// Forms are told by looking from an instruction back to the writers of its operands, a few steps
+// deep. Only registers with exactly one writer count: then what is found holds wherever the
+// instruction stands. Ranges are those of real numbers; who uses them adds the rounding.
+
 #include <eval/internal/FoldFinder.h>
 
 #include <eval/internal/LaneOps.h>

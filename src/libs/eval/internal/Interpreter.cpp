@@ -1,3 +1,7 @@
+// Calls, and the bounds that keep a hostile source from using up stack, memory or time. The walk
+// is the meaning of the language: every faster form of evaluation is tested against it, and it
+// is the only one that words a fault.
+
 #include <eval/internal/Interpreter.h>
 
 #include <eval/internal/BuiltinFunctions.h>

@@ -1,3 +1,7 @@
+// Targets are resolved to a variable, a path of fields and lanes before the right side is
+// evaluated, and looked up again when it is written: evaluating may have moved or replaced what
+// was found.
+
 #include <eval/internal/Interpreter.h>
 
 #include <eval/internal/Arithmetic.h>

@@ -1,3 +1,6 @@
+// The expressions of the walk. A fault yields float zero and the walk goes on, so what comes
+// after it must expect a value of any type.
+
 #include <eval/internal/Interpreter.h>
 
 #include <eval/internal/Arithmetic.h>

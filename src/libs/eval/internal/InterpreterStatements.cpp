@@ -1,3 +1,6 @@
+// The statements of the walk. Each tells by its Flow how it ended; loops and switches consume
+// what is theirs, a call consumes a return.
+
 #include <eval/internal/Interpreter.h>
 
 #include <eval/internal/StructRegistry.h>

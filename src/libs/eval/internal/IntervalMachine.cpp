@@ -1,3 +1,8 @@
+// Abstract interpretation of the register code over intervals. The order of work (the way
+// furthest behind first, ways at one instruction joined into their hull) visits code behind a
+// branch once instead of once a way, so that n branches in a row cost n and not 2^n. What a
+// comparison says about its operands narrows them on the way that it leads to.
+
 #include <eval/internal/IntervalMachine.h>
 
 #include <eval/internal/Interpreter.h>

@@ -1,3 +1,7 @@
+// Interval functions, each exact or widened by what its float function may be off: see the
+// header for why monotonic functions need no widening. Periodic ones ask whether a crest lies
+// within, with slack for the rounding of the crests themselves.
+
 #include <eval/internal/IntervalMath.h>
 
 #include <eval/internal/LaneMath.h>

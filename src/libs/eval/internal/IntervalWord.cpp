@@ -1,3 +1,6 @@
+// One register of the interval machine: all operations on what it may hold, dispatched by Op
+// like LaneOps.h. Integers that might wrap, and bits that are not known, become everything.
+
 #include <eval/internal/IntervalMachine.h>
 
 #include <eval/internal/IntervalMath.h>

@@ -1,3 +1,7 @@
+// Conversions between kinds of lanes, and the flat layout of structs. A conversion of a constant
+// folds in the code builder, and one between integers of different signs costs nothing: both are
+// 32 bits.
+
 #include <eval/internal/LaneValues.h>
 
 #include <eval/internal/StructRegistry.h>

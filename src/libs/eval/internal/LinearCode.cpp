@@ -1,3 +1,8 @@
+// Passes over the finished code: what no output and no check needs is dropped (marking backwards
+// from those, linear in the code), forms that intervals want to know are noted, and a product
+// with one use fuses with its sum, which saves an instruction and rounds as before: MulAddF is
+// two roundings, not a fused one.
+
 #include <eval/internal/LinearCode.h>
 
 #include <eval/internal/FoldFinder.h>
@@ -92,11 +97,7 @@ LinearCode::LinearCode(CodeBuilder &builder, const std::vector<Register> &inputs
 
 void LinearCode::dropUnused()
 {
-    // The writers of a register, as chains through the instructions: all but meeting places have
-    // one.
-    constexpr quint32 none = ~0u;
-    std::vector<quint32> lastWriter(registerCount(), none);
-    std::vector<std::vector<quint32>> moreWriters;
+    // By register: all but those of joins and loop counters have one writer.
     std::vector<std::pair<Register, quint32>> writes;
     for (quint32 i = 0; i < code.size(); ++i)
         forEachWrite(code[i], [&](Register reg) { writes.emplace_back(reg, i); });
@@ -176,7 +177,7 @@ void LinearCode::fuseProducts()
                 continue;
             const quint32 at = writer[product];
             const Instruction &factor = code[at];
-            // Factors that change on the way (meeting places of variables) would be read too late.
+            // Factors that change on the way (registers of a join) would be read too late.
             if (factor.op != Op::MulF || isDropped[at] || at > i || i - at > fusionDistance ||
                 !isFixed(factor.a) || !isFixed(factor.b))
                 continue;

@@ -1,3 +1,7 @@
+// A deliberately small analysis: it answers for the loops that definitions are full of (`for
+// (int i = 0; i < 8; i++)`) and calls everything else endless. A wrong "few" would leave a hung
+// export that no cancel reaches; a wrong "many" costs one test a round.
+
 #include <eval/internal/LoopRounds.h>
 
 #include <eval/internal/AstWalk.h>

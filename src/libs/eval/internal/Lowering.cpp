@@ -1,3 +1,7 @@
+// The outputs in their order of evaluation, over one register file: an output is a variable that
+// later outputs read. How large the expansion of all calls would be is asked first, since
+// building it only to find that out may take minutes.
+
 #include <eval/internal/Lowering.h>
 
 #include <eval/internal/CodeFinisher.h>

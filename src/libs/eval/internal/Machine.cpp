@@ -1,3 +1,6 @@
+// The register machine for one point: a switch over instructions on a file of 32-bit words. It
+// stops at the first fault; what it was, the walk over the tree finds out again.
+
 #include <eval/internal/LoweredProgram.h>
 
 #include <eval/internal/BuiltinFunctions.h>

@@ -1,3 +1,5 @@
+// The entries of a loaded object behind the interface of a back-end.
+
 #include <eval/internal/NativeBackend.h>
 
 #include <eval/internal/Codegen.h>

@@ -1,3 +1,6 @@
+// Objects are trusted because nobody else can write where they lie; that is checked, and an
+// object that is not the user's own is compiled anew.
+
 #include <eval/internal/NativeCache.h>
 
 #include <eval/internal/PlainFile.h>

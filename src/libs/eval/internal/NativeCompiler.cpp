@@ -1,3 +1,7 @@
+// A compile takes seconds, so the object is kept under a hash of all that it depends on; a
+// second run of the same text is one dlopen. The object is renamed into place: another process
+// sees a whole file or none.
+
 #include <eval/internal/NativeCompiler.h>
 
 #include <eval/internal/CompilerProcess.h>

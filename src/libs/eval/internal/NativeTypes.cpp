@@ -1,3 +1,6 @@
+// Values and conversions as C++ text. Every conversion is spelled out, so that the rules of C++
+// for mixing types never apply.
+
 #include <eval/internal/NativeTypes.h>
 
 #include <algorithm>

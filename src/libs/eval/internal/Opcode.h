@@ -60,7 +60,7 @@ inline constexpr Register noRegister = ~0u;
 /// | Jump                 |         |           |         | target                                |
 /// | JumpIf, JumpIfNot    |         | condition |         | target                                |
 /// | LoopGuard            | counter | counter   |         | target once the rounds are used up    |
-/// | Join                 |         |           |         | a place where ways meet; does nothing |
+/// | Join                 |         |           |         | where ways of control join; does nothing |
 /// | External             |         |           |         | index in the table of calls           |
 ///
 /// Targets are label numbers while code is made and instruction numbers when it runs.

@@ -1,3 +1,7 @@
+// Overloads are chosen by points: two for an exact parameter, one for an allowed conversion, and
+// any other disqualifies. A tie is an error but still answers the first, so that checking goes
+// on with a type.
+
 #include <eval/internal/OverloadTable.h>
 
 #include <QStringList>

@@ -1,3 +1,6 @@
+// Bounds and errors of one parse. A source beyond a bound is refused once, and everything reads
+// as its end from there on: no production has to ask.
+
 #include <eval/internal/ParseContext.h>
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The top level: what a source declares is told by its first tokens, without going back. What
+// can't be a declaration is the expression.
+
 #include <eval/internal/Parser.h>
 
 #include <utility>

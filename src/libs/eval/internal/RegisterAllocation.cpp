@@ -1,3 +1,9 @@
+// Linear scan: intervals from the first to the last mention, in order of their beginning, each
+// in a place that an earlier one has left. Loops make it safe: a value from before a loop that
+// is mentioned in it lives to the end of the loop, since the next round reads it again. There is
+// no spilling, as places are words of memory anyway; the aim is that the file stays in the
+// first-level cache. n log n in the code.
+
 #include <eval/internal/RegisterAllocation.h>
 
 #include <algorithm>

@@ -1,3 +1,9 @@
+// An instruction for 128 points at a time: the cost of fetching it is shared, and its loop is
+// vector code. Where points part, each run of neighbours goes on by itself, the one furthest
+// behind in the code first, so that at a join all who are to come have come and neighbours
+// become one run again. Order of evaluation is therefore free, which is right because points
+// share nothing they write.
+
 #include <eval/internal/RowMachine.h>
 
 #include <eval/internal/Interpreter.h>

@@ -1,3 +1,10 @@
+// Divergence analysis: which values differ from point to point, and where in the code points may
+// be on different ways. Both grow together to a fixed point: a jump on a varying condition parts
+// the ways up to where all of them have joined, and what is written there by more than one way
+// varies. Everything that does not vary is a scalar, and is computed once for the row where no
+// branch decides about it. The stretch between a jump and its target over-estimates the region
+// (post-dominators would be exact), which costs speed in odd code and never a value.
+
 #include <eval/internal/CodeFinisher.h>
 
 #include <eval/internal/LinearCode.h>

@@ -1,3 +1,10 @@
+// Structured control flow as jumps. Each place where ways join (the end of an if, the head of a
+// loop, its exit, the target of a continue) is a Join, made before the code that leads there
+// from the names that this code may assign; so one pass is enough, and no phi has to be found
+// afterwards (after Braun et al. 2013, with the set of names known from the tree instead of
+// sealed blocks). Short branches are both run and the values chosen: a jump costs more, and
+// parts the points of a row.
+
 #include <eval/internal/StatementLowering.h>
 
 #include <eval/internal/ExpressionLowering.h>

@@ -1,3 +1,6 @@
+// Recursive descent, one function a statement. A statement in error answers with what it has,
+// and the block goes on behind it: the rest of a body is still worth reading for its errors.
+
 #include <eval/internal/StatementParser.h>
 
 #include <eval/internal/LiteralReader.h>

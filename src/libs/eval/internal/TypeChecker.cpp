@@ -1,3 +1,8 @@
+// One walk that writes types bottom-up. After an error an expression has the type that most
+// likely was meant (float, or what the source says), so that one mistake gives one message.
+// Bodies are checked in source order against all functions of the source: a call may stand above
+// its function.
+
 #include <eval/internal/TypeChecker.h>
 
 #include <eval/internal/CallGraph.h>

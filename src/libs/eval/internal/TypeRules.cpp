@@ -1,3 +1,6 @@
+// The rules that the checker and the evaluations share: conversions, common types, and how a
+// type is shown to a user.
+
 #include <eval/internal/TypeRules.h>
 
 #include <QStringList>

@@ -1,3 +1,7 @@
+// Lanes are cells of 64 bits in the representation of their scalar type, so that reading one
+// needs its tag and nothing else. Converting goes through double, except between integers, which
+// wider ones would not survive.
+
 #include <eval/internal/Value.h>
 
 #include <eval/internal/StructRegistry.h>

@@ -1,4 +1,7 @@
-// What is known of variables where ways of control part and meet.
+// What is known of variables where ways of control part and join. Invariant: between two jumps
+// each variable stands for the registers of its latest value; at a join it stands for registers
+// of the join, into which every way moves its own. A variable that the ways bind differently (or
+// not at all) is Maybe from there on, and only reading it gives the program up.
 
 #include <eval/internal/VariableTable.h>
 

@@ -1,3 +1,8 @@
+// Statements keep their structure: C++ has the same. What differs is put in the words of C++: a
+// `continue` must still run the step of its loop and so is a jump to behind the body, a switch
+// of this language runs everything from the first case that matches, and a variable is declared
+// once for all blocks that name it.
+
 #include <eval/internal/CodegenBody.h>
 
 #include <eval/internal/AstWalk.h>
@@ -21,27 +26,6 @@ bool jumpsOut(const AstPtr &statement)
 
 } // namespace
 
-CodegenBody::CodegenBody(CodegenUnit &unit, CodegenFunction *function)
-    : m_unit(unit)
-    , m_function(function)
-{}
-
-void CodegenBody::bindVariable(const QString &name, const Operand &variable)
-{
-    m_variables.insert(name, variable);
-}
-
-void CodegenBody::emitLine(const QByteArray &line)
-{
-    if (!m_unit.countStatement())
-        return;
-    if (!m_unit.canSay(line))
-        m_unit.setUnsupported();
-    m_lines += m_indent + line + '\n';
-    if (m_function)
-        ++m_function->statements;
-}
-
 void CodegenBody::emitStatement(const AstNode &node)
 {
     if (m_unit.isTooLarge() || !m_unit.isSupported())
@@ -51,7 +35,7 @@ void CodegenBody::emitStatement(const AstNode &node)
         emitBlock(node);
         return;
     case AstKind::ExpressionStatement:
-        emitExpression(*node.left);
+        m_expressions.emitExpression(*node.left);
         return;
     case AstKind::VariableDeclaration:
         emitDeclaration(node);
@@ -75,28 +59,36 @@ void CodegenBody::emitStatement(const AstNode &node)
         m_unit.setUnsupported();
         return;
     case AstKind::Break:
-        // Outside of everything it ends the function, as in the interpreter.
-        if (!m_laneLoops.isEmpty())
-            emitMaskedJump(node.kind);
-        else if (m_breakDepth > 0)
-            emitLine("break;");
-        else
-            emitLeave();
+        emitBreak();
         return;
     case AstKind::Continue:
-        if (!m_laneLoops.isEmpty()) {
-            emitMaskedJump(node.kind);
-            return;
-        }
-        if (m_continueLabels.isEmpty()) {
-            emitLeave();
-            return;
-        }
-        m_continueUsed.last() = true;
-        emitLine("goto " + m_continueLabels.last() + ';');
+        emitContinue();
         return;
     default:
-        emitExpression(node);
+        m_expressions.emitExpression(node);
+    }
+}
+
+/// Outside of everything it ends the function, as in the interpreter.
+void CodegenBody::emitBreak()
+{
+    if (!m_laneLoops.isEmpty())
+        emitMaskedJump(AstKind::Break);
+    else if (m_breakDepth > 0)
+        m_writer.emitLine("break;");
+    else
+        emitLeave();
+}
+
+void CodegenBody::emitContinue()
+{
+    if (!m_laneLoops.isEmpty()) {
+        emitMaskedJump(AstKind::Continue);
+    } else if (m_plainLoops.isEmpty()) {
+        emitLeave();
+    } else {
+        m_plainLoops.last().isContinued = true;
+        m_writer.emitLine("goto " + m_plainLoops.last().continueLabel + ';');
     }
 }
 
@@ -115,44 +107,37 @@ void CodegenBody::emitDeclaration(const AstNode &node)
     }
     const QByteArray type = m_unit.typeText(node.type, node.structName);
     const QByteArray value =
-        node.left ? retag(emitExpression(*node.left), node.type, node.structName).text
-                  : type + "{}";
-    const auto known = m_variables.constFind(node.name);
-    if (known != m_variables.constEnd()) {
+        node.left
+            ? m_writer.retag(m_expressions.emitExpression(*node.left), node.type, node.structName)
+                  .text
+            : type + "{}";
+    if (const Operand *const known = m_writer.variable(node.name)) {
         // Which of two types a name has would depend on the way taken.
         if (known->type != node.type || known->structName != node.structName)
             m_unit.setUnsupported();
-        assign(known->text, value);
+        m_writer.assign(known->text, value);
         return;
     }
-    const StructDef *const definition =
-        node.type == Type::Struct ? m_unit.structs().lookup(node.structName) : nullptr;
-    m_variableValues += definition ? definition->valueCount * 4 : 1;
-    if (m_variableValues > CodegenUnit::variableLimit)
-        m_unit.setTooLarge();
-    const Operand variable{newName('v'), node.type, node.structName, Type::Float, true};
-    m_declarations += "    " + type + ' ' + variable.text + "{};\n";
-    assign(variable.text, value);
-    m_variables.insert(node.name, variable);
+    m_writer.assign(m_writer.declareVariable(node.name, node.type, node.structName).text, value);
 }
 
 void CodegenBody::emitIf(const AstNode &node)
 {
-    const QByteArray chosen = condition(*node.condition);
+    const QByteArray chosen = m_expressions.condition(*node.condition);
     if (m_unit.isForLanes()) {
         emitMaskedIf(node, chosen);
         return;
     }
-    emitLine("if (" + chosen + ") {");
-    m_lines += nested([&] {
+    m_writer.emitLine("if (" + chosen + ") {");
+    m_writer.emitText(m_writer.nested([&] {
         if (node.left)
             emitStatement(*node.left);
-    });
+    }));
     if (node.right) {
-        m_lines += m_indent + "} else {\n";
-        m_lines += nested([&] { emitStatement(*node.right); });
+        m_writer.emitBrace("} else {");
+        m_writer.emitText(m_writer.nested([&] { emitStatement(*node.right); }));
     }
-    m_lines += m_indent + "}\n";
+    m_writer.emitBrace("}");
 }
 
 /// The condition has statements of its own, so every loop is one that a break leaves. `continue`
@@ -167,40 +152,44 @@ void CodegenBody::emitLoop(const AstNode &node)
         return;
     }
     const auto leaveUnless = [&] {
-        const QByteArray goesOn = condition(*node.condition);
-        emitLine("if (!" + (m_unit.isForLanes() ? "anyLane(" + maskedBy(goesOn) + ')' : goesOn) +
-                 ") break;");
+        const QByteArray goesOn = m_expressions.condition(*node.condition);
+        m_writer.emitLine(
+            "if (!" +
+            (m_unit.isForLanes() ? "anyLane(" + m_writer.maskedBy(goesOn) + ')' : goesOn) +
+            ") break;");
     };
-    emitLine(loopHead());
-    const QByteArray body = nested([&] {
+    m_writer.emitLine(loopHead());
+    const QByteArray body = m_writer.nested([&] {
         if (m_unit.mustWatch(node))
-            emitLine("if (_isCancelled()) break;");
+            m_writer.emitLine("if (_isCancelled()) break;");
         if (node.kind != AstKind::DoWhile)
             leaveUnless();
-        m_continueLabels.append(newName('c'));
-        m_continueUsed.append(false);
+        m_plainLoops.append({m_writer.newName('c'), false});
         ++m_breakDepth;
-        const QByteArray inner = nested([&] {
+        const QByteArray inner = m_writer.nested([&] {
             if (node.body)
                 emitStatement(*node.body);
         });
         --m_breakDepth;
-        m_lines += m_indent + "{\n" + inner + m_indent + "}\n";
-        const QByteArray label = m_continueLabels.takeLast();
-        if (m_continueUsed.takeLast())
-            m_lines += m_indent + label + ":;\n";
+        m_writer.emitBrace("{");
+        m_writer.emitText(inner);
+        m_writer.emitBrace("}");
+        const PlainLoop loop = m_plainLoops.takeLast();
+        if (loop.isContinued)
+            m_writer.emitBrace(loop.continueLabel + ":;");
         if (node.kind == AstKind::DoWhile)
             leaveUnless();
         else if (node.kind == AstKind::For && node.right)
-            emitExpression(*node.right);
+            m_expressions.emitExpression(*node.right);
     });
-    m_lines += body + m_indent + "}\n";
+    m_writer.emitText(body);
+    m_writer.emitBrace("}");
 }
 
 /// No loop has more rounds than the language allows.
 QByteArray CodegenBody::loopHead()
 {
-    const QByteArray round = newName('r');
+    const QByteArray round = m_writer.newName('r');
     return "for (int " + round + " = 0; " + round + " < " +
            QByteArray::number(Interpreter::loopRoundLimit) + "; ++" + round + ") {";
 }
@@ -209,64 +198,70 @@ QByteArray CodegenBody::loopHead()
 /// matches on, and a break leaves it.
 void CodegenBody::emitSwitch(const AstNode &node)
 {
-    const Operand value = emitExpression(*node.condition);
+    const Operand value = m_expressions.emitExpression(*node.condition);
     if (!isNativeLaneType(value.type) || m_unit.isForLanes()) {
         m_unit.setUnsupported();
         return;
     }
     const QByteArray chosen =
-        keep(nativeCast(nativeLane(value, 0), scalarOf(value.type), Type::Int), Type::Int).text;
-    const QByteArray matched = newName('k');
-    emitLine("switch (0) {");
-    emitLine("default: {");
-    const QByteArray cases = nested([&] {
-        emitLine("bool " + matched + " = false;");
+        m_writer.keep(nativeCast(nativeLane(value, 0), scalarOf(value.type), Type::Int), Type::Int)
+            .text;
+    const QByteArray matched = m_writer.newName('k');
+    m_writer.emitLine("switch (0) {");
+    m_writer.emitLine("default: {");
+    const QByteArray cases = m_writer.nested([&] {
+        m_writer.emitLine("bool " + matched + " = false;");
         ++m_breakDepth;
         for (const AstPtr &block : node.statements) {
             const auto number = caseNumber(*block);
             const QByteArray own = isDefaultCase(*block) ? "true"
                                    : number              ? chosen + " == " + nativeInteger(*number)
                                                          : "false";
-            emitLine(matched + " = " + matched + " || " + own + ';');
-            emitLine("if (" + matched + ") {");
-            m_lines += nested([&] { emitBlock(*block); }) + m_indent + "}\n";
+            m_writer.emitLine(matched + " = " + matched + " || " + own + ';');
+            m_writer.emitLine("if (" + matched + ") {");
+            m_writer.emitText(m_writer.nested([&] { emitBlock(*block); }));
+            m_writer.emitBrace("}");
         }
         --m_breakDepth;
     });
-    m_lines += cases + m_indent + "}\n" + m_indent + "}\n";
+    m_writer.emitText(cases);
+    m_writer.emitBrace("}");
+    m_writer.emitBrace("}");
 }
 
 /// Without a value: the caller gets the default.
 void CodegenBody::emitLeave()
 {
-    if (!m_mask.isEmpty()) {
+    if (!m_writer.mask().isEmpty()) {
         emitMaskedLeave({});
         return;
     }
-    const AstNode &function = *m_function->definition;
+    const AstNode &function = *m_writer.function()->definition;
     // With the type's name: braces alone are no value of several lanes.
-    emitLine(function.type == Type::Void
-                 ? QByteArray("return;")
-                 : "return " + m_unit.typeText(function.type, function.structName) + "{};");
+    m_writer.emitLine(function.type == Type::Void
+                          ? QByteArray("return;")
+                          : "return " + m_unit.typeText(function.type, function.structName) +
+                                "{};");
 }
 
 void CodegenBody::emitReturn(const AstNode &node)
 {
-    const AstNode &function = *m_function->definition;
+    const AstNode &function = *m_writer.function()->definition;
     if (!node.left) {
         emitLeave();
         return;
     }
-    const Operand value = emitExpression(*node.left);
+    const Operand value = m_expressions.emitExpression(*node.left);
     if (function.type == Type::Void) {
         emitLeave();
         return;
     }
-    if (!m_mask.isEmpty()) {
-        emitMaskedLeave(retag(value, function.type, function.structName).text);
+    if (!m_writer.mask().isEmpty()) {
+        emitMaskedLeave(m_writer.retag(value, function.type, function.structName).text);
         return;
     }
-    emitLine("return " + retag(value, function.type, function.structName).text + ';');
+    m_writer.emitLine("return " + m_writer.retag(value, function.type, function.structName).text +
+                      ';');
 }
 
 } // namespace eval::internal
