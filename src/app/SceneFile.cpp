@@ -1,5 +1,6 @@
 #include "SceneFile.h"
 
+#include <store/FolderLock.h>
 #include <store/RegularFile.h>
 
 #include <QCryptographicHash>
@@ -8,12 +9,9 @@
 #include <QFileInfo>
 #include <QScopeGuard>
 
-#include <cerrno>
 #include <chrono>
-#include <thread>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,27 +37,17 @@ bool isStillAt(const QByteArray &path, int descriptor)
 /// Longer than any save takes; whoever holds a lock beyond that holds it for something else.
 constexpr auto longestSave = std::chrono::seconds(10);
 
-/// False without a lock, be it that another has it all the time or that there are none here, as on
-/// some network drives. There is still the look at the content then.
-bool lock(int descriptor, QDeadlineTimer deadline)
-{
-    while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
-
 /// Opens the file and waits for its lock; -1 when it can't be opened. Saving puts a new file in the
-/// place of the old one, whose lock is then worth nothing: the new one is locked in turn.
+/// place of the old one, whose lock is then worth nothing: the new one is locked in turn. Where no
+/// lock is to be had there is still the look at the content.
 int openLocked(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
     const QDeadlineTimer deadline(longestSave);
     for (;;) {
         const int descriptor = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        if (descriptor < 0 || !lock(descriptor, deadline) || isStillAt(name, descriptor))
+        if (descriptor < 0 || !store::waitForLock(descriptor, deadline) ||
+            isStillAt(name, descriptor))
             return descriptor;
         ::close(descriptor);
     }

@@ -23,6 +23,7 @@ corvane_library(corvane_field
         corvane/eval/TransformProbe.cpp
         corvane/mesh/CellCycles.cpp
         corvane/mesh/CellVertices.cpp
+        corvane/mesh/CreaseEnds.cpp
         corvane/mesh/CreaseOwner.cpp
         corvane/mesh/CreaseSearch.cpp
         corvane/mesh/CreaseSides.cpp

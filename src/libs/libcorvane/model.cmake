@@ -24,6 +24,7 @@ corvane_library(corvane_model
         corvane/model/DocumentEdit.cpp
         corvane/model/IconShapes.cpp
         corvane/model/Instance.cpp
+        corvane/model/IdSpread.cpp
         corvane/model/ItemTable.cpp
         corvane/model/ItemWrappers.cpp
         corvane/model/LogicalExpressions.cpp

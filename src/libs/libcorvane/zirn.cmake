@@ -12,7 +12,6 @@ corvane_library(corvane_zirn
         corvane/zirn/PlanReader.cpp
         corvane/zirn/PlanRun.cpp
         corvane/zirn/RuntimeChannel.cpp
-        corvane/zirn/SetAside.cpp
         corvane/zirn/TaskPlan.cpp
         corvane/zirn/ZirnAuthContext.cpp
         corvane/zirn/ZirnHistoryDatabase.cpp

@@ -11,19 +11,22 @@
 
 namespace store {
 
+bool waitForLock(int descriptor, const QDeadlineTimer &deadline)
+{
+    constexpr unsigned long pollMs = 5;
+    while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
+            return false;
+        QThread::msleep(pollMs);
+    }
+    return true;
+}
+
 FolderLock::FolderLock(const QString &folder, std::chrono::milliseconds patience)
     : m_descriptor(
           ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
-{
-    constexpr unsigned long pollMs = 5;
-    const QDeadlineTimer deadline(patience);
-    while (m_descriptor >= 0) {
-        m_isHeld = ::flock(m_descriptor, LOCK_EX | LOCK_NB) == 0;
-        if (m_isHeld || (errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
-            return;
-        QThread::msleep(pollMs);
-    }
-}
+    , m_isHeld(m_descriptor >= 0 && waitForLock(m_descriptor, QDeadlineTimer(patience)))
+{}
 
 FolderLock::~FolderLock()
 {

@@ -4,7 +4,14 @@
 
 #include <chrono>
 
+class QDeadlineTimer;
+
 namespace store {
+
+/// Waits for the lock of an open file or folder, which is let go when the descriptor is closed.
+/// False when another holds it until the deadline, and at once where there are no locks, as on some
+/// network disks.
+[[nodiscard]] bool waitForLock(int descriptor, const QDeadlineTimer &deadline);
 
 /// Keeps the other processes that use this out of a folder's files while one of them is read,
 /// changed and written back. The system takes the lock away when its process ends, and nothing is

@@ -37,6 +37,12 @@ bool isOwnLocation(const QString &folder)
     return false;
 }
 
+/// Not by QFile, which copies what can't be renamed, and would wait for a FIFO's writer.
+bool rename(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from), QFile::encodeName(to)) == 0;
+}
+
 } // namespace
 
 bool makePrivateFolder(const QString &folder, QString *error)
@@ -74,7 +80,7 @@ bool writePrivateFile(const QString &path, QByteArrayView bytes, QString *error)
     return written;
 }
 
-QString setAsideFile(const QString &path, const QString &why)
+QString setAsideFile(const QString &path, const QString &why, const QStringList &companions)
 {
     constexpr int mostAttempts = 1000;
     const QString stem =
@@ -83,9 +89,10 @@ QString setAsideFile(const QString &path, const QString &why)
         const QString kept = i == 1 ? stem : stem + u'-' + QString::number(i);
         if (QFileInfo::exists(kept))
             continue;
-        // Not by QFile, which copies what can't be renamed, and would wait for a FIFO's writer.
-        if (std::rename(QFile::encodeName(path), QFile::encodeName(kept)) != 0)
+        if (!rename(path, kept))
             break; // not the name is in the way
+        for (const QString &ending : companions)
+            rename(path + ending, kept + ending);
         qCWarning(lcFiles).noquote()
             << u"WARNING: '%1' was kept as '%2': %3"_s.arg(path, kept, why);
         return kept;

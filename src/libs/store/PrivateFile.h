@@ -2,6 +2,7 @@
 
 #include <QByteArrayView>
 #include <QString>
+#include <QStringList>
 
 namespace store {
 
@@ -19,6 +20,9 @@ namespace store {
 /// Moves a file out of the way that cannot be made sense of, so that a new one can take its place
 /// and nothing is lost: it is kept beside as "<path>.damaged-<time>". A warning names both and says
 /// why. Answers the new path, or nothing when the file could not be moved and is left as it is.
-QString setAsideFile(const QString &path, const QString &why);
+///
+/// @param companions  endings of the files beside it that mean nothing without it, such as the
+/// journal of a database, which would be replayed into the new one: they go along under its name
+QString setAsideFile(const QString &path, const QString &why, const QStringList &companions = {});
 
 } // namespace store

@@ -96,13 +96,6 @@ AdjacencyList neighboursOfVertices(const EdgeTable &edges, qsizetype vertexCount
 } // namespace
 
 template<typename T>
-bool FeatureAnalysis<T>::isFeatureEdge(int a, int b) const
-{
-    const int edge = edges.find(a, b);
-    return edge >= 0 && featureEdges.at(edge);
-}
-
-template<typename T>
 void FeatureAnalysis<T>::classifyVertices()
 {
     vertexClass.fill(VertexClass::Smooth, vertexNormals.size());

@@ -53,7 +53,6 @@ struct FeatureAnalysis
     AdjacencyList neighbours;                   ///< the vertices around a vertex, ascending
     AdjacencyList vertexFaces;                  ///< the triangles around a vertex, ascending
 
-    bool isFeatureEdge(int a, int b) const;
     /// Classes and crease neighbours anew, after featureEdges were changed.
     void classifyVertices();
 };

@@ -21,6 +21,7 @@ using support::uniform;
 namespace {
 
 constexpr int nodes = support::gridNodes;
+using Along = float (*)(float);
 
 } // namespace
 
@@ -33,6 +34,8 @@ private slots:
     void flatFacesTakeFewTriangles();
     void chunksMeetWithoutASeam();
     void theMinimumOfPlanesIsTheirCommonPoint();
+    void crossingsAreFoundInFewRounds_data();
+    void crossingsAreFoundInFewRounds();
 };
 
 void TstSharpSurfaces::flatFacesTakeFewTriangles()
@@ -91,6 +94,58 @@ void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()
     const QefResult none = QefSolver().solve({0, 0, 0}, {2, 2, 2});
     QVERIFY(none.fellBack);
     QCOMPARE(none.position, QVector3D(1, 1, 1));
+}
+
+void TstSharpSurfaces::crossingsAreFoundInFewRounds_data()
+{
+    QTest::addColumn<Along>("field"); // by x; the edge is from 0 to 2
+    QTest::addColumn<double>("crossing");
+    QTest::addColumn<int>("mostRounds");
+    const auto row = [](const char *name, Along field, double crossing, int mostRounds) {
+        QTest::newRow(name) << field << crossing << mostRounds;
+    };
+    constexpr int worst = 14;
+    row(
+        "plane", [](float x) { return x - 0.617f; }, 0.617, 2);
+    row(
+        "at the start", [](float x) { return x - 1e-6f; }, 0.0, 2);
+    row(
+        "at the end", [](float x) { return x - 2.0f; }, 2.0, 2);
+    row(
+        "bent", [](float x) { return std::hypot(x + 4, 2.0f) - 5.6f; }, 1.2307, 4);
+    row(
+        "falling", [](float x) { return 5.6f - std::hypot(x + 4, 2.0f); }, 1.2307, 4);
+    row(
+        "flat", [](float x) { return std::pow(x - 1.3f, 9.0f); }, 1.3, worst);
+    row(
+        "jump", [](float x) { return x < 0.3f ? -1.0f : 1e10f; }, 0.3, worst);
+    row(
+        "no number", [](float x) { return x < 1.7f ? -1.0f : NAN; }, 1.7, worst);
+    row(
+        "infinite", [](float x) { return x < 1.1f ? -INFINITY : INFINITY; }, 1.1, worst);
+}
+
+void TstSharpSurfaces::crossingsAreFoundInFewRounds()
+{
+    QFETCH(Along, field);
+    QFETCH(double, crossing);
+    QFETCH(int, mostRounds);
+    int rounds = 0;
+    CrossingRule rule;
+    rule.edgeLength = 2.0f;
+    rule.field = [&](std::span<const QVector3D> points, std::span<float> out) {
+        ++rounds;
+        std::ranges::transform(points, out.begin(), [&](const auto &p) { return field(p.x()); });
+    };
+    rule.gradient = [](auto points, auto out) {
+        std::fill_n(out.begin(), points.size(), QVector3D(1, 0, 0));
+    };
+    const CrossedEdge edge{{}, 0, field(0.0f), field(2.0f)};
+    HermiteSample sample;
+    hermiteSamples({&edge, 1}, rule, {&sample, 1});
+    QVERIFY2(std::fabs(double(sample.point.x()) - crossing) <= 2.0 / 2048 + 1e-5,
+             qPrintable(QString::number(double(sample.point.x()))));
+    QVERIFY2(rounds <= mostRounds, qPrintable(QString::number(rounds)));
 }
 
 QTEST_GUILESS_MAIN(TstSharpSurfaces)

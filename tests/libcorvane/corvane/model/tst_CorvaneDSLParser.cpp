@@ -61,6 +61,15 @@ void TstCorvaneDSLParser::hostileTextIsAnAnswer_data()
         << QByteArray("name: [1]\nvarset: 3\nvarsets: {a: 1}\nsettings: x\ninstances: [1, 2]\n"
                       "materials: {m: 2}\ndefinitions: {}\nroots: {a: 1}\nmetadata: no\n")
         << true;
+    // The exclusive or of their words is one and the same number.
+    QByteArray alike = "instances:\n";
+    for (int i = 0; i < 6000; ++i)
+        alike += QString::asprintf("  a%d:\n    id: %08x-0000-4000-8000-%012x\n    type: sphere\n",
+                                   i, unsigned(i), unsigned(i))
+                     .toUtf8();
+    QTest::newRow("ids of one hash") << alike << false;
+    alike.replace("instances:", "formatVersion: 2\ninstances:");
+    QTest::newRow("ids of one hash, version 2") << alike << false;
     QTest::newRow("item of wrong kinds")
         << QByteArray("instances:\n  a:\n    type: [1]\n    params: 5\n    tags: {a: 1}\n"
                       "    id: 7\n    translate: x\n    sortOrder: 1e99\n    capabilities: -1\n")

@@ -110,8 +110,15 @@ void TstSDFLayer::parameterChangeRepacksInPlace()
     QCOMPARE(bench.layer.generatedNodes().at(1), expected);
     QVERIFY(bench.layer.nodesDirty());
     QCOMPARE(takeActions(bench.actions), QList<quint32>({1104}));
+    bench.fixture.scene.setSceneSetting(u"export.cellSize"_s, 0.5);
+    bench.fixture.scene.setVariableEntry(u"unread"_s, {});
     QCoreApplication::processEvents();
     QVERIFY2(takeActions(bench.actions).isEmpty(), "nothing was rebuilt");
+
+    bench.fixture.change(move,
+                         [](Instance &item) { item.setLiteral(u"children"_s, QStringList()); });
+    QCoreApplication::processEvents();
+    QCOMPARE(bench.layer.generatedNodes().size(), 1);
 }
 
 void TstSDFLayer::sharedInstanceIsRepackedEverywhere()

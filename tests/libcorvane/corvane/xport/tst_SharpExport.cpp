@@ -29,9 +29,18 @@ const QString sphere = u"(sphere 2)"_s;
 const QString box = u"(box 1.05 2 0.53)"_s;
 const QString drilledBlock = u"(subtract (box 1 1 1) (translate 0.3 0 0 (cylinder 0.4 3)) "
                              "(rotate 90 0 0 (cylinder 0.2 3)))"_s;
+const QString tetrahedron = u"(tetrahedron 1.53)"_s;
 // They meet in one edge, and in one corner.
 const QString touchingBlocks = u"(union (translate -1 -1 -1 (box 1 1 1)) "
                                "(translate 1 1 -1 (box 1 1 1)) (translate 1 -1 1 (box 1 1 1)))"_s;
+
+/// With nodes in no symmetry with the solid.
+ExportRequest offGrid(ExportRequest request)
+{
+    request.boundsMin = {-2.97f, -2.91f, -2.95f};
+    request.boundsMax = {4.3f, 3, 3};
+    return request;
+}
 
 } // namespace
 
@@ -50,6 +59,8 @@ private slots:
     void verticesLieOnTheSurface();
     void crestsHaveNoBites_data();
     void crestsHaveNoBites();
+    void tipsAreReached_data();
+    void tipsAreReached();
     void sealedEndsAreFlat_data();
     void sealedEndsAreFlat();
     void fileIsTheSameForAnyThreads_data();
@@ -175,9 +186,7 @@ void TstSharpExport::verticesLieOnTheSurface()
     QFETCH(int, extractor);
     QFETCH(float, cell);
     QFETCH(double, mostTurned);
-    ExportRequest request = requestFor(scene, extractor);
-    request.boundsMin = {-2.97f, -2.91f, -2.95f};
-    request.boundsMax = {4.3f, 3, 3};
+    ExportRequest request = offGrid(requestFor(scene, extractor));
     request.cellSize = cell;
     QVERIFY(exported(request).success);
     const support::FloatMesh mesh = meshOf(request);
@@ -206,14 +215,22 @@ void TstSharpExport::verticesLieOnTheSurface()
 
 void TstSharpExport::crestsHaveNoBites_data()
 {
-    edgesStaySharp_data();
+    QTest::addColumn<QString>("scene");
+    QTest::addColumn<int>("extractor");
+    for (const int extractor : {1, 2}) {
+        const char *way = extractor == 1 ? "uniform" : "octree";
+        QTest::addRow("thread, %s", way) << u"(threaded_rod 3 0.5 4.6 60)"_s << extractor;
+        // Its edges run along the diagonals of cells, over faces with two inside corners.
+        QTest::addRow("tetrahedron, %s", way) << tetrahedron << extractor;
+    }
 }
 
 // The crest runs between the nodes of the grid, through cells without a vertex of their own.
 void TstSharpExport::crestsHaveNoBites()
 {
+    QFETCH(QString, scene);
     QFETCH(int, extractor);
-    const ExportRequest request = requestFor(u"(threaded_rod 3 0.5 4.6 60)"_s, extractor);
+    const ExportRequest request = offGrid(requestFor(scene, extractor));
     QVERIFY(exported(request).success);
     const support::FloatMesh mesh = meshOf(request);
     QVERIFY(support::isClosedManifold(mesh));
@@ -230,6 +247,37 @@ void TstSharpExport::crestsHaveNoBites()
     }
     const double share = bites / (3.0 * double(mesh.elements.size()));
     QVERIFY2(share < 0.01, qPrintable(QString::number(share)));
+}
+
+void TstSharpExport::tipsAreReached_data()
+{
+    QTest::addColumn<int>("extractor");
+    QTest::addColumn<float>("cell");
+    for (const int extractor : {1, 2}) {
+        for (const float cell : {0.1f, 0.083f})
+            QTest::addRow("%s, %g", extractor == 1 ? "uniform" : "octree", double(cell))
+                << extractor << cell;
+    }
+}
+
+// The solid ends more than a cell beyond the last node that is inside.
+void TstSharpExport::tipsAreReached()
+{
+    QFETCH(int, extractor);
+    QFETCH(float, cell);
+    ExportRequest request = offGrid(requestFor(tetrahedron, extractor));
+    request.cellSize = cell;
+    QVERIFY(exported(request).success);
+    const support::FloatMesh mesh = meshOf(request);
+    QVERIFY(support::isClosedManifold(mesh));
+    constexpr float s = 1.53f;
+    for (const support::Point &tip : {support::Point{s, s, s}, support::Point{s, -s, -s},
+                                      support::Point{-s, s, -s}, support::Point{-s, -s, s}}) {
+        float nearest = 1;
+        for (const auto &v : mesh.vertices)
+            nearest = std::min(nearest, (v - tip).length());
+        QVERIFY2(nearest < 0.02f * cell, qPrintable(QString::number(double(nearest / cell))));
+    }
 }
 
 void TstSharpExport::sealedEndsAreFlat_data()
@@ -271,6 +319,7 @@ void TstSharpExport::fileIsTheSameForAnyThreads_data()
     QTest::newRow("uniform, sealed") << 1 << true << sheets;
     QTest::newRow("octree") << 2 << true << sheets;
     QTest::newRow("crests at the seams") << 1 << true << u"(threaded_rod 3 0.5 4.6 60)"_s;
+    QTest::newRow("tips at the seams") << 1 << true << u"(rotate 10 20 35 "_s + tetrahedron + u')';
 }
 
 void TstSharpExport::fileIsTheSameForAnyThreads()

@@ -138,10 +138,7 @@ bool TestDB::open()
     m_isOpen = openOnce();
     if (!m_isOpen && m_isDamaged && beginsAsDatabase(m_target)) {
         close();
-        // What the write-ahead log of the damaged file holds must not go into the new one.
-        for (const auto suffix : {""_L1, "-wal"_L1, "-shm"_L1})
-            if (QFileInfo::exists(m_target + suffix))
-                store::setAsideFile(m_target + suffix, m_error);
+        store::setAsideFile(m_target, m_error, {u"-wal"_s, u"-shm"_s});
         m_isOpen = openOnce();
     }
     if (m_isOpen)

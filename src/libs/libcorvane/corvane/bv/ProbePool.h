@@ -45,7 +45,6 @@ public:
     }
 
     qint64 samples() const { return m_samples.load(std::memory_order_relaxed); }
-    bool isParallel() const { return m_threads > 1; }
 
 private:
     eval::IFieldEvaluator &m_own;

@@ -65,15 +65,21 @@ QString reasonOf(const ExpressionFailure &failure)
     return failure.message;
 }
 
-/// The variables, and as many parameters as may be compared in no time.
+/// The variables, and the parameters where they may be compared in no time.
 QStringList knownNames(const expr::CompileContext &context, const QStringList &variables)
 {
     QStringList names = variables + context.builtinNames + context.mathConstantNames.values() +
-                        context.instanceNames.values().mid(0, maxCandidates);
-    for (auto it = context.variables.keyBegin();
-         it != context.variables.keyEnd() && names.size() < maxCandidates; ++it)
-        names.append(*it);
-    return names;
+                        context.variables.keys().mid(0, maxCandidates);
+    if (context.instances.size() > maxCandidates)
+        return names;
+    QStringList parameters;
+    for (auto item = context.instances.cbegin(); item != context.instances.cend(); ++item) {
+        parameters.append(item.key());
+        for (auto param = item->keyBegin(); param != item->keyEnd(); ++param)
+            parameters.append(item.key() + u'.' + *param);
+    }
+    parameters.sort(); // a hash has another order in each run
+    return names + parameters;
 }
 
 QString remedyOf(const ExpressionFailure &failure, const expr::CompileContext &context,

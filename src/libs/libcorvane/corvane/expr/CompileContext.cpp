@@ -3,6 +3,8 @@
 #include <corvane/expr/BuiltinVariables.h>
 #include <corvane/model/Corvane.h>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace corvane::expr {
@@ -28,26 +30,30 @@ void bindVariables(CompileContext &context, const model::Corvane &scene)
 
 } // namespace
 
-void CompileContext::bindItem(const QString &name, const QVariantMap &params)
-{
-    instanceNames.insert(name);
-    // One by one: a map that is inserted whole takes as long as the one that it goes into.
-    const auto types = parameterTypes(name, params);
-    for (auto it = types.cbegin(); it != types.cend(); ++it)
-        variables.insert(it.key(), *it);
-}
-
-bool CompileContext::isKnown(const QString &name) const
-{
-    return variables.contains(name) || builtinNames.contains(name) ||
-           mathConstantNames.contains(name);
-}
-
-ExprType CompileContext::typeOf(const QString &name) const
+std::optional<ExprType> CompileContext::boundType(const QString &name) const
 {
     const auto variable = variables.constFind(name);
     if (variable != variables.cend())
         return *variable;
+    std::optional<ExprType> type;
+    anyParting(name, [&](const QString &instance, const QString &param) {
+        const auto params = instances.constFind(instance);
+        if (params != instances.cend() && params->contains(param))
+            type = typeOfParameter(params->value(param));
+        return type.has_value();
+    });
+    return type;
+}
+
+bool CompileContext::isKnown(const QString &name) const
+{
+    return boundType(name) || builtinNames.contains(name) || mathConstantNames.contains(name);
+}
+
+ExprType CompileContext::typeOf(const QString &name) const
+{
+    if (const auto bound = boundType(name))
+        return *bound;
     if (mathConstantNames.contains(name))
         return ExprType::Float;
     for (const BuiltinVariable &builtin : builtinVariables()) {
@@ -60,7 +66,25 @@ ExprType CompileContext::typeOf(const QString &name) const
 bool CompileContext::isScope(const QString &head) const
 {
     return head == "default"_L1 || head == "math"_L1 || varsetNames.contains(head) ||
-           instanceNames.contains(head);
+           instances.contains(head);
+}
+
+bool CompileContext::includes(const CompileContext &other) const
+{
+    const auto has = [this](const QString &name, ExprType type) { return boundType(name) == type; };
+    for (auto it = other.variables.cbegin(); it != other.variables.cend(); ++it) {
+        if (!has(it.key(), *it))
+            return false;
+    }
+    for (auto it = other.instances.cbegin(); it != other.instances.cend(); ++it) {
+        if (instances.value(it.key()) == *it)
+            continue;
+        const auto types = parameterTypes(it.key(), *it);
+        if (!std::all_of(types.keyValueBegin(), types.keyValueEnd(),
+                         [&](const auto &known) { return has(known.first, known.second); }))
+            return false;
+    }
+    return true;
 }
 
 ExprType typeOfVariable(const model::VarsetEntry &entry)
@@ -123,10 +147,8 @@ CompileContext buildCompileContext(const model::Corvane &scene)
             continue;
         const QStringList names = readableNames(scene, nodeNames, item);
         for (const QString &name : names)
-            context.bindItem(name, model::Instance(item).rawParams());
+            context.instances.insert(name, model::Instance(item).rawParams());
     }
-    // Variables win over parameters of the same name.
-    bindVariables(context, scene);
     return context;
 }
 

@@ -3,11 +3,14 @@
 #include <corvane/expr/ExprType.h>
 #include <corvane/expr/NodeNames.h>
 
+#include <QHash>
 #include <QMap>
 #include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
+
+#include <optional>
 
 namespace corvane::model {
 class Corvane;
@@ -22,25 +25,44 @@ namespace corvane::expr {
 /// A plain value: an expression compiled against a copy does not follow later changes of the scene.
 struct CompileContext
 {
-    /// Every bound name: variables bare and as "default.name", "varset.name", "InstanceName.param"
-    /// with the name of an item or of a node of the tree.
+    /// Variables, bare and as "default.name" and "varset.name".
     QMap<QString, ExprType> variables;
+    /// By the name of an item or of a node of the tree: what "InstanceName.param" reads. They are
+    /// shared with the items, since a scene has more parameters than anything ever reads; a
+    /// variable of the same full name wins.
+    QHash<QString, QVariantMap> instances;
     QSet<QString> varsetNames;
-    QSet<QString> instanceNames;
     QStringList builtinNames;
     QSet<QString> mathConstantNames;
 
-    /// Binds the parameters of an item under a name, and over what has that name.
-    void bindItem(const QString &name, const QVariantMap &params);
-    /// In `variables`, a built-in or a constant.
+    /// The type of a variable or of a parameter.
+    std::optional<ExprType> boundType(const QString &name) const;
+    /// A variable, a parameter, a built-in or a constant.
     bool isKnown(const QString &name) const;
     /// Unknown for a name that is not.
     ExprType typeOf(const QString &name) const;
     /// Whether a name may be followed by ".name" to make a longer one.
     bool isScope(const QString &head) const;
+    /// Whether all variables and parameters of another context are here, with the same types.
+    bool includes(const CompileContext &other) const;
 };
 
-/// The built-ins and the constants, and all variables and parameters of a scene.
+/// Where "InstanceName.param" may be parted: each dot of the name in turn, since both halves may
+/// have dots of their own.
+///
+/// @param visit  bool(instanceName, param); true ends the search, and is the answer
+template<class Visit>
+bool anyParting(const QString &name, const Visit &visit)
+{
+    for (qsizetype dot = name.indexOf(u'.'); dot >= 0; dot = name.indexOf(u'.', dot + 1)) {
+        if (visit(name.first(dot), name.sliced(dot + 1)))
+            return true;
+    }
+    return false;
+}
+
+/// The built-ins and the constants, and all variables and parameters of a scene. Linear in the
+/// items.
 CompileContext buildCompileContext(const model::Corvane &scene);
 /// The same without the parameters.
 CompileContext buildVariableContext(const model::Corvane &scene);

@@ -55,6 +55,13 @@ void ExprGraph::addAlias(const QString &name, const QString &target, const QVari
     link(name, {target});
 }
 
+QString ExprGraph::targetOf(const QString &name) const
+{
+    const Node *alias = node(name);
+    const bool isAlias = alias && !alias->isExpression && !alias->dependencies.isEmpty();
+    return isAlias ? alias->dependencies.first() : name;
+}
+
 void ExprGraph::updateLeaf(const QString &name, const QVariant &value)
 {
     const auto it = m_nodes.find(name);

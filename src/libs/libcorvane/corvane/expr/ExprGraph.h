@@ -44,6 +44,8 @@ public:
     /// Makes `name` stand for `target`: it is computed by no expression, and changes when `target`
     /// does.
     void addAlias(const QString &name, const QString &target, const QVariant &value);
+    /// What an alias stands for; any other name is itself.
+    QString targetOf(const QString &name) const;
     /// Stores the value of a leaf, made when absent, and marks all that depends on it dirty. A
     /// value that is the same marks nothing.
     void updateLeaf(const QString &name, const QVariant &value);

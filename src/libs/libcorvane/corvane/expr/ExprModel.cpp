@@ -71,29 +71,53 @@ QVariantMap paramsOfState(const ExprModel &model, const QUuid &id)
 
 void bindName(ExprModel &model, const QString &name, const model::SceneItem &item)
 {
-    const QVariantMap params = paramsOf(item);
-    const auto types = parameterTypes(name, params);
     model.named.insert(name, item.id);
-    model.context.instanceNames.insert(name);
-    for (auto param = params.keyBegin(); param != params.keyEnd(); ++param) {
-        const QString full = name + u'.' + *param;
-        if (model.variables.contains(full))
-            continue; // variables win over parameters of the same name
-        model.context.variables.insert(full, types.value(full));
-        model.parameterNodes.insert(full, parameterNode(item.id, *param));
-    }
+    model.context.instances.insert(name, paramsOf(item));
 }
 
-void unbindName(ExprModel &model, const QString &name, const QUuid &holder)
+void unbindName(ExprModel &model, const QString &name)
 {
-    const auto params = paramsOfState(model, holder);
-    for (auto param = params.keyBegin(); param != params.keyEnd(); ++param) {
-        const QString full = name + u'.' + *param;
-        if (model.parameterNodes.remove(full) > 0)
-            model.context.variables.remove(full);
-    }
-    model.context.instanceNames.remove(name);
+    model.context.instances.remove(name);
     model.named.remove(name);
+}
+
+struct ParameterPlace
+{
+    QUuid item{}; ///< null for none
+    QString param{};
+};
+
+/// What "InstanceName.param" reads, where that is no variable.
+ParameterPlace placeReadBy(const ExprModel &model, const QString &name)
+{
+    ParameterPlace place;
+    if (model.variables.contains(name))
+        return place;
+    anyParting(name, [&](const QString &instance, const QString &param) {
+        const bool isThere = model.context.instances.value(instance).contains(param);
+        if (isThere)
+            place = {model.named.value(instance), param};
+        return isThere;
+    });
+    return place;
+}
+
+/// Whether expressions that are compiled already would see other types behind an item's name.
+bool isReadOtherwise(const ExprModel &model, const QString &name, const QVariantMap &before,
+                     const QVariantMap &now)
+{
+    const auto isSeen = [&](const QString &param, const QVariant &stored) {
+        const auto known = before.constFind(param);
+        const bool isNew = known == before.cend();
+        const QString full = name + u'.' + param;
+        if (model.variables.contains(full) ||
+            (!isNew && (*known == stored || typeOfParameter(*known) == typeOfParameter(stored))))
+            return false;
+        // A new name may be the one that an expression lacked.
+        return isNew ? !model.errors.isEmpty() : isRead(model, full);
+    };
+    return std::any_of(now.keyValueBegin(), now.keyValueEnd(),
+                       [&](const auto &param) { return isSeen(param.first, param.second); });
 }
 
 /// Whether the field that a parameter drives, if there is one, is what the parameter gave.
@@ -125,6 +149,11 @@ bool splitParameterNode(const QString &node, QUuid &instanceId, QString &param)
     instanceId = QUuid::fromString(QStringView(node).first(uuidLength));
     param = node.mid(uuidLength + 1);
     return !instanceId.isNull();
+}
+
+QVariant ExprModel::parameter(const QUuid &id, const QString &param) const
+{
+    return model::ParameterValue::fromVariant(paramsOfState(*this, id).value(param)).value();
 }
 
 QString nodeLabel(const model::Corvane *scene, const QString &node)
@@ -291,7 +320,7 @@ bool ExprModelBuilder::moveName(ExprModel &model, const QString &name) const
     if (isRead(model, name, before))
         return false;
     if (!before.isNull())
-        unbindName(model, name, before);
+        unbindName(model, name);
     if (!now.isNull())
         bindName(model, name, meant);
     return true;
@@ -310,14 +339,16 @@ ExprModelBuilder::Change ExprModelBuilder::updateParameters(ExprModel &model,
 {
     const bool isNamedAnew = updateNames(model, instance);
     const QVariantMap params = instance.rawParams();
-    QStringList gone = paramsOfState(model, instance.id).keys();
+    const QVariantMap before = paramsOfState(model, instance.id);
+    QStringList gone = before.keys();
     gone.removeIf([&params](const QString &param) { return params.contains(param); });
     const QStringList names = readableNames(m_scene, model.nodeNames, instance);
     if (removeParameters(model, names, instance.id, gone) || isNamedAnew)
         return Change::Names;
     Change change = gone.isEmpty() ? Change::None : Change::Expression;
     for (auto it = params.cbegin(); it != params.cend(); ++it)
-        change = std::max(change, updateParameter(model, instance, it.key(), *it));
+        change = std::max(
+            change, updateParameter(model, instance, it.key(), {before.value(it.key()), *it}));
     return change;
 }
 
@@ -337,19 +368,12 @@ bool ExprModelBuilder::takeResults(ExprModel &model, const model::Instance &inst
 bool ExprModelBuilder::updateNames(ExprModel &model, const model::Instance &instance) const
 {
     bool isCompiledAnew = false;
-    QMap<QString, ExprType> types;
+    const QVariantMap params = instance.rawParams();
     const QStringList names = readableNames(m_scene, model.nodeNames, instance);
-    for (const QString &name : names)
-        types.insert(parameterTypes(name, instance.rawParams()));
-    for (auto it = types.cbegin(); it != types.cend(); ++it) {
-        const auto known = model.context.variables.constFind(it.key());
-        const bool isNew = known == model.context.variables.cend();
-        if (model.variables.contains(it.key()) || (!isNew && *known == *it))
-            continue;
-        // A new name may be the one that an expression lacked.
-        isCompiledAnew =
-            isCompiledAnew || (isNew ? !model.errors.isEmpty() : isRead(model, it.key()));
-        model.context.variables.insert(it.key(), *it);
+    for (const QString &name : names) {
+        QVariantMap &known = model.context.instances[name];
+        isCompiledAnew = isCompiledAnew || isReadOtherwise(model, name, known, params);
+        known = params;
     }
     return isCompiledAnew;
 }
@@ -409,12 +433,10 @@ void ExprModelBuilder::addInstance(ExprModel &model, const model::Instance &inst
         bindName(model, name, instance);
     const QVariantMap params = instance.rawParams();
     for (auto it = params.cbegin(); it != params.cend(); ++it) {
-        const QString node = parameterNode(instance.id, it.key());
         const auto parameter = model::ParameterValue::fromVariant(*it);
-        if (!parameter.isExpression()) {
-            model.graph.addLeaf(node, parameter.literal);
+        if (!parameter.isExpression())
             continue;
-        }
+        const QString node = parameterNode(instance.id, it.key());
         const CompiledExpression compiled =
             ExprCompiler(model.context).compile(parameter.expression);
         if (compiled.isValid()) {
@@ -429,22 +451,16 @@ void ExprModelBuilder::addInstance(ExprModel &model, const model::Instance &inst
 ExprModelBuilder::Change ExprModelBuilder::updateParameter(ExprModel &model,
                                                            const model::Instance &instance,
                                                            const QString &param,
-                                                           const QVariant &stored) const
+                                                           const StoredChange &stored) const
 {
     const QString node = parameterNode(instance.id, param);
-    const auto parameter = model::ParameterValue::fromVariant(stored);
+    const auto parameter = model::ParameterValue::fromVariant(stored.now);
     const ExprGraph::Node *known = model.graph.node(node);
-    if (!known) {
-        const QStringList names = readableNames(m_scene, model.nodeNames, instance);
-        for (const QString &name : names) {
-            const QString full = name + u'.' + param;
-            if (!model.variables.contains(full))
-                model.parameterNodes.insert(full, node);
-        }
-    }
     if (!parameter.isExpression()) {
-        const bool wasExpression = known && known->isExpression;
-        if (known && known->compiled.source.isEmpty() && known->value == parameter.literal)
+        if (!known)
+            return stored.now == stored.before ? Change::None : Change::Value;
+        const bool wasExpression = known->isExpression;
+        if (known->compiled.source.isEmpty() && known->value == parameter.literal)
             return Change::None;
         model.errors.remove(node);
         model.graph.addLeaf(node, parameter.literal);
@@ -484,11 +500,7 @@ bool ExprModelBuilder::removeParameters(ExprModel &model, const QStringList &nam
         model.errors.remove(node);
         for (const QString &name : names) {
             const QString full = name + u'.' + param;
-            if (model.parameterNodes.value(full) != node)
-                continue;
-            isAnyRead = isAnyRead || isRead(model, full);
-            model.parameterNodes.remove(full);
-            model.context.variables.remove(full);
+            isAnyRead = isAnyRead || (!model.variables.contains(full) && isRead(model, full));
         }
     }
     return isAnyRead;
@@ -505,9 +517,14 @@ void ExprModelBuilder::linkParameterNames(ExprModel &model) const
 void ExprModelBuilder::linkParameterNames(ExprModel &model, const QStringList &names) const
 {
     for (const QString &name : names) {
-        const auto node = model.parameterNodes.constFind(name);
-        if (node != model.parameterNodes.cend())
-            model.graph.addAlias(name, *node, {});
+        const ParameterPlace place = placeReadBy(model, name);
+        if (place.item.isNull())
+            continue;
+        const QString node = parameterNode(place.item, place.param);
+        if (!model.graph.contains(node))
+            model.graph.addLeaf(node,
+                                m_scene.instance(place.item).parameterValue(place.param).literal);
+        model.graph.addAlias(name, node, {});
     }
 }
 

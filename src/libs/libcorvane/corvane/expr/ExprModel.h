@@ -20,6 +20,10 @@ struct SceneItem;
 namespace corvane::expr {
 
 /// All expressions of a scene, compiled and linked. A plain value.
+///
+/// The graph has the parameters that are expressions or are read by one, not all that there are:
+/// of a hundred thousand items few are read, and a node for each parameter was most of the memory
+/// of a large scene.
 struct ExprModel
 {
     /// What of a variable the graph depends on: its value may change under it, this may not.
@@ -50,9 +54,11 @@ struct ExprModel
     QMap<QUuid, ItemState> items{};           ///< those of type "sdf"
     QHash<QString, QUuid> named{};            ///< whose parameters a name reads
     QSet<QString> varsetExpressions{};        ///< nodes that are derived variables
-    QHash<QString, QString> parameterNodes{}; ///< "InstanceName.param" to the parameter's node
     QMap<QString, VariableShape> variables{}; ///< by the name that addresses them
     QMap<QString, QString> errors{};          ///< what does not compile, by node; a cycle under ""
+
+    /// The value of an item's parameter, whether it is in the graph or not; none for another.
+    QVariant parameter(const QUuid &id, const QString &param) const;
 };
 
 /// The graph's node of a parameter: the uuid without braces, a dot, the name.
@@ -105,6 +111,12 @@ public:
     bool takeResults(ExprModel &model, const model::Instance &instance) const;
 
 private:
+    struct StoredChange
+    {
+        QVariant before{};
+        QVariant now{};
+    };
+
     void addVariables(ExprModel &model) const;
     QStringList compileOrder(const ExprModel &model, const model::VarsetEntries &derived) const;
     void addInstance(ExprModel &model, const model::Instance &instance) const;
@@ -115,7 +127,7 @@ private:
     void removeItem(ExprModel &model, const QUuid &id) const;
     Change updateParameters(ExprModel &model, const model::Instance &instance) const;
     Change updateParameter(ExprModel &model, const model::Instance &instance, const QString &param,
-                           const QVariant &stored) const;
+                           const StoredChange &stored) const;
     /// True when an expression reads one of them by name.
     bool removeParameters(ExprModel &model, const QStringList &names, const QUuid &id,
                           const QStringList &gone) const;

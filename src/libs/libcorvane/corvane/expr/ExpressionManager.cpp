@@ -158,7 +158,7 @@ void ExpressionManager::addCycles(QList<ExpressionFailure> &failures) const
     const auto nextOf = [&](const QString &node) {
         const QStringList reads = m_model.graph.node(node)->dependencies;
         for (const QString &name : reads) {
-            const QString target = m_model.parameterNodes.value(name, name);
+            const QString target = m_model.graph.targetOf(name);
             if (std::binary_search(unordered.cbegin(), unordered.cend(), target))
                 return target;
         }
@@ -262,8 +262,11 @@ QVariant ExpressionManager::value(const QString &name) const
     const QVariant named = m_evaluator.values().value(name);
     if (named.isValid())
         return named;
-    const ExprGraph::Node *node = m_model.graph.node(name);
-    return node ? node->value : QVariant();
+    if (const ExprGraph::Node *node = m_model.graph.node(name))
+        return node->value;
+    QUuid id;
+    QString param;
+    return splitParameterNode(name, id, param) ? m_model.parameter(id, param) : QVariant();
 }
 
 void ExpressionManager::setValue(const QString &name, const QVariant &value)
@@ -449,9 +452,9 @@ void ExpressionManager::takeParameters(const model::Instance &instance)
 void ExpressionManager::nameValuesReadBy(const ExprGraph::Node &reader)
 {
     for (const QString &name : reader.dependencies) {
-        const auto read = m_model.parameterNodes.constFind(name);
-        if (read != m_model.parameterNodes.cend())
-            nameParameterValue(*read, m_model.graph.node(*read)->value);
+        const QString read = m_model.graph.targetOf(name);
+        if (read != name)
+            nameParameterValue(read, m_model.graph.node(read)->value);
     }
 }
 

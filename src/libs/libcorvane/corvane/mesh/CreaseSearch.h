@@ -13,6 +13,7 @@ struct CreaseCandidate
     std::array<Sheet, 3> sheets{};
     int count = 0;       ///< of the sheets
     bool areOwn = false; ///< whether all of them cross edges of the cell
+    bool isEnd = false; ///< whether the third one was found off the end of the crease of the others
 
     QVector3D point;       ///< where they meet: in the region's box if they do so anywhere in it
     bool found = false;    ///< whether they meet there, by the field

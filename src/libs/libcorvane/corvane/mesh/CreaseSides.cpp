@@ -1,8 +1,9 @@
 // A sharp edge that runs between the nodes of the grid passes through cells without a vertex, and
 // no choice of places for the vertices that there are follows it everywhere: where both ends of a
 // side lie on smooth sheets, one on each, the side is a short cut through the solid, or through the
-// air. Parted at a point of the edge it follows both sheets. The cost is one value of the field for
-// each side; the few that are off the surface take some more.
+// air. Parted at a point of the edge it follows both sheets. A side whose ends lie on one smooth
+// sheet is not looked at. The cost is one value of the field for each of the others; the few that
+// are off the surface take some more.
 
 #include "CreaseSides.h"
 
@@ -19,9 +20,9 @@ namespace {
 constexpr float offShare = 0.15f;      // of a side's middle from the surface, in edge lengths
 constexpr float leastSlope = 0.5f;     // of a field that is looked at more closely
 constexpr float creaseCosine = 0.839f; // 33 degrees
+constexpr float smoothCosine = 0.9f;   // above which two smooth ends are on one sheet
 constexpr float reachShare = 1.0f; // of the edge beyond the box of a side's ends, in edge lengths
 constexpr float keptOff = 0.5f;    // what a half may be off the surface, of what the whole side is
-constexpr float slantShare = 0.4f; // of a side along the edge, of its length
 constexpr float shortestShare = 0.03f; // of a half, in edge lengths
 constexpr size_t batchSize = 1024;
 
@@ -37,14 +38,18 @@ quint64 keyOf(int one, int other)
     return quint64(quint32(std::min(one, other))) << 32 | quint32(std::max(one, other));
 }
 
-std::vector<quint64> sidesOf(std::span<const std::array<int, 4>> rings)
+// Those that may cross a crease.
+std::vector<quint64> sidesOf(std::span<const std::array<int, 4>> rings,
+                             std::span<const QVector3D> normals)
 {
     std::vector<quint64> sides;
-    sides.reserve(4 * rings.size());
     for (const auto &ring : rings) {
         for (size_t n = 0; n < 4; ++n) {
-            if (ring[n] != ring[(n + 1) % 4])
-                sides.push_back(keyOf(ring[n], ring[(n + 1) % 4]));
+            const int one = ring[n];
+            const int other = ring[(n + 1) % 4];
+            if (one != other &&
+                QVector3D::dotProduct(normals[size_t(one)], normals[size_t(other)]) < smoothCosine)
+                sides.push_back(keyOf(one, other));
         }
     }
     std::sort(sides.begin(), sides.end());
@@ -92,17 +97,6 @@ VertexRegion regionOf(const Side &side, float reach)
     return region;
 }
 
-// A side that runs along the edge rather than across it has neighbours that reach the edge at the
-// same height: parted there, it would fold them.
-bool runsAcross(const Side &side, const CreaseCandidate &candidate)
-{
-    const QVector3D edge =
-        QVector3D::crossProduct(candidate.sheets[0].normal, candidate.sheets[1].normal)
-            .normalized();
-    const QVector3D way = side.ends[1] - side.ends[0];
-    return std::fabs(QVector3D::dotProduct(edge, way)) < slantShare * way.length();
-}
-
 // Where the sheets at the two ends of a side may meet; nothing if they are one.
 bool makeCandidate(const Side &side, std::span<const QVector3D, 2> gradients,
                    const CrossingRule &rule, CreaseCandidate &candidate)
@@ -118,8 +112,7 @@ bool makeCandidate(const Side &side, std::span<const QVector3D, 2> gradients,
     candidate.count = 2;
     return side.off > offShare * rule.edgeLength * slopes / 2.0f &&
            QVector3D::dotProduct(candidate.sheets[0].normal, candidate.sheets[1].normal) <
-               creaseCosine &&
-           runsAcross(side, candidate);
+               creaseCosine;
 }
 
 // The numbers of the found ones are kept.
@@ -175,9 +168,11 @@ std::vector<bool> areBetter(std::span<const Side> sides,
 } // namespace
 
 CreaseSides::CreaseSides(std::span<const std::array<int, 4>> rings,
-                         std::vector<QVector3D> &vertices, const CrossingRule &rule)
+                         std::vector<QVector3D> &vertices, std::span<const QVector3D> normals,
+                         const CrossingRule &rule)
+    : m_isEnd(vertices.size())
 {
-    const std::vector<quint64> keys = sidesOf(rings);
+    const std::vector<quint64> keys = sidesOf(rings, normals);
     std::vector<Side> sides;
     for (size_t first = 0; first < keys.size(); first += batchSize)
         addOffSurface(std::span(keys).subspan(first, std::min(batchSize, keys.size() - first)),
@@ -189,6 +184,8 @@ CreaseSides::CreaseSides(std::span<const std::array<int, 4>> rings,
     for (size_t n = 0; n < sides.size(); ++n) {
         if (better[n]) {
             m_parts.emplace(sides[n].key, int(vertices.size()));
+            m_isEnd[size_t(sides[n].key >> 32)] = true;
+            m_isEnd[size_t(quint32(sides[n].key))] = true;
             vertices.push_back(candidates[n].point);
         }
     }
@@ -196,6 +193,8 @@ CreaseSides::CreaseSides(std::span<const std::array<int, 4>> rings,
 
 int CreaseSides::between(int one, int other) const
 {
+    if (!m_isEnd[size_t(one)] || !m_isEnd[size_t(other)])
+        return -1;
     const auto part = m_parts.find(keyOf(one, other));
     return part == m_parts.end() ? -1 : part->second;
 }

@@ -20,14 +20,15 @@ class CreaseSides
 {
 public:
     /// Appends the vertices that part sides. The rule must have a field.
+    /// @param normals  of the surface at those vertices where it is known to be smooth, else zero
     CreaseSides(std::span<const std::array<int, 4>> rings, std::vector<QVector3D> &vertices,
-                const CrossingRule &rule);
+                std::span<const QVector3D> normals, const CrossingRule &rule);
 
-    bool isEmpty() const { return m_parts.empty(); }
     /// The number of the vertex between two others, or -1 where the side is whole.
     int between(int one, int other) const;
 
 private:
+    std::vector<bool> m_isEnd; ///< by vertex, whether a parted side ends there
     std::unordered_map<quint64, int> m_parts;
 };
 

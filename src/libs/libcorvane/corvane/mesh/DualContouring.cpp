@@ -211,7 +211,7 @@ void DcState::extract(int firstNode, QList<Triangle> &out, const std::atomic_boo
     }
     m_placer.finish();
     std::vector<QVector3D> vertices = m_placer.vertices();
-    cutRings(m_quads, vertices, m_rule, ends);
+    cutRings(m_quads, vertices, m_placer.normals(), m_rule, ends);
     size_t next = 0;
     for (const size_t end : ends) {
         for (; next < end; ++next) {

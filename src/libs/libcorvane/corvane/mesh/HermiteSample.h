@@ -36,7 +36,7 @@ struct CrossingRule
 {
     float edgeLength = 0.0f;
     float iso = 0.0f;
-    FieldFunction field; ///< when given, ten rounds of bisection place the crossing
+    FieldFunction field; ///< when given, it places the crossing, to 1/2048 of an edge
     GradientFunction gradient;
 };
 

@@ -148,8 +148,11 @@ void fillLeaf(OtState &state, OtNode &leaf)
     leaf.kind = OtNode::Leaf;
     leaf.qef = cell.planes();
     leaf.vertex = int(state.vertices.size());
-    for (int cycle = 0; cycle < cell.count(); ++cycle)
+    for (int cycle = 0; cycle < cell.count(); ++cycle) {
+        leaf.hasHidden = leaf.hasHidden || state.leafIsHidden[state.nextLeafVertex];
+        state.normals.push_back(state.leafNormals[state.nextLeafVertex]);
         state.vertices.push_back(state.leafVertices[state.nextLeafVertex++]);
+    }
 }
 
 // Whether a line, a face or the whole of a node, given by the corners that it spans, has in its
@@ -219,6 +222,20 @@ bool settle(const OtState &state, const OtNode &node, QefResult &result)
     return std::fabs(distance) <= most;
 }
 
+// Whether a merged vertex still stands where those do that its planes may not show.
+bool keepsHidden(const OtState &state, OtNode &node, const QefResult &result)
+{
+    for (const int child : node.children) {
+        if (child < 0 || !state.nodes[size_t(child)].hasHidden)
+            continue;
+        const QVector3D &hidden = state.vertices[size_t(state.nodes[size_t(child)].vertex)];
+        if ((hidden - result.position).length() > mergedOffShare * state.cellSize)
+            return false;
+        node.hasHidden = true;
+    }
+    return true;
+}
+
 // Merges the children into one cell where one vertex stands for all of them within the error limit.
 bool collapse(OtState &state, OtNode &node, unsigned mask)
 {
@@ -234,16 +251,18 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
     }
     QefResult result = solveInBox(state, node);
     if (node.qef.count() == 0 || result.error > state.errorLimit || !hidesNothing(state, node) ||
-        !settle(state, node, result))
+        !settle(state, node, result) || !keepsHidden(state, node, result))
         return false;
     // The children are the last ones that were made, with one vertex each.
     const auto gone = 8 - std::count(node.children.begin(), node.children.end(), -1);
     state.nodes.resize(state.nodes.size() - size_t(gone));
     state.vertices.resize(state.vertices.size() - size_t(gone));
+    state.normals.resize(state.vertices.size());
     node.kind = OtNode::Collapsed;
     node.children.fill(-1);
     node.vertex = int(state.vertices.size());
     state.vertices.push_back(result.position);
+    state.normals.emplace_back();
     return true;
 }
 
@@ -454,7 +473,7 @@ double octreeTreeBytes(double crossedCells)
     constexpr double hashEntry = 2.0 * (sizeof(quint64) + sizeof(HermiteSample));
     constexpr double quadsPerCell = crossingsPerCell;
     return crossedCells *
-           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + 2 * sizeof(QVector3D) +
+           (nodesPerCell * sizeof(OtNode) + crossingsPerCell * hashEntry + 4 * sizeof(QVector3D) +
             quadsPerCell * (4 * sizeof(int) + 2 * sizeof(Triangle)));
 }
 
@@ -491,13 +510,17 @@ bool extractOctree(OtState &state)
     placeLeafVertices(state, placer, 0, 0, 0, state.side - 1);
     placer.finish();
     state.leafVertices = placer.vertices();
+    state.leafNormals = placer.normals();
+    state.leafIsHidden = placer.isHidden();
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
     state.leafVertices = {};
+    state.leafNormals = {};
+    state.leafIsHidden = {};
     state.crossings = {};
     cellProc(state, root);
     if (isCancelled(state))
         return false;
-    cutRings(state.quads, state.vertices, rule);
+    cutRings(state.quads, state.vertices, state.normals, rule);
     emitTriangles(state.quads, state.vertices, state.output);
     return true;
 }

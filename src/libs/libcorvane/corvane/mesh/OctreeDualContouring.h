@@ -28,7 +28,8 @@ struct OtNode
     std::array<int, 8> children{-1, -1, -1, -1, -1, -1, -1, -1};
     QefSolver qef;
     bool simple = true; ///< at most one connected set of inside corners and one of outside corners
-    int vertex = -1;    ///< a leaf that is not simple has one for each cycle (see CellCycles)
+    bool hasHidden = false; ///< its vertex is on an edge or a corner that its planes may not show
+    int vertex = -1;        ///< a leaf that is not simple has one for each cycle (see CellCycles)
 };
 
 /// Dual contouring of an adaptive octree (Ju et al. 2002): flat regions merge to fewer, larger
@@ -51,7 +52,10 @@ struct OtState
 
     std::vector<OtNode> nodes;
     std::vector<QVector3D> vertices;
+    std::vector<QVector3D> normals;      ///< at the vertices, as VertexPlacer has them
     std::vector<QVector3D> leafVertices; ///< in the order of the tree
+    std::vector<QVector3D> leafNormals;
+    std::vector<bool> leafIsHidden;
     std::size_t nextLeafVertex = 0;
     CrossingTable crossings;    ///< by edge, see OctreeDualContouring.cpp
     std::vector<BitCube> mixed; ///< by level: whether a cube of 2^level cells changes sign

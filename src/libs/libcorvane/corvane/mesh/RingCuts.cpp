@@ -296,12 +296,12 @@ Ring ringOf(const Quad &quad, std::span<const QVector3D> vertices, const CreaseS
 
 } // namespace
 
-void cutRings(std::vector<Quad> &quads, std::vector<QVector3D> &vertices, const CrossingRule &rule,
-              std::span<size_t> ends)
+void cutRings(std::vector<Quad> &quads, std::vector<QVector3D> &vertices,
+              std::span<const QVector3D> normals, const CrossingRule &rule, std::span<size_t> ends)
 {
     if (!rule.field)
         return;
-    const CreaseSides sides(quads, vertices, rule);
+    const CreaseSides sides(quads, vertices, normals, rule);
     std::vector<Quad> cut;
     cut.reserve(quads.size());
     std::vector<Ring> rings;

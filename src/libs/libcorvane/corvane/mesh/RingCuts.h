@@ -20,8 +20,11 @@ namespace corvane::mesh {
 /// along a crease, not across it. What becomes of one ring depends on nothing but its four
 /// vertices. Without a field the rings stay as they are.
 ///
-/// @param ends  numbers of rings, in rising order, which are brought up to date
+/// @param normals  of the surface at those vertices where it is known to be smooth, else zero (see
+///                 VertexPlacer)
+/// @param ends     numbers of rings, in rising order, which are brought up to date
 void cutRings(std::vector<std::array<int, 4>> &rings, std::vector<QVector3D> &vertices,
-              const CrossingRule &rule, std::span<std::size_t> ends = {});
+              std::span<const QVector3D> normals, const CrossingRule &rule,
+              std::span<std::size_t> ends = {});
 
 } // namespace corvane::mesh

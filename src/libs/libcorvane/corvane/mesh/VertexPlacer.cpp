@@ -1,9 +1,11 @@
 #include "VertexPlacer.h"
 
+#include "CreaseEnds.h"
 #include "CreaseOwner.h"
 #include "NearbySheets.h"
 #include "SurfaceSearch.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace corvane::mesh {
@@ -39,14 +41,22 @@ void addCandidates(const VertexRegion &region, const Sheets &sheets,
     }
 }
 
-// Corners before creases, what lies in the box before what does not, and then what is nearer to the
-// middle of the crossings.
+// A corner outside the box that no other cell has.
+bool isTip(const CreaseCandidate &candidate)
+{
+    return candidate.count == 3 && !candidate.isInside && !candidate.isBlunt;
+}
+
+// Corners before creases, what lies in the box before what does not except tips, and then what is
+// nearer to the middle of the crossings.
 const CreaseCandidate *bestOf(std::span<const CreaseCandidate> candidates,
                               const VertexRegion &region)
 {
     const QVector3D middle = region.middle();
     const CreaseCandidate *best = nullptr;
     const auto isBetter = [&](const CreaseCandidate &one, const CreaseCandidate &other) {
+        if (isTip(one) != isTip(other))
+            return isTip(one);
         if (one.isInside != other.isInside)
             return one.isInside;
         if (one.isBlunt != other.isBlunt)
@@ -60,6 +70,16 @@ const CreaseCandidate *bestOf(std::span<const CreaseCandidate> candidates,
             best = &candidate;
     }
     return best;
+}
+
+// The surface next to the middle of its crossings. On a bent sheet the crossings lie as far to one
+// side of it there as their tangent planes do to the other: exactly so, on the mean, on a quadric.
+QVector3D estimatedPoint(const VertexRegion &region, const Sheet &sheet)
+{
+    float height = 0.0f;
+    for (const HermiteSample &crossing : region.samples())
+        height += QVector3D::dotProduct(crossing.normal, crossing.point - sheet.middle);
+    return sheet.middle + sheet.normal * (0.5f * height / float(region.count));
 }
 
 // On the way along the mean of the normals of all crossings.
@@ -109,6 +129,8 @@ void VertexPlacer::finish()
     } else {
         for (const VertexRegion &region : m_open)
             m_vertices.push_back(minimumOfPlanes(region));
+        m_normals.resize(m_vertices.size());
+        m_isHidden.resize(m_vertices.size());
     }
     keepApart();
     m_open.clear();
@@ -117,27 +139,39 @@ void VertexPlacer::finish()
 
 void VertexPlacer::placeOnField()
 {
-    std::vector<CreaseCandidate> candidates;
-    std::vector<size_t> ends; // of each region's candidates
     const std::vector<Sheets> sheets = sheetsOfRegions(m_open, m_rule);
-    for (size_t n = 0; n < m_open.size(); ++n) {
+    std::vector<CreaseCandidate> candidates;
+    for (size_t n = 0; n < m_open.size(); ++n)
         addCandidates(m_open[n], sheets[n], candidates);
-        ends.push_back(candidates.size());
-    }
     searchCreases(candidates, m_rule);
+    std::vector<CreaseCandidate> corners = creaseEnds(candidates, m_rule);
+    searchCreases(corners, m_rule);
+    candidates.insert(candidates.end(), corners.begin(), corners.end());
     keepOwnCreases(candidates, m_rule);
+    std::ranges::stable_sort(candidates, {}, &CreaseCandidate::region);
 
     std::vector<SurfacePoint> others;
     std::vector<size_t> numbers;
-    for (size_t n = 0, begin = 0; n < m_open.size(); begin = ends[n++]) {
-        const auto own =
-            std::span<const CreaseCandidate>(candidates).subspan(begin, ends[n] - begin);
-        const CreaseCandidate *crease = bestOf(own, m_open[n]);
-        if (!crease) {
+    auto next = candidates.cbegin();
+    for (size_t n = 0; n < m_open.size(); ++n) {
+        const auto first = next;
+        next = std::find_if(first, candidates.cend(), [&](const CreaseCandidate &candidate) {
+            return candidate.region != &m_open[n];
+        });
+        const CreaseCandidate *crease = bestOf(std::span(first, next), m_open[n]);
+        const bool isSmooth = !crease && sheets[n].count == 1;
+        if (isSmooth) {
+            const Sheet &sheet = sheets[n].list[0];
+            others.push_back(
+                {&m_open[n], estimatedPoint(m_open[n], sheet), sheet.normal, sheet.slope});
+        } else if (!crease) {
             others.push_back(towardsSurface(m_open[n]));
-            numbers.push_back(m_vertices.size());
         }
+        if (!crease)
+            numbers.push_back(m_vertices.size());
         m_vertices.push_back(crease ? crease->point : QVector3D());
+        m_isHidden.push_back(crease && (!crease->isInside || crease->isEnd));
+        m_normals.push_back(isSmooth ? sheets[n].list[0].normal : QVector3D());
     }
     putOnSurface(others, m_rule);
     for (size_t n = 0; n < others.size(); ++n)
@@ -154,13 +188,15 @@ void VertexPlacer::keepApart()
         points.push_back(towardsSurface(m_open[n]));
         numbers.push_back(n);
     }
-    QVector3D *const vertices = m_vertices.data() + (m_vertices.size() - m_open.size());
+    const size_t first = m_vertices.size() - m_open.size();
     if (m_rule.field)
         putOnSurface(points, m_rule);
-    for (size_t n = 0; n < points.size(); ++n)
-        vertices[numbers[n]] = points[n].point;
+    for (size_t n = 0; n < points.size(); ++n) {
+        m_vertices[first + numbers[n]] = points[n].point;
+        m_normals[first + numbers[n]] = {};
+    }
     for (const size_t n : fallenTogether())
-        vertices[n] = m_open[n].clamped(m_open[n].middle());
+        m_vertices[first + n] = m_open[n].clamped(m_open[n].middle());
 }
 
 std::vector<size_t> VertexPlacer::fallenTogether() const

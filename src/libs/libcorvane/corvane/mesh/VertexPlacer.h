@@ -15,8 +15,9 @@ namespace corvane::mesh {
 /// decides what there is, and puts every vertex onto its surface. Without a field the minimum of
 /// the error function of the crossings' planes is taken.
 ///
-/// A vertex leaves its cell for a sharp edge that ends in cells without a vertex, because the solid
-/// is thinner there than the grid (see CreaseOwner).
+/// A vertex leaves its cell for a sharp edge, or the tip in which such edges end, that lies in
+/// cells without a vertex for it, because the solid is thinner there than the grid (see
+/// CreaseOwner).
 ///
 /// The place of a vertex depends on nothing but its own cell: two chunks that both hold the cell
 /// get the same bits.
@@ -33,6 +34,11 @@ public:
 
     /// Those that are placed.
     const std::vector<QVector3D> &vertices() const { return m_vertices; }
+    /// For each of them the normal of the surface where its crossings show one smooth sheet and
+    /// nothing else comes near, else zero.
+    const std::vector<QVector3D> &normals() const { return m_normals; }
+    /// Whether a vertex lies on an edge or a corner that the crossings of its cell do not show.
+    const std::vector<bool> &isHidden() const { return m_isHidden; }
 
 private:
     void placeOnField();
@@ -43,6 +49,8 @@ private:
     std::vector<VertexRegion> m_open;
     std::vector<std::size_t> m_openCells; ///< how many regions each has
     std::vector<QVector3D> m_vertices;
+    std::vector<QVector3D> m_normals;
+    std::vector<bool> m_isHidden;
 };
 
 } // namespace corvane::mesh

@@ -48,7 +48,7 @@ void Corvane::reset()
     emit sceneSettingsChanged();
     emit rootsChanged();
     emit selectionChanged();
-    emit sceneChanged();
+    structureTouched();
 }
 
 QString Corvane::stateFingerprint() const

@@ -85,6 +85,9 @@ public:
     QUuid instanceIdByName(const QString &name) const { return m_items.idByName(name); }
     /// Grows with every change of any item, signals blocked or not.
     quint64 itemsRevision() const { return m_items.revision(); }
+    /// Grows with every change that sceneChanged() tells of but those of settings and variables,
+    /// which reach the field by way of items alone.
+    quint64 structureRevision() const { return m_structureRevision; }
     QMap<QString, QUuid> nameIndex() const { return m_items.nameIndex(); }
 
     /// Returns the id, a new one when the item's was null. An item that has that id already is
@@ -273,6 +276,7 @@ private:
     bool setTag(const QUuid &id, const QString &tag, bool on);
     bool clearSelectedTags();
     void rootsTouched();
+    void structureTouched();
     bool storeVariable(const VarsetTable::Address &address, const VarsetEntry &entry);
     void varsetTouched();
 
@@ -284,6 +288,7 @@ private:
     ItemTable m_items;
     QList<QUuid> m_roots;
     bool m_hasRoots = false;
+    quint64 m_structureRevision = 0;
     QMap<QUuid, CatalogMaterial> m_materials;
     QMap<QString, QUuid> m_materialNameIndex;
     QList<DefinitionPtr> m_customDefinitions;

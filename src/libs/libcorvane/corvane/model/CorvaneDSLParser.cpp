@@ -1,6 +1,7 @@
 #include <corvane/model/CorvaneDSLParser.h>
 
 #include <corvane/model/DocumentBlock.h>
+#include <corvane/model/IdSpread.h>
 #include <corvane/model/Logging.h>
 #include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/SceneMigrator.h>
@@ -55,6 +56,14 @@ QVariantMap blockOf(const QVariantMap &file)
 {
     const QVariantMap block = file.value(u"corvane"_s).toMap();
     return block.isEmpty() ? file : block;
+}
+
+template<class Result>
+void checkIds(const QVariantMap &file, Result &result)
+{
+    const QString flaw = flawOfIds(blockOf(file));
+    if (!flaw.isEmpty())
+        addError(result, flaw);
 }
 
 /// Whether a version 1 file holds nothing but nodes of the field, which is all that a logical scene
@@ -135,6 +144,7 @@ void CorvaneDSLParser::readText(const QString &text, ParseResult &result)
     result.text = text;
     result.rawMap =
         yaml::YamlParser(yamlIndent).parseToVariantMap(text, result.errors, &result.remarks);
+    checkIds(result.rawMap, result);
 }
 
 /// From the map of the file, unless that had errors.
@@ -181,11 +191,10 @@ LogicalParseResult CorvaneDSLParser::parseLogical(const QString &text)
 {
     QList<yaml::YamlParser::ParseError> errors;
     const QVariantMap file = yaml::YamlParser(yamlIndent).parseToVariantMap(text, errors);
-    if (errors.isEmpty())
-        return parseLogical(file);
     LogicalParseResult result;
     result.errors = errors;
-    return result;
+    checkIds(file, result);
+    return result.errors.isEmpty() ? parseLogical(file) : result;
 }
 
 LogicalParseResult CorvaneDSLParser::parseLogical(const QVariantMap &file)

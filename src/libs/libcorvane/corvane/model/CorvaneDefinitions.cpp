@@ -49,7 +49,7 @@ void Corvane::addCustomDefinition(const DefinitionPtr &definition)
         *it = definition;
     else
         m_customDefinitions.append(definition);
-    emit sceneChanged();
+    structureTouched();
 }
 
 void Corvane::removeCustomDefinition(const QString &id)
@@ -57,7 +57,7 @@ void Corvane::removeCustomDefinition(const QString &id)
     const auto removed = m_customDefinitions.removeIf(
         [&id](const DefinitionPtr &definition) { return definition->id == id; });
     if (removed > 0)
-        emit sceneChanged();
+        structureTouched();
 }
 
 void Corvane::setCustomDefinitions(const QList<DefinitionPtr> &definitions)
@@ -65,7 +65,7 @@ void Corvane::setCustomDefinitions(const QList<DefinitionPtr> &definitions)
     unregisterFileScopedDefinitions();
     m_customDefinitions = definitions;
     registerFileScopedDefinitions();
-    emit sceneChanged();
+    structureTouched();
 }
 
 bool Corvane::hasCustomDefinition(const QString &id) const

@@ -135,7 +135,7 @@ void Corvane::setProxied(const QUuid &id, bool on)
     }
     emit proxyStateChanged(id, on);
     emit itemUpdated(id, item(id).itemType);
-    emit sceneChanged();
+    structureTouched();
 }
 
 bool Corvane::setTag(const QUuid &id, const QString &tag, bool on)

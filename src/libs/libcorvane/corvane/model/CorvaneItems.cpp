@@ -58,7 +58,7 @@ QUuid Corvane::addItem(const SceneItem &item)
     m_items.put(added);
     emit itemAdded(added.id, added.itemType);
     emit instanceAdded(added.id);
-    emit sceneChanged();
+    structureTouched();
     return added.id;
 }
 
@@ -97,7 +97,7 @@ void Corvane::updateItem(const SceneItem &item)
     if (before.name != item.name && !before.name.isEmpty())
         emit instanceRenamed(item.id, before.name, item.name);
     if (changesStructure(before, item))
-        emit sceneChanged();
+        structureTouched();
 }
 
 void Corvane::removeItem(const QUuid &id)
@@ -115,7 +115,7 @@ void Corvane::removeItem(const QUuid &id)
     emit instanceRemoved(id);
     if (wasRoot)
         emit rootsChanged();
-    emit sceneChanged();
+    structureTouched();
 }
 
 void Corvane::exchangeItems(const QSet<QUuid> &removed, const QList<SceneItem> &added)
@@ -123,7 +123,7 @@ void Corvane::exchangeItems(const QSet<QUuid> &removed, const QList<SceneItem> &
     m_items.removeAll(removed);
     m_items.putAll(added);
     m_roots.clear();
-    emit sceneChanged();
+    structureTouched();
 }
 
 void Corvane::setRoots(const QList<QUuid> &roots)
@@ -160,6 +160,12 @@ void Corvane::drawAllItems()
     m_roots.clear();
     m_hasRoots = false;
     emit rootsChanged();
+    structureTouched();
+}
+
+void Corvane::structureTouched()
+{
+    ++m_structureRevision;
     emit sceneChanged();
 }
 
@@ -167,7 +173,7 @@ void Corvane::rootsTouched()
 {
     m_hasRoots = true;
     emit rootsChanged();
-    emit sceneChanged();
+    structureTouched();
 }
 
 QList<QUuid> Corvane::childInstanceIds(const QUuid &id) const

@@ -1,41 +1,18 @@
 #include <corvane/model/PlainValue.h>
 
 #include <corvane/model/ParameterValue.h>
+#include <corvane/yaml/PlainValue.h>
 
 #include <QColor>
 #include <QMetaType>
 #include <QUuid>
-#include <QVector2D>
-#include <QVector3D>
 #include <QVector4D>
 
-#include <charconv>
 #include <cmath>
 
 namespace corvane::model {
 
 namespace {
-
-/// 0.1f as 0.1 and not as 0.10000000149: the double of the shortest text that names the float.
-double shortestDouble(float value)
-{
-    if (!std::isfinite(value))
-        return double(value);
-    std::array<char, 32> text{};
-    const auto written = std::to_chars(text.data(), text.data() + text.size(), value);
-    double result = double(value);
-    std::from_chars(text.data(), written.ptr, result);
-    return result;
-}
-
-template<class Vector>
-QVariantList components(const Vector &vector, int count)
-{
-    QVariantList list;
-    for (int i = 0; i < count; ++i)
-        list.append(shortestDouble(vector[i]));
-    return list;
-}
 
 QVariantList plainList(const QVariantList &values)
 {
@@ -60,22 +37,12 @@ QVariant plainForFile(const QVariant &value)
 {
     switch (value.typeId()) {
     case QMetaType::Float:
-        return shortestDouble(value.toFloat());
-    case QMetaType::QVector2D:
-        return components(value.value<QVector2D>(), 2);
-    case QMetaType::QVector3D:
-        return components(value.value<QVector3D>(), 3);
-    case QMetaType::QVector4D:
-        return components(value.value<QVector4D>(), 4);
+        return yaml::decimalOf(value.toFloat());
     case QMetaType::QColor: {
         const QColor colour = value.value<QColor>();
-        return components(
-            QVector4D(colour.redF(), colour.greenF(), colour.blueF(), colour.alphaF()), 4);
+        return yaml::plainValue(
+            QVector4D(colour.redF(), colour.greenF(), colour.blueF(), colour.alphaF()));
     }
-    case QMetaType::UInt:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Long:
     case QMetaType::ULong:
     case QMetaType::ULongLong:
         return value.toLongLong();
@@ -89,7 +56,7 @@ QVariant plainForFile(const QVariant &value)
     default:
         // Parameters may stand in any item's data.
         return value.metaType() == QMetaType::fromType<ParameterValue>() ? parameterForFile(value)
-                                                                         : value;
+                                                                         : yaml::plainValue(value);
     }
 }
 

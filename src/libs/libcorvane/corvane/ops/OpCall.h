@@ -29,8 +29,6 @@ public:
     /// Null when it is missing, empty, or no uuid.
     QUuid id(QLatin1StringView key) const { return toId(value(key)); }
     QList<QUuid> ids(QLatin1StringView key) const;
-    /// Whether a place is named at all: an empty id is the top.
-    bool namesId(QLatin1StringView key) const { return !text(key).isEmpty() && !id(key).isNull(); }
 
     /// Logs "<kind>: <reason> <detail>". For `return call.refuse(...)`.
     std::nullopt_t refuse(const QString &reason, const QString &detail = {}) const;

@@ -82,7 +82,7 @@ void SDFLayer::setScene(model::Corvane *scene)
     m_scene = scene;
     if (scene) {
         using model::Corvane;
-        connect(scene, &Corvane::sceneChanged, this, &SDFLayer::requestSyncCoalesced);
+        connect(scene, &Corvane::sceneChanged, this, &SDFLayer::onSceneChanged);
         connect(scene, &Corvane::instanceAdded, this, &SDFLayer::requestSyncCoalesced);
         connect(scene, &Corvane::instanceRemoved, this, &SDFLayer::requestSyncCoalesced);
         connect(scene, &Corvane::instanceUpdated, this, &SDFLayer::updateInstanceParameters);
@@ -97,6 +97,14 @@ void SDFLayer::syncNodesFromDocument()
         emit actionsRequested(RenderMasks::definitionsChanged);
     }
     buildNodeBuffer();
+}
+
+/// A setting, or a variable that no item reads, changes the scene but not the field.
+void SDFLayer::onSceneChanged()
+{
+    if (m_builtItems != m_scene->itemsRevision() ||
+        m_builtStructure != m_scene->structureRevision())
+        requestSyncCoalesced();
 }
 
 void SDFLayer::requestSyncCoalesced()
@@ -128,6 +136,9 @@ void SDFLayer::updateInstanceParameters(const QUuid &id)
     const auto facts = SDFNodePacker::definitionFacts(instance.definitionId(), m_generator);
     if (!SDFNodePacker::isOfDefinition(m_nodes.at(first), facts))
         return requestSyncCoalesced();
+    // When other items changed without a word, the next change of the scene has to find that out.
+    if (m_scene->itemsRevision() == m_builtItems + 1)
+        ++m_builtItems;
 
     // An instance that several others list has a node in each place.
     for (qsizetype i = first; i < m_nodes.size(); ++i) {
@@ -196,6 +207,8 @@ void SDFLayer::buildNodeBuffer()
     m_domains.clear();
     m_buildError.clear();
     if (m_scene) {
+        m_builtItems = m_scene->itemsRevision();
+        m_builtStructure = m_scene->structureRevision();
         SDFNodeBuilder builder(&m_generator);
         if (m_scene->hasItemsOfType(model::ItemTypes::SdfDomain))
             buildDomains(builder);

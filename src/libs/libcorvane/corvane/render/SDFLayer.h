@@ -106,6 +106,7 @@ signals:
 
 private:
     void onRegistryChanged();
+    void onSceneChanged();
     void runCoalescedSync();
     void buildNodeBuffer();
     void buildDomains(SDFNodeBuilder &builder);
@@ -128,6 +129,8 @@ private:
     QVector3D m_exportMin{-5, -5, -5};
     QVector3D m_exportMax{5, 5, 5};
     bool m_exportVolumeEnabled = false;
+    quint64 m_builtItems = 0; ///< the scene's revisions that the nodes are of
+    quint64 m_builtStructure = 0;
     bool m_nodesDirty = false;
     bool m_syncQueued = false;
     bool m_indicesStale = false;

@@ -112,19 +112,9 @@ QString ShaderIndexManager::positionTransformIdAt(qint64 index) const
     return idAt(GpuNodeType::PositionTransform, index);
 }
 
-QString ShaderIndexManager::distanceModifierIdAt(qint64 index) const
-{
-    return idAt(GpuNodeType::DistanceModifier, index);
-}
-
 QString ShaderIndexManager::csgOperatorIdAt(qint64 index) const
 {
     return idAt(GpuNodeType::CsgOp, index);
-}
-
-QString ShaderIndexManager::positionAwareModifierIdAt(qint64 index) const
-{
-    return idAt(GpuNodeType::PositionAwareModifier, index);
 }
 
 int ShaderIndexManager::activePrimitiveCount() const

@@ -52,9 +52,7 @@ public:
     [[nodiscard]] int primitiveIndex(const QString &id) const;
     [[nodiscard]] QString primitiveIdAt(qint64 index) const;
     [[nodiscard]] QString positionTransformIdAt(qint64 index) const;
-    [[nodiscard]] QString distanceModifierIdAt(qint64 index) const;
     [[nodiscard]] QString csgOperatorIdAt(qint64 index) const;
-    [[nodiscard]] QString positionAwareModifierIdAt(qint64 index) const;
     [[nodiscard]] int activePrimitiveCount() const;
 
     /// True when the filter is off, or the id is in the active set.

@@ -2,8 +2,6 @@
 
 #include <corvane/expr/ExprCompiler.h>
 
-#include <algorithm>
-
 namespace corvane::zirn {
 
 void BrokenTexts::replace(QStringList &had, const QStringList &now)
@@ -33,8 +31,7 @@ bool BrokenTexts::setName(const QString &name, expr::ExprType type)
 {
     if (m_isScopeStale)
         return true;
-    const auto known = m_scope.variables.constFind(name);
-    if (known != m_scope.variables.cend())
+    if (const auto known = m_scope.boundType(name))
         return *known == type;
     m_scope.variables.insert(name, type);
     for (const QString &text : std::as_const(m_broken)) {
@@ -46,14 +43,8 @@ bool BrokenTexts::setName(const QString &name, expr::ExprType type)
 
 void BrokenTexts::renewScope(const expr::CompileContext &scope)
 {
-    const auto &before = m_scope.variables;
-    const bool isSuperset =
-        std::all_of(before.keyValueBegin(), before.keyValueEnd(), [&scope](const auto &name) {
-            const auto found = scope.variables.constFind(name.first);
-            return found != scope.variables.cend() && *found == name.second;
-        });
     // New names can only mend.
-    if (isSuperset) {
+    if (scope.includes(m_scope)) {
         m_unchecked.unite(m_broken);
     } else {
         for (auto text = m_places.keyBegin(); text != m_places.keyEnd(); ++text)

@@ -78,12 +78,7 @@ void bindNodes(expr::CompileContext &context, const model::Corvane &scene,
     for (const model::LogicalInstance &node : nodes) {
         if (names.holder(node.name) != node.id || !scene.instanceIdByName(node.name).isNull())
             continue;
-        context.instanceNames.insert(node.name);
-        const auto types = expr::parameterTypes(node.name, node.params);
-        for (auto it = types.cbegin(); it != types.cend(); ++it) {
-            if (!scene.hasVariable(it.key()))
-                context.variables.insert(it.key(), *it);
-        }
+        context.instances.insert(node.name, node.params);
     }
 }
 

@@ -1,7 +1,7 @@
 #include <corvane/zirn/PermissionStore.h>
 
-#include <corvane/zirn/SetAside.h>
 #include <store/MethodGate.h>
+#include <store/PrivateFile.h>
 #include <store/RegularFile.h>
 #include <store/SafeFile.h>
 
@@ -177,8 +177,7 @@ bool PermissionStore::load(const QString &path)
         return false;
     const auto loaded = exists ? grantsFromJson(*json) : QList<PermissionGrant>();
     if (!loaded)
-        qCWarning(lcPermissions).noquote()
-            << "PermissionStore: damaged file set aside as" << setAside(path);
+        store::setAsideFile(path, u"its permissions can't be read, and none of them hold"_s);
     {
         const QMutexLocker lock(&m_mutex);
         m_grants.removeIf(outlivesSession);

@@ -1,11 +1,10 @@
 #include <corvane/zirn/ZirnHistoryDatabase.h>
 
 #include <corvane/zirn/HistoryConnection.h>
-#include <corvane/zirn/SetAside.h>
 #include <store/MethodGate.h>
+#include <store/PrivateFile.h>
 
 #include <QDateTime>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
@@ -57,17 +56,6 @@ bool write(HistoryConnection &connection, Statement statement, const QVariantLis
     return false;
 }
 
-/// The journal goes with its file: beside a new one it would be replayed into it.
-void setDatabaseAside(const QString &path)
-{
-    const QString name = setAside(path);
-    qCWarning(lcHistory).noquote() << "ZirnHistoryDatabase: damaged file set aside as" << name;
-    for (const QString &suffix : {u"-wal"_s, u"-shm"_s}) {
-        if (!name.isEmpty() && QFile::exists(path + suffix))
-            QFile::rename(path + suffix, name + suffix);
-    }
-}
-
 } // namespace
 
 ZirnHistoryDatabase::ZirnHistoryDatabase(QString path, QObject *parent)
@@ -92,7 +80,8 @@ std::shared_ptr<HistoryConnection> ZirnHistoryDatabase::connection()
     own = std::make_shared<HistoryConnection>(m_path);
     if (own->state() == HistoryConnection::State::Damaged) {
         own.reset();
-        setDatabaseAside(m_path);
+        store::setAsideFile(m_path, u"it is no database of the history any more"_s,
+                            {u"-wal"_s, u"-shm"_s});
         own = std::make_shared<HistoryConnection>(m_path);
     }
     return own;

@@ -21,7 +21,7 @@ class HistoryConnection;
 ///
 /// Each thread has a connection of its own, opened at its first call. History is a record and
 /// never in the way: what cannot be written is logged with the SQL error, and the plan goes on.
-/// A file that is no database, or a damaged one, is set aside as "<file>.damaged" and a new one is
+/// A file that is no database, or a damaged one, is set aside under a new name and a new one is
 /// begun. Any thread; historyChanged() comes on the thread that wrote.
 class ZirnHistoryDatabase : public QObject
 {
