@@ -1,8 +1,8 @@
 #include <eval/Graph.h>
-#include <eval/internal/Builtin.h>
-#include <eval/internal/Codegen.h>
 #include <eval/internal/CompiledProgram.h>
 #include <eval/internal/GraphCompiler.h>
+#include <eval/internal/frontend/Builtin.h>
+#include <eval/internal/native/Codegen.h>
 
 #include "RandomProgram.h"
 

@@ -1,6 +1,6 @@
-#include <eval/internal/Builtin.h>
-#include <eval/internal/Parser.h>
-#include <eval/internal/TypeChecker.h>
+#include <eval/internal/frontend/Builtin.h>
+#include <eval/internal/frontend/Parser.h>
+#include <eval/internal/frontend/TypeChecker.h>
 
 #include "AstText.h"
 

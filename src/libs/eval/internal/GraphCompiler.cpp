@@ -4,11 +4,11 @@
 
 #include <eval/internal/GraphCompiler.h>
 
-#include <eval/internal/AstWalk.h>
 #include <eval/internal/BackendCode.h>
 #include <eval/internal/Cache.h>
 #include <eval/internal/OutputOrder.h>
-#include <eval/internal/Parser.h>
+#include <eval/internal/frontend/AstWalk.h>
+#include <eval/internal/frontend/Parser.h>
 
 #include <algorithm>
 #include <utility>
