@@ -605,6 +605,9 @@ void TstCodegen::packedBitsCrossTheBuffer()
     QVERIFY(program.evaluate());
     QCOMPARE(program.get(packed).toUInt(), 0xffff00ffu);
     QCOMPARE(program.getFloat(isLarge), 1.0f);
+    // A user's function gives a number, whatever it is called.
+    QVERIFY(!unitOf(u"uint packed(float x) { return uint(x); } packed(k)"_s).outputs[0].isBits);
+    QVERIFY(unitOf(u"packUnorm4x8(vec4(p, k))"_s).outputs[0].isBits);
 }
 
 QTEST_APPLESS_MAIN(TstCodegen)

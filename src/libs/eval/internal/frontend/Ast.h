@@ -50,31 +50,38 @@ struct AstNode;
 struct Builtin;
 using AstPtr = QSharedPointer<AstNode>;
 
+// clang-format off
 /// One node of a parsed source. Which fields a kind uses:
 ///
-/// | kind                | fields |
-/// |---------------------|--------------------------------------------------------------------------------|
-/// | Literal             | literal: float, double, int, uint, qlonglong, qulonglong or bool | |
-/// Identifier          | name | | Unary               | unaryKind, left | | Binary              |
-/// binaryKind, left, right                                                        | | Ternary |
-/// condition, left, right                                                         | | Call | name,
-/// arguments                                                                | | Constructor | type
-/// (Struct with structName for a struct), name as written, arguments         | | Member | left,
-/// name (a swizzle or a field)                                              | | StructField | left,
-/// name, fieldIndex: a Member that the checker has resolved                 | | Index | left, right
-/// | | Block               | statements; a case block of a switch has its label in name ("default"
-/// or digits) | | ExpressionStatement | left | | VariableDeclaration | type, structName, name,
-/// left: the initialiser or null                          | | If                  | condition,
-/// left, right (null without else)                                     | | For                 |
-/// left: the initial statement or null, condition, right: the step, body          | | While,
-/// DoWhile      | condition, body                                                                |
-/// | Return              | left or null | | Switch              | condition, statements: the case
-/// blocks                                         | | FunctionDefinition  | name, params, type and
-/// structName: what it returns, body: a Block              | | StructDeclaration   | name, params:
-/// the fields                                                       |
+/// | kind                | fields                                                               |
+/// |---------------------|----------------------------------------------------------------------|
+/// | Literal             | literal: float, double, int, uint, qlonglong, qulonglong or bool     |
+/// | Identifier          | name                                                                 |
+/// | Unary               | unaryKind, left                                                      |
+/// | Binary              | binaryKind, left, right                                              |
+/// | Ternary             | condition, left, right                                               |
+/// | Call                | name, arguments, builtin                                             |
+/// | Constructor         | type (Struct with structName for a struct), name as written,         |
+/// |                     | arguments                                                            |
+/// | Member              | left, name (a swizzle or a field)                                    |
+/// | StructField         | left, name, fieldIndex: a Member that the checker has resolved       |
+/// | Index               | left, right                                                          |
+/// | Block               | statements; a case block of a switch has its label in name           |
+/// |                     | ("default" or digits)                                                |
+/// | ExpressionStatement | left                                                                 |
+/// | VariableDeclaration | type, structName, name, left: the initialiser or null                |
+/// | If                  | condition, left, right (null without else)                           |
+/// | For                 | left: the initial statement or null, condition, right: the step,     |
+/// |                     | body                                                                 |
+/// | While, DoWhile      | condition, body                                                      |
+/// | Return              | left or null                                                         |
+/// | Switch              | condition, statements: the case blocks                               |
+/// | FunctionDefinition  | name, params, type and structName: what it returns, body: a Block    |
+/// | StructDeclaration   | name, params: the fields                                             |
 ///
 /// The checker writes `type`, `structName` and `elementType` of every expression. Any child may be
 /// null where the source was in error; a tree that reaches evaluation has none that its kind needs.
+// clang-format on
 struct AstNode
 {
     AstKind kind = AstKind::Literal;

@@ -4,6 +4,7 @@
 
 #include <eval/internal/interpreter/Interpreter.h>
 
+#include <eval/internal/frontend/OverloadPick.h>
 #include <eval/internal/interpreter/BuiltinFunctions.h>
 
 #include <QScopeGuard>
@@ -20,14 +21,6 @@ bool sameParameters(const AstNode &a, const AstNode &b)
         return x.type == y.type && x.structName == y.structName && x.isArray == y.isArray;
     };
     return std::equal(a.params.begin(), a.params.end(), b.params.begin(), b.params.end(), sameType);
-}
-
-bool matchesExactly(const FunctionParam &param, const Value &argument)
-{
-    if (param.isArray || argument.type == Type::Array)
-        return param.isArray && argument.type == Type::Array && argument.elementType == param.type;
-    return param.type == argument.type &&
-           (param.type != Type::Struct || param.structName == argument.structName);
 }
 
 } // namespace
@@ -112,22 +105,11 @@ const AstNode *Interpreter::pickOverload(const AstNode &node, const QList<Value>
                     DiagnosticCategory::Internal);
         return nullptr;
     }
-    const AstNode *firstOfArity = nullptr;
-    for (const AstNode *function : *overloads) {
-        if (function->params.size() != arguments.size())
-            continue;
-        if (std::equal(arguments.begin(), arguments.end(), function->params.begin(),
-                       [](const Value &argument, const FunctionParam &param) {
-                           return matchesExactly(param, argument);
-                       }))
-            return function;
-        if (!firstOfArity)
-            firstOfArity = function;
-    }
-    if (!firstOfArity)
+    const AstNode *const function = eval::internal::pickOverload(*overloads, arguments);
+    if (!function)
         recordError(node.span, u"no overload of '%1' matches at runtime"_s.arg(node.name),
                     DiagnosticCategory::Internal);
-    return firstOfArity;
+    return function;
 }
 
 bool Interpreter::enterCall(const AstNode &node)

@@ -4,23 +4,12 @@
 
 #include <eval/internal/native/CodegenCalls.h>
 
+#include <eval/internal/frontend/OverloadPick.h>
 #include <eval/internal/native/CodegenBuiltins.h>
 
 #include <algorithm>
 
 namespace eval::internal {
-
-namespace {
-
-bool matchesExactly(const FunctionParam &param, const Operand &argument)
-{
-    if (param.isArray || argument.type == Type::Array)
-        return param.isArray && argument.type == Type::Array && argument.elementType == param.type;
-    return param.type == argument.type &&
-           (param.type != Type::Struct || param.structName == argument.structName);
-}
-
-} // namespace
 
 Operand CodegenCalls::emitFunctionCall(const AstNode &node, const QList<Operand> &arguments)
 {
@@ -30,27 +19,9 @@ Operand CodegenCalls::emitFunctionCall(const AstNode &node, const QList<Operand>
         const auto value = emitBuiltin(*builtin, arguments);
         return value ? m_writer.keep(value->text, value->type) : m_writer.unsupported();
     }
-    const AstNode *const function = pickOverload(node, arguments);
+    const AstNode *const function =
+        pickOverload(m_writer.unit().table().value(node.name), arguments);
     return function ? emitUserCall(node, *function, arguments) : m_writer.unsupported();
-}
-
-const AstNode *CodegenCalls::pickOverload(const AstNode &node,
-                                          const QList<Operand> &arguments) const
-{
-    const AstNode *firstOfArity = nullptr;
-    const QList<const AstNode *> overloads = m_writer.unit().table().value(node.name);
-    for (const AstNode *function : overloads) {
-        if (function->params.size() != arguments.size())
-            continue;
-        if (std::equal(arguments.begin(), arguments.end(), function->params.begin(),
-                       [](const Operand &argument, const FunctionParam &param) {
-                           return matchesExactly(param, argument);
-                       }))
-            return function;
-        if (!firstOfArity)
-            firstOfArity = function;
-    }
-    return firstOfArity;
 }
 
 /// Parameters that give something back are bound to copies, which are written back in order: two of

@@ -15,7 +15,6 @@ public:
     Operand emitFunctionCall(const AstNode &node, const QList<Operand> &arguments);
 
 private:
-    const AstNode *pickOverload(const AstNode &node, const QList<Operand> &arguments) const;
     Operand emitUserCall(const AstNode &node, const AstNode &function,
                          const QList<Operand> &arguments);
     Operand emitCallOf(const AstNode &function, QList<QByteArray> arguments);

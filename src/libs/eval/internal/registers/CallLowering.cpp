@@ -5,6 +5,8 @@
 
 #include <eval/internal/registers/CallLowering.h>
 
+#include <eval/internal/frontend/OverloadPick.h>
+
 #include <algorithm>
 
 namespace eval::internal {
@@ -61,31 +63,9 @@ LaneValue CallLowering::lower(const AstNode &node, const std::vector<LaneValue> 
     return builtin ? m_context.builtins.lower(*builtin, arguments) : userCall(node, arguments);
 }
 
-const AstNode *CallLowering::pickOverload(const AstNode &node,
-                                          const std::vector<LaneValue> &arguments) const
-{
-    const AstNode *firstOfArity = nullptr;
-    const QList<const AstNode *> overloads = m_variables.functions().value(node.name);
-    for (const AstNode *function : overloads) {
-        if (function->params.size() != static_cast<qsizetype>(arguments.size()))
-            continue;
-        const bool matches = std::equal(
-            arguments.begin(), arguments.end(), function->params.begin(),
-            [](const LaneValue &argument, const FunctionParam &param) {
-                return !param.isArray && param.type == argument.type &&
-                       (param.type != Type::Struct || param.structName == argument.structName);
-            });
-        if (matches)
-            return function;
-        if (!firstOfArity)
-            firstOfArity = function;
-    }
-    return firstOfArity;
-}
-
 LaneValue CallLowering::userCall(const AstNode &node, const std::vector<LaneValue> &arguments)
 {
-    const AstNode *function = pickOverload(node, arguments);
+    const AstNode *function = pickOverload(m_variables.functions().value(node.name), arguments);
     if (!function || m_open.size() >= static_cast<size_t>(Interpreter::callDepthLimit))
         return m_values.faulted();
     const bool takesArrays = std::ranges::any_of(function->params, &FunctionParam::isArray);

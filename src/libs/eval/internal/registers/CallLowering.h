@@ -17,7 +17,6 @@ public:
 
 private:
     LaneValue userCall(const AstNode &node, const std::vector<LaneValue> &arguments);
-    const AstNode *pickOverload(const AstNode &node, const std::vector<LaneValue> &arguments) const;
     LaneValue expand(const AstNode &function, const std::vector<LaneValue> &arguments,
                      LoweringFrame &callee);
     void expandBody(const AstNode &function, LoweringFrame &callee);
