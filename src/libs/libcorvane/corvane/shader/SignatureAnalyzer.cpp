@@ -3,6 +3,8 @@
 #include <glsl/Lexer.h>
 #include <glsl/Words.h>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 // Signatures are read at every start for every definition, so this takes the words one by one where
