@@ -26,6 +26,8 @@
 using namespace Qt::StringLiterals;
 using corvane::expr::ExpressionManager;
 using corvane::model::Corvane;
+using corvane::registry::Registry;
+using corvane::render::SDFLayer;
 using corvane::xport::ExportPipeline;
 using corvane::xport::ExportRequest;
 using corvane::xport::ExportResult;
@@ -73,14 +75,27 @@ int finishWithoutGeometry(const ExportOptions &options, const QString &outputPat
 
 // ------------------------------------------------------------------ the export itself
 
+QSet<QString> usedIds(const SDFLayer &layer)
+{
+    return SDFLayer::usedDefinitionIds(layer.generatedNodes(), layer.generator());
+}
+
 // What the compilers have against the definitions that the scene brings, in the user's own words;
 // the lines of the generated text where the fault is in none of them alone.
-void printShaderErrors(const Corvane &scene, const corvane::shader::ValidationResult &result)
+void printShaderErrors(const Corvane &scene, const QSet<QString> &used,
+                       const corvane::shader::ValidationResult &result,
+                       const SceneWarnings &warnings)
 {
     printError(u"Error: shader compilation failed"_s);
-    const auto faults = corvane::eval::definitionFaults(scene);
+    QStringList ids;
+    const auto definitions = scene.customDefinitions();
+    for (const auto &definition : definitions) {
+        if (used.contains(definition->id))
+            ids.append(definition->id);
+    }
+    const auto faults = corvane::eval::definitionFaults(Registry::instance(), ids);
     for (const auto &fault : faults)
-        printError(u"  "_s + fault.toString());
+        printError(u"  "_s + warnings.textOf(fault));
     if (!faults.isEmpty())
         return;
     for (const shader::Diagnostic &diagnostic : result.diagnostics) {
@@ -91,10 +106,10 @@ void printShaderErrors(const Corvane &scene, const corvane::shader::ValidationRe
 
 // The field must also compile as a shader: a definition that the viewport cannot draw is not
 // exported.
-bool addFieldShader(const Corvane &scene, const corvane::shader::SDFShaderGenerator &generator,
+bool addFieldShader(const Corvane &scene, const SDFLayer &layer, const SceneWarnings &warnings,
                     ExportRequest &request)
 {
-    request.shaderSource = generator.generateFieldSamplingShader();
+    request.shaderSource = layer.generator().generateFieldSamplingShader();
     if (request.shaderSource.isEmpty()) {
         printError(u"Error: shader generation failed"_s);
         return false;
@@ -102,11 +117,33 @@ bool addFieldShader(const Corvane &scene, const corvane::shader::SDFShaderGenera
     const auto result = corvane::shader::ShaderValidator::validate(
         request.shaderSource, QShader::FragmentStage, u"field_sampling"_s);
     if (!result.success) {
-        printShaderErrors(scene, result);
+        printShaderErrors(scene, usedIds(layer), result, warnings);
         return false;
     }
     request.shaderResult = result;
     return true;
+}
+
+// What makes no field: an unknown definition, or an operator that acts on nothing. It is told by
+// its name, which the pipeline does not know.
+QString brokenNode(const SDFLayer &layer, const Corvane &scene)
+{
+    using corvane::shader::GpuNodeType;
+    const auto &nodes = layer.generatedNodes();
+    for (qsizetype i = 0; i < nodes.size(); ++i) {
+        const GpuNodeType type = nodes.at(i).type();
+        const bool needsNoChild = type == GpuNodeType::Primitive || type == GpuNodeType::CsgOp;
+        const bool isKnown = nodes.at(i).definitionIndex != corvane::shader::noDefinitionIndex;
+        if (isKnown && (needsNoChild || nodes.at(i).firstChild >= 0))
+            continue;
+        const auto instance = scene.instance(layer.itemIdForNodeIndex(uint(i)));
+        if (!isKnown)
+            return u"'%1' has no definition: there is none of the name '%2'"_s.arg(
+                instance.name, instance.definitionId());
+        return u"'%1' has no child: '%2' needs one to act on"_s.arg(instance.name,
+                                                                    instance.definitionId());
+    }
+    return {};
 }
 
 ExportRequest requestOf(const Corvane &scene, const ExpressionManager &expressions,
@@ -192,9 +229,10 @@ int exportScene(Corvane &scene, ExportRequest request, const ExportOptions &opti
     const QString gridError = corvane::xport::ChunkScheduler::gridError(request);
     if (!gridError.isEmpty() && !request.autoBounds && !scene.items().isEmpty())
         return report(ExportResult::failed(gridError), options, warnings);
-    corvane::registry::Registry::instance().loadBuiltinPrimitives();
-    corvane::render::SDFLayer layer;
+    Registry::instance().loadBuiltinPrimitives();
+    SDFLayer layer;
     layer.setScene(&scene);
+    warnings.print(corvane::eval::definitionFaults(scene, usedIds(layer)));
     if (!layer.buildError().isEmpty()) {
         printError(u"Error: "_s + layer.buildError());
         return CorvaneMain::OperationFailed;
@@ -204,7 +242,11 @@ int exportScene(Corvane &scene, ExportRequest request, const ExportOptions &opti
     // Said before the meshing too.
     if (!OutputPath::hasKnownFormat(outputPath))
         return failForFormat(outputPath, options, warnings);
-    if (!addFieldShader(scene, layer.generator(), request))
+    const QString broken = brokenNode(layer, scene);
+    if (!broken.isEmpty())
+        return report(ExportResult::failed(u"CPU backend initialization failed: "_s + broken),
+                      options, warnings);
+    if (!addFieldShader(scene, layer, warnings, request))
         return CorvaneMain::OperationFailed;
     const auto field = layer.nodesAsOneField();
     request.nodes = field.nodes;
@@ -212,7 +254,7 @@ int exportScene(Corvane &scene, ExportRequest request, const ExportOptions &opti
     request.outputPath = outputPath;
     const ExportResult result = runWithFallback(request);
     if (!result.success)
-        warnings.print(corvane::eval::definitionWarnings(scene));
+        warnings.print(corvane::eval::definitionFaults(scene));
     return report(result, options, warnings);
 }
 

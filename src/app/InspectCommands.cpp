@@ -89,7 +89,7 @@ QSharedPointer<Corvane> loadChecked(const QString &path)
     expressions.evaluateAll();
     warnings.tell(*scene, expressions);
     tellOfExport(*scene, expressions, warnings);
-    warnings.print(corvane::eval::definitionWarnings(*scene));
+    warnings.print(corvane::eval::definitionFaults(*scene));
     return scene;
 }
 

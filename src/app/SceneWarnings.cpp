@@ -6,6 +6,7 @@
 #include <corvane/model/Corvane.h>
 #include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
+#include <corvane/shader/DefinitionFault.h>
 
 #include <QLoggingCategory>
 
@@ -46,6 +47,7 @@ ParseResult SceneWarnings::read(const QString &path, Use use)
         DocumentBlock::applyDefinitions(block.isEmpty() ? read.rawMap : block, *definitions);
         registerDefinitions(*definitions);
         m_check = std::make_unique<SceneCheck>(read, reader);
+        m_definitionLines = corvane::check::DefinitionLines(read);
     });
     definitions->unregisterFileScopedDefinitions();
     file.logErrors();
@@ -100,4 +102,18 @@ void SceneWarnings::print(const QList<corvane::model::SceneWarning> &warnings)
         m_told.insert(line);
         CorvaneMain::printError(line);
     }
+}
+
+void SceneWarnings::print(const QList<corvane::shader::DefinitionFault> &faults)
+{
+    QList<corvane::model::SceneWarning> warnings;
+    for (const auto &fault : faults)
+        warnings.append(m_definitionLines.warningOf(fault));
+    print(warnings);
+}
+
+QString SceneWarnings::textOf(const corvane::shader::DefinitionFault &fault) const
+{
+    const QString warning = m_definitionLines.warningOf(fault).toString();
+    return warning.sliced(warning.indexOf(u": "_s) + 2);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/check/DefinitionLines.h>
 #include <corvane/model/SceneWarning.h>
 
 #include <QSet>
@@ -19,6 +20,9 @@ namespace corvane::model {
 class Corvane;
 struct ParseResult;
 } // namespace corvane::model
+namespace corvane::shader {
+struct DefinitionFault;
+}
 
 /// Opens a scene for a command and tells on standard error what in it is most likely not meant,
 /// each once. The checks of a command are collected, and told together before the work begins:
@@ -48,11 +52,16 @@ public:
 
     /// Prints those that were not printed before.
     void print(const QList<corvane::model::SceneWarning> &warnings);
+    /// The same of faults of definitions that the file brings along.
+    void print(const QList<corvane::shader::DefinitionFault> &faults);
+    /// A fault for an error that is told by it: "line 12, definitions.egg.shaderCode: ..."
+    QString textOf(const corvane::shader::DefinitionFault &fault) const;
 
 private:
     enum class Use { Command, Edit };
     corvane::model::ParseResult read(const QString &path, Use use);
 
     std::unique_ptr<corvane::check::SceneCheck> m_check;
+    corvane::check::DefinitionLines m_definitionLines;
     QSet<QString> m_told;
 };

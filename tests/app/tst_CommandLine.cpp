@@ -82,7 +82,10 @@ private slots:
     void unwritableOutputIsFoundFirst();
     void otherBackendsFallBackToTheCpu();
     void impossibleGridsAreRefused();
-    void brokenDefinitionsFailTheShader();
+    void brokenDefinitionsAreToldByTheirLine_data();
+    void brokenDefinitionsAreToldByTheirLine();
+    void theNodeThatMakesNoFieldIsNamed_data();
+    void theNodeThatMakesNoFieldIsNamed();
     void aFailedExportKeepsTheOldFile();
 
 private:
@@ -374,24 +377,72 @@ void TstCommandLine::impossibleGridsAreRefused()
     QVERIFY2(error.contains(QRegularExpression(u"\\d{5,}"_s)), qPrintable(run.standardError));
 }
 
-void TstCommandLine::brokenDefinitionsFailTheShader()
+void TstCommandLine::brokenDefinitionsAreToldByTheirLine_data()
 {
-    QByteArray text = sphereScene;
-    text.replace("  instances:", R"(  definitions:
-    - id: blob
-      name: Blob
-      category: Mine
-      shaderCode: |
-        float sdf_blob(vec3 p, float radius) {
-        return length(p) - no_such_thing;
-        }
-  instances:)");
-    text.replace("type: sphere", "type: blob");
-    const ProgramRun run = runProgram({u"export"_s, writeFile(m_folder, u"d.corvane"_s, text)});
+    QTest::addColumn<QByteArray>("code"); // of a definition whose code begins on line 9
+    QTest::addColumn<QByteArray>("used");
+    QTest::addColumn<QString>("told");
+    const QByteArray block =
+        "|\n\n        float sdf_blob(vec3 p) {\n\n            return missing;\n"
+        "        }";
+    const QByteArray flow = "\"float sdf_blob(vec3 p) { return missing; }\"";
+    const QByteArray discards = "|\n        float sdf_blob(vec3 p) {\n            if (p.x > 9.0) "
+                                "discard;\n            return length(p) - 1.0;\n        }";
+    const QString missing = u"line %1, definitions.blob.shaderCode: 'missing': undeclared "
+                            "identifier. Declare the name before its first use, or correct its "
+                            "spelling.\n"_s;
+    const QString fails = u"Error: shader compilation failed\n  "_s;
+    QTest::newRow("used") << block << QByteArray("blob") << fails + missing.arg(11);
+    QTest::newRow("used, on the line of its key")
+        << flow << QByteArray("blob") << fails + missing.arg(7);
+    QTest::newRow("unused") << block << QByteArray("sphere\n      params: {radius: 2.0}")
+                            << u"Warning: "_s + missing.arg(11);
+    QTest::newRow("compiles, and has holes")
+        << discards << QByteArray("blob")
+        << u"Warning: line 9, definitions.blob.shaderCode: a point that reaches 'discard' has no "
+           "distance and counts as outside. Return a large distance, such as 1e10, where nothing "
+           "shall be.\n"_s;
+}
+
+void TstCommandLine::brokenDefinitionsAreToldByTheirLine()
+{
+    QFETCH(QByteArray, code);
+    QFETCH(QByteArray, used);
+    QFETCH(QString, told);
+    const QByteArray text =
+        "formatVersion: 1\ncorvane:\n  units: mm\n  definitions:\n    - id: blob\n"
+        "      name: Blob\n      shaderCode: " +
+        code + "\n  instances:\n    one:\n      type: " + used + "\n  roots: [one]\n";
+    const QString scene = writeFile(m_folder, u"d.corvane"_s, text);
+    const bool fails = told.startsWith(u"Error"_s);
+    const ProgramRun run = runProgram({u"export"_s, scene, u"-o"_s, m_folder.filePath(u"d.stl"_s)});
+    QCOMPARE(run.status, fails ? 3 : 0);
+    QVERIFY2(run.standardError.contains(told), qPrintable(run.standardError));
+    if (!fails)
+        QCOMPARE(runProgram({u"validate"_s, scene}).standardError, told);
+}
+
+void TstCommandLine::theNodeThatMakesNoFieldIsNamed_data()
+{
+    QTest::addColumn<QByteArray>("type");
+    QTest::addColumn<QString>("why");
+    QTest::newRow("operator without children")
+        << QByteArray("translate") << u"has no child: 'translate' needs one to act on"_s;
+    QTest::newRow("unknown definition")
+        << QByteArray("spere") << u"has no definition: there is none of the name 'spere'"_s;
+}
+
+void TstCommandLine::theNodeThatMakesNoFieldIsNamed()
+{
+    QFETCH(QByteArray, type);
+    QFETCH(QString, why);
+    const QByteArray text =
+        "formatVersion: 1\ncorvane:\n  instances:\n    mine:\n      type: " + type +
+        "\n  roots: [mine]\n";
+    const ProgramRun run = runProgram({u"export"_s, writeFile(m_folder, u"o.corvane"_s, text)});
     QCOMPARE(run.status, 3);
-    QVERIFY2(run.standardError.contains(u"Error: shader compilation failed\n"_s),
-             qPrintable(run.standardError));
-    QVERIFY(run.standardError.contains(u"no_such_thing"_s));
+    QCOMPARE(closingLine(run).value("error"_L1).toString(),
+             u"CPU backend initialization failed: 'mine' "_s + why);
 }
 
 void TstCommandLine::aFailedExportKeepsTheOldFile()

@@ -198,6 +198,13 @@ void TstInterval::intervalIsTight_data()
         3, 4);
     row("clamped quotient", u"clamp((p / p.x).y, 0.0, 1.0)"_s, 0, 1);
     row("mix", u"mix(1.0, 5.0, clamp(p.x, 0.0, 1.0))"_s, 1, 5);
+    row("mix of what is large on one side alone",
+        u"mix(p.y, 3.0 + 1e30 * abs(p.x), clamp(p.x, 0.0, 1.0))"_s, 3, 2e30f);
+    row("fold from one period to the next", u"abs(p.y - 7.0 * floor(p.y / 7.0 + 0.5))"_s, 3, 3.5f);
+    row("angle on both sides of pi, folded",
+        u"float f(vec3 q) { float a = atan(q.x, -q.y); "
+        "return abs(a - 2.0943951 * floor(a / 2.0943951 + 0.5)); }\nf(p)"_s,
+        2.0943951f / 2.0f - std::atan(2.0f / 3.0f), 2.0943951f / 2.0f);
     row("turned", u"(mat2(0.0, 1.0, -1.0, 0.0) * p.xy).x"_s, -4, -3);
     row("sine over its crest", u"sin(p.x)"_s, std::sin(-1.0f), 1);
     row("remainder within a period", u"mod(p.y, 5.0)"_s, 3, 4);

@@ -3,6 +3,7 @@ corvane_library(corvane_check
     AREAS check
     SOURCES
         corvane/check/BlockCheck.cpp
+        corvane/check/DefinitionLines.cpp
         corvane/check/ExpressionCheck.cpp
         corvane/check/Findings.cpp
         corvane/check/GraphCheck.cpp

@@ -52,7 +52,9 @@ corvane_library(corvane_field
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
         corvane/xport/ExportSettings.cpp
+        corvane/xport/FiniteSamples.cpp
         corvane/xport/GridFindings.cpp
+        corvane/xport/GridReport.cpp
         corvane/xport/GridScan.cpp
         corvane/xport/GridSeal.cpp
         corvane/xport/GridSurface.cpp

@@ -29,20 +29,11 @@ quint64 mixed(quint64 bits)
     return bits ^ (bits >> 32);
 }
 
-/// One corner: its position as a number, and the faces of the box that it lies beyond.
-struct Corner
-{
-    quint64 key = 0;
-    unsigned faces = 0;
-};
-
 class EdgeNumbers
 {
 public:
-    EdgeNumbers(const Mesh<float> &mesh, const Point &low, const Point &high)
+    explicit EdgeNumbers(const Mesh<float> &mesh)
         : m_mesh(mesh)
-        , m_low(low)
-        , m_high(high)
     {}
 
     /// Calls visit(number, isForward, triangle, corner) for each edge of a part of the triangles.
@@ -55,33 +46,30 @@ public:
             const ElementData<float> &element = elements[i];
             if (element.type != ElementType::Triangle)
                 continue;
-            Corner corners[3];
+            quint64 corners[3];
             for (int n = 0; n < 3; ++n)
-                corners[n] = cornerAt(vertices[element.nodes[n]]);
+                corners[n] = numberOf(vertices[element.nodes[n]]);
             for (int n = 0; n < 3; ++n) {
-                const Corner &from = corners[n], &to = corners[(n + 1) % 3];
-                if (from.key != to.key && (from.faces & to.faces) == 0)
-                    visit(mixed(from.key + to.key), from.key < to.key, i, n);
+                const quint64 from = corners[n], to = corners[(n + 1) % 3];
+                if (from != to)
+                    visit(mixed(from + to), from < to, i, n);
             }
         }
     }
 
 private:
-    Corner cornerAt(const Point &p) const
+    /// Of a position.
+    static quint64 numberOf(const Point &p)
     {
         // A zero has two signs and one place.
         const auto bits = [](float value) { return quint64(std::bit_cast<quint32>(value + 0.0f)); };
-        quint64 key = bits(p.x) * 0xC2B2AE3D27D4EB4F + bits(p.y) * 0x165667B19E3779F9 +
-                      bits(p.z) * 0xD6E8FEB86659FD93;
-        key ^= key >> 32; // or edges with one middle, as the diagonals of a square, would be one
-        const unsigned faces = unsigned(p.x < m_low.x) | unsigned(p.x > m_high.x) << 1 |
-                               unsigned(p.y < m_low.y) << 2 | unsigned(p.y > m_high.y) << 3 |
-                               unsigned(p.z < m_low.z) << 4 | unsigned(p.z > m_high.z) << 5;
-        return {key, faces};
+        const quint64 key = bits(p.x) * 0xC2B2AE3D27D4EB4F + bits(p.y) * 0x165667B19E3779F9 +
+                            bits(p.z) * 0xD6E8FEB86659FD93;
+        return key ^
+               key >> 32; // or edges with one middle, as the diagonals of a square, would be one
     }
 
     const Mesh<float> &m_mesh;
-    const Point m_low, m_high;
 };
 
 bool isClosed(const EdgeNumbers &edges, qsizetype count, int threads)
@@ -125,9 +113,9 @@ std::vector<Passage> passagesOf(const EdgeNumbers &edges, qsizetype count)
 
 } // namespace
 
-OpenEdges findOpenEdges(const Mesh<float> &mesh, const Point &low, const Point &high, int threads)
+OpenEdges findOpenEdges(const Mesh<float> &mesh, int threads)
 {
-    const EdgeNumbers edges(mesh, low, high);
+    const EdgeNumbers edges(mesh);
     OpenEdges open;
     if (isClosed(edges, mesh.elements.size(), threads))
         return open;

@@ -12,13 +12,10 @@ struct OpenEdges
 };
 
 /// Finds the edges that triangles pass more often in one direction than in the other. Positions
-/// count, not indices, so that a soup of triangles is judged by its shape. Edges of which both ends
-/// lie beyond the same face of the box from `low` to `high` are left out: whoever cut the surface
-/// there knows.
+/// count, not indices, so that a soup of triangles is judged by its shape.
 ///
 /// A closed mesh costs one pass without any memory; only one that is not has its edges listed,
 /// which takes 48 bytes a triangle.
-OpenEdges findOpenEdges(const Mesh<float> &mesh, const Vector3<float> &low,
-                        const Vector3<float> &high, int threads);
+OpenEdges findOpenEdges(const Mesh<float> &mesh, int threads);
 
 } // namespace mesh::process

@@ -83,9 +83,14 @@ void TstPartBounds::theBoxHoldsThePartAndLittleMore_data()
         {9.160f, 2, 5.866f});
     row("what is left of a difference", u"(subtract (box 5 5 5) (translate 4 0 0 (box 5 6 6)))"_s,
         {-5, -5, -5}, {-1, 5, 5});
-    // Where two sectors meet an interval holds both, and only there it is as large as this.
     row("six arms around", u"(radial_repeat 6 12 1 (sphere 1.5))"_s, {-13.5f, -1.5f, -11.892f},
-        {13.5f, 1.5f, 11.892f}, 0.12f);
+        {13.5f, 1.5f, 11.892f}, 0.06f);
+    row("three arms, two of them where their sectors meet the half turn",
+        u"(radial_repeat 3 20 1 (rotate 0 0 90 (ellipsoid 2 15 2)))"_s, {-17.6f, -2, -30.31f},
+        {35, 2, 30.31f}, 0.12f);
+    row("smooth intersection with what is hard to tell",
+        u"(smooth_intersect 0.5 (sphere 3) (twist 2 (box 40 40 0.5)))"_s, {-3, -3, -3}, {3, 3, 3},
+        0.12f);
 }
 
 void TstPartBounds::theBoxHoldsThePartAndLittleMore()

@@ -327,6 +327,17 @@ const Mistake plateMistakes[] = {
      "width: 40.0",
      "width: {value: 40.0, constraints: {max: 30.0}}",
      {"line 5, varset.width.value: 40 is above the greatest value, 30. Give 30 or less."}},
+    {"range without values",
+     "width: 40.0",
+     "width: {value: 40.0, constraints: {min: 50, max: 30}}",
+     {"line 5, varset.width.constraints: the least value, 50, is above the greatest, 30. Exchange "
+      "the two, or correct one.",
+      "line 5, varset.width.value: 40 is below the least value, 50. Give 50 or more."}},
+    {"unit of its own",
+     "width: 40.0",
+     "width: {value: 4.0, unit: cm}",
+     {"line 5, varset.width.unit: cm is not the unit of the scene, mm, and values are not "
+      "converted. Give the value in mm."}},
     {"misspelt key of a variable",
      "width: 40.0",
      "width: {value: 40.0, units: mm}",

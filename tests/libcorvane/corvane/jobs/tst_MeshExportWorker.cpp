@@ -123,6 +123,20 @@ private slots:
         QVERIFY(!m_contexts.contains(u"key"_s));
     }
 
+    void warningsGoToTheLog()
+    {
+        MeshExportWorker worker(&m_contexts);
+        support::JobRunner runner(&worker);
+        QVariantMap data = payload(0.2f);
+        data.insert(u"bounds.maxX"_s, 1.0);
+        data.insert(u"algorithm"_s, u"volume"_s);
+        const quint64 id = runner.start(type, data);
+        QCOMPARE(runner.ended(id).status, BatchStatus::Done);
+        const QString log = runner.messages(id).join(u'\n');
+        QVERIFY2(log.contains(u"Warning: export box: the surface is cut off at maxX"_s),
+                 qPrintable(log));
+    }
+
     void failureIsATextAndNoFile_data()
     {
         QTest::addColumn<QVariantMap>("change");

@@ -124,6 +124,12 @@ void TstSceneBuildTreeTask::failedTreesStayAsOneBatch_data()
     QTest::newRow("a root that is not described")
         << mapOf(R"({"instances": {"a": {"definition": "sphere"}}, "roots": ["a", "b"]})")
         << u"1/2: Instance 'b' has no 'definition' field."_s << 1;
+    QTest::newRow("an unknown definition")
+        << mapOf(
+               R"({"instances": {"a": {"definition": "sphere"}, "b": {"definition": "cylindr"}}})")
+        << u"1/2: Failed to create instance 'b' (definition: cylindr). There is no definition of "
+           "this name. Did you mean \"cylinder\"?"_s
+        << 1;
     QTest::newRow("a parameter of another type")
         << mapOf(R"({"instances": {"a": {"definition": "sphere", "params": {"radius": "2.5"}},
                                    "b": {"definition": "sphere", "params": {"radius": "big"}},

@@ -193,7 +193,7 @@ void TstExportPipeline::failureIsASentence_data()
     };
     const QString empty =
         u"Export produced no triangles — the source may be hidden or outside the export bounds"_s;
-    const QString notInitialized = u"CPU backend initialization failed"_s;
+    const QString notInitialized = u"CPU backend initialization failed: "_s;
     const Change noNodes = [](ExportRequest &r) { r.nodes.clear(); };
     const Change nan = [](ExportRequest &r) { r.boundsMax.setY(std::nanf("")); };
     const Change graphics = [](ExportRequest &r) { r.backend = 1; };
@@ -205,10 +205,10 @@ void TstExportPipeline::failureIsASentence_data()
     row("broken tree", u"(translate)"_s, nothing,
         u"CpuChunkProcessor::initialize: SdfSceneGraphBuilder failed: PositionTransform node has "
         u"no child: 'translate' needs one to act on"_s,
-        notInitialized);
+        notInitialized + u"PositionTransform node has no child: 'translate' needs one"_s);
     row("broken code", u"(test_broken)"_s, nothing,
         u"CpuChunkProcessor::initialize: eval compile failed: unknown function 'missing'"_s,
-        notInitialized);
+        notInitialized + u"unknown function 'missing'"_s);
     row("graphics processor", sphere, graphics, {}, u"GPU backend initialization failed"_s);
     row("unwritable", sphere, unwritable, {}, u"Failed to save mesh: "_s);
     row("no source", sphere, direct({}), {}, u"No source file path for direct export"_s);

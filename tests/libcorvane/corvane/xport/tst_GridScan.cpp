@@ -35,8 +35,14 @@ private slots:
 
 void TstGridScan::initTestCase()
 {
+    qputenv("PATH", "/nowhere"); // a C++ compiler takes longer than any of these exports
     addSphereWith(u"test_hole"_s, u"sqrt(p.x + 1.0)"_s);
     addSphereWith(u"test_far"_s, u"sqrt(2.7 - p.x)"_s);
+    // So slow that intervals are given up before they find the rod.
+    support::addShape(u"test_rod"_s,
+                      u"float sdf_test_rod(vec3 p) { float d = length(p.xz - vec2(1.3, 0.9)) - "
+                      "0.5;\nfor (int i = 0; i < 200; i++) d += 0.0 * sin(d);\n"
+                      "return max(d, p.y - 3.5); }"_s);
 }
 
 void TstGridScan::whatIsTooFineIsTold_data()
@@ -73,21 +79,35 @@ void TstGridScan::whatIsTooFineIsTold_data()
         u"mesh, near \\(-1.2, -0.6, -1.6\\): the field has no value at \\d+ of the sampled "
         "points, which are taken as outside. Keep the definitions from .*"_s);
     row("values end far away", u"(test_far)"_s, QString());
+    row("cut that only the samples show", u"(test_rod)"_s,
+        u"export box: the surface is cut off at maxY \\(the part goes on to at least y = 3.*, the "
+        "box ends at 3\\), minY \\(no end of the part is in sight, the box ends at -3\\). Set .*"_s);
 }
 
-/// The same for any division of the grid and any extractor.
+struct Way
+{
+    int chunkSize = 64;
+    int threads = 1;
+    int extractor = 0;
+    int algorithm = 0;
+};
+
+/// The same for any division of the grid, any extractor, and of a volume.
 void TstGridScan::whatIsTooFineIsTold()
 {
     QFETCH(QString, scene);
     QFETCH(QString, told);
     const QTemporaryDir folder;
     QList<corvane::model::SceneWarning> first;
-    for (const auto &[chunkSize, threads, extractor] :
-         {std::tuple(64, 1, 0), {7, 4, 0}, {8, 3, 1}}) {
-        auto request = support::requestFor(scene, folder.filePath(u"out.stl"_s), 0.2f);
-        request.chunkSize = chunkSize;
-        request.threadCount = threads;
-        request.extractor = extractor;
+    for (const Way &way : {Way{}, Way{.chunkSize = 7, .threads = 4},
+                           Way{.chunkSize = 8, .threads = 3, .extractor = 1}, Way{.extractor = 2},
+                           Way{.algorithm = 1}, Way{.threads = 3, .algorithm = 1}}) {
+        const QString name = way.algorithm == 1 ? u"out.vtk"_s : u"out.stl"_s;
+        auto request = support::requestFor(scene, folder.filePath(name), 0.2f);
+        request.chunkSize = way.chunkSize;
+        request.threadCount = way.threads;
+        request.extractor = way.extractor;
+        request.algorithm = way.algorithm;
         const ExportResult result = support::exported(request);
         QVERIFY2(result.success, qPrintable(result.errorMessage));
         QStringList texts;
@@ -98,7 +118,9 @@ void TstGridScan::whatIsTooFineIsTold()
         QVERIFY2(expected.match(text).hasMatch(), qPrintable(text));
         if (first.isEmpty())
             first = result.warnings;
-        QCOMPARE(result.warnings, first);
+        if (way.extractor == 2)
+            continue; // its grid has more nodes, beyond the box
+        QVERIFY2(result.warnings == first, qPrintable(text));
     }
 }
 

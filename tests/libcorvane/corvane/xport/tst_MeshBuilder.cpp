@@ -19,12 +19,13 @@ namespace {
 using Corner = std::array<float, 3>;
 
 /// The surface of a cube, side 2, in two chunks above each other.
-GridSurface cubeSurface()
+/// @param first  the first of its triangles that is there
+GridSurface cubeSurface(int first = 0)
 {
     const support::FloatMesh cube = support::makeCube();
     GridSurface surface({1, 1, 2});
     std::array<ChunkSurface, 2> chunks;
-    for (const auto &element : cube.elements) {
+    for (const auto &element : cube.elements.mid(first)) {
         Triangle triangle;
         for (std::size_t i = 0; i < 3; ++i) {
             const auto &v = cube.vertices.at(element.nodes.at(static_cast<int>(i)));
@@ -85,6 +86,8 @@ private slots:
     void fileHoldsTheMesh();
     void failureIsASentence_data();
     void failureIsASentence();
+    void openEdgesAreTold_data();
+    void openEdgesAreTold();
     void cancelWins();
 
 private:
@@ -272,6 +275,39 @@ void TstMeshBuilder::failureIsASentence()
     const QString expected = error.contains(u'%') ? error.arg(request.outputPath) : error;
     QVERIFY2(result.errorMessage.startsWith(expected), qPrintable(result.errorMessage));
     QVERIFY(!QFile::exists(request.outputPath));
+}
+
+void TstMeshBuilder::openEdgesAreTold_data()
+{
+    QTest::addColumn<int>("extractor");
+    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<bool>("isCut");
+    QTest::addColumn<QString>("told");
+    const QString open = u"Warning: mesh, near (-1, -1, -1): it is not closed: 3 open edges. %1."_s;
+    const QString anotherStep =
+        open.arg(u"Leave out the last step of postprocess, or try another cell size"_s);
+    QTest::newRow("by a step") << 1 << QStringList{u"weld"_s} << false << anotherStep;
+    QTest::newRow("by an octree") << 2 << QStringList() << false
+                                  << open.arg(u"Try another cell size, or extractor: \"DC\""_s);
+    QTest::newRow("by the box") << 2 << QStringList{u"weld"_s} << true << QString();
+    QTest::newRow("of chunks, which close") << 1 << QStringList() << false << QString();
+}
+
+/// One of the cube's triangles is missing.
+void TstMeshBuilder::openEdgesAreTold()
+{
+    QFETCH(int, extractor);
+    QFETCH(QStringList, steps);
+    QFETCH(bool, isCut);
+    const QTemporaryDir folder;
+    ExportRequest request;
+    request.outputPath = folder.filePath(u"open.stl"_s);
+    request.extractor = extractor;
+    request.postprocess = steps;
+    const ExportResult result =
+        MeshBuilder::buildAndSaveMesh(cubeSurface(1), request, m_never, {}, isCut);
+    QVERIFY2(result.success, qPrintable(result.errorMessage));
+    QTEST(result.warnings.isEmpty() ? QString() : result.warnings.first().toString(), "told");
 }
 
 void TstMeshBuilder::cancelWins()

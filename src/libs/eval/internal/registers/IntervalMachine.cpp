@@ -44,6 +44,10 @@ void IntervalMachine::begin(const LoweredProgram &program, std::span<const Inter
     for (Way &way : m_waiting)
         m_spares.push_back(std::move(way.registers));
     m_waiting.clear();
+    for (Way &left : m_cases)
+        m_spares.push_back(std::move(left.registers));
+    m_cases.clear();
+    m_caseCount = 1;
     m_steps = 0;
     m_mayFault = false;
     m_compared = ~0u;
@@ -92,7 +96,7 @@ bool IntervalMachine::runWays()
         case Step::GiveUp:
             return false;
         case Step::Over:
-            if (!takeWaiting())
+            if (!takeWaiting() && !takeCase())
                 return true;
         }
     }
@@ -126,6 +130,12 @@ IntervalMachine::Step IntervalMachine::stepOn(const Instruction &at)
     case Op::End:
         m_output = interval::hull(m_output, m_way.registers[m_outputRegister].value);
         return Step::Over;
+    case Op::FloorF:
+        computeFloor(at);
+        break;
+    case Op::Atan2F:
+        computeAngle(at);
+        break;
     default:
         m_compared = m_way.position;
         compute(at);
@@ -276,6 +286,60 @@ void IntervalMachine::switchWays()
     Way behind = std::move(m_waiting.back());
     m_waiting.pop_back();
     park(std::exchange(m_way, std::move(behind)));
+}
+
+/// Where several ways are open they would have to be run again for each case.
+bool IntervalMachine::maySplit() const
+{
+    return !m_program->folds.empty() && m_waiting.empty() && m_caseCount < mostCases;
+}
+
+/// Goes on with the first of the two cases of a floor, and leaves the other for later.
+void IntervalMachine::computeFloor(const Instruction &at)
+{
+    compute(at);
+    const Interval whole = m_way.registers[at.dst].value;
+    if (whole.mayBeNan || whole.high - whole.low != 1.0f || !maySplit())
+        return;
+    addCase(at.dst, Interval::of(whole.high, whole.high));
+    m_way.registers[at.dst].value = Interval::of(whole.low, whole.low);
+}
+
+/// The same for an angle. A zero of either sign belongs to both cases.
+void IntervalMachine::computeAngle(const Instruction &at)
+{
+    const Interval y = m_way.registers[at.a].value;
+    const Interval x = m_way.registers[at.b].value;
+    compute(at); // perhaps into one of the two
+    if (!(x.high < 0.0f) || !interval::holdsZero(y) || x.mayBeNan || y.mayBeNan || !maySplit())
+        return;
+    constexpr float tiny = std::numeric_limits<float>::denorm_min();
+    const auto angles = [&x](float low, float high) {
+        return interval::arcTangent2(Interval::of(low, high), x);
+    };
+    addCase(at.dst, angles(std::min(y.low, -tiny), -tiny));
+    m_way.registers[at.dst].value = angles(tiny, std::max(y.high, tiny));
+}
+
+void IntervalMachine::addCase(Register result, const Interval &value)
+{
+    Way other{.position = m_way.position + 1, .registers = spareRegisters()};
+    other.registers = m_way.registers;
+    other.registers[result] = IntervalWord::ofFloat(value);
+    m_cases.push_back(std::move(other));
+    ++m_caseCount;
+    m_steps += m_program->registerCount / 4;
+}
+
+bool IntervalMachine::takeCase()
+{
+    if (m_cases.empty())
+        return false;
+    m_spares.push_back(std::move(m_way.registers));
+    m_way = std::move(m_cases.back());
+    m_cases.pop_back();
+    m_compared = ~0u;
+    return true;
 }
 
 bool IntervalMachine::takeWaiting()

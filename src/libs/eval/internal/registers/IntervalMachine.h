@@ -39,10 +39,16 @@ IntervalWord applyInterval(const Instruction &instruction, const IntervalWord &a
 /// stand at the same instruction become one, which holds what either held: so ways meet again
 /// behind a branch, and a loop that some points leave early goes on for the others. Code that does
 /// not come to its end within stepLimit instructions is given up: its result is anything.
+///
+/// Coordinates that jump, where a fold goes from one period to the next and where an angle goes
+/// from -pi to pi, have two cases that are far apart, and one interval over both knows nothing of
+/// either. The rest of the code is run for each of them, as it is for two halves of a box; there
+/// are mostCases of them at most.
 class IntervalMachine
 {
 public:
     static constexpr long long stepLimit = 400'000;
+    static constexpr int mostCases = 8;
 
     /// @param inputs  the registers that the program's inputs are held in
     /// @param output  index of a float output
@@ -67,6 +73,11 @@ private:
     Step checkIndex(const Instruction &at);
     Step runCall(const ExternalCall &call);
     void compute(const Instruction &at);
+    bool maySplit() const;
+    void computeFloor(const Instruction &at);
+    void computeAngle(const Instruction &at);
+    void addCase(Register result, const Interval &value);
+    bool takeCase();
     void park(Way way);
     void switchWays();
     bool takeWaiting();
@@ -75,6 +86,8 @@ private:
     const LoweredProgram *m_program = nullptr; ///< what the registers are made for
     Way m_way;
     std::vector<Way> m_waiting; ///< by position, the furthest behind last; no two at one position
+    std::vector<Way> m_cases;   ///< to be run to their ends once no way is left
+    int m_caseCount = 0;        ///< of this run, those that are over among them
     std::vector<std::vector<IntervalWord>> m_spares;
     std::vector<quint32> m_callRegisters;
     std::vector<IntervalWord> m_results;

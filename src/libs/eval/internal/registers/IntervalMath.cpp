@@ -144,6 +144,33 @@ Interval clamp(const Interval &x, const Interval &low, const Interval &high)
     return minimum(high, maximum(low, x));
 }
 
+namespace {
+
+float mixedEnd(float a, float b, const Interval &t, bool isLow)
+{
+    const float unknown = isLow ? -infinity : infinity;
+    if (std::isinf(a) || std::isinf(b))
+        return unknown;
+    const auto at = [a, b](float share) {
+        return double(a) * (1.0 - double(share)) + double(b) * double(share);
+    };
+    const double slack = 1e-15 * (std::fabs(double(a)) + std::fabs(double(b)));
+    return isLow ? asFloat(std::min(at(t.low), at(t.high)) - slack)
+                 : asFloat(std::max(at(t.low), at(t.high)) + slack);
+}
+
+/// Of a share from 0 to 1: the low end comes of the low ends alone, however large the high ones
+/// are, and so does its rounding, since neither of the two terms falls when its value rises. An
+/// infinity of which nothing is taken is no number.
+Interval mixOfShares(const Interval &a, const Interval &b, const Interval &t)
+{
+    const bool mayBeNan = a.mayBeNan || b.mayBeNan || t.mayBeNan;
+    return {mixedEnd(a.low, b.low, t, true), mixedEnd(a.high, b.high, t, false),
+            mayBeNan || !isBounded(a) || !isBounded(b)};
+}
+
+} // namespace
+
 /// Linear in each of the three, so that the extremes are at the corners. Rounded in double, of
 /// which the largest term decides.
 Interval mix(const Interval &a, const Interval &b, const Interval &t)
@@ -154,21 +181,21 @@ Interval mix(const Interval &a, const Interval &b, const Interval &t)
         return {a.low, a.high, true};
     if (isAll(1.0f) && isBounded(b) && !isBounded(a))
         return {b.low, b.high, true};
+    const bool isShare = t.low >= 0.0f && t.high <= 1.0f && !t.isEmpty();
+    if (isShare && !a.isEmpty() && !b.isEmpty())
+        return mixOfShares(a, b, t);
     if (!isBounded(a) || !isBounded(b) || !isBounded(t))
         return {};
     const auto at = [](float first, float second, float share) {
         return double(first) * (1.0 - double(share)) + double(second) * double(share);
     };
-    double low = std::min(at(a.low, b.low, t.low), at(a.low, b.low, t.high));
-    double high = std::max(at(a.high, b.high, t.low), at(a.high, b.high, t.high));
-    // Between the two it rises with either of them.
-    if (t.low < 0.0f || t.high > 1.0f) {
-        for (const float share : {t.low, t.high}) {
-            const std::array corners{at(a.low, b.low, share), at(a.low, b.high, share),
-                                     at(a.high, b.low, share), at(a.high, b.high, share)};
-            low = std::min(low, std::ranges::min(corners));
-            high = std::max(high, std::ranges::max(corners));
-        }
+    double low = double(infinity);
+    double high = -low;
+    for (const float share : {t.low, t.high}) {
+        const std::array corners{at(a.low, b.low, share), at(a.low, b.high, share),
+                                 at(a.high, b.low, share), at(a.high, b.high, share)};
+        low = std::min(low, std::ranges::min(corners));
+        high = std::max(high, std::ranges::max(corners));
     }
     const float sizes = absolute(a).high + absolute(b).high;
     const double slack = 1e-15 * double(sizes) * (1.0 + double(absolute(t).high));

@@ -101,6 +101,23 @@ QString numberText(float value)
     return QString::number(double(value), 'g', 4);
 }
 
+void cutAt(const QVector3D &point, int face, FieldIntervals &field, const BoundingVolume &box,
+           float depth, SurfaceCut &cut)
+{
+    cut.isCut[size_t(face)] = true;
+    cut.reach[size_t(face)] = walkedOut(field, point, face, 0.125f * box.longestSide(), depth);
+}
+
+QString endOfPart(int face, float reach, const BoundingVolume &box)
+{
+    if (std::abs(reach) >= searchLimit)
+        return u"no end of the part is in sight"_s;
+    if (numberText(reach) == numberText(box.face(face / 2, face % 2 == 0)))
+        return u"the part ends there as well"_s;
+    return u"the part goes on to at least %1 = %2"_s.arg(nameOf(face).back().toLower(),
+                                                         numberText(reach));
+}
+
 } // namespace
 
 bool SurfaceCut::isAny() const
@@ -113,13 +130,20 @@ SurfaceCut findSurfaceCut(FieldIntervals &field, const BoundingVolume &box, floa
 {
     SurfaceCut cut;
     for (int face = 0; face < faceCount; ++face) {
-        const auto point = pointOnSide(field, sideOf(box, face), depth, field.steps() + budget);
-        cut.isCut[size_t(face)] = point.has_value();
-        if (point)
-            cut.reach[size_t(face)] =
-                walkedOut(field, *point, face, 0.125f * box.longestSide(), depth);
+        if (const auto point = pointOnSide(field, sideOf(box, face), depth, field.steps() + budget))
+            cutAt(*point, face, field, box, depth, cut);
     }
     return cut;
+}
+
+void addToSurfaceCut(SurfaceCut &cut, FieldIntervals &field, const BoundingVolume &box, float depth,
+                     const std::array<std::optional<QVector3D>, faceCount> &points)
+{
+    for (int face = 0; face < faceCount; ++face) {
+        const auto &point = points[size_t(face)];
+        if (point && !cut.isCut[size_t(face)])
+            cutAt(*point, face, field, box, depth, cut);
+    }
 }
 
 std::optional<model::SceneWarning> surfaceCutWarning(const SurfaceCut &cut,
@@ -133,14 +157,10 @@ std::optional<model::SceneWarning> surfaceCutWarning(const SurfaceCut &cut,
         if (!cut.isCut[size_t(face)])
             continue;
         const float reach = cut.reach[size_t(face)];
-        const QString axis = nameOf(face).back().toLower();
         const bool isEndless = std::abs(reach) >= searchLimit;
-        places.append(isEndless
-                          ? u"%1 (no end of the part is in sight, the box ends at %2)"_s.arg(
-                                nameOf(face), numberText(box.face(face / 2, face % 2 == 0)))
-                          : u"%1 (the part goes on to at least %2 = %3, the box ends at %4)"_s.arg(
-                                nameOf(face), axis, numberText(reach),
-                                numberText(box.face(face / 2, face % 2 == 0))));
+        places.append(nameOf(face) + u" (%1, the box ends at %2)"_s.arg(
+                                         endOfPart(face, reach, box),
+                                         numberText(box.face(face / 2, face % 2 == 0))));
         if (!isEndless)
             settings.append(u"bounds.%1 to %2"_s.arg(
                 nameOf(face), numberText(face % 2 == 0 ? reach + margin : reach - margin)));

@@ -32,6 +32,10 @@ struct SurfaceCut
 SurfaceCut findSurfaceCut(FieldIntervals &field, const BoundingVolume &box, float depth,
                           long long budget);
 
+/// Adds the sides on which points of the solid are known, and what is found from these on.
+void addToSurfaceCut(SurfaceCut &cut, FieldIntervals &field, const BoundingVolume &box, float depth,
+                     const std::array<std::optional<QVector3D>, faceCount> &points);
+
 /// "Warning: export box: the surface is cut off at maxX (...)": one warning for all sides; none
 /// without a cut.
 /// @param margin  what a box should leave around the part

@@ -75,11 +75,11 @@ std::optional<Flaw> constraintFlaw(const model::VarsetConstraints &constraints,
 class VariableCheck
 {
 public:
-    VariableCheck(const QVariant &stored, const KeyPath &path, const QStringList &variables,
+    VariableCheck(const QVariant &stored, const KeyPath &path, const SceneSource &source,
                   Findings &findings)
         : m_stored(stored)
         , m_path(path)
-        , m_variables(variables)
+        , m_source(source)
         , m_findings(findings)
     {}
 
@@ -92,6 +92,7 @@ public:
         if (!map.contains(u"value"_s) && !map.contains(u"expression"_s))
             return add({}, u"it has neither a value nor an expression"_s, u"Give it a \"value\""_s);
         checkConstraintKeys(map.value(u"constraints"_s));
+        checkUnit(map.value(u"unit"_s).toString());
         checkType(map);
     }
 
@@ -107,7 +108,7 @@ private:
             return add({}, u"it has no value"_s, u"Write a value behind the colon"_s);
         const QString text =
             m_stored.typeId() == QMetaType::QString ? m_stored.toString() : QString();
-        const QString remedy = text.isEmpty() ? QString() : numberRemedy(text, m_variables);
+        const QString remedy = text.isEmpty() ? QString() : numberRemedy(text, m_source.variables);
         if (text.startsWith(u'=') || text.startsWith(u'$'))
             add({}, u"%1 is a text here, and no expression"_s.arg(shownValue(m_stored)),
                 u"Write {expression: \"%1\"}"_s.arg(shown(text.mid(1))));
@@ -125,6 +126,26 @@ private:
                 m_findings.add(path + KeyPath{key}, u"%1 is not a number"_s.arg(shownValue(limit)),
                                u"Write a number"_s);
         }
+        const QVariant min = constraints.toMap().value(u"min"_s);
+        const QVariant max = constraints.toMap().value(u"max"_s);
+        if (isNumber(min) && isNumber(max) && min.toDouble() > max.toDouble())
+            m_findings.add(path,
+                           u"the least value, %1, is above the greatest, %2"_s.arg(shownValue(min),
+                                                                                   shownValue(max)),
+                           u"Exchange the two, or correct one"_s);
+    }
+
+    /// All lengths of a scene are in its own unit, whatever a variable says of itself.
+    void checkUnit(const QString &unit)
+    {
+        const QVariant stated = m_source.block.value(u"units"_s);
+        const QString own = stated.isValid() ? stated.toString() : u"mm"_s;
+        const QStringList &known = keys::unitWords();
+        if (unit != own && known.contains(unit) && known.contains(own))
+            add(u"unit"_s,
+                u"%1 is not the unit of the scene, %2, and values are not converted"_s.arg(
+                    shown(unit), shown(own)),
+                u"Give the value in %1"_s.arg(shown(own)));
     }
 
     void checkType(const QVariantMap &map)
@@ -141,7 +162,7 @@ private:
         if (const QString wanted = wantedOf(entry.type, entry.value); !wanted.isEmpty())
             return add(u"value"_s, u"%1 is not %2"_s.arg(shownValue(entry.value), wanted),
                        entry.value.typeId() == QMetaType::QString && wanted == "a number"_L1
-                           ? numberRemedy(entry.value.toString(), m_variables)
+                           ? numberRemedy(entry.value.toString(), m_source.variables)
                            : u"Write %1"_s.arg(wanted));
         if (const auto flaw = constraintFlaw(entry.constraints, entry.value))
             add(map.contains(u"value"_s) ? u"value"_s : QString(), flaw->what, flaw->remedy);
@@ -149,11 +170,11 @@ private:
 
     const QVariant m_stored;
     const KeyPath m_path;
-    const QStringList &m_variables;
+    const SceneSource &m_source;
     Findings &m_findings;
 };
 
-void checkVarset(const QVariant &stored, const KeyPath &path, const QStringList &variables,
+void checkVarset(const QVariant &stored, const KeyPath &path, const SceneSource &source,
                  Findings &findings)
 {
     if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap)
@@ -161,7 +182,7 @@ void checkVarset(const QVariant &stored, const KeyPath &path, const QStringList 
                             u"Write each as \"name: value\" below it, indented"_s);
     const QVariantMap map = stored.toMap();
     for (auto it = map.cbegin(); it != map.cend(); ++it)
-        VariableCheck(*it, path + KeyPath{it.key()}, variables, findings).check();
+        VariableCheck(*it, path + KeyPath{it.key()}, source, findings).check();
 }
 
 /// What is wrong with one value of --params.
@@ -194,11 +215,10 @@ std::optional<Flaw> overrideFlaw(const SceneSource &source, const model::Corvane
 
 void checkVariables(const SceneSource &source, Findings &findings)
 {
-    checkVarset(source.block.value(u"varset"_s), source.at(u"varset"_s), source.variables,
-                findings);
+    checkVarset(source.block.value(u"varset"_s), source.at(u"varset"_s), source, findings);
     const QVariantMap varsets = source.block.value(u"varsets"_s).toMap();
     for (auto it = varsets.cbegin(); it != varsets.cend(); ++it)
-        checkVarset(*it, source.at(u"varsets"_s) + KeyPath{it.key()}, source.variables, findings);
+        checkVarset(*it, source.at(u"varsets"_s) + KeyPath{it.key()}, source, findings);
 }
 
 void checkOverrides(const SceneSource &source, const model::Corvane &scene,

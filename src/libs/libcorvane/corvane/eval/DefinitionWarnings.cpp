@@ -120,23 +120,20 @@ QList<DefinitionFault> definitionFaults(const registry::Registry &registry,
     return faults.first(std::min<qsizetype>(faults.size(), most));
 }
 
-QList<DefinitionFault> definitionFaults(const model::Corvane &scene)
+QList<DefinitionFault> definitionFaults(const model::Corvane &scene, const QSet<QString> &compiled)
 {
-    QStringList ids;
+    const registry::Registry &registry = registry::Registry::instance();
+    QStringList others;
+    QList<DefinitionFault> faults;
     const auto definitions = scene.customDefinitions();
-    for (const auto &definition : definitions)
-        ids.append(definition->id);
-    ids.removeDuplicates();
-    return definitionFaults(registry::Registry::instance(), ids);
-}
-
-QList<model::SceneWarning> definitionWarnings(const model::Corvane &scene)
-{
-    QList<model::SceneWarning> warnings;
-    const auto faults = definitionFaults(scene);
-    for (const DefinitionFault &fault : faults)
-        warnings.append({.where = fault.where(), .what = fault.message, .remedy = fault.remedy});
-    return warnings;
+    for (const auto &definition : definitions) {
+        if (!compiled.contains(definition->id))
+            others.append(definition->id);
+        else if (const auto registered = registry.getDefinition(definition->id))
+            faults += discardFaults(*registered);
+    }
+    others.removeDuplicates();
+    return faults + definitionFaults(registry, others);
 }
 
 } // namespace corvane::eval

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <corvane/model/SceneWarning.h>
 #include <corvane/shader/DefinitionFault.h>
 
 #include <QList>
+#include <QSet>
 #include <QStringList>
 
 namespace corvane::model {
@@ -24,7 +24,9 @@ namespace corvane::eval {
 
 /// The same for the definitions that a document brings along, which the registry must hold, as it
 /// does from loading on.
-[[nodiscard]] QList<shader::DefinitionFault> definitionFaults(const model::Corvane &scene);
-[[nodiscard]] QList<model::SceneWarning> definitionWarnings(const model::Corvane &scene);
+/// @param compiled  those that compile as far as is known, in a shader and in a field: of them only
+///                  what no compiler minds is told, at no cost
+[[nodiscard]] QList<shader::DefinitionFault> definitionFaults(const model::Corvane &scene,
+                                                              const QSet<QString> &compiled = {});
 
 } // namespace corvane::eval

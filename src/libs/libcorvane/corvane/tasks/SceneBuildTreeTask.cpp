@@ -2,7 +2,10 @@
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/NearestName.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
+#include <corvane/registry/Definition.h>
+#include <corvane/registry/Registry.h>
 #include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/CameraTasks.h>
 #include <corvane/tasks/EditArguments.h>
@@ -20,6 +23,20 @@ namespace corvane::zirn {
 namespace {
 
 const QString attempt = u"build tree"_s;
+
+/// " There is no definition of this name. Did you mean \"sphere\"?"; nothing for one that there is.
+QString unknownDefinition(const QString &id)
+{
+    const registry::Registry &registry = registry::Registry::instance();
+    if (registry.contains(id))
+        return {};
+    QStringList known;
+    const auto definitions = registry.getAllPrimitives();
+    for (const auto &definition : definitions)
+        known.append(definition->id);
+    return u" There is no definition of this name. "_s +
+           model::didYouMean(id, known, u"corvane.scene.list_definitions lists them."_s);
+}
 
 /// Creates the nodes of a description one by one, on the main thread.
 class TreeBuilder
@@ -50,6 +67,10 @@ private:
             return u"Instance '%1' has no 'definition' field."_s.arg(node.name);
         if (!m_access.tree)
             return u"No LogicalScene available."_s;
+        const QString failure =
+            u"Failed to create instance '%1' (definition: %2)."_s.arg(node.name, node.definitionId);
+        if (const QString why = unknownDefinition(node.definitionId); !why.isEmpty())
+            return failure + why;
         QVariantMap arguments{{u"itemType"_s, u"sdf"_s},
                               {u"definitionId"_s, node.definitionId},
                               {u"name"_s, node.name}};
@@ -57,8 +78,7 @@ private:
             arguments.insert(u"parentId"_s, m_ids.value(node.parentName));
         ops::CorvaneOpExecutor &executor = *m_access.executor;
         if (!executor.apply({ops::OpKind::ItemAdd, arguments}))
-            return u"Failed to create instance '%1' (definition: %2)."_s.arg(node.name,
-                                                                             node.definitionId);
+            return failure;
         const QUuid id = executor.lastCreatedId();
         if (!m_access.isNode(id))
             return u"Could not determine UUID for '%1'."_s.arg(node.name);

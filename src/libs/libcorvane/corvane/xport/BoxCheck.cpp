@@ -1,7 +1,6 @@
 #include <corvane/xport/BoxCheck.h>
 
-#include <corvane/bv/FieldIntervals.h>
-#include <corvane/bv/SurfaceCut.h>
+#include <corvane/eval/FieldCompiler.h>
 #include <corvane/xport/ChunkScheduler.h>
 
 namespace corvane::xport {
@@ -38,28 +37,42 @@ BoundingVolume gridBoxOf(const ExportRequest &request)
     return box;
 }
 
+float depthOf(const ExportRequest &request)
+{
+    return depthShare * request.cellSize;
+}
+
 } // namespace
 
-std::optional<model::SceneWarning> checkBox(const ExportRequest &request,
-                                            const eval::DefinitionTable &definitions,
-                                            const std::atomic_bool *cancelFlag)
+BoxCheck::BoxCheck(const ExportRequest &request, const eval::DefinitionTable &definitions,
+                   const std::atomic_bool *cancelFlag)
+    : m_request(request)
 {
-    const BoundingVolume box(request.boundsMin, request.boundsMax);
     if (request.sealed && !request.autoBounds)
-        return std::nullopt;
+        return;
     auto scene =
         eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, definitions);
     if (!scene.error.isEmpty())
-        return std::nullopt;
+        return;
     const eval::CompiledField compiled = eval::compileField(scene, ::eval::Backend::Interpreted);
     if (!compiled.program)
-        return std::nullopt;
-    bv::FieldIntervals field(compiled);
-    field.setCancelFlag(cancelFlag);
-    const bv::SurfaceCut cut = bv::findSurfaceCut(
-        field, gridBoxOf(request), depthShare * request.cellSize, budgetFor(request));
-    const float margin = std::max(marginShare * box.longestSide(), 2.0f * request.cellSize);
-    return bv::surfaceCutWarning(cut, box, margin);
+        return;
+    m_field = std::make_unique<bv::FieldIntervals>(compiled);
+    m_field->setCancelFlag(cancelFlag);
+    m_cut = bv::findSurfaceCut(*m_field, gridBoxOf(request), depthOf(request), budgetFor(request));
+}
+
+void BoxCheck::add(const std::array<std::optional<QVector3D>, bv::faceCount> &points)
+{
+    if (m_field)
+        bv::addToSurfaceCut(m_cut, *m_field, gridBoxOf(m_request), depthOf(m_request), points);
+}
+
+std::optional<model::SceneWarning> BoxCheck::warning() const
+{
+    const BoundingVolume box(m_request.boundsMin, m_request.boundsMax);
+    const float margin = std::max(marginShare * box.longestSide(), 2.0f * m_request.cellSize);
+    return bv::surfaceCutWarning(m_cut, box, margin);
 }
 
 } // namespace corvane::xport

@@ -2,14 +2,13 @@
 
 #include <corvane/mesh/DualContouring.h>
 #include <corvane/mesh/MarchingCubes.h>
+#include <corvane/xport/FiniteSamples.h>
 #include <corvane/xport/GridScan.h>
 #include <corvane/xport/SealedField.h>
-#include <corvane/xport/WallCheck.h>
 
 #include <QLoggingCategory>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -20,30 +19,6 @@ using namespace Qt::StringLiterals;
 Q_LOGGING_CATEGORY(lcCpuChunks, "ondrel.corvane.export", QtWarningMsg)
 
 namespace {
-
-/// The bits of the largest size; those of infinities and of what is no number are larger than those
-/// of all numbers.
-int largestBits(std::span<const float> samples)
-{
-    int largest = 0;
-    for (const float value : samples)
-        largest = std::max(largest, std::bit_cast<int>(value) & 0x7fffffff);
-    return largest;
-}
-
-/// What is no number, or beyond all numbers, as a value that a crossing can be computed from.
-/// @return  whether any sample is that, or so far away that it is no value
-bool makeFinite(std::span<float> samples)
-{
-    constexpr int farBits = std::bit_cast<int>(eval::farDistance);
-    if (largestBits(samples) < farBits)
-        return false;
-    for (float &value : samples) {
-        if (!std::isfinite(value))
-            value = value < 0.0f ? -eval::farDistance : eval::farDistance;
-    }
-    return true;
-}
 
 float largestCoordinate(const ExportRequest &request)
 {
@@ -77,13 +52,13 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
     m_origin = request.boundsMin;
     m_dual = request.extractor == static_cast<int>(SurfaceExtractor::DualContouring);
     m_seal = GridSeal(request);
-    m_cellSize = request.cellSize;
     m_crossingMargin = crossingMarginFor(request);
     auto scene =
         eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, m_definitions);
     if (!scene.error.isEmpty()) {
         qCWarning(lcCpuChunks).noquote()
             << "CpuChunkProcessor::initialize: SdfSceneGraphBuilder failed:" << scene.error;
+        m_error = scene.error;
         return false;
     }
     const bool native = request.backend == static_cast<int>(ExportBackend::Native);
@@ -91,6 +66,7 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
     if (!m_field.program) {
         qCWarning(lcCpuChunks).noquote()
             << "CpuChunkProcessor::initialize: eval compile failed:" << m_field.error;
+        m_error = m_field.error;
         return false;
     }
     return true;
@@ -204,11 +180,13 @@ void CpuChunkProcessor::scan(const mesh::ScalarField3D &field, int firstOwned, L
 {
     GridScan scan(field, firstOwned, lane.evaluator, m_seal);
     scan.run(lane.findings);
+    scan.scanSides(m_seal.last(), lane.findings);
     if (lane.hasValueless)
         scan.scanValueless(lane.findings);
 }
 
-QList<model::SceneWarning> CpuChunkProcessor::warnings(const std::atomic_bool &cancelFlag)
+GridReport CpuChunkProcessor::report(const ExportRequest &request,
+                                     const std::atomic_bool &cancelFlag)
 {
     GridFindings findings;
     {
@@ -216,17 +194,9 @@ QList<model::SceneWarning> CpuChunkProcessor::warnings(const std::atomic_bool &c
         for (const auto &lane : m_lanes)
             findings.merge(lane->findings);
     }
-    const auto positionOf = [this](const GridNode &node) {
-        return QVector3D(mesh::nodeCoordinate(m_origin.x(), m_cellSize, node.x),
-                         mesh::nodeCoordinate(m_origin.y(), m_cellSize, node.y),
-                         mesh::nodeCoordinate(m_origin.z(), m_cellSize, node.z));
-    };
-    QList<model::SceneWarning> warnings = findingsWarnings(findings, m_cellSize, positionOf);
     eval::EvalFieldEvaluator field = makeEvaluator();
     field.setCancelFlag(&cancelFlag);
-    if (const auto walls = WallCheck(field, m_cellSize, positionOf).check(std::move(findings)))
-        warnings.append(*walls);
-    return warnings;
+    return gridReport(std::move(findings), request, field);
 }
 
 void CpuChunkProcessor::release()

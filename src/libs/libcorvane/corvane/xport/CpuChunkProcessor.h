@@ -3,6 +3,7 @@
 #include <corvane/eval/DefinitionTable.h>
 #include <corvane/eval/FieldCompiler.h>
 #include <corvane/mesh/ScalarField3D.h>
+#include <corvane/xport/GridReport.h>
 #include <corvane/xport/GridSeal.h>
 #include <corvane/xport/IChunkProcessor.h>
 
@@ -32,10 +33,12 @@ public:
                       ChunkSurface &outTriangles, QString &outError) override;
     void release() override;
     QString name() const override;
+    /// After initialize() failed: why.
+    const QString &error() const { return m_error; }
 
-    /// What the samples show that the mesh will not, of all chunks; once, after the last and before
-    /// release().
-    QList<model::SceneWarning> warnings(const std::atomic_bool &cancelFlag);
+    /// What the samples show that the mesh will not, of all chunks of the request that this was
+    /// initialized with; once, after the last and before release().
+    GridReport report(const ExportRequest &request, const std::atomic_bool &cancelFlag);
 
 private:
     struct Lane;
@@ -53,9 +56,9 @@ private:
     mesh::ScalarField3D fieldOf(const ChunkJob &job, const Lane &lane) const;
 
     eval::DefinitionTable m_definitions;
+    QString m_error;
     eval::CompiledField m_field;
     QVector3D m_origin;
-    float m_cellSize = 0.1f;
     float m_crossingMargin = 0.0f;
     bool m_dual = false; ///< dual contouring
     GridSeal m_seal;

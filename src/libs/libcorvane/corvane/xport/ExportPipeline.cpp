@@ -151,7 +151,7 @@ QList<model::SceneWarning> ExportPipeline::boxWarnings(ExportRequest request)
         warnings.append({.where = u"settings.export"_s,
                          .what = u"an export fails: "_s + gridError,
                          .remedy = u"Correct \"bounds\" or \"cellSize\""_s});
-    else if (const auto cut = checkBox(request, definitions))
+    else if (const auto cut = BoxCheck(request, definitions).warning())
         warnings.append(*cut);
     return warnings;
 }
@@ -184,28 +184,29 @@ ExportResult ExportPipeline::execute(ExportRequest request,
     const QString gridError = ChunkScheduler::gridError(request);
     if (!gridError.isEmpty())
         return ExportResult::failed(gridError);
-    if (const auto cut = checkBox(request, definitions, &m_cancelled))
+    BoxCheck box(request, definitions, &m_cancelled);
+    ExportResult result = exportField(request, definitions, box);
+    if (const auto cut = box.warning())
         warnings.append(*cut);
-    ExportResult result = exportField(request, definitions);
     result.warnings = warnings + result.warnings;
     return result;
 }
 
 /// Meshes the field of a request, whose box and grid are known to be sound.
 ExportResult ExportPipeline::exportField(const ExportRequest &request,
-                                         const eval::DefinitionTable &definitions)
+                                         const eval::DefinitionTable &definitions, BoxCheck &box)
 {
     if (request.algorithm == static_cast<int>(ExportAlgorithm::Volume))
-        return exportVolume(request, definitions);
+        return exportVolume(request, definitions, box);
     if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))
-        return exportOctree(request, definitions);
+        return exportOctree(request, definitions, box);
     if (request.backend == static_cast<int>(ExportBackend::Gpu))
         return ExportResult::failed(u"GPU backend initialization failed"_s);
-    return exportChunks(request, definitions);
+    return exportChunks(request, definitions, box);
 }
 
 ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
-                                          const eval::DefinitionTable &definitions)
+                                          const eval::DefinitionTable &definitions, BoxCheck &box)
 {
     const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
     const ChunkScheduler scheduler(request, threads);
@@ -213,7 +214,7 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
     CpuChunkProcessor processor(definitions);
     const auto release = qScopeGuard([&processor] { processor.release(); });
     if (!processor.initialize(request))
-        return ExportResult::failed(u"CPU backend initialization failed"_s);
+        return ExportResult::failed(u"CPU backend initialization failed: "_s + processor.error());
     ChunkRunner runner(processor, scheduler, m_cancelled,
                        [this](qint64 done, qint64 total) { reportProgress(done, total); });
     runner.run(threads);
@@ -221,36 +222,47 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
         return ExportResult::failed(runner.error());
-    const QList<model::SceneWarning> warnings = processor.warnings(m_cancelled);
+    const GridReport report = processor.report(request, m_cancelled);
+    return makeMesh(runner.takeSurface(), report, request, definitions, box);
+}
+
+ExportResult ExportPipeline::makeMesh(GridSurface &&surface, const GridReport &report,
+                                      const ExportRequest &request,
+                                      const eval::DefinitionTable &definitions, BoxCheck &box)
+{
     m_stage = "making the mesh"_L1;
-    ExportResult result =
-        MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled, definitions);
-    result.warnings = warnings + result.warnings;
+    box.add(report.cuts);
+    ExportResult result = MeshBuilder::buildAndSaveMesh(std::move(surface), request, m_cancelled,
+                                                        definitions, box.isCut());
+    result.warnings = report.warnings + result.warnings;
     return result;
 }
 
 ExportResult ExportPipeline::exportOctree(const ExportRequest &request,
-                                          const eval::DefinitionTable &definitions)
+                                          const eval::DefinitionTable &definitions, BoxCheck &box)
 {
     emit progressChanged(0, 1);
     GridSurface surface;
     QString error;
-    const bool done = OctreeExport(request, definitions, m_cancelled).run(surface, error);
+    OctreeExport octree(request, definitions, m_cancelled);
+    const bool done = octree.run(surface, error);
     if (m_cancelled)
         return ExportResult::failed(u"Export cancelled"_s);
     if (!done)
         return ExportResult::failed(error);
     emit progressChanged(1, 1);
-    m_stage = "making the mesh"_L1;
-    return MeshBuilder::buildAndSaveMesh(std::move(surface), request, m_cancelled, definitions);
+    return makeMesh(std::move(surface), octree.report(), request, definitions, box);
 }
 
 ExportResult ExportPipeline::exportVolume(const ExportRequest &request,
-                                          const eval::DefinitionTable &definitions)
+                                          const eval::DefinitionTable &definitions, BoxCheck &box)
 {
-    return VolumeExport(request, definitions, m_cancelled,
-                        [this](qint64 done, qint64 total) { reportProgress(done, total); })
-        .run();
+    VolumeExport volume(request, definitions, m_cancelled,
+                        [this](qint64 done, qint64 total) { reportProgress(done, total); });
+    ExportResult result = volume.run();
+    box.add(volume.report().cuts);
+    result.warnings = volume.report().warnings + result.warnings;
+    return result;
 }
 
 ExportResult ExportPipeline::exportDirect(const ExportRequest &request)

@@ -13,6 +13,10 @@ class DefinitionTable;
 
 namespace corvane::xport {
 
+class BoxCheck;
+class GridSurface;
+struct GridReport;
+
 /// The one road from a compiled scene to a mesh file.
 ///
 /// Lives on one thread; run() returns at once and the work goes on on a thread of its own.
@@ -65,14 +69,17 @@ private:
     ExportResult work(const ExportRequest &request, const eval::DefinitionTable &definitions);
     void finish(const ExportResult &result);
     ExportResult execute(ExportRequest request, const eval::DefinitionTable &definitions);
-    ExportResult exportField(const ExportRequest &request,
-                             const eval::DefinitionTable &definitions);
+    ExportResult exportField(const ExportRequest &request, const eval::DefinitionTable &definitions,
+                             BoxCheck &box);
     ExportResult exportChunks(const ExportRequest &request,
-                              const eval::DefinitionTable &definitions);
+                              const eval::DefinitionTable &definitions, BoxCheck &box);
     ExportResult exportOctree(const ExportRequest &request,
-                              const eval::DefinitionTable &definitions);
+                              const eval::DefinitionTable &definitions, BoxCheck &box);
     ExportResult exportVolume(const ExportRequest &request,
-                              const eval::DefinitionTable &definitions);
+                              const eval::DefinitionTable &definitions, BoxCheck &box);
+    ExportResult makeMesh(GridSurface &&surface, const GridReport &report,
+                          const ExportRequest &request, const eval::DefinitionTable &definitions,
+                          BoxCheck &box);
     ExportResult exportDirect(const ExportRequest &request);
     void reportProgress(qint64 done, qint64 total);
 

@@ -50,6 +50,13 @@ void GridFindings::addSpot(const GridNode &node, int axis)
         pruneSpots();
 }
 
+void GridFindings::addCut(int side, const CutNode &cut)
+{
+    CutNode &deepest = cuts[static_cast<std::size_t>(side)];
+    if (cut.depth > deepest.depth || (cut.depth == deepest.depth && cut.node < deepest.node))
+        deepest = cut;
+}
+
 void GridFindings::merge(const GridFindings &other)
 {
     valueless += other.valueless;
@@ -59,6 +66,8 @@ void GridFindings::merge(const GridFindings &other)
             pieces == 0 ? other.smallestPiece : std::min(smallestPiece, other.smallestPiece);
     pieces += other.pieces;
     keepFirst(firstPiece, other.firstPiece);
+    for (int side = 0; side < 6; ++side)
+        addCut(side, other.cuts[static_cast<std::size_t>(side)]);
     spots += other.spots;
     lowestSpots.insert(lowestSpots.end(), other.lowestSpots.begin(), other.lowestSpots.end());
     pruneSpots();

@@ -32,6 +32,13 @@ struct WallSpot
     auto operator<=>(const WallSpot &) const = default;
 };
 
+/// The node of a side of the grid that lies deepest in the solid.
+struct CutNode
+{
+    float depth = 0.0f; ///< the negated field, scene units; 0 where the side is clear of the solid
+    GridNode node;
+};
+
 /// What the samples of a grid show that a mesh of its cell size does not hold faithfully. The
 /// findings of pieces of a grid, merged in any order, are those of the whole grid.
 struct GridFindings
@@ -43,13 +50,15 @@ struct GridFindings
     std::optional<GridNode> valuelessHole{}; ///< the first of those that open or dent the solid
     qint64 pieces = 0;                       ///< of the solid, apart and two nodes across at most
     std::optional<GridNode> firstPiece{};
-    float smallestPiece = 0.0f; ///< its largest extent, scene units
+    float smallestPiece = 0.0f;    ///< its largest extent, scene units
+    std::array<CutNode, 6> cuts{}; ///< by side: high X, low X, high Y ... as bv::faceCount has them
     qint64 spots = 0;
     std::vector<WallSpot> lowestSpots{}; ///< at least the mostSpots of lowest rank, in any order
 
     void addValuelessHole(const GridNode &node);
     void addPiece(const GridNode &node, float extent);
     void addSpot(const GridNode &node, int axis);
+    void addCut(int side, const CutNode &cut);
     void merge(const GridFindings &other);
     /// Leaves exactly the spots of lowest rank, sorted.
     void sortSpots();

@@ -99,6 +99,35 @@ void GridScan::scanRow(int j, int k, GridFindings &findings)
     }
 }
 
+void GridScan::scanSides(const std::array<qint64, 3> &last, GridFindings &findings) const
+{
+    if (m_seal.isClosed())
+        return;
+    const std::array<qint64, 3> first{m_samples.firstX, m_samples.firstY, m_samples.firstZ};
+    for (int side = 0; side < 6; ++side) {
+        const auto axis = static_cast<std::size_t>(side / 2);
+        const qint64 plane = (side % 2 == 0 ? last[axis] : 0) - first[axis];
+        if (plane >= 0 && plane < m_counts[axis])
+            scanSide(side, static_cast<int>(plane), findings);
+    }
+}
+
+/// Nodes beyond the other sides do not count: chunks of dual contouring have some.
+void GridScan::scanSide(int side, int plane, GridFindings &findings) const
+{
+    const auto axis = static_cast<std::size_t>(side / 2);
+    const std::size_t u = (axis + 1) % 3, v = (axis + 2) % 3;
+    Index at{};
+    at[axis] = plane;
+    for (at[v] = m_firstOwned; at[v] < m_counts[v]; ++at[v]) {
+        for (at[u] = m_firstOwned; at[u] < m_counts[u]; ++at[u]) {
+            const float value = m_samples.values[m_samples.index(at[0], at[1], at[2])];
+            if (value < 0.0f)
+                findings.addCut(side, {-value, nodeOf(at)});
+        }
+    }
+}
+
 /// Few fields have any, and each chunk knows: this need not be fast.
 void GridScan::scanValueless(GridFindings &findings) const
 {

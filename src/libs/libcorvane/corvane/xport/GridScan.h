@@ -27,6 +27,9 @@ public:
 
     /// Adds walls and pieces to the findings. About a pass over the samples.
     void run(GridFindings &findings);
+    /// Adds where the solid reaches through the sides of the grid, unless it is sealed.
+    /// @param last  indices of the last nodes of the whole grid
+    void scanSides(const std::array<qint64, 3> &last, GridFindings &findings) const;
     /// Adds nodes without a value.
     void scanValueless(GridFindings &findings) const;
 
@@ -45,6 +48,7 @@ private:
     void lookAt(const Index &at, const float *node, GridFindings &findings);
     void lookAtValueless(const Index &at, GridFindings &findings) const;
     void lookForSpot(const Index &at, const float *node, std::size_t axis, GridFindings &findings);
+    void scanSide(int side, int plane, GridFindings &findings) const;
     void closeSpots(GridFindings &findings);
     bool isLongRun(const Index &at, int axis) const;
     void findPiece(const Index &at, GridFindings &findings);

@@ -22,6 +22,10 @@ public:
     /// For a request whose grid is possible.
     explicit GridSeal(const ExportRequest &request);
 
+    bool isClosed() const { return m_closed; }
+    /// Indices of the last nodes of the grid.
+    const std::array<qint64, 3> &last() const { return m_last; }
+
     /// Raises those samples of a row along X that lie on an end of the grid, or beyond it, to at
     /// least one cell size. Indices are those of the whole grid.
     void raiseRow(std::span<float> row, qint64 firstX, qint64 y, qint64 z) const;

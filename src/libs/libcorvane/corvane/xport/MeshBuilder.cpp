@@ -1,6 +1,7 @@
 #include <corvane/xport/MeshBuilder.h>
 
 #include <corvane/xport/ChunkScheduler.h>
+#include <corvane/xport/GridFindings.h>
 #include <corvane/xport/PostProcess.h>
 
 #include <concurrency/Outcome.h>
@@ -114,33 +115,34 @@ void releaseLater(SurfaceMesh &&mesh)
     concurrency::runAside("Ondrel.release", [kept] { *kept = {}; });
 }
 
-/// Within so many cells of the box an open edge is where the box cuts the surface: vertices of dual
-/// contouring lie up to a cell inside, and steps may move them.
-constexpr float cutMargin = 1.5f;
+/// Whether a mesh is worth a look for open edges. What the chunks of a grid make closes by its
+/// making, and the look would cost their plain export more than 3 %.
+bool mayBeOpen(const ExportRequest &request)
+{
+    return !request.postprocess.isEmpty() ||
+           request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring);
+}
 
-/// A mesh that steps have left open although the box does not cut it there. What comes from the
-/// grid closes by its making, and a look at it would cost a plain export more than 3 %.
+/// A mesh that is open although no box cuts it.
 QList<model::SceneWarning> opennessOf(const SurfaceMesh &mesh, const ExportRequest &request,
                                       int threads)
 {
-    const QVector3D margin = QVector3D(1, 1, 1) * (cutMargin * request.cellSize);
     ::mesh::process::OpenEdges open;
     // To list the edges of a mesh that is not closed takes memory, and no mesh is worth less for
     // it.
-    const auto outcome = concurrency::guarded([&] {
-        open = ::mesh::process::findOpenEdges(mesh, vertexOf(request.boundsMin + margin),
-                                              vertexOf(request.boundsMax - margin), threads);
-    });
+    const auto outcome =
+        concurrency::guarded([&] { open = ::mesh::process::findOpenEdges(mesh, threads); });
     if (!outcome.isGood())
         qCInfo(lcMeshBuilder) << "Export: open edges were not counted:" << outcome.reason();
     if (open.count == 0)
         return {};
-    const QString where = u"mesh, near (%1, %2, %3)"_s.arg(QString::number(open.example.x),
-                                                           QString::number(open.example.y),
-                                                           QString::number(open.example.z));
-    return {{.where = where,
-             .what = u"it is not closed: %1 open edges"_s.arg(open.count),
-             .remedy = u"Leave out the last step of postprocess, or try another cell size"_s}};
+    const QVector3D place(open.example.x, open.example.y, open.example.z);
+    return {
+        {.where = u"mesh, "_s + nearText(place),
+         .what = u"it is not closed: %1 open edges"_s.arg(open.count),
+         .remedy = request.postprocess.isEmpty()
+                       ? u"Try another cell size, or extractor: \"DC\""_s
+                       : u"Leave out the last step of postprocess, or try another cell size"_s}};
 }
 
 } // namespace
@@ -180,7 +182,7 @@ SurfaceMesh MeshBuilder::assemble(GridSurface &&surface, int threads,
 
 ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRequest &request,
                                            const std::atomic_bool &cancelFlag,
-                                           const eval::DefinitionTable &definitions)
+                                           const eval::DefinitionTable &definitions, bool isCut)
 {
     const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
     SurfaceMesh mesh = assemble(std::move(surface), threads, &cancelFlag);
@@ -205,7 +207,7 @@ ExportResult MeshBuilder::buildAndSaveMesh(GridSurface &&surface, const ExportRe
     result.success = true;
     result.triangleCount = mesh.elements.size();
     result.vertexCount = mesh.vertices.size();
-    if (!request.postprocess.isEmpty())
+    if (!isCut && mayBeOpen(request))
         result.warnings = opennessOf(mesh, request, threads);
     releaseLater(std::move(mesh));
     return result;

@@ -29,9 +29,11 @@ public:
     /// Assembles, runs the request's post-processing steps and saves by the extension of the output
     /// path.
     /// @param definitions  of the nodes in the request, for the steps that need its field
+    /// @param isCut        the box cuts the surface: that the mesh is open there is no news
     static ExportResult buildAndSaveMesh(GridSurface &&surface, const ExportRequest &request,
                                          const std::atomic_bool &cancelFlag,
-                                         const eval::DefinitionTable &definitions = {});
+                                         const eval::DefinitionTable &definitions = {},
+                                         bool isCut = false);
 };
 
 } // namespace corvane::xport

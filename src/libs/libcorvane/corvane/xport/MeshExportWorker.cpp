@@ -116,6 +116,8 @@ void MeshExportWorker::start(batch::BatchQueue *queue, quint64 jobId, const QStr
 void MeshExportWorker::finish(const ExportResult &result)
 {
     const std::unique_ptr<Run> run = std::move(m_run);
+    for (const model::SceneWarning &warning : result.warnings)
+        run->queue->appendLog(run->jobId, batch::BatchLogLevel::Warning, warning.toString());
     bool done = result.success && run->watch.wanted();
     if (done)
         done = run->queue->complete(run->jobId, exportResultToBatchResult(result));

@@ -5,12 +5,15 @@
 #include <corvane/mesh/ScalarField3D.h>
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
+#include <corvane/xport/FiniteSamples.h>
+#include <corvane/xport/GridScan.h>
 #include <corvane/xport/GridSeal.h>
 #include <corvane/xport/MemoryBudget.h>
 #include <corvane/xport/SealedField.h>
 
 #include <QLoggingCategory>
 
+#include <algorithm>
 #include <vector>
 
 namespace corvane::xport {
@@ -21,25 +24,95 @@ Q_LOGGING_CATEGORY(lcOctree, "ondrel.corvane.export.octree", QtWarningMsg)
 
 namespace {
 
-/// The samples need no storing: the tree keeps their signs, a row at a time.
-bool sampleSigns(mesh::OtState &state, eval::IFieldEvaluator &field, const GridSeal &seal)
+/// Planes of nodes that are kept for a look at them: more make no findings cheaper.
+constexpr qint64 planesPerSlab = 16;
+
+/// The samples of a slab, and those of the first plane of the next one.
+double slabBytes(qint64 cells)
 {
-    std::vector<float> xs(static_cast<std::size_t>(state.side));
-    for (int i = 0; i < state.side; ++i)
-        xs[static_cast<std::size_t>(i)] = state.position(i, 0, 0).x();
-    std::vector<float> row(xs.size());
-    for (int k = 0; k < state.side; ++k) {
-        for (int j = 0; j < state.side; ++j) {
-            if (state.cancel->load(std::memory_order_relaxed))
-                return false;
-            const QVector3D start = state.position(0, j, k);
-            field.evaluateRow(xs, start.y(), start.z(), row);
-            seal.raiseRow(row, 0, j, k);
-            state.setRow(j, k, row);
-        }
-    }
-    return true;
+    const double side = double(cells + 1);
+    return double(std::min(planesPerSlab, cells) + 1) * side * side * sizeof(float);
 }
+
+/// Samples the nodes of a tree, which keeps their signs, and looks at them a slab at a time.
+class SlabSampler
+{
+public:
+    SlabSampler(mesh::OtState &state, eval::IFieldEvaluator &field, const GridSeal &seal)
+        : m_state(state)
+        , m_field(field)
+        , m_seal(seal)
+        , m_planes(int(std::min(planesPerSlab, qint64(state.side) - 1)))
+        , m_planeSize(std::size_t(state.side) * std::size_t(state.side))
+        , m_samples(std::size_t(m_planes + 1) * m_planeSize)
+    {
+        for (int i = 0; i < state.side; ++i)
+            m_xs.push_back(state.position(i, 0, 0).x());
+    }
+
+    /// False when it was cancelled.
+    bool run()
+    {
+        // The side is a power of two plus one: the slabs come out even.
+        bool isGoingOn = samplePlane(0, 0);
+        for (int first = 0; isGoingOn && first + 1 < m_state.side; first += m_planes) {
+            for (int k = 1; isGoingOn && k <= m_planes; ++k)
+                isGoingOn = samplePlane(first + k, k);
+            if (isGoingOn)
+                look(first);
+        }
+        return isGoingOn;
+    }
+
+    GridFindings takeFindings() { return std::move(m_findings); }
+
+private:
+    bool samplePlane(int k, int place)
+    {
+        const auto side = std::size_t(m_state.side);
+        std::span<float> rest = std::span(m_samples).subspan(std::size_t(place) * m_planeSize);
+        for (int j = 0; j < m_state.side; ++j, rest = rest.subspan(side)) {
+            if (m_state.cancel->load(std::memory_order_relaxed))
+                return false;
+            const std::span<float> row = rest.first(side);
+            const QVector3D start = m_state.position(0, j, k);
+            m_field.evaluateRow(m_xs, start.y(), start.z(), row);
+            m_seal.raiseRow(row, 0, j, k);
+            m_hasValueless |= makeFinite(row);
+            m_state.setRow(j, k, row);
+        }
+        return true;
+    }
+
+    /// The last plane becomes the first one of the next slab.
+    void look(int firstPlane)
+    {
+        const mesh::ScalarField3D slab{.values = m_samples.data(),
+                                       .nx = m_state.side,
+                                       .ny = m_state.side,
+                                       .nz = m_planes + 1,
+                                       .origin = m_state.origin,
+                                       .cellSize = m_state.cellSize,
+                                       .firstZ = firstPlane};
+        GridScan scan(slab, 0, m_field, m_seal);
+        scan.run(m_findings);
+        const qint64 last = m_state.side - 1; // the mesh ends there, which may be beyond the box
+        scan.scanSides({last, last, last}, m_findings);
+        if (m_hasValueless)
+            scan.scanValueless(m_findings);
+        std::ranges::copy(std::span(m_samples).last(m_planeSize), m_samples.begin());
+    }
+
+    mesh::OtState &m_state;
+    eval::IFieldEvaluator &m_field;
+    const GridSeal &m_seal;
+    const int m_planes;
+    const std::size_t m_planeSize;
+    std::vector<float> m_samples;
+    std::vector<float> m_xs;
+    bool m_hasValueless = false;
+    GridFindings m_findings;
+};
 
 } // namespace
 
@@ -62,8 +135,17 @@ QString OctreeExport::sizeError() const
     const QString what = u"An octree over %1 x %1 x %1 nodes"_s.arg(side);
     if (m_cells > mostCells)
         return what + u" is too large: the limit is %1 nodes an axis"_s.arg(mostCells + 1);
-    return memoryError(what, mesh::octreeSignBytes(static_cast<double>(m_cells)),
+    return memoryError(what, mesh::octreeSignBytes(double(m_cells)) + slabBytes(m_cells),
                        availableMemory());
+}
+
+bool OctreeExport::sample(mesh::OtState &state, eval::IFieldEvaluator &field, const GridSeal &seal)
+{
+    SlabSampler sampler(state, field, seal);
+    if (!sampler.run())
+        return false;
+    m_report = gridReport(sampler.takeFindings(), m_request, field);
+    return true;
 }
 
 bool OctreeExport::run(GridSurface &surface, QString &error)
@@ -88,7 +170,7 @@ bool OctreeExport::run(GridSurface &surface, QString &error)
     state.gradient = [&sealed](auto points, auto out) { sealed.gradients(points, out); };
     state.cancel = &m_cancelFlag;
     state.setSide(static_cast<int>(m_cells) + 1);
-    if (!sampleSigns(state, field, seal))
+    if (!sample(state, field, seal))
         return false;
     const qint64 crossed = mesh::prepareOctree(state);
     if (crossed < 0)

@@ -4,6 +4,8 @@
 #include <corvane/mesh/ScalarField3D.h>
 #include <corvane/mesh/TetrahedralVolume.h>
 #include <corvane/xport/ChunkScheduler.h>
+#include <corvane/xport/FiniteSamples.h>
+#include <corvane/xport/GridScan.h>
 #include <corvane/xport/MemoryBudget.h>
 #include <corvane/xport/VolumeMesh.h>
 
@@ -18,7 +20,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <limits>
 
 namespace corvane::xport {
@@ -30,6 +31,9 @@ Q_LOGGING_CATEGORY(lcVolume, "ondrel.corvane.export.volume", QtWarningMsg)
 namespace {
 
 constexpr int tetrahedraPerCell = 5;
+
+/// Slices that one thread looks through at a time.
+constexpr int slicesPerSlab = 16;
 
 /// All slices of a grid, each sampled with an evaluator of its own.
 class SliceSampler
@@ -61,8 +65,9 @@ public:
                  [&](qint64 done) { progress(done, slices); });
     }
 
-    /// After run(): what the evaluators said.
+    /// After run(): what the evaluators said, and whether there are samples without a value.
     QString fault() const { return m_fault; }
+    bool hasValueless() const { return m_hasValueless; }
 
 private:
     void sampleSlice(int k)
@@ -77,10 +82,8 @@ private:
                                     static_cast<std::size_t>(k) * static_cast<std::size_t>(m_ny);
             const std::span<float> out(m_samples + row * rowLength, rowLength);
             evaluator.evaluateRow(m_xs, coordinate(m_request.boundsMin.y(), j), z, out);
-            for (float &value : out) {
-                if (!std::isfinite(value))
-                    value = value < 0.0f ? -eval::farDistance : eval::farDistance;
-            }
+            if (makeFinite(out))
+                m_hasValueless = true;
         }
         const QMutexLocker lock(&m_mutex);
         if (m_fault.isEmpty() && !m_cancelFlag.load())
@@ -98,6 +101,7 @@ private:
     int m_ny;
     float *m_samples;
     std::vector<float> m_xs;
+    std::atomic_bool m_hasValueless = false;
     QMutex m_mutex; ///< of the fault
     QString m_fault;
 };
@@ -129,13 +133,13 @@ bool VolumeExport::sample(QString &error)
     auto scene =
         eval::SdfSceneGraphBuilder::build(m_request.nodes, m_request.rootNodeIndex, m_definitions);
     const bool native = m_request.backend == static_cast<int>(ExportBackend::Native);
-    const eval::CompiledField field =
+    const eval::CompiledField compiled =
         scene.error.isEmpty()
             ? eval::compileField(scene, native ? ::eval::Backend::Native : ::eval::Backend::Auto)
             : eval::CompiledField();
-    if (!field.program) {
-        error =
-            u"Volume evaluator failed: %1"_s.arg(scene.error.isEmpty() ? field.error : scene.error);
+    if (!compiled.program) {
+        error = u"Volume evaluator failed: %1"_s.arg(scene.error.isEmpty() ? compiled.error
+                                                                           : scene.error);
         return false;
     }
     const std::size_t count = static_cast<std::size_t>(m_nodes[0]) *
@@ -144,13 +148,51 @@ bool VolumeExport::sample(QString &error)
     // Not initialised: the threads that sample are the first to touch it.
     m_samples = std::make_unique_for_overwrite<float[]>(count);
     ::mesh::adviseHugePages(m_samples.get(), count * sizeof(float));
-    SliceSampler sampler(field, m_request, m_cancelFlag, m_nodes, m_samples.get());
+    SliceSampler sampler(compiled, m_request, m_cancelFlag, m_nodes, m_samples.get());
     sampler.run(m_nodes[2], m_threads, m_progress);
     if (!sampler.fault().isEmpty())
         qCWarning(lcVolume).noquote()
             << "[export] the field could not be evaluated everywhere, such points are outside:"
             << sampler.fault();
+    if (!m_cancelFlag.load())
+        look(compiled, sampler.hasValueless());
     return !m_cancelFlag.load();
+}
+
+/// Keeps what the samples show that the tetrahedra will not.
+void VolumeExport::look(const eval::CompiledField &compiled, bool hasValueless)
+{
+    const auto makeEvaluator = [&] {
+        eval::EvalFieldEvaluator evaluator(compiled.program, compiled.positionHandle,
+                                           compiled.distanceHandle);
+        evaluator.setCancelFlag(&m_cancelFlag);
+        return evaluator;
+    };
+    const GridSeal open; // nothing seals a volume
+    const mesh::ScalarField3D whole = field();
+    const int cells = m_nodes[2] - 1;
+    QMutex mutex;
+    GridFindings findings;
+    concurrency::parallelFor((cells + slicesPerSlab - 1) / slicesPerSlab, m_threads, [&](auto n) {
+        if (m_cancelFlag.load())
+            return;
+        mesh::ScalarField3D slab = whole;
+        slab.firstZ = n * slicesPerSlab;
+        slab.values += whole.index(0, 0, int(slab.firstZ));
+        slab.nz = std::min(slicesPerSlab, cells - int(slab.firstZ)) + 1;
+        eval::EvalFieldEvaluator evaluator = makeEvaluator();
+        GridScan scan(slab, 0, evaluator, open);
+        GridFindings own;
+        scan.run(own);
+        scan.scanSides({m_nodes[0] - 1, m_nodes[1] - 1, cells}, own);
+        if (hasValueless)
+            scan.scanValueless(own);
+        const QMutexLocker lock(&mutex);
+        findings.merge(own);
+    });
+    eval::EvalFieldEvaluator evaluator = makeEvaluator();
+    if (!m_cancelFlag.load())
+        m_report = gridReport(std::move(findings), m_request, evaluator);
 }
 
 mesh::ScalarField3D VolumeExport::field() const

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <corvane/eval/DefinitionTable.h>
+#include <corvane/eval/FieldCompiler.h>
 #include <corvane/mesh/ScalarField3D.h>
 #include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/GridReport.h>
 
 #include <mesh/Mesh.h>
 
@@ -26,10 +28,13 @@ public:
     /// Samples, cuts and saves on threads of its own. A grid that cannot fit in memory is refused
     /// before any sampling.
     ExportResult run();
+    /// After run(): what the samples show that the mesh will not.
+    const GridReport &report() const { return m_report; }
 
 private:
     QString sizeError() const;
     bool sample(QString &error);
+    void look(const eval::CompiledField &compiled, bool hasValueless);
     mesh::ScalarField3D field() const;
     QString tetrahedraError() const;
     ExportResult saveTetMesh(const ::mesh::Mesh<float> &mesh) const;
@@ -41,6 +46,7 @@ private:
     int m_threads;
     int m_nodes[3] = {};
     std::unique_ptr<float[]> m_samples; ///< X fastest
+    GridReport m_report;
 };
 
 } // namespace corvane::xport
