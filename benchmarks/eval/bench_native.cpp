@@ -3,9 +3,9 @@
 
 #include "FieldSet.h"
 
-#include <eval/internal/Codegen.h>
-#include <eval/internal/NativeCache.h>
-#include <eval/internal/NativeCompiler.h>
+#include <eval/internal/native/Codegen.h>
+#include <eval/internal/native/NativeCache.h>
+#include <eval/internal/native/NativeCompiler.h>
 
 #include <QDir>
 #include <QFile>

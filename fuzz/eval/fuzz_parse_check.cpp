@@ -1,7 +1,7 @@
 // Any text is parsed and checked twice with the same outcome, in a tree of bounded height.
 
-#include <eval/internal/Parser.h>
-#include <eval/internal/TypeChecker.h>
+#include <eval/internal/frontend/Parser.h>
+#include <eval/internal/frontend/TypeChecker.h>
 
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 // Any text is cut into tokens that lie inside it, in order, with places that fit.
 
-#include <eval/internal/Tokenizer.h>
+#include <eval/internal/frontend/Tokenizer.h>
 
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <eval/internal/Ast.h>
+#include <eval/internal/frontend/Ast.h>
 
 #include <QStringList>
 

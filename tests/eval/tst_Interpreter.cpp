@@ -1,8 +1,8 @@
 #include "ProgramPair.h"
 
-#include <eval/internal/Interpreter.h>
-#include <eval/internal/StructRegistry.h>
-#include <eval/internal/Value.h>
+#include <eval/internal/frontend/StructRegistry.h>
+#include <eval/internal/interpreter/Interpreter.h>
+#include <eval/internal/interpreter/Value.h>
 
 #include <QMatrix4x4>
 #include <QRegularExpression>

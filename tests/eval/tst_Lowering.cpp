@@ -1,8 +1,8 @@
 #include "ProgramPair.h"
 #include "RandomProgram.h"
 
-#include <eval/internal/ExpandedSize.h>
-#include <eval/internal/Parser.h>
+#include <eval/internal/frontend/Parser.h>
+#include <eval/internal/registers/ExpandedSize.h>
 
 #include <QRegularExpression>
 

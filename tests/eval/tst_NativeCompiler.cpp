@@ -1,5 +1,5 @@
-#include <eval/internal/NativeCache.h>
-#include <eval/internal/NativeCompiler.h>
+#include <eval/internal/native/NativeCache.h>
+#include <eval/internal/native/NativeCompiler.h>
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include <eval/internal/Parser.h>
+#include <eval/internal/frontend/Parser.h>
 
 #include "AstText.h"
 

@@ -1,4 +1,4 @@
-#include <eval/internal/Tokenizer.h>
+#include <eval/internal/frontend/Tokenizer.h>
 
 #include "AstText.h"
 

@@ -1,7 +1,7 @@
 #include <eval/internal/BackendCode.h>
 
 #include <eval/internal/CompiledProgram.h>
-#include <eval/internal/NativeBackend.h>
+#include <eval/internal/native/NativeBackend.h>
 
 #include <QMap>
 #include <QMutex>

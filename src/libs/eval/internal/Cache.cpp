@@ -1,3 +1,6 @@
+// A mutex around a hash table: two threads may compile the same key at once, and the later one
+// replaces the earlier, which is equal.
+
 #include <eval/internal/Cache.h>
 
 #include <QCryptographicHash>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <eval/Program.h>
-#include <eval/internal/Ast.h>
-#include <eval/internal/StructRegistry.h>
+#include <eval/internal/frontend/Ast.h>
+#include <eval/internal/frontend/StructRegistry.h>
 
 #include <QHash>
 #include <QList>

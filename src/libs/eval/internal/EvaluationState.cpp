@@ -1,3 +1,7 @@
+// Slots live in one of three places: in the register file of a lowered program, in the flat
+// buffers of a back-end, or as values for the walk. Setting and reading goes to the place; a
+// fault of the quick forms runs the walk once more on the same inputs, for its diagnostics.
+
 #include <eval/internal/EvaluationState.h>
 
 #include <eval/internal/BackendCode.h>

@@ -3,11 +3,11 @@
 #include <eval/Diagnostic.h>
 #include <eval/Program.h>
 #include <eval/internal/CompiledProgram.h>
-#include <eval/internal/Interpreter.h>
-#include <eval/internal/IntervalMachine.h>
-#include <eval/internal/LoweredProgram.h>
-#include <eval/internal/RowMachine.h>
-#include <eval/internal/Value.h>
+#include <eval/internal/interpreter/Interpreter.h>
+#include <eval/internal/interpreter/Value.h>
+#include <eval/internal/registers/IntervalMachine.h>
+#include <eval/internal/registers/LoweredProgram.h>
+#include <eval/internal/registers/RowMachine.h>
 
 #include <QList>
 

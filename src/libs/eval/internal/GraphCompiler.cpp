@@ -1,10 +1,14 @@
+// Outputs are checked twice: their expressions may name each other in any order, and an output
+// counts as a float until the first pass has found its type. The second pass goes in the order
+// of evaluation and adds what only then shows.
+
 #include <eval/internal/GraphCompiler.h>
 
-#include <eval/internal/AstWalk.h>
 #include <eval/internal/BackendCode.h>
 #include <eval/internal/Cache.h>
 #include <eval/internal/OutputOrder.h>
-#include <eval/internal/Parser.h>
+#include <eval/internal/frontend/AstWalk.h>
+#include <eval/internal/frontend/Parser.h>
 
 #include <algorithm>
 #include <utility>

@@ -2,8 +2,8 @@
 
 #include <eval/Diagnostic.h>
 #include <eval/internal/CompiledProgram.h>
-#include <eval/internal/DiagnosticList.h>
-#include <eval/internal/TypeChecker.h>
+#include <eval/internal/frontend/DiagnosticList.h>
+#include <eval/internal/frontend/TypeChecker.h>
 
 #include <QStringList>
 

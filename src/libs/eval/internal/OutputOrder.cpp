@@ -1,3 +1,6 @@
+// Depth-first search with three colours; an output that is met while it is open closes a cycle,
+// which is told once by the path from it. The order of ends is the order of evaluation.
+
 #include <eval/internal/OutputOrder.h>
 
 using namespace Qt::StringLiterals;

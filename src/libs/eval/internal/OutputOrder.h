@@ -1,6 +1,6 @@
 #pragma once
 
-#include <eval/internal/DiagnosticList.h>
+#include <eval/internal/frontend/DiagnosticList.h>
 
 #include <QList>
 #include <QStringList>
