@@ -61,6 +61,24 @@ function(corvane_resources target name)
         OPTIONS ${ARG_OPTIONS})
 endfunction()
 
+# Compiles shaders of resources/shaders for every back-end, and embeds each as <prefix>/<file>.qsb:
+# corvane_shaders(TARGET NAME PREFIX / FILES present.vert ...)
+function(corvane_shaders target name)
+    cmake_parse_arguments(ARG "" "PREFIX" "FILES" ${ARGN})
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/${name})
+    file(MAKE_DIRECTORY ${folder})
+    set(baked)
+    foreach(file IN LISTS ARG_FILES)
+        set(source ${CMAKE_SOURCE_DIR}/resources/shaders/${file})
+        set(output ${folder}/${file}.qsb)
+        add_custom_command(OUTPUT ${output}
+            COMMAND Qt6::qsb --silent --glsl "450,430,320 es,310 es" --hlsl 50 --msl 12 -o ${output} ${source}
+            DEPENDS ${source} VERBATIM)
+        list(APPEND baked ${output})
+    endforeach()
+    corvane_resources(${target} ${name} PREFIX ${ARG_PREFIX} BASE ${folder} FILES ${baked})
+endfunction()
+
 # Runs moc over those sources of a test that include their <name>.moc. CMake's AUTOMOC would do it in a target of
 # its own, which scans the sources and compiles a file of nothing: half a second a test.
 function(corvane_moc target)

@@ -3,6 +3,7 @@
 #include <shader/ArtifactCache.h>
 
 #include "CompileThread.h"
+#include "CompilesInFlight.h"
 #include "SourceGuard.h"
 
 #include <QLoggingCategory>
@@ -67,28 +68,34 @@ CompileResult bake(const QString &source, QShader::Stage stage, const QString &n
     return baked.value_or(CompileResult{.shader = {}, .errorMessage = error});
 }
 
-} // namespace
-
-CompileResult compileShader(const QString &source, QShader::Stage stage, const QString &name,
-                            bool batchable)
+CompileResult bakeAndKeep(const QString &key, const QString &source, QShader::Stage stage,
+                          const QString &name, bool batchable)
 {
-    const ArtifactCache &cache = ArtifactCache::instance();
-    const QString key = ArtifactCache::shaderKey(source, stage);
-    if (const QShader known = cache.loadShader(key);
-        known.isValid() && (!needsBatchable(stage, batchable) || hasBatchable(known)))
-        return {.shader = known, .errorMessage = {}};
-
     const CompileResult result =
         bake(source, stage, name.isEmpty() ? u"generated"_s : name, batchable);
     if (result.shader.isValid()) {
         qCInfo(lcShaderCompile).noquote() << "Successfully compiled shader:" << name;
-        cache.saveShader(key, result.shader);
+        ArtifactCache::instance().saveShader(key, result.shader);
     } else {
         qCWarning(lcShaderCompile).noquote() << "Failed to compile shader:" << result.errorMessage;
         qCWarning(lcShaderCompile).noquote()
             << "Source (first 500 chars):" << source.left(shownSourceLength);
     }
     return result;
+}
+
+} // namespace
+
+CompileResult compileShader(const QString &source, QShader::Stage stage, const QString &name,
+                            bool batchable)
+{
+    const QString key = ArtifactCache::shaderKey(source, stage);
+    if (const QShader known = ArtifactCache::instance().loadShader(key);
+        known.isValid() && (!needsBatchable(stage, batchable) || hasBatchable(known)))
+        return {.shader = known, .errorMessage = {}};
+    const QString flight = needsBatchable(stage, batchable) ? key + u'b' : key;
+    return CompilesInFlight::instance().compileOnce(
+        flight, [&] { return bakeAndKeep(key, source, stage, name, batchable); });
 }
 
 } // namespace shader

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <rhi/QRhiCompat.h>
+
+#if CORVANE_HAS_QRHIWIDGET
+#include <QRhiWidget>
+#else
+#include <rhi_widgets/QRhiWidgetStandIn.h>
+#endif
