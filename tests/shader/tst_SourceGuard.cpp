@@ -42,12 +42,13 @@ QString doublingMacros(int count)
     return text + u"void main() { float x = M%1; }"_s.arg(count);
 }
 
-QString doublingStructs(int count)
+/// `between` stands behind the word "struct".
+QString doublingStructs(int count, const QString &between = u" "_s)
 {
     QString text = u"#version 450\nstruct S0 { float a, b; };\n"_s;
     for (int i = 1; i <= count; ++i)
-        text +=
-            u"struct S%1 { S%2 a; S%2 b; };\n"_s.arg(QString::number(i), QString::number(i - 1));
+        text += u"struct%3S%1 { S%2 a; S%2 b; };\n"_s.arg(QString::number(i),
+                                                          QString::number(i - 1), between);
     return text + u"void main() {}"_s;
 }
 
@@ -174,6 +175,8 @@ void TstSourceGuard::refusesWhatOverflowsTheCompiler_data()
         << repeated(u"#define A 1\n"_s, 300) << u"More than 256 preprocessor lines"_s;
     QTest::newRow("structs that double")
         << doublingStructs(40) << u"More than 4096 members in one struct"_s;
+    QTest::newRow("structs that double, named behind a preprocessor line")
+        << doublingStructs(40, u"\n#pragma a\n"_s) << u"More than 4096 members in one struct"_s;
     const QString many = u"More than 250000 calls in one of '%1', those in the functions that it "
                          "calls included"_s;
     QTest::newRow("functions that double")

@@ -31,7 +31,7 @@ corvane_library(corvane_definitions
         corvane/yaml/Savable.cpp corvane/yaml/Savable.h
         ${CORVANE_SHADER_SOURCES}
     LINKS Qt6::Core Qt6::Gui shader toast
-    PRIVATE_LINKS store)
+    PRIVATE_LINKS glsl store)
 
 # One bundle a folder. They are read at every start, which is quicker uncompressed.
 foreach(group primitives operators modifiers)

@@ -81,4 +81,4 @@ corvane_library(corvane_model
         corvane/expr/NameScanner.cpp
         corvane/expr/NodeNames.cpp
     LINKS corvane_definitions eval Qt6::Core Qt6::Gui
-    PRIVATE_LINKS store)
+    PRIVATE_LINKS glsl store)

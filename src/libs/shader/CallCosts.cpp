@@ -2,7 +2,7 @@
 
 #include <shader/SourceGuard.h>
 
-#include "SourceWords.h"
+#include "refusal.h"
 
 #include <algorithm>
 #include <utility>
@@ -11,7 +11,10 @@ using namespace Qt::StringLiterals;
 
 namespace shader {
 
-void CallCosts::visit(const SourceToken &token, int repeats)
+using glsl::Token;
+using glsl::TokenKind;
+
+void CallCosts::visit(const Token &token, int repeats)
 {
     if (m_inInitializer)
         visitInitializer(token, repeats);
@@ -19,43 +22,43 @@ void CallCosts::visit(const SourceToken &token, int repeats)
         visitOutside(token);
     else if (m_inFunction)
         visitCode(m_functions.last(), token, repeats);
-    if (token.is(u'{'))
+    if (token.is(TokenKind::LeftBrace))
         ++m_braces;
-    else if (token.is(u'}'))
+    else if (token.is(TokenKind::RightBrace))
         m_braces = std::max(0, m_braces - 1);
-    m_word = token.kind == SourceToken::Kind::Identifier ? token.text : QStringView();
+    m_word = token.isWord() ? token.text : QStringView();
 }
 
 // A signature is a name and parentheses; a body or a semicolon follows.
-void CallCosts::visitOutside(const SourceToken &token)
+void CallCosts::visitOutside(const Token &token)
 {
     if (std::exchange(m_isClosed, false))
         endSignature(token);
-    else if (token.is(u'{'))
+    else if (token.is(TokenKind::LeftBrace))
         m_inFunction = false;
-    if (token.is(u'(') && m_parentheses++ == 0) {
+    if (token.is(TokenKind::LeftParen) && m_parentheses++ == 0) {
         m_candidate = m_word;
-    } else if (token.is(u')')) {
+    } else if (token.is(TokenKind::RightParen)) {
         m_parentheses = std::max(0, m_parentheses - 1);
         m_isClosed = m_parentheses == 0;
-    } else if (token.is(u'=') && m_parentheses == 0) {
+    } else if (token.is(TokenKind::Assign) && m_parentheses == 0) {
         m_inInitializer = true;
     }
 }
 
-void CallCosts::visitInitializer(const SourceToken &token, int repeats)
+void CallCosts::visitInitializer(const Token &token, int repeats)
 {
     visitCode(m_globals, token, repeats);
-    if (token.kind == SourceToken::Kind::Semicolon)
+    if (token.is(TokenKind::Semicolon))
         m_inInitializer = false;
 }
 
-void CallCosts::endSignature(const SourceToken &token)
+void CallCosts::endSignature(const Token &token)
 {
-    m_inFunction = token.is(u'{');
+    m_inFunction = token.is(TokenKind::LeftBrace);
     if (m_inFunction)
         beginFunction(token.line);
-    else if (token.kind == SourceToken::Kind::Semicolon)
+    else if (token.is(TokenKind::Semicolon))
         m_isAnnounced[plainName(m_candidate)] = true;
 }
 
@@ -73,12 +76,12 @@ void CallCosts::beginFunction(int line)
 
 // What a macro stands for is called wherever the macro is named; and so may be a function whose
 // name is an argument of a macro.
-void CallCosts::visitCode(Function &caller, const SourceToken &token, int repeats)
+void CallCosts::visitCode(Function &caller, const Token &token, int repeats)
 {
     const bool isArgument = repeats > 1;
-    if (token.is(u'(') && !m_word.isEmpty() && !isArgument)
+    if (token.is(TokenKind::LeftParen) && !m_word.isEmpty() && !isArgument)
         ++caller.calls[m_word];
-    if (token.kind != SourceToken::Kind::Identifier)
+    if (!token.isWord())
         return;
     if (isArgument)
         caller.calls[token.text] += repeats;

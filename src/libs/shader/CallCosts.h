@@ -3,7 +3,6 @@
 #include <shader/Diagnostic.h>
 
 #include "MacroTable.h"
-#include "SourceScanner.h"
 
 #include <QHash>
 #include <QList>
@@ -34,7 +33,7 @@ public:
 
     /// Takes the tokens of a text in order.
     /// @param repeats  how often a macro repeats what stands there
-    void visit(const SourceToken &token, int repeats);
+    void visit(const glsl::Token &token, int repeats);
 
     /// What is beyond the limits, once all tokens were taken.
     [[nodiscard]] std::optional<Diagnostic> check(const SourceLimits &limits);
@@ -54,10 +53,10 @@ private:
         bool isOpen = false; ///< stands on the path that is being walked
     };
 
-    void visitOutside(const SourceToken &token);
-    void visitCode(Function &caller, const SourceToken &token, int repeats);
-    void visitInitializer(const SourceToken &token, int repeats);
-    void endSignature(const SourceToken &token);
+    void visitOutside(const glsl::Token &token);
+    void visitCode(Function &caller, const glsl::Token &token, int repeats);
+    void visitInitializer(const glsl::Token &token, int repeats);
+    void endSignature(const glsl::Token &token);
     void beginFunction(int line);
     void refuse(int line, const QString &message);
     [[nodiscard]] QStringView plainName(QStringView name) const;

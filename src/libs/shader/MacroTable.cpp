@@ -1,44 +1,47 @@
 #include "MacroTable.h"
 
-#include "SourceScanner.h"
-#include "SourceWords.h"
+#include <glsl/Lexer.h>
+#include <glsl/Words.h>
+
+#include "refusal.h"
 
 using namespace Qt::StringLiterals;
 
 namespace shader {
 
+using glsl::Lexer;
+using glsl::Token;
+using glsl::TokenKind;
+
 namespace {
 
 constexpr int unbalanced = -1;
 
-// The names between the parentheses that follow a macro's name; `scanner` stands behind them then.
-QList<QStringView> readParameters(SourceScanner &scanner)
+// The names between the parentheses that follow a macro's name; `lexer` stands behind them then.
+QList<QStringView> readParameters(Lexer &lexer)
 {
     QList<QStringView> parameters;
-    for (SourceToken token = scanner.next();
-         token.kind != SourceToken::Kind::End && !token.is(u')'); token = scanner.next()) {
-        if (token.kind == SourceToken::Kind::Identifier)
+    for (Token token = lexer.next(); !token.is(TokenKind::End) && !token.is(TokenKind::RightParen);
+         token = lexer.next()) {
+        if (token.isWord())
             parameters.append(token.text);
     }
     return parameters;
 }
 
 // Counts what stands behind name and parameters.
-MacroCost costOfBody(SourceScanner &scanner, const QList<QStringView> &parameters)
+MacroCost costOfBody(Lexer &lexer, const QList<QStringView> &parameters)
 {
     MacroCost cost;
     QHash<QStringView, int> uses;
     int depth = 0;
-    for (SourceToken token = scanner.next(); token.kind != SourceToken::Kind::End;
-         token = scanner.next()) {
-        if (token.kind == SourceToken::Kind::Operator || token.kind == SourceToken::Kind::Bracket)
-            ++cost.operators;
-        if (token.kind == SourceToken::Kind::Identifier)
+    for (Token token = lexer.next(); !token.is(TokenKind::End); token = lexer.next()) {
+        cost.operators += operatorsIn(token);
+        if (token.isWord())
             cost.words.append(token.text);
         if (parameters.contains(token.text))
             cost.parameterUses = std::max(cost.parameterUses, ++uses[token.text]);
-        if (token.kind == SourceToken::Kind::Bracket)
-            depth += token.is(u'(') || token.is(u'[') || token.is(u'{') ? 1 : -1;
+        depth += token.opens() ? 1 : token.closes() ? -1 : 0;
         if (depth < 0)
             break;
         cost.nesting = std::max(cost.nesting, depth);
@@ -49,40 +52,50 @@ MacroCost costOfBody(SourceScanner &scanner, const QList<QStringView> &parameter
 }
 
 // Tokens that stand for more than an expression, or make names that no scan sees.
-bool isBeyondExpression(const SourceToken &token)
+bool isBeyondExpression(const Token &token)
 {
-    return token.kind == SourceToken::Kind::Semicolon ||
-           token.kind == SourceToken::Kind::Directive || token.is(u'#') || token.is(u'{') ||
-           token.is(u'}') || isStatementWord(token.text) || token.text == "struct"_L1;
+    return token.is(TokenKind::Semicolon) || token.is(TokenKind::LeftBrace) ||
+           token.is(TokenKind::RightBrace) || token.is(TokenKind::Struct) || token.text == u"#" ||
+           glsl::rolesOf(token.text).testFlag(glsl::WordRole::Nests);
 }
 
-constexpr QLatin1StringView qualifiers[] = {"const"_L1, "in"_L1,      "out"_L1, "inout"_L1,
-                                            "highp"_L1, "mediump"_L1, "lowp"_L1};
-
 // Two names in a row declare something, and could hide the name of a function.
-bool declares(const SourceToken &token, const SourceToken &before)
+bool declares(const Token &token, const Token &before)
 {
-    return token.kind == SourceToken::Kind::Identifier &&
-           before.kind == SourceToken::Kind::Identifier &&
-           std::find(std::begin(qualifiers), std::end(qualifiers), before.text) ==
-               std::end(qualifiers);
+    return token.isWord() && before.isWord() &&
+           !glsl::rolesOf(before.text).testFlag(glsl::WordRole::Qualifies);
 }
 
 } // namespace
+
+int operatorsIn(const Token &token)
+{
+    const bool isOther = token.isWord() || token.isNumber() || token.is(TokenKind::Semicolon);
+    return isOther ? 0 : static_cast<int>(token.text.size());
+}
 
 std::optional<Diagnostic> MacroTable::read(QStringView source, int maxDirectives)
 {
     if (!source.contains(u'#'))
         return std::nullopt;
-    SourceScanner scanner(source);
+    Lexer lexer(source, glsl::shaderText);
     int directives = 0;
-    for (SourceToken token = scanner.next(); token.kind != SourceToken::Kind::End;
-         token = scanner.next()) {
-        if (token.kind != SourceToken::Kind::Directive)
-            continue;
-        if (++directives > maxDirectives)
+    Token hash;          // that the line begins with
+    QStringView content; // of the line behind it
+    for (Token token = lexer.next();; token = lexer.next()) {
+        const bool begins = token.is(TokenKind::Hash);
+        if (begins || !token.inDirective || token.is(TokenKind::End)) {
+            define(content, hash.line);
+            content = {};
+        }
+        if (token.is(TokenKind::End))
+            break;
+        if (begins && ++directives > maxDirectives)
             return refusal(token.line, u"More than %1 preprocessor lines"_s.arg(maxDirectives));
-        define(token.text, token.line);
+        if (begins)
+            hash = token;
+        else if (token.inDirective)
+            content = QStringView(hash.text.end(), token.text.end());
     }
     for (const Macro &macro : std::as_const(m_macros)) {
         if (const auto problem = check(macro))
@@ -99,10 +112,10 @@ const MacroCost *MacroTable::find(QStringView name) const
 
 void MacroTable::define(QStringView directive, int line)
 {
-    SourceScanner scanner(directive, line);
-    if (scanner.next().text != "define"_L1)
+    Lexer lexer(directive, glsl::shaderText);
+    if (lexer.next().text != "define"_L1)
         return;
-    const QStringView name = scanner.next().text;
+    const QStringView name = lexer.next().text;
     if (name.isEmpty())
         return;
     Macro macro;
@@ -111,8 +124,7 @@ void MacroTable::define(QStringView directive, int line)
     macro.body = QStringView(name.data() + name.size(), directive.data() + directive.size());
     // Only a parenthesis right behind the name makes a macro with parameters.
     const bool hasParameters = macro.body.startsWith(u'(');
-    macro.cost =
-        costOfBody(scanner, hasParameters ? readParameters(scanner) : QList<QStringView>());
+    macro.cost = costOfBody(lexer, hasParameters ? readParameters(lexer) : QList<QStringView>());
     macro.cost.hasParameters = hasParameters;
     merge(macro);
     m_macros.append(macro);
@@ -133,13 +145,13 @@ std::optional<Diagnostic> MacroTable::check(const Macro &macro) const
 {
     if (macro.cost.nesting == unbalanced)
         return refusal(macro.line, u"The brackets of a macro do not match"_s);
-    SourceScanner scanner(macro.body, macro.line);
-    SourceToken before;
-    for (SourceToken token = scanner.next(); token.kind != SourceToken::Kind::End;
-         before = std::exchange(token, scanner.next())) {
+    Lexer lexer(macro.body, glsl::shaderText);
+    Token before;
+    for (Token token = lexer.next(); !token.is(TokenKind::End);
+         before = std::exchange(token, lexer.next())) {
         if (isBeyondExpression(token) || declares(token, before))
             return refusal(macro.line, u"A macro must stand for an expression"_s);
-        if (token.kind == SourceToken::Kind::Identifier && m_costs.contains(token.text))
+        if (token.isWord() && m_costs.contains(token.text))
             return refusal(macro.line, u"A macro must not stand for another macro, '%1'"_s.arg(
                                            token.text.toString()));
     }

@@ -2,6 +2,8 @@
 
 #include <shader/Diagnostic.h>
 
+#include <glsl/Token.h>
+
 #include <QHash>
 #include <QList>
 #include <QStringView>
@@ -19,6 +21,10 @@ struct MacroCost
     bool hasParameters = false;
     QList<QStringView> words{}; ///< the names in the body
 };
+
+/// How many operators a token counts for: those of several characters for each of them, brackets
+/// for one, and so does a character that means nothing.
+[[nodiscard]] int operatorsIn(const glsl::Token &token);
 
 /// The macros of a text, read off its "#define" lines before anything else, since a macro may be
 /// used by one that is defined above it.

@@ -1,14 +1,19 @@
 #include <shader/SourceGuard.h>
 
+#include <glsl/Lexer.h>
+#include <glsl/Words.h>
+
 #include "CallCosts.h"
 #include "MacroTable.h"
-#include "SourceScanner.h"
-#include "SourceWords.h"
 #include "StructWeights.h"
+#include "refusal.h"
 
 using namespace Qt::StringLiterals;
 
 namespace shader {
+
+using glsl::Token;
+using glsl::TokenKind;
 
 namespace {
 
@@ -19,7 +24,7 @@ class SourceChecker
 public:
     SourceChecker(QStringView source, const SourceLimits &limits)
         : m_source(source)
-        , m_scanner(source)
+        , m_lexer(source, glsl::shaderText)
         , m_limits(limits)
     {}
 
@@ -33,12 +38,12 @@ private:
         const MacroCost *macro = nullptr; ///< whose call this parenthesis opens
     };
 
-    void visit(const SourceToken &token);
-    void visitWord(const SourceToken &token);
-    void visitOperator(const SourceToken &token);
+    void visit(const Token &token);
+    void visitWord(const Token &token);
+    void visitOperator(const Token &token);
     void visitMacro(const MacroCost &macro, int line);
-    void open(const SourceToken &token);
-    void close(const SourceToken &token);
+    void open(const Token &token);
+    void close(const Token &token);
     void endStatement();
     void endExpression() { m_operators = 0; }
     void addOperators(qint64 count, int line);
@@ -50,7 +55,7 @@ private:
     }
 
     QStringView m_source;
-    SourceScanner m_scanner;
+    glsl::Lexer m_lexer;
     const SourceLimits m_limits;
     MacroTable m_macros;
     StructWeights m_structs;
@@ -73,55 +78,50 @@ std::optional<Diagnostic> SourceChecker::check()
     }
     m_refusal = m_macros.read(m_source, m_limits.preprocessorLines);
     while (!m_refusal) {
-        const SourceToken token = m_scanner.next();
-        if (token.kind == SourceToken::Kind::End)
+        const Token token = m_lexer.next();
+        if (token.is(TokenKind::End))
             break;
+        if (token.inDirective)
+            continue; // the table of macros has read it
         m_calls.visit(token, m_callFactor);
         visit(token);
     }
     return m_refusal ? m_refusal : m_calls.check(m_limits);
 }
 
-void SourceChecker::visit(const SourceToken &token)
+void SourceChecker::visit(const Token &token)
 {
     if (m_structs.visit(token) > m_limits.structMembers)
         refuse(token.line, u"members in one struct"_s, m_limits.structMembers);
-    if (m_statementEnded && token.text != "else"_L1)
+    if (m_statementEnded && !token.is(TokenKind::Else))
         endStatement();
-    switch (token.kind) {
-    case SourceToken::Kind::Identifier:
+    if (token.isWord()) {
         visitWord(token);
         return;
-    case SourceToken::Kind::Operator:
-        visitOperator(token);
-        break;
-    case SourceToken::Kind::Bracket:
-        if (token.is(u'(') || token.is(u'[') || token.is(u'{'))
-            open(token);
-        else
-            close(token);
-        break;
-    case SourceToken::Kind::Semicolon:
+    }
+    if (token.opens()) {
+        open(token);
+    } else if (token.closes()) {
+        close(token);
+    } else if (token.is(TokenKind::Semicolon)) {
         endExpression();
         m_statementEnded = !isInParentheses(); // those in the head of a loop end nothing
-        break;
-    case SourceToken::Kind::Number:
-    case SourceToken::Kind::Directive:
-    case SourceToken::Kind::End:
-        break;
+    } else if (!token.isNumber()) {
+        visitOperator(token);
     }
     m_namedMacro = nullptr;
 }
 
-void SourceChecker::visitWord(const SourceToken &token)
+void SourceChecker::visitWord(const Token &token)
 {
     m_statementEnded = false;
     m_namedMacro = m_macros.find(token.text);
     if (m_namedMacro)
         visitMacro(*m_namedMacro, token.line);
-    if (isBranchWord(token.text))
+    const glsl::WordRoles roles = glsl::rolesOf(token.text);
+    if (roles.testAnyFlags(glsl::WordRole::Nests | glsl::WordRole::Jumps))
         addBranch(token.line);
-    if (isStatementWord(token.text) && ++m_statements > m_limits.nestedStatements)
+    if (roles.testFlag(glsl::WordRole::Nests) && ++m_statements > m_limits.nestedStatements)
         refuse(token.line, u"statements in one another"_s, m_limits.nestedStatements);
 }
 
@@ -132,38 +132,41 @@ void SourceChecker::visitMacro(const MacroCost &macro, int line)
         refuse(line, u"brackets in one another"_s, m_limits.nestedBrackets);
 }
 
-void SourceChecker::visitOperator(const SourceToken &token)
+void SourceChecker::visitOperator(const Token &token)
 {
-    addOperators(1, token.line);
-    if (token.is(u'?') || token.is(u'&') || token.is(u'|'))
-        addBranch(token.line);
+    addOperators(operatorsIn(token), token.line);
+    for (const QChar c : token.text) {
+        if (c == u'?' || c == u'&' || c == u'|')
+            addBranch(token.line);
+    }
 }
 
-void SourceChecker::open(const SourceToken &token)
+void SourceChecker::open(const Token &token)
 {
-    const bool isCall = token.is(u'(') && m_namedMacro && m_namedMacro->hasParameters;
+    const bool isCall =
+        token.is(TokenKind::LeftParen) && m_namedMacro && m_namedMacro->hasParameters;
     if (isCall && m_callFactor > 1 && !m_refusal)
         m_refusal = refusal(token.line, u"Calls of macros must not nest"_s);
     addOperators(1, token.line);
-    m_open.append({.isBrace = token.is(u'{'),
+    m_open.append({.isBrace = token.is(TokenKind::LeftBrace),
                    .statementsOutside = m_statements,
                    .macro = isCall ? m_namedMacro : nullptr});
     if (isCall)
         m_callFactor = m_namedMacro->parameterUses + 1;
     if (m_open.size() > m_limits.nestedBrackets)
         refuse(token.line, u"brackets in one another"_s, m_limits.nestedBrackets);
-    if (token.is(u'{'))
+    if (token.is(TokenKind::LeftBrace))
         endExpression();
 }
 
-void SourceChecker::close(const SourceToken &token)
+void SourceChecker::close(const Token &token)
 {
     if (m_open.isEmpty())
         return; // the compiler will say so
     const OpenBracket bracket = m_open.takeLast();
     if (bracket.macro)
         m_callFactor = 1;
-    if (!token.is(u'}'))
+    if (!token.is(TokenKind::RightBrace))
         return;
     endExpression();
     m_statements = bracket.statementsOutside;

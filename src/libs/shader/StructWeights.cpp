@@ -4,35 +4,38 @@ using namespace Qt::StringLiterals;
 
 namespace shader {
 
-qint64 StructWeights::visit(const SourceToken &token)
+using glsl::Token;
+using glsl::TokenKind;
+
+qint64 StructWeights::visit(const Token &token)
 {
     if (m_depth == 0) {
         begin(token);
         return 0;
     }
-    if (token.is(u'{'))
+    if (token.is(TokenKind::LeftBrace))
         ++m_depth;
-    else if (token.is(u'}') && --m_depth == 0)
+    else if (token.is(TokenKind::RightBrace) && --m_depth == 0)
         m_weights.insert(m_name, m_total);
-    else if (token.is(u','))
+    else if (token.is(TokenKind::Comma))
         ++m_declarators;
-    else if (token.kind == SourceToken::Kind::Semicolon)
+    else if (token.is(TokenKind::Semicolon))
         endMember();
-    else if (token.kind == SourceToken::Kind::Identifier)
+    else if (token.isWord())
         m_memberWeight = std::max(m_memberWeight, m_weights.value(token.text, 1));
     return m_total;
 }
 
-void StructWeights::begin(const SourceToken &token)
+void StructWeights::begin(const Token &token)
 {
     if (token.text == "struct"_L1) {
         m_isAnnounced = true;
         m_name = {};
-    } else if (m_isAnnounced && token.kind == SourceToken::Kind::Identifier) {
+    } else if (m_isAnnounced && token.isWord()) {
         m_name = token.text;
     } else if (m_isAnnounced) {
         m_isAnnounced = false;
-        m_depth = token.is(u'{') ? 1 : 0;
+        m_depth = token.is(TokenKind::LeftBrace) ? 1 : 0;
         m_total = 0;
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SourceScanner.h"
+#include <glsl/Token.h>
 
 #include <QHash>
 
@@ -13,10 +13,10 @@ class StructWeights
 {
 public:
     /// Takes the tokens of a text in order; answers the members of the struct that is being read.
-    qint64 visit(const SourceToken &token);
+    qint64 visit(const glsl::Token &token);
 
 private:
-    void begin(const SourceToken &token);
+    void begin(const glsl::Token &token);
     void endMember();
 
     static constexpr qint64 most = qint64(1) << 40; ///< sums stay there, far from overflow

@@ -47,6 +47,7 @@ struct FunctionParam
 };
 
 struct AstNode;
+struct Builtin;
 using AstPtr = QSharedPointer<AstNode>;
 
 /// One node of a parsed source. Which fields a kind uses:
@@ -85,6 +86,7 @@ struct AstNode
     QString structName;
     Type elementType = Type::Float; ///< of a run-time array
     int fieldIndex = -1;
+    const Builtin *builtin = nullptr; ///< that a call may mean, by its name and arguments
     int height = 1; ///< levels of nodes from here down, this one included; kept by the parser
     UnaryKind unaryKind = UnaryKind::Negate;
     BinaryKind binaryKind = BinaryKind::Add;

@@ -2,6 +2,8 @@
 
 #include <eval/internal/TypeChecker.h>
 
+#include <eval/internal/Builtin.h>
+
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -21,6 +23,16 @@ int swizzleSetOf(QChar letter)
             return static_cast<int>(i);
     }
     return -1;
+}
+
+QString arityError(std::span<const Builtin> builtins, qsizetype given)
+{
+    const Builtin &first = builtins.front();
+    if (builtins.size() > 1)
+        return u"'%1' takes %2 or %3 arguments"_s.arg(first.name, QString::number(first.arity),
+                                                      QString::number(builtins.back().arity));
+    return u"'%1' expects %2 argument(s), got %3"_s.arg(first.name, QString::number(first.arity),
+                                                        QString::number(given));
 }
 
 int componentsOf(const QList<TypeRef> &arguments)
@@ -173,25 +185,18 @@ Type TypeChecker::checkCall(AstNode &node)
 
 Type TypeChecker::checkBuiltinCall(const AstNode &node, const QList<TypeRef> &arguments)
 {
-    const BuiltinEntry *const entry = findBuiltin(node.name);
-    if (!entry) {
+    const auto ofThisName = findBuiltins(node.name);
+    if (ofThisName.empty()) {
         error(node, u"unknown function '%1'"_s.arg(node.name));
         return Type::Float;
     }
-    if (!builtinTakes(*entry, arguments.size())) {
-        if (entry->name == "atan"_L1) {
-            error(node, u"'atan' takes 1 or 2 arguments"_s);
-        } else {
-            error(node,
-                  u"'%1' expects %2 argument(s), got %3"_s.arg(
-                      node.name, QString::number(entry->arity), QString::number(arguments.size())));
-        }
-    }
+    if (!node.builtin)
+        error(node, arityError(ofThisName, arguments.size()));
     QList<Type> types;
     types.reserve(arguments.size());
     for (const TypeRef &argument : arguments)
         types.append(argument.type);
-    return builtinResultType(*entry, types);
+    return builtinResultType(ofThisName.front(), types);
 }
 
 } // namespace eval::internal

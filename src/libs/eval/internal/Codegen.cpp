@@ -115,8 +115,7 @@ private:
         const AstNode &root = *m_program.code[index].root;
         const Operand value = m_body.emitExpression(root);
         output.type = value.type;
-        output.isBits =
-            value.type == Type::Uint && root.kind == AstKind::Call && isPacking(root.name);
+        output.isBits = value.type == Type::Uint && root.builtin && isPacking(*root.builtin);
         if (!isNativeVariableType(value.type) ||
             laneCount(value.type) != slotFloatWidth(slot.type)) {
             m_unit.setUnsupported();

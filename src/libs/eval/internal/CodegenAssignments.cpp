@@ -191,9 +191,7 @@ Operand CodegenBody::emitFunctionCall(const AstNode &node)
     const QList<Operand> arguments = emitInOrder(nodes);
     const Type firstType = arguments.isEmpty() ? Type::Void : arguments.first().type;
     // Built-ins first, whatever the checker preferred: that is what the interpreter does.
-    const BuiltinFunction *const builtin =
-        findBuiltinFunction(node.name, static_cast<int>(arguments.size()), firstType);
-    if (builtin) {
+    if (const Builtin *const builtin = builtinOf(node, firstType)) {
         const auto value = emitBuiltin(*builtin, arguments);
         return value ? keep(value->text, value->type) : unsupported();
     }

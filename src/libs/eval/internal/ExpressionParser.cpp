@@ -1,5 +1,6 @@
 #include <eval/internal/ExpressionParser.h>
 
+#include <eval/internal/Builtin.h>
 #include <eval/internal/LiteralReader.h>
 
 #include <array>
@@ -250,6 +251,8 @@ AstPtr ExpressionParser::parseName()
         m_context.readType(token, node->type, node->structName);
     if (isCall)
         node->arguments = parseArguments("expected ')' after function arguments"_L1);
+    if (kind == AstKind::Call)
+        node->builtin = findBuiltin(node->name, node->arguments.size());
     return m_context.close(node);
 }
 

@@ -94,9 +94,7 @@ Value Interpreter::evalFunctionCall(const AstNode &node)
 {
     const QList<Value> arguments = evalArguments(node);
     const Type firstType = arguments.isEmpty() ? Type::Void : arguments.first().type;
-    const auto *builtin =
-        findBuiltinFunction(node.name, static_cast<int>(arguments.size()), firstType);
-    if (builtin)
+    if (const Builtin *const builtin = builtinOf(node, firstType))
         return applyBuiltin(*builtin, arguments);
     const AstNode *function = pickOverload(node, arguments);
     return function ? callUserFunction(node, *function, arguments) : Value::zero(Type::Float);

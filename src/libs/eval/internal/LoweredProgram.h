@@ -1,7 +1,7 @@
 #pragma once
 
 #include <eval/Type.h>
-#include <eval/internal/BuiltinFunctions.h>
+#include <eval/internal/Builtin.h>
 #include <eval/internal/Opcode.h>
 
 #include <QString>
@@ -18,7 +18,7 @@ class RowPlan;
 /// A call of a built-in that has no operation of its own: lanes are gathered into values, and back.
 struct ExternalCall
 {
-    const BuiltinFunction *function = nullptr;
+    const Builtin *function = nullptr;
     std::vector<Type> argumentTypes;
     std::vector<Register> arguments; ///< lanes of all arguments, one after the other
     Type resultType = Type::Float;

@@ -1,5 +1,6 @@
 #include <eval/internal/LoweredProgram.h>
 
+#include <eval/internal/BuiltinFunctions.h>
 #include <eval/internal/Interpreter.h>
 #include <eval/internal/LaneOps.h>
 

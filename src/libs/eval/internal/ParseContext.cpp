@@ -29,7 +29,7 @@ int heightOf(const QList<AstPtr> &nodes)
 void ParseContext::error(const Token &token, const QString &message)
 {
     if (!m_refused)
-        m_diagnostics.add(DiagnosticCategory::Syntax, token.span(), message);
+        m_diagnostics.add(DiagnosticCategory::Syntax, spanOf(token), message);
 }
 
 bool ParseContext::expect(TokenKind kind, QLatin1StringView message)
@@ -76,10 +76,10 @@ QString ParseContext::name(QStringView text)
 AstPtr ParseContext::make(AstKind kind, const Token &token)
 {
     if (++m_nodeCount > maxNodeCount)
-        refuse(token.span(), u"source has more than %1 syntax nodes"_s.arg(maxNodeCount));
+        refuse(spanOf(token), u"source has more than %1 syntax nodes"_s.arg(maxNodeCount));
     AstPtr node = AstPtr::create();
     node->kind = kind;
-    node->span = token.span();
+    node->span = spanOf(token);
     return node;
 }
 
@@ -100,7 +100,7 @@ ParseContext::Level::Level(ParseContext &context)
     , m_entered(++context.m_level <= maxTreeDepth)
 {
     if (!m_entered) {
-        context.refuse(context.tokens.peek().span(),
+        context.refuse(spanOf(context.tokens.peek()),
                        u"source is nested more than %1 levels deep"_s.arg(maxTreeDepth));
     }
 }

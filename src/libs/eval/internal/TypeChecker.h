@@ -2,7 +2,6 @@
 
 #include <eval/Program.h>
 #include <eval/internal/Ast.h>
-#include <eval/internal/BuiltinTable.h>
 #include <eval/internal/DiagnosticList.h>
 #include <eval/internal/OverloadTable.h>
 #include <eval/internal/StructRegistry.h>

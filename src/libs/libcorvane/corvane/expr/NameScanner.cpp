@@ -1,134 +1,91 @@
 #include <corvane/expr/NameScanner.h>
 
+#include <glsl/Lexer.h>
+
 #include <QSet>
 
-#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace corvane::expr {
 
+using glsl::TokenKind;
+
 namespace {
 
-bool startsName(QChar c)
-{
-    return c.isLetter() || c == u'_';
-}
-
-bool continuesName(QChar c)
-{
-    return c.isLetterOrNumber() || c == u'_';
-}
-
-/// Walks over the text once.
+/// Walks over the text once, with the tokens before and behind.
 class Scanner
 {
 public:
     explicit Scanner(const QString &text)
         : m_text(text)
+        , m_lexer(m_text, glsl::expressionText)
+        , m_at(m_lexer.next())
+        , m_behind(m_lexer.next())
     {}
 
     QList<NameReference> scan()
     {
-        while (m_at < m_text.size()) {
-            if (!skipComment() && !skipNumber() && !takeReference())
-                ++m_at;
+        while (!m_at.is(TokenKind::End)) {
+            if (isPart(m_at))
+                takeReference();
+            else
+                advance();
         }
         return m_references;
     }
 
 private:
-    QChar peek(qsizetype ahead = 0) const
+    static bool isPart(const glsl::Token &token)
     {
-        return m_at + ahead < m_text.size() ? m_text.at(m_at + ahead) : QChar();
+        return token.isWord() || token.is(TokenKind::Quoted);
     }
 
-    bool skipComment()
+    void advance()
     {
-        if (peek() != u'/' || (peek(1) != u'/' && peek(1) != u'*'))
-            return false;
-        const bool isLine = peek(1) == u'/';
-        const qsizetype end =
-            isLine ? m_text.indexOf(u'\n', m_at) : m_text.indexOf(u"*/"_s, m_at + 2);
-        m_at = end < 0 ? m_text.size() : end + (isLine ? 1 : 2);
-        return true;
+        m_before = std::exchange(m_at, m_behind);
+        m_behind = m_lexer.next();
     }
 
-    bool skipNumber()
-    {
-        if (!peek().isDigit() && !(peek() == u'.' && peek(1).isDigit()))
-            return false;
-        const bool isHex = peek() == u'0' && peek(1).toLower() == u'x';
-        for (; m_at < m_text.size(); ++m_at) {
-            const QChar c = peek();
-            const bool isSign = c == u'+' || c == u'-';
-            const bool afterExponent = !isHex && m_text.at(m_at - (m_at > 0)).toLower() == u'e';
-            if (!continuesName(c) && c != u'.' && !(isSign && afterExponent))
-                break;
-        }
-        return true;
-    }
-
-    bool takeReference()
+    void takeReference()
     {
         NameReference reference;
-        reference.position = m_at;
-        reference.isQuoted = peek() == u'"';
-        if (!takePart(reference))
-            return false;
+        reference.position = m_at.text.data() - m_text.data();
+        reference.isQuoted = m_at.is(TokenKind::Quoted);
         // A member of something that is no name, such as the result of a call.
-        const bool isMember = reference.position > 0 && m_text.at(reference.position - 1) == u'.' &&
-                              !reference.isQuoted;
-        while (peek() == u'.') {
-            const qsizetype dot = m_at++;
-            if (!takePart(reference)) {
-                m_at = dot + 1;
-                break;
-            }
+        const bool isMember =
+            m_before.is(TokenKind::Dot) && m_at.touches(m_before) && !reference.isQuoted;
+        takePart(reference);
+        while (m_at.is(TokenKind::Dot) && m_at.touches(m_before) && isPart(m_behind) &&
+               m_behind.touches(m_at)) {
+            advance();
+            takePart(reference);
         }
         const bool isWord = !reference.isQuoted && !reference.isDefaultScoped() &&
                             isReservedWord(reference.parts.at(0));
-        if (!isMember && !isWord && !endsInCall(reference))
-            m_references.append(reference);
-        return true;
-    }
-
-    /// A name, or any text in quotes. Nothing is consumed where neither stands here.
-    bool takePart(NameReference &reference)
-    {
-        const qsizetype begin = m_at;
-        if (peek() == u'"') {
-            const qsizetype close = m_text.indexOf(u'"', begin + 1);
-            if (close < 0)
-                return false;
-            m_at = close + 1;
-            reference.parts.append(m_text.mid(begin + 1, close - begin - 1));
-        } else if (startsName(peek())) {
-            while (m_at < m_text.size() && continuesName(peek()))
-                ++m_at;
-            reference.parts.append(m_text.mid(begin, m_at - begin));
-        } else {
-            return false;
+        if (m_at.is(TokenKind::LeftParen)) { // what is called is no name
+            reference.parts.removeLast();
+            reference.ends.removeLast();
         }
-        reference.ends.append(m_at);
-        return true;
+        if (!isMember && !isWord && !reference.parts.isEmpty())
+            m_references.append(reference);
     }
 
-    /// Drops a last part that is called; true when nothing remains.
-    bool endsInCall(NameReference &reference) const
+    void takePart(NameReference &reference)
     {
-        qsizetype next = m_at;
-        while (next < m_text.size() && m_text.at(next).isSpace())
-            ++next;
-        if (next >= m_text.size() || m_text.at(next) != u'(')
-            return false;
-        reference.parts.removeLast();
-        reference.ends.removeLast();
-        return reference.parts.isEmpty();
+        const bool isQuoted = m_at.is(TokenKind::Quoted);
+        const QStringView name = isQuoted ? m_at.text.sliced(1).chopped(1) : m_at.text;
+        reference.parts.append(name.toString());
+        reference.ends.append(m_at.text.end() - m_text.data());
+        advance();
     }
 
-    const QString &m_text;
-    qsizetype m_at = 0;
+    QStringView m_text;
+    glsl::Lexer m_lexer;
+    glsl::Token m_before;
+    glsl::Token m_at;
+    glsl::Token m_behind;
     QList<NameReference> m_references;
 };
 
@@ -139,6 +96,8 @@ QList<NameReference> scanNames(const QString &text)
     return Scanner(text).scan();
 }
 
+// Not derived from the tables of the language: whether a name stands in quotes in a saved
+// expression hangs on this set, so it has to stay what it is.
 bool isReservedWord(const QString &word)
 {
     static const QSet<QString> words{
@@ -157,8 +116,8 @@ bool isReservedWord(const QString &word)
 
 bool isPlainIdentifier(const QString &name)
 {
-    return !name.isEmpty() && startsName(name.at(0)) &&
-           std::all_of(name.cbegin(), name.cend(), continuesName) && !isReservedWord(name);
+    const glsl::Token word = glsl::Lexer(name, glsl::fieldLanguage).next();
+    return word.isWord() && word.text.size() == name.size() && !isReservedWord(name);
 }
 
 } // namespace corvane::expr

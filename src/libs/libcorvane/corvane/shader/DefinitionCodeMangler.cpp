@@ -2,49 +2,36 @@
 
 #include <corvane/registry/Definition.h>
 
+#include <glsl/Lexer.h>
+#include <glsl/Words.h>
+
 #include <QList>
 
 // One pass splits the text into words and marks, one finds what it declares, one writes it out
 // again.
 //
 // Two words in a row are a declaration in this language ("float x", "Shape s"), unless the first
-// one is a keyword that says something else; so no list of types is needed, and a type keyword used
-// as a name is seen for what it is.
+// one is a keyword, which says something else; so no list of types is needed, and a type keyword
+// used as a name is seen for what it is.
 
 namespace corvane::shader {
 
 using namespace Qt::StringLiterals;
+using glsl::TokenKind;
 
 namespace {
 
-struct Token
+struct Token : glsl::Token
 {
-    enum Kind { Word, Number, Mark, Hash };
-    Kind kind = Mark;
-    QStringView text;
-    qsizetype start = 0;
-    bool inDirective = false;   ///< on a preprocessor line
     bool declaresField = false; ///< the name of a struct's field, where it is declared
 };
 
-/// Words that stand before another word without declaring it.
-bool isNoType(QStringView word)
-{
-    static const QSet<QStringView> words{
-        u"break",  u"case",    u"const",     u"continue", u"default", u"discard",
-        u"do",     u"else",    u"flat",      u"highp",    u"in",      u"inout",
-        u"lowp",   u"mediump", u"out",       u"precise",  u"return",  u"struct",
-        u"smooth", u"uniform", u"precision", u"varying",  u"while",   u"invariant"};
-    return words.contains(word);
-}
-
-/// Words that steer; to rename one could only move the error that its use as a name is.
+/// Words that steer or begin a declaration; to rename one could only move the error that its use as
+/// a name is.
 bool isStatementWord(QStringView word)
 {
-    static const QSet<QStringView> words{u"break",  u"case",    u"const",  u"continue", u"default",
-                                         u"do",     u"discard", u"else",   u"for",      u"if",
-                                         u"return", u"struct",  u"switch", u"while"};
-    return words.contains(word);
+    return glsl::rolesOf(word).testAnyFlags(glsl::WordRole::Nests | glsl::WordRole::Jumps |
+                                            glsl::WordRole::Declares);
 }
 
 bool isSwizzle(QStringView word)
@@ -57,112 +44,14 @@ bool isSwizzle(QStringView word)
     return drawnFrom(u"xyzw") || drawnFrom(u"rgba") || drawnFrom(u"stpq");
 }
 
-bool beginsWord(QChar c)
+QList<Token> tokensOf(QStringView code)
 {
-    return c.isLetter() || c == u'_';
+    QList<Token> tokens;
+    glsl::Lexer lexer(code, glsl::shaderText);
+    for (glsl::Token token = lexer.next(); !token.is(TokenKind::End); token = lexer.next())
+        tokens.append({token});
+    return tokens;
 }
-
-bool continuesWord(QChar c)
-{
-    return c.isLetterOrNumber() || c == u'_' || c.isMark();
-}
-
-class Tokens
-{
-public:
-    explicit Tokens(QStringView code)
-        : m_code(code)
-    {
-        while (m_at < m_code.size())
-            readNext();
-    }
-
-    QList<Token> list;
-
-private:
-    QChar peek(qsizetype ahead = 0) const
-    {
-        return m_at + ahead < m_code.size() ? m_code.at(m_at + ahead) : QChar();
-    }
-
-    void readNext()
-    {
-        const QChar c = peek();
-        if (c == u'\n')
-            endLine();
-        else if (c.isSpace())
-            ++m_at;
-        else if (c == u'/' && (peek(1) == u'/' || peek(1) == u'*'))
-            skipComment();
-        else if (beginsWord(c))
-            take(Token::Word, wordLength());
-        else if (c.isDigit() || (c == u'.' && peek(1).isDigit()))
-            take(Token::Number, numberLength());
-        else
-            readMark(c);
-    }
-
-    void readMark(QChar c)
-    {
-        if (c == u'#' && m_lineIsEmpty)
-            m_inDirective = true;
-        take(c == u'#' ? Token::Hash : Token::Mark, 1);
-    }
-
-    void endLine()
-    {
-        // A backslash carries a directive on to the next line.
-        const bool continued = !list.isEmpty() && list.last().text == u"\\" && !m_lineIsEmpty;
-        m_inDirective = m_inDirective && continued;
-        m_lineIsEmpty = true;
-        ++m_at;
-    }
-
-    void skipComment()
-    {
-        const bool block = peek(1) == u'*';
-        const qsizetype end = block ? m_code.indexOf(u"*/", m_at + 2) : m_code.indexOf(u'\n', m_at);
-        m_at = end < 0 ? m_code.size() : end + (block ? 2 : 0);
-    }
-
-    qsizetype wordLength() const
-    {
-        qsizetype end = m_at + 1;
-        while (end < m_code.size() && continuesWord(m_code.at(end)))
-            ++end;
-        return end - m_at;
-    }
-
-    qsizetype numberLength() const
-    {
-        qsizetype end = m_at + 1;
-        const auto isExponentSign = [&] {
-            return (m_code.at(end) == u'+' || m_code.at(end) == u'-') &&
-                   m_code.at(end - 1).toLower() == u'e' &&
-                   !m_code.mid(m_at, 2).startsWith(u"0x", Qt::CaseInsensitive);
-        };
-        while (end < m_code.size() &&
-               (continuesWord(m_code.at(end)) || m_code.at(end) == u'.' || isExponentSign()))
-            ++end;
-        return end - m_at;
-    }
-
-    void take(Token::Kind kind, qsizetype length)
-    {
-        list.append({.kind = kind,
-                     .text = m_code.mid(m_at, length),
-                     .start = m_at,
-                     .inDirective = m_inDirective,
-                     .declaresField = false});
-        m_lineIsEmpty = false;
-        m_at += length;
-    }
-
-    QStringView m_code;
-    qsizetype m_at = 0;
-    bool m_lineIsEmpty = true;
-    bool m_inDirective = false;
-};
 
 /// What a text declares, by how it is used.
 struct Declared
@@ -197,7 +86,7 @@ private:
     {
         return m_at + ahead < m_tokens.size() ? &m_tokens.at(m_at + ahead) : nullptr;
     }
-    bool nextIs(QStringView text) const { return next() && next()->text == text; }
+    bool nextIs(TokenKind kind) const { return next() && next()->is(kind); }
     const Token *previous() const { return m_at > 0 ? &m_tokens.at(m_at - 1) : nullptr; }
     bool inParameters() const { return !m_brackets.isEmpty() && m_brackets.last().parameters; }
     bool inFields() const { return !m_brackets.isEmpty() && m_brackets.last().fields; }
@@ -207,15 +96,15 @@ private:
         const Token &token = m_tokens.at(m_at);
         if (token.inDirective)
             visitDirective(token);
-        else if (token.kind == Token::Word)
+        else if (token.isWord())
             visitWord(token);
-        else if (token.kind == Token::Mark)
-            visitMark(token.text.front());
+        else if (!token.isNumber())
+            visitMark(token.kind);
     }
 
     void visitDirective(const Token &token)
     {
-        if (token.text != u"define" || !next() || next()->kind != Token::Word)
+        if (token.text != u"define" || !next() || !next()->isWord())
             return;
         declared.functions.insert(next()->text);
         declared.variables.insert(next()->text);
@@ -225,12 +114,12 @@ private:
     {
         const bool expected = std::exchange(m_declaratorExpected, false);
         if (isStatementWord(token.text)) {
-            if (token.text == u"struct" && next() && next()->kind == Token::Word)
+            if (token.is(TokenKind::Struct) && next() && next()->isWord())
                 m_structAhead = true;
             return;
         }
         const Token *before = previous();
-        if (before && before->text == u"struct") {
+        if (before && before->is(TokenKind::Struct)) {
             declared.structs.insert(token.text);
             return;
         }
@@ -243,9 +132,9 @@ private:
     {
         if (before.inDirective)
             return false;
-        if (before.kind == Token::Word)
-            return !isNoType(before.text) && !isStatementWord(before.text);
-        return before.text == u"]"; // an array's type: float[3] values
+        if (before.isWord())
+            return !glsl::rolesOf(before.text);
+        return before.is(TokenKind::RightBracket); // an array's type: float[3] values
     }
 
     void declare()
@@ -256,7 +145,7 @@ private:
             if (!isSwizzle(token.text))
                 declared.fields.insert(token.text);
             m_listDepth = m_brackets.size();
-        } else if (nextIs(u"(")) {
+        } else if (nextIs(TokenKind::LeftParen)) {
             declared.functions.insert(token.text);
             m_parametersAhead = true;
         } else {
@@ -266,23 +155,24 @@ private:
         }
     }
 
-    void visitMark(QChar mark)
+    void visitMark(TokenKind mark)
     {
         m_declaratorExpected = false;
-        if (mark == u'(' || mark == u'[' || mark == u'{')
+        if (m_tokens.at(m_at).opens())
             open(mark);
-        else if (mark == u')' || mark == u']' || mark == u'}')
+        else if (m_tokens.at(m_at).closes())
             close();
-        else if (mark == u';')
+        else if (mark == TokenKind::Semicolon)
             endStatement();
-        else if (mark == u',')
+        else if (mark == TokenKind::Comma)
             m_declaratorExpected = m_listDepth == m_brackets.size();
     }
 
-    void open(QChar mark)
+    void open(TokenKind mark)
     {
-        const bool structBody = mark == u'{' && std::exchange(m_structAhead, false);
-        const bool parameters = mark == u'(' && std::exchange(m_parametersAhead, false);
+        const bool structBody = mark == TokenKind::LeftBrace && std::exchange(m_structAhead, false);
+        const bool parameters =
+            mark == TokenKind::LeftParen && std::exchange(m_parametersAhead, false);
         m_brackets.append({.parameters = parameters, .fields = structBody});
     }
 
@@ -320,10 +210,10 @@ bool isOwnName(const QList<Token> &tokens, qsizetype at, const Declared &declare
     const Token &token = tokens.at(at);
     const Token *before = at > 0 ? &tokens.at(at - 1) : nullptr;
     const Token *after = at + 1 < tokens.size() ? &tokens.at(at + 1) : nullptr;
-    const bool called = after && after->text == u"(";
-    if (before && before->kind == Token::Hash)
+    const bool called = after && after->is(TokenKind::LeftParen);
+    if (before && before->text == u"#")
         return false;
-    if (before && before->text == u".")
+    if (before && before->is(TokenKind::Dot))
         return !called && declared.fields.contains(token.text);
     if (token.declaresField)
         return declared.fields.contains(token.text);
@@ -332,7 +222,7 @@ bool isOwnName(const QList<Token> &tokens, qsizetype at, const Declared &declare
     if (called)
         return declared.functions.contains(token.text);
     // A word before another one is a type, even where a variable has the type's name.
-    const bool typeOfNext = after && after->kind == Token::Word && !token.inDirective;
+    const bool typeOfNext = after && after->isWord() && !token.inDirective;
     return !typeOfNext && declared.variables.contains(token.text);
 }
 
@@ -342,7 +232,7 @@ DefinitionCodeMangler::DefinitionCodeMangler(const QString &code, const QString 
                                              const QSet<QString> &kept)
     : m_prefix(prefix)
 {
-    QList<Token> tokens = Tokens(code).list;
+    QList<Token> tokens = tokensOf(code);
     const Declared declared = DeclarationScan(tokens).declared;
     for (const QStringView function : declared.functions) {
         if (!kept.contains(function.toString()))
@@ -352,16 +242,17 @@ DefinitionCodeMangler::DefinitionCodeMangler(const QString &code, const QString 
     qsizetype copied = 0;
     for (qsizetype i = 0; i < tokens.size(); ++i) {
         const Token &token = tokens.at(i);
-        if (token.kind != Token::Word || !isOwnName(tokens, i, declared))
+        if (!token.isWord() || !isOwnName(tokens, i, declared))
             continue;
         const QString name = token.text.toString();
         if (kept.contains(name))
             continue;
-        m_result += QStringView(code).mid(copied, token.start - copied);
+        const qsizetype start = token.text.data() - QStringView(code).data();
+        m_result += QStringView(code).mid(copied, start - copied);
         const QString newName = mangledName(prefix, name);
         m_originalNames.insert(newName, name);
         m_result += newName;
-        copied = token.start + token.text.size();
+        copied = start + token.text.size();
     }
     m_result += QStringView(code).mid(copied);
 }

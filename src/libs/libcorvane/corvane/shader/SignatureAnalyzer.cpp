@@ -1,76 +1,65 @@
 #include <corvane/shader/SignatureAnalyzer.h>
 
+#include <glsl/Lexer.h>
+#include <glsl/Words.h>
+
 using namespace Qt::StringLiterals;
 
-// Signatures are read at every start for every definition, so this scans by hand what the patterns
-// in the header say, with \w and \s in their ASCII meaning.
+// Signatures are read at every start for every definition, so this takes the words one by one where
+// the header gives patterns.
 
 namespace corvane::shader {
 
+using glsl::TokenKind;
 using registry::NodeType;
 using registry::SignatureAnalysisResult;
 
 namespace {
 
-bool isWordCharacter(QChar c)
-{
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') ||
-           c == u'_';
-}
-
-bool isBlank(QChar c)
-{
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
-}
-
-// Walks the runs of word characters of a text.
+// Walks the words of a text, with what stands before and behind each. Comments are read like any
+// other text, as the patterns do.
 class WordCursor
 {
 public:
     explicit WordCursor(QStringView text)
-        : m_text(text)
+        : m_lexer(text, glsl::plainText)
+        , m_begin(text.data())
+        , m_behind(m_lexer.next())
     {}
 
     bool next()
     {
-        m_previous = m_word;
-        const qsizetype previousEnd = m_end;
-        qsizetype begin = m_end;
-        while (begin < m_text.size() && !isWordCharacter(m_text[begin]))
-            ++begin;
-        if (begin == m_text.size())
-            return false;
-        m_end = begin;
-        while (m_end < m_text.size() && isWordCharacter(m_text[m_end]))
-            ++m_end;
-        m_word = m_text.sliced(begin, m_end - begin);
-        m_followsBlank = begin > previousEnd &&
-                         std::all_of(m_text.begin() + previousEnd, m_text.begin() + begin, isBlank);
-        return true;
+        do {
+            m_before = std::exchange(m_word, m_behind);
+            m_behind = m_lexer.next();
+        } while (!m_word.isWord() && !m_word.is(TokenKind::End));
+        return m_word.isWord();
     }
 
-    [[nodiscard]] QStringView word() const { return m_word; }
+    [[nodiscard]] QStringView word() const { return m_word.text; }
     /// The word before, if nothing but white space stands between; else null.
     [[nodiscard]] QStringView wordBefore() const
     {
-        return m_followsBlank ? m_previous : QStringView();
+        return m_before.isWord() ? m_before.text : QStringView();
     }
     /// The position behind a "(" that follows the word; -1 when none does.
     [[nodiscard]] qsizetype behindParenthesis() const
     {
-        qsizetype at = m_end;
-        while (at < m_text.size() && isBlank(m_text[at]))
-            ++at;
-        return at < m_text.size() && m_text[at] == u'(' ? at + 1 : -1;
+        return m_behind.is(TokenKind::LeftParen) ? m_behind.text.end() - m_begin : -1;
     }
 
 private:
-    QStringView m_text;
-    QStringView m_word;
-    QStringView m_previous;
-    qsizetype m_end = 0;
-    bool m_followsBlank = false;
+    glsl::Lexer m_lexer;
+    const QChar *m_begin;
+    glsl::Token m_before;
+    glsl::Token m_word;
+    glsl::Token m_behind;
 };
+
+bool isAscii(QStringView word)
+{
+    return std::all_of(word.begin(), word.end(), [](QChar c) { return c < QChar(0x80); });
+}
 
 bool isFunctionType(QStringView word)
 {
@@ -82,9 +71,7 @@ bool isFunctionType(QStringView word)
 
 bool isQualifier(QStringView word)
 {
-    constexpr QLatin1StringView qualifiers[] = {"const"_L1, "in"_L1,      "out"_L1, "inout"_L1,
-                                                "highp"_L1, "mediump"_L1, "lowp"_L1};
-    return std::find(std::begin(qualifiers), std::end(qualifiers), word) != std::end(qualifiers);
+    return glsl::rolesOf(word).testFlag(glsl::WordRole::Qualifies);
 }
 
 bool isOldStylePrimitive(QStringView name)
@@ -232,7 +219,7 @@ QStringList SignatureAnalyzer::extractFunctionNames(const QString &code)
     for (WordCursor words(code); words.next();) {
         // The cheapest question first: most words have no parenthesis behind them.
         if (words.behindParenthesis() >= 0 && isFunctionType(words.wordBefore()) &&
-            !words.word().front().isDigit() && words.word() != "main"_L1)
+            isAscii(words.word()) && words.word() != "main"_L1)
             names.append(words.word().toString());
     }
     return names;

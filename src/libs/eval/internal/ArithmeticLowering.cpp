@@ -1,12 +1,8 @@
-#include <eval/internal/Lowering.h>
+#include <eval/internal/ArithmeticLowering.h>
 
 namespace eval::internal {
 
 namespace {
-
-// Integers up to here are floats without loss, so that mixing one with a float needs no detour
-// through double.
-constexpr qint32 exactFloatLimit = 1 << 24;
 
 Op floatOp(BinaryKind kind)
 {
@@ -31,9 +27,9 @@ bool isWholeKind(LaneKind kind)
 
 } // namespace
 
-Lowering::Operand Lowering::binary(BinaryKind kind, const Operand &left, const Operand &right)
+LaneValue ArithmeticLowering::binary(BinaryKind kind, const LaneValue &left, const LaneValue &right)
 {
-    if (m_failed)
+    if (m_values.hasFailed())
         return left;
     if (kind >= BinaryKind::Equal && kind <= BinaryKind::GreaterOrEqual)
         return comparison(kind, left, right);
@@ -41,11 +37,11 @@ Lowering::Operand Lowering::binary(BinaryKind kind, const Operand &left, const O
         const Op op = kind == BinaryKind::LogicalAnd  ? Op::AndI
                       : kind == BinaryKind::LogicalOr ? Op::OrI
                                                       : Op::XorI;
-        const Register a = truth(left);
-        return boolean(m_code.compute(op, a, truth(right)));
+        const Register a = m_values.truth(left);
+        return m_values.boolean(m_code.compute(op, a, m_values.truth(right)));
     }
     if (laneCount(left.type) == 0 || laneCount(right.type) == 0)
-        return giveUp();
+        return m_values.giveUp();
     if (kind >= BinaryKind::BitAnd && kind <= BinaryKind::ShiftRight)
         return bitwise(kind, left, right);
     const ArithmeticPlan plan = planArithmetic(kind, left.type, right.type);
@@ -60,8 +56,8 @@ Lowering::Operand Lowering::binary(BinaryKind kind, const Operand &left, const O
     return scalarArithmetic(kind, left, right, plan.result);
 }
 
-Register Lowering::compareLanes(BinaryKind kind, Register a, LaneKind kindA, Register b,
-                                LaneKind kindB)
+Register ArithmeticLowering::compareLanes(BinaryKind kind, Register a, LaneKind kindA, Register b,
+                                          LaneKind kindB)
 {
     const bool floats = kindA == LaneKind::Float && kindB == LaneKind::Float;
     // Bools are 0 and 1 whether they are read as signed or not.
@@ -101,39 +97,43 @@ Register Lowering::compareLanes(BinaryKind kind, Register a, LaneKind kindA, Reg
     return m_code.computeMixed({kind, kindA, kindB, LaneKind::Bool}, a, b);
 }
 
-Lowering::Operand Lowering::comparison(BinaryKind kind, const Operand &left, const Operand &right)
+LaneValue ArithmeticLowering::comparison(BinaryKind kind, const LaneValue &left,
+                                         const LaneValue &right)
 {
     if (kind == BinaryKind::Equal || kind == BinaryKind::NotEqual)
         return equality(kind, left, right);
     if (laneCount(left.type) == 0 || laneCount(right.type) == 0)
-        return giveUp();
-    return boolean(
-        compareLanes(kind, left.lanes[0], kindOf(left.type), right.lanes[0], kindOf(right.type)));
+        return m_values.giveUp();
+    return m_values.boolean(compareLanes(kind, left.lanes[0], m_values.kindOf(left.type),
+                                         right.lanes[0], m_values.kindOf(right.type)));
 }
 
-Lowering::Operand Lowering::equality(BinaryKind kind, const Operand &left, const Operand &right)
+LaneValue ArithmeticLowering::equality(BinaryKind kind, const LaneValue &left,
+                                       const LaneValue &right)
 {
     const bool structs = left.type == Type::Struct || right.type == Type::Struct;
     if (structs && (left.type != right.type || left.structName != right.structName))
-        return giveUp();
+        return m_values.giveUp();
     const qsizetype count = std::max(left.lanes.size(), right.lanes.size());
     Register same = m_code.constant(1u);
     for (qsizetype i = 0; i < count; ++i) {
         // Lanes that one side lacks are compared with zero.
-        const auto laneOf = [&](const Operand &value) {
+        const auto laneOf = [&](const LaneValue &value) {
             if (isScalar(value.type))
                 return value.lanes[0];
             return i < value.lanes.size() ? value.lanes[i] : m_code.constant(0u);
         };
         const int lane = static_cast<int>(i);
-        const Register equal = compareLanes(BinaryKind::Equal, laneOf(left), kindOf(left, lane),
-                                            laneOf(right), kindOf(right, lane));
+        const Register equal =
+            compareLanes(BinaryKind::Equal, laneOf(left), m_values.kindOf(left, lane),
+                         laneOf(right), m_values.kindOf(right, lane));
         same = i == 0 ? equal : m_code.compute(Op::AndI, same, equal);
     }
-    return boolean(kind == BinaryKind::Equal ? same : m_code.compute(Op::NotB, same));
+    return m_values.boolean(kind == BinaryKind::Equal ? same : m_code.compute(Op::NotB, same));
 }
 
-Lowering::Operand Lowering::bitwise(BinaryKind kind, const Operand &left, const Operand &right)
+LaneValue ArithmeticLowering::bitwise(BinaryKind kind, const LaneValue &left,
+                                      const LaneValue &right)
 {
     Op op = Op::AndI;
     switch (kind) {
@@ -153,50 +153,38 @@ Lowering::Operand Lowering::bitwise(BinaryKind kind, const Operand &left, const 
         break;
     }
     const Type type = planArithmetic(BinaryKind::Add, left.type, right.type).result;
-    Operand result = {type, {}, {}};
-    const auto laneOf = [&](const Operand &value, int lane) {
+    LaneValue result = {type, {}, {}};
+    const auto laneOf = [&](const LaneValue &value, int lane) {
         const int at = isScalar(value.type) ? 0 : lane;
         if (at >= value.lanes.size())
             return m_code.constant(0u);
-        return convert(value.lanes[at], kindOf(value.type), LaneKind::Int);
+        return m_values.convert(value.lanes[at], m_values.kindOf(value.type), LaneKind::Int);
     };
     for (int i = 0; i < laneCount(type); ++i) {
         const Register a = laneOf(left, i);
         const Register word = m_code.compute(op, a, laneOf(right, i));
-        result.lanes.append(convert(word, LaneKind::Int, kindOf(type)));
+        result.lanes.append(m_values.convert(word, LaneKind::Int, m_values.kindOf(type)));
     }
     return result;
 }
 
-bool Lowering::asExactFloat(Register &reg, LaneKind kind)
+LaneValue ArithmeticLowering::scalarArithmetic(BinaryKind kind, const LaneValue &left,
+                                               const LaneValue &right, Type result)
 {
-    if (kind == LaneKind::Float)
-        return true;
-    if (kind != LaneKind::Int || !m_code.isConstant(reg) ||
-        std::abs(static_cast<qint64>(static_cast<qint32>(m_code.constantBits(reg)))) >
-            exactFloatLimit)
-        return false;
-    reg = convert(reg, kind, LaneKind::Float);
-    return true;
-}
-
-Lowering::Operand Lowering::scalarArithmetic(BinaryKind kind, const Operand &left,
-                                             const Operand &right, Type result)
-{
-    const LaneKind kindA = kindOf(left.type);
-    const LaneKind kindB = kindOf(right.type);
+    const LaneKind kindA = m_values.kindOf(left.type);
+    const LaneKind kindB = m_values.kindOf(right.type);
     Register a = left.lanes[0];
     Register b = right.lanes[0];
-    const bool checked = m_program.reportRuntimeFaults;
-    const auto scalar = [result](Register reg) { return Operand{result, {}, {reg}}; };
+    const auto scalar = [result](Register reg) { return LaneValue{result, {}, {reg}}; };
     Register floatA = a;
     Register floatB = b;
-    if (result == Type::Float && asExactFloat(floatA, kindA) && asExactFloat(floatB, kindB)) {
-        if (kind == BinaryKind::Divide && checked)
+    if (result == Type::Float && m_values.asExactFloat(floatA, kindA) &&
+        m_values.asExactFloat(floatB, kindB)) {
+        if (kind == BinaryKind::Divide && m_isChecked)
             return scalar(m_code.computeChecked(Op::DivCheckedF, floatA, floatB));
         if (kind == BinaryKind::Remainder)
-            return scalar(checked ? m_code.computeChecked(Op::RemCheckedF, floatA, floatB)
-                                  : m_code.compute(Op::RemOrZeroF, floatA, floatB));
+            return scalar(m_isChecked ? m_code.computeChecked(Op::RemCheckedF, floatA, floatB)
+                                      : m_code.compute(Op::RemOrZeroF, floatA, floatB));
         return scalar(m_code.compute(floatOp(kind), floatA, floatB));
     }
     // Sums wrap alike for both signs.
@@ -208,20 +196,20 @@ Lowering::Operand Lowering::scalarArithmetic(BinaryKind kind, const Operand &lef
         if (kind == BinaryKind::Multiply && result == Type::Int)
             return scalar(m_code.compute(Op::MulI, a, b));
     }
-    const MixedCode code = {kind, kindA, kindB, kindOf(result)};
+    const MixedCode code = {kind, kindA, kindB, m_values.kindOf(result)};
     const bool mayFault = kind == BinaryKind::Divide || kind == BinaryKind::Remainder;
-    return scalar(mayFault && checked ? m_code.computeMixedChecked(code, a, b)
-                                      : m_code.computeMixed(code, a, b));
+    return scalar(mayFault && m_isChecked ? m_code.computeMixedChecked(code, a, b)
+                                          : m_code.computeMixed(code, a, b));
 }
 
-Lowering::Operand Lowering::lanewise(BinaryKind kind, const Operand &left, const Operand &right,
-                                     const ArithmeticPlan &plan)
+LaneValue ArithmeticLowering::lanewise(BinaryKind kind, const LaneValue &left,
+                                       const LaneValue &right, const ArithmeticPlan &plan)
 {
     // The remainder of bools by zero is the one thing where Mixed and the walk part ways.
-    if (!isLowerable(plan.result) ||
-        (kindOf(plan.result) == LaneKind::Bool && kind == BinaryKind::Remainder))
-        return giveUp();
-    Operand result = {plan.result, {}, {}};
+    if (!m_values.isLowerable(plan.result) ||
+        (m_values.kindOf(plan.result) == LaneKind::Bool && kind == BinaryKind::Remainder))
+        return m_values.giveUp();
+    LaneValue result = {plan.result, {}, {}};
     for (int i = 0; i < laneCount(plan.result); ++i) {
         const int l = isScalar(left.type) ? 0 : i;
         const int r = isScalar(right.type) ? 0 : i;
@@ -232,21 +220,23 @@ Lowering::Operand Lowering::lanewise(BinaryKind kind, const Operand &left, const
         const Register a = left.lanes[l];
         const Register b = right.lanes[r];
         if (plan.inFloat)
-            result.lanes.append(m_code.compute(floatOp(kind),
-                                               convert(a, kindOf(left.type), LaneKind::Float),
-                                               convert(b, kindOf(right.type), LaneKind::Float)));
+            result.lanes.append(m_code.compute(
+                floatOp(kind), m_values.convert(a, m_values.kindOf(left.type), LaneKind::Float),
+                m_values.convert(b, m_values.kindOf(right.type), LaneKind::Float)));
         else
-            result.lanes.append(m_code.computeMixed(
-                {kind, kindOf(left.type), kindOf(right.type), kindOf(plan.result)}, a, b));
+            result.lanes.append(
+                m_code.computeMixed({kind, m_values.kindOf(left.type), m_values.kindOf(right.type),
+                                     m_values.kindOf(plan.result)},
+                                    a, b));
     }
     return result;
 }
 
-Lowering::Operand Lowering::matrixProduct(const Operand &left, const Operand &right,
-                                          const ArithmeticPlan &plan)
+LaneValue ArithmeticLowering::matrixProduct(const LaneValue &left, const LaneValue &right,
+                                            const ArithmeticPlan &plan)
 {
-    if (!plan.inFloat || !isLowerable(plan.result))
-        return giveUp();
+    if (!plan.inFloat || !m_values.isLowerable(plan.result))
+        return m_values.giveUp();
     const bool rowVector = isVector(left.type);
     const bool columnVector = isVector(right.type);
     const int rows = rowVector ? 1 : matrixRows(left.type);
@@ -254,10 +244,10 @@ Lowering::Operand Lowering::matrixProduct(const Operand &left, const Operand &ri
     const int rightRows = columnVector ? laneCount(right.type) : matrixRows(right.type);
     const int columns = columnVector ? 1 : matrixColumns(right.type);
     const int inner = std::min(leftColumns, rightRows);
-    const auto laneOf = [this](const Operand &value, int lane) {
-        return convert(value.lanes[lane], kindOf(value.type), LaneKind::Float);
+    const auto laneOf = [this](const LaneValue &value, int lane) {
+        return m_values.convert(value.lanes[lane], m_values.kindOf(value.type), LaneKind::Float);
     };
-    Operand result = {plan.result, {}, {}};
+    LaneValue result = {plan.result, {}, {}};
     for (int column = 0; column < columns; ++column) {
         for (int row = 0; row < rows; ++row) {
             Register sum = noRegister;
@@ -272,15 +262,15 @@ Lowering::Operand Lowering::matrixProduct(const Operand &left, const Operand &ri
     return result;
 }
 
-Lowering::Operand Lowering::unary(UnaryKind kind, const Operand &value)
+LaneValue ArithmeticLowering::unary(UnaryKind kind, const LaneValue &value)
 {
     if (kind == UnaryKind::LogicalNot)
-        return boolean(m_code.compute(Op::NotB, truth(value)));
-    Operand result = value;
-    const LaneKind lanes = kindOf(value.type);
+        return m_values.boolean(m_code.compute(Op::NotB, m_values.truth(value)));
+    LaneValue result = value;
+    const LaneKind lanes = m_values.kindOf(value.type);
     if (kind == UnaryKind::BitNot) {
         if (laneCount(value.type) == 0 || !isWholeKind(lanes))
-            return giveUp();
+            return m_values.giveUp();
         for (Register &lane : result.lanes)
             lane = m_code.compute(Op::NotI, lane);
     } else if (kind == UnaryKind::Negate) {
@@ -294,15 +284,15 @@ Lowering::Operand Lowering::unary(UnaryKind kind, const Operand &value)
     return result;
 }
 
-Lowering::Operand Lowering::stepped(const Operand &value, int delta)
+LaneValue ArithmeticLowering::stepped(const LaneValue &value, int delta)
 {
-    const LaneKind lanes = kindOf(value.type);
+    const LaneKind lanes = m_values.kindOf(value.type);
     if (laneCount(value.type) == 0 || lanes == LaneKind::Bool)
-        return giveUp();
+        return m_values.giveUp();
     const bool floats = lanes == LaneKind::Float;
     const Register one = floats ? m_code.constant(static_cast<float>(delta))
                                 : m_code.constant(static_cast<quint32>(delta));
-    Operand result = value;
+    LaneValue result = value;
     for (Register &lane : result.lanes)
         lane = m_code.compute(floats ? Op::AddF : Op::AddI, lane, one);
     return result;

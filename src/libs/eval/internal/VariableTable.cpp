@@ -1,8 +1,8 @@
 // What is known of variables where ways of control part and meet.
 
-#include <eval/internal/Lowering.h>
+#include <eval/internal/VariableTable.h>
 
-#include <eval/internal/BuiltinTable.h>
+#include <eval/internal/Arithmetic.h>
 
 #include <algorithm>
 
@@ -40,7 +40,7 @@ int smallness(const AstNode &node, int left)
     case AstKind::Index: // its range is checked
         return -1;
     case AstKind::Call:
-        if (!findBuiltin(node.name))
+        if (!node.builtin)
             return -1;
         left -= 2;
         break;
@@ -61,12 +61,12 @@ int smallness(const AstNode &node, int left)
 
 } // namespace
 
-bool Lowering::isSmall(const AstNode &node)
+bool isSmall(const AstNode &node)
 {
     return smallness(node, smallNodeLimit) >= 0;
 }
 
-int Lowering::variableIndex(const QString &name)
+int VariableTable::indexOf(const QString &name)
 {
     const auto it = frame().indexes.constFind(name);
     if (it != frame().indexes.constEnd())
@@ -77,7 +77,21 @@ int Lowering::variableIndex(const QString &name)
     return index;
 }
 
-QStringList Lowering::assignedNames(const AstNode &node)
+const LoweredVariable *VariableTable::find(const QString &name)
+{
+    const auto it = frame().indexes.constFind(name);
+    return it == frame().indexes.constEnd() ? nullptr : &at(*it);
+}
+
+QStringList VariableTable::assignedNames(const AstNode *first, const AstNode *second)
+{
+    QStringList names = first ? assignedNames(*first) : QStringList();
+    if (second)
+        names += assignedNames(*second);
+    return names;
+}
+
+QStringList VariableTable::assignedNames(const AstNode &node)
 {
     const auto known = m_assigned.constFind(&node);
     if (known != m_assigned.constEnd())
@@ -89,7 +103,7 @@ QStringList Lowering::assignedNames(const AstNode &node)
     return names;
 }
 
-void Lowering::collectAssigned(const AstNode &node, QStringList &names) const
+void VariableTable::collectAssigned(const AstNode &node, QStringList &names) const
 {
     const bool assigns =
         (node.kind == AstKind::Binary && isAssignment(node.binaryKind)) ||
@@ -115,60 +129,73 @@ void Lowering::collectAssigned(const AstNode &node, QStringList &names) const
         collectAssigned(*child, names);
 }
 
-Lowering::Meeting Lowering::meetingFor(const QStringList &names)
+Join VariableTable::joinFor(const QStringList &names)
 {
-    Meeting meeting;
-    meeting.label = m_code.newLabel();
+    Join join;
+    join.label = m_code.newLabel();
     for (const QString &name : names) {
-        const int index = variableIndex(name);
-        if (std::ranges::find(meeting.variables, index) == meeting.variables.end())
-            meeting.variables.push_back(index);
+        const int index = indexOf(name);
+        if (std::ranges::find(join.variables, index) == join.variables.end())
+            join.variables.push_back(index);
     }
-    meeting.met.resize(meeting.variables.size());
-    return meeting;
+    join.joined.resize(join.variables.size());
+    return join;
 }
 
-void Lowering::arrive(Meeting &meeting)
+void VariableTable::arrive(Join &join)
 {
     CodeBuilder::Moves moves;
-    for (size_t i = 0; i < meeting.variables.size(); ++i) {
-        const Variable &current = frame().variables[static_cast<size_t>(meeting.variables[i])];
-        Variable &met = meeting.met[i];
-        if (!meeting.reached)
-            met.known = current.known;
-        else if (met.known != current.known)
-            met.known = Known::Maybe;
-        if (met.known != Known::Yes)
+    for (size_t i = 0; i < join.variables.size(); ++i) {
+        const LoweredVariable &current = at(join.variables[i]);
+        LoweredVariable &joined = join.joined[i];
+        if (!join.isReached)
+            joined.known = current.known;
+        else if (joined.known != current.known)
+            joined.known = Known::Maybe;
+        if (joined.known != Known::Yes)
             continue;
-        if (met.value.lanes.isEmpty()) {
-            met.value = current.value;
-            met.isForeign = current.isForeign;
-            for (Register &lane : met.value.lanes)
+        if (joined.value.lanes.isEmpty()) {
+            joined.value = current.value;
+            joined.isForeign = current.isForeign;
+            for (Register &lane : joined.value.lanes)
                 lane = m_code.newRegister();
         }
-        if (met.value.type != current.value.type ||
-            met.value.structName != current.value.structName ||
-            met.isForeign != current.isForeign) {
-            giveUp();
+        if (joined.value.type != current.value.type ||
+            joined.value.structName != current.value.structName ||
+            joined.isForeign != current.isForeign) {
+            m_values.giveUp();
             return;
         }
-        for (qsizetype lane = 0; lane < met.value.lanes.size(); ++lane)
-            moves.emplace_back(met.value.lanes[lane], current.value.lanes[lane]);
+        for (qsizetype lane = 0; lane < joined.value.lanes.size(); ++lane)
+            moves.emplace_back(joined.value.lanes[lane], current.value.lanes[lane]);
     }
-    meeting.reached = true;
+    join.isReached = true;
     m_code.move(moves);
 }
 
-void Lowering::settle(const Meeting &meeting)
+void VariableTable::settle(const Join &join)
 {
-    for (size_t i = 0; i < meeting.variables.size(); ++i)
-        frame().variables[static_cast<size_t>(meeting.variables[i])] = meeting.met[i];
+    for (size_t i = 0; i < join.variables.size(); ++i)
+        at(join.variables[i]) = join.joined[i];
 }
 
-void Lowering::enter(const Meeting &meeting)
+void VariableTable::enter(const Join &join)
 {
-    m_code.bind(meeting.label);
-    settle(meeting);
+    m_code.bind(join.label);
+    settle(join);
+}
+
+void VariableTable::mergeSelected(Register condition, const std::vector<LoweredVariable> &yes,
+                                  const QStringList &names)
+{
+    for (const QString &name : names) {
+        const auto index = static_cast<size_t>(indexOf(name));
+        LoweredVariable &variable = frame().variables[index];
+        if (yes[index].known != variable.known)
+            variable.known = Known::Maybe;
+        else if (variable.known == Known::Yes)
+            variable.value = m_values.selected(condition, yes[index].value, variable.value);
+    }
 }
 
 } // namespace eval::internal

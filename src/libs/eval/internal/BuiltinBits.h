@@ -1,17 +1,18 @@
+#pragma once
+
 // Bit fields, reinterpretation and packing, all on 32-bit values.
 
-#include <eval/internal/BuiltinFunctions.h>
+#include <eval/internal/Builtin.h>
+#include <eval/internal/Value.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 
-namespace eval::internal {
+namespace eval::internal::builtin {
 
-namespace {
-
-quint32 bitsOf(const Value &value, int lane)
+inline quint32 bitsOf(const Value &value, int lane)
 {
     return static_cast<quint32>(value.integerLane(lane));
 }
@@ -28,15 +29,15 @@ Value perLane(Arguments a)
     return result;
 }
 
-int countBits(quint32 bits)
+inline int countBits(quint32 bits)
 {
     return std::popcount(bits);
 }
-int lowestBit(quint32 bits)
+inline int lowestBit(quint32 bits)
 {
     return bits == 0 ? -1 : std::countr_zero(bits);
 }
-int highestBit(quint32 bits)
+inline int highestBit(quint32 bits)
 {
     return bits == 0 ? -1 : 31 - std::countl_zero(bits);
 }
@@ -53,7 +54,7 @@ struct BitField
     quint32 mask() const { return count == 32 ? ~0u : (1u << count) - 1u; }
 };
 
-Value bitfieldExtract(Arguments a)
+inline Value bitfieldExtract(Arguments a)
 {
     const BitField field = {a[1].toInt(), a[2].toInt()};
     Value result = Value::zero(a[0].type);
@@ -64,7 +65,7 @@ Value bitfieldExtract(Arguments a)
     return result;
 }
 
-Value bitfieldInsert(Arguments a)
+inline Value bitfieldInsert(Arguments a)
 {
     const BitField field = {a[2].toInt(), a[3].toInt()};
     Value result = a[0];
@@ -78,7 +79,7 @@ Value bitfieldInsert(Arguments a)
     return result;
 }
 
-Value floatBitsToInt(Arguments a)
+inline Value floatBitsToInt(Arguments a)
 {
     const int count = std::clamp(laneCount(a[0].type), 1, 4);
     Value result = Value::zero(vectorOf(Type::Int, count));
@@ -87,7 +88,7 @@ Value floatBitsToInt(Arguments a)
     return result;
 }
 
-Value intBitsToFloat(Arguments a)
+inline Value intBitsToFloat(Arguments a)
 {
     const int count = std::clamp(laneCount(a[0].type), 1, 4);
     Value result = Value::zero(vectorOf(Type::Float, count));
@@ -104,10 +105,10 @@ struct NormFormat
     bool isSigned;
     int bits() const { return 32 / lanes; }
 };
-constexpr NormFormat unorm2x16 = {2, 65535.0f, false};
-constexpr NormFormat snorm2x16 = {2, 32767.0f, true};
-constexpr NormFormat unorm4x8 = {4, 255.0f, false};
-constexpr NormFormat snorm4x8 = {4, 127.0f, true};
+inline constexpr NormFormat unorm2x16 = {2, 65535.0f, false};
+inline constexpr NormFormat snorm2x16 = {2, 32767.0f, true};
+inline constexpr NormFormat unorm4x8 = {4, 255.0f, false};
+inline constexpr NormFormat snorm4x8 = {4, 127.0f, true};
 
 template<NormFormat format>
 Value pack(Arguments a)
@@ -141,7 +142,7 @@ Value unpack(Arguments a)
 }
 
 /// IEEE binary16 by cutting the mantissa off. What is too large becomes infinite, NaN stays NaN.
-quint32 halfFromFloat(float x)
+inline quint32 halfFromFloat(float x)
 {
     const auto bits = std::bit_cast<quint32>(x);
     const quint32 sign = (bits >> 16) & 0x8000u;
@@ -158,7 +159,7 @@ quint32 halfFromFloat(float x)
     return sign | ((mantissa | 0x800000u) >> (-exponent - 1));
 }
 
-float floatFromHalf(quint32 half)
+inline float floatFromHalf(quint32 half)
 {
     const quint32 sign = (half & 0x8000u) << 16;
     const quint32 exponent = (half >> 10) & 0x1fu;
@@ -171,13 +172,13 @@ float floatFromHalf(quint32 half)
     return sign != 0 ? -magnitude : magnitude;
 }
 
-Value packHalf(Arguments a)
+inline Value packHalf(Arguments a)
 {
     return Value::ofUint(halfFromFloat(a[0].floatLane(0)) |
                          (halfFromFloat(a[0].floatLane(1)) << 16));
 }
 
-Value unpackHalf(Arguments a)
+inline Value unpackHalf(Arguments a)
 {
     const quint32 word = bitsOf(a[0], 0);
     Value result = Value::zero(Type::Vec2);
@@ -186,29 +187,4 @@ Value unpackHalf(Arguments a)
     return result;
 }
 
-constexpr BuiltinFunction row(const char *name, int arity, Value (*function)(Arguments))
-{
-    return {
-        QLatin1StringView(name), arity, IntegerRule::ToFloat, nullptr, nullptr, nullptr, function};
-}
-
-constexpr std::array bitTable = {
-    row("bitCount", 1, &perLane<&countBits>),      row("findLSB", 1, &perLane<&lowestBit>),
-    row("findMSB", 1, &perLane<&highestBit>),      row("bitfieldExtract", 3, &bitfieldExtract),
-    row("bitfieldInsert", 4, &bitfieldInsert),     row("floatBitsToInt", 1, &floatBitsToInt),
-    row("intBitsToFloat", 1, &intBitsToFloat),     row("packUnorm2x16", 1, &pack<unorm2x16>),
-    row("packSnorm2x16", 1, &pack<snorm2x16>),     row("packUnorm4x8", 1, &pack<unorm4x8>),
-    row("packSnorm4x8", 1, &pack<snorm4x8>),       row("unpackUnorm2x16", 1, &unpack<unorm2x16>),
-    row("unpackSnorm2x16", 1, &unpack<snorm2x16>), row("unpackUnorm4x8", 1, &unpack<unorm4x8>),
-    row("unpackSnorm4x8", 1, &unpack<snorm4x8>),   row("packHalf2x16", 1, &packHalf),
-    row("unpackHalf2x16", 1, &unpackHalf),
-};
-
-} // namespace
-
-std::span<const BuiltinFunction> bitFunctions()
-{
-    return bitTable;
-}
-
-} // namespace eval::internal
+} // namespace eval::internal::builtin

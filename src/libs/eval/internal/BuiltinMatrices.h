@@ -1,17 +1,22 @@
-#include <eval/internal/BuiltinFunctions.h>
+#pragma once
 
+// What the language has for matrices. All of it in double: a determinant is a difference of
+// products, and elimination adds up the rounding of all its steps.
+
+#include <eval/internal/Builtin.h>
+#include <eval/internal/Value.h>
+
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
 
-namespace eval::internal {
-
-namespace {
+namespace eval::internal::builtin {
 
 /// A matrix in double, whatever it was stored in: m[column][row].
 using Entries = std::array<std::array<double, 4>, 4>;
 
-Entries entriesOf(const Value &matrix)
+inline Entries entriesOf(const Value &matrix)
 {
     Entries m{};
     const int rows = matrixRows(matrix.type);
@@ -23,14 +28,14 @@ Entries entriesOf(const Value &matrix)
     return m;
 }
 
-double minor3(const Entries &m, size_t a, size_t b, size_t c, size_t p, size_t q, size_t r)
+inline double minor3(const Entries &m, size_t a, size_t b, size_t c, size_t p, size_t q, size_t r)
 {
     return m[a][p] * (m[b][q] * m[c][r] - m[c][q] * m[b][r]) -
            m[b][p] * (m[a][q] * m[c][r] - m[c][q] * m[a][r]) +
            m[c][p] * (m[a][q] * m[b][r] - m[b][q] * m[a][r]);
 }
 
-double matDeterminant(const Entries &m, int size)
+inline double matDeterminant(const Entries &m, int size)
 {
     switch (size) {
     case 2:
@@ -47,7 +52,7 @@ double matDeterminant(const Entries &m, int size)
 
 /// Gauss-Jordan elimination with partial pivoting, columns taking the part of rows: the inverse of
 /// the transpose is the transpose of the inverse. False when a pivot is zero.
-bool matInverse(Entries m, Entries &inverse, size_t size)
+inline bool matInverse(Entries m, Entries &inverse, size_t size)
 {
     inverse = {};
     for (size_t i = 0; i < size; ++i)
@@ -80,12 +85,12 @@ bool matInverse(Entries m, Entries &inverse, size_t size)
     return true;
 }
 
-bool isSquare(Type type)
+inline bool isSquare(Type type)
 {
     return isMatrix(type) && matrixColumns(type) == matrixRows(type);
 }
 
-Value determinant(Arguments a)
+inline Value determinant(Arguments a)
 {
     const bool isDouble = scalarOf(a[0].type) == Type::Double;
     Value result = Value::zero(isDouble ? Type::Double : Type::Float);
@@ -94,7 +99,7 @@ Value determinant(Arguments a)
     return result;
 }
 
-Value inverse(Arguments a)
+inline Value inverse(Arguments a)
 {
     const int size = matrixColumns(a[0].type);
     Entries inverted;
@@ -106,7 +111,7 @@ Value inverse(Arguments a)
     return result;
 }
 
-Value transpose(Arguments a)
+inline Value transpose(Arguments a)
 {
     if (!isMatrix(a[0].type))
         return a[0];
@@ -118,7 +123,7 @@ Value transpose(Arguments a)
     return result;
 }
 
-Value outerProduct(Arguments a)
+inline Value outerProduct(Arguments a)
 {
     const int rows = laneCount(a[0].type);
     const int columns = laneCount(a[1].type);
@@ -133,7 +138,7 @@ Value outerProduct(Arguments a)
     return result;
 }
 
-Value matrixCompMult(Arguments a)
+inline Value matrixCompMult(Arguments a)
 {
     Value result = Value::zero(a[0].type);
     for (int i = 0; i < std::min(laneCount(a[0].type), laneCount(a[1].type)); ++i)
@@ -141,23 +146,4 @@ Value matrixCompMult(Arguments a)
     return result;
 }
 
-constexpr BuiltinFunction row(const char *name, int arity, Value (*function)(Arguments))
-{
-    return {
-        QLatin1StringView(name), arity, IntegerRule::ToFloat, nullptr, nullptr, nullptr, function};
-}
-
-constexpr std::array matrixTable = {
-    row("determinant", 1, &determinant),       row("inverse", 1, &inverse),
-    row("transpose", 1, &transpose),           row("outerProduct", 2, &outerProduct),
-    row("matrixCompMult", 2, &matrixCompMult),
-};
-
-} // namespace
-
-std::span<const BuiltinFunction> matrixFunctions()
-{
-    return matrixTable;
-}
-
-} // namespace eval::internal
+} // namespace eval::internal::builtin

@@ -1,14 +1,16 @@
+#pragma once
+
 // Geometry on vectors, relations per lane, and the tests on bool vectors.
 
-#include <eval/internal/BuiltinFunctions.h>
+#include <eval/internal/Builtin.h>
 #include <eval/internal/LaneMath.h>
+#include <eval/internal/Value.h>
 
 #include <algorithm>
 #include <array>
+#include <functional>
 
-namespace eval::internal {
-
-namespace {
+namespace eval::internal::builtin {
 
 template<class T>
 using Lanes = std::array<T, 16>;
@@ -32,13 +34,13 @@ Value valueOf(const Lanes<T> &lanes, int count)
     return value;
 }
 
-bool anyDouble(Arguments arguments)
+inline bool anyDouble(Arguments arguments)
 {
     return std::ranges::any_of(
         arguments, [](const Value &value) { return scalarOf(value.type) == Type::Double; });
 }
 
-int sizeOf(Arguments arguments)
+inline int sizeOf(Arguments arguments)
 {
     return std::max(1, laneCount(arguments[0].type));
 }
@@ -150,16 +152,16 @@ Value tested(Arguments a)
     return result;
 }
 
-bool isNan(double x)
+inline bool isNan(double x)
 {
     return std::isnan(x);
 }
-bool isInf(double x)
+inline bool isInf(double x)
 {
     return std::isinf(x);
 }
 
-Value anyOf(Arguments a)
+inline Value anyOf(Arguments a)
 {
     bool result = false;
     for (int i = 0; i < sizeOf(a); ++i)
@@ -167,7 +169,7 @@ Value anyOf(Arguments a)
     return Value::ofBool(result);
 }
 
-Value allOf(Arguments a)
+inline Value allOf(Arguments a)
 {
     bool result = true;
     for (int i = 0; i < sizeOf(a); ++i)
@@ -175,7 +177,7 @@ Value allOf(Arguments a)
     return Value::ofBool(result);
 }
 
-Value notOf(Arguments a)
+inline Value notOf(Arguments a)
 {
     Value result = a[0];
     for (int i = 0; i < sizeOf(a); ++i)
@@ -183,41 +185,13 @@ Value notOf(Arguments a)
     return result;
 }
 
-constexpr BuiltinFunction row(const char *name, int arity, Value (*function)(Arguments),
-                              bool boolVectorsOnly = false)
-{
-    return {
-        QLatin1StringView(name), arity, IntegerRule::ToFloat, nullptr, nullptr, nullptr, function,
-        boolVectorsOnly};
-}
+inline constexpr auto length = &byPrecision<&lengthOf<float>, &lengthOf<double>>;
+inline constexpr auto distance = &byPrecision<&distanceOf<float>, &distanceOf<double>>;
+inline constexpr auto dot = &byPrecision<&dotOf<float>, &dotOf<double>>;
+inline constexpr auto cross = &byPrecision<&crossOf<float>, &crossOf<double>>;
+inline constexpr auto normalize = &byPrecision<&normalized<float>, &normalized<double>>;
+inline constexpr auto reflect = &byPrecision<&reflected<float>, &reflected<double>>;
+inline constexpr auto refract = &byPrecision<&refracted<float>, &refracted<double>>;
+inline constexpr auto faceforward = &byPrecision<&facedForward<float>, &facedForward<double>>;
 
-constexpr std::array vectorTable = {
-    row("length", 1, &byPrecision<&lengthOf<float>, &lengthOf<double>>),
-    row("distance", 2, &byPrecision<&distanceOf<float>, &distanceOf<double>>),
-    row("dot", 2, &byPrecision<&dotOf<float>, &dotOf<double>>),
-    row("cross", 2, &byPrecision<&crossOf<float>, &crossOf<double>>),
-    row("normalize", 1, &byPrecision<&normalized<float>, &normalized<double>>),
-    row("reflect", 2, &byPrecision<&reflected<float>, &reflected<double>>),
-    row("refract", 3, &byPrecision<&refracted<float>, &refracted<double>>),
-    row("faceforward", 3, &byPrecision<&facedForward<float>, &facedForward<double>>),
-    row("lessThan", 2, &relation<std::less<double>>),
-    row("lessThanEqual", 2, &relation<std::less_equal<double>>),
-    row("greaterThan", 2, &relation<std::greater<double>>),
-    row("greaterThanEqual", 2, &relation<std::greater_equal<double>>),
-    row("equal", 2, &relation<std::equal_to<double>>),
-    row("notEqual", 2, &relation<std::not_equal_to<double>>),
-    row("isnan", 1, &tested<&isNan>),
-    row("isinf", 1, &tested<&isInf>),
-    row("any", 1, &anyOf, true),
-    row("all", 1, &allOf, true),
-    row("not", 1, &notOf, true),
-};
-
-} // namespace
-
-std::span<const BuiltinFunction> vectorFunctions()
-{
-    return vectorTable;
-}
-
-} // namespace eval::internal
+} // namespace eval::internal::builtin

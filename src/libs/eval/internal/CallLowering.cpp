@@ -1,4 +1,4 @@
-#include <eval/internal/Lowering.h>
+#include <eval/internal/CallLowering.h>
 
 #include <algorithm>
 
@@ -47,30 +47,26 @@ QStringList outParameters(const AstNode &function)
 
 } // namespace
 
-Lowering::Operand Lowering::call(const AstNode &node)
+LaneValue CallLowering::lower(const AstNode &node, const std::vector<LaneValue> &arguments)
 {
-    std::vector<Operand> arguments;
-    for (const AstPtr &argument : node.arguments)
-        arguments.push_back(expression(*argument));
-    if (m_failed)
-        return giveUp();
+    if (m_values.hasFailed())
+        return m_values.giveUp();
     const Type firstType = arguments.empty() ? Type::Void : arguments.front().type;
-    const auto *function =
-        findBuiltinFunction(node.name, static_cast<int>(arguments.size()), firstType);
-    return function ? builtin(*function, arguments) : userCall(node, arguments);
+    const Builtin *const builtin = builtinOf(node, firstType);
+    return builtin ? m_context.builtins.lower(*builtin, arguments) : userCall(node, arguments);
 }
 
-const AstNode *Lowering::pickOverload(const AstNode &node,
-                                      const std::vector<Operand> &arguments) const
+const AstNode *CallLowering::pickOverload(const AstNode &node,
+                                          const std::vector<LaneValue> &arguments) const
 {
     const AstNode *firstOfArity = nullptr;
-    const QList<const AstNode *> overloads = m_functions.value(node.name);
+    const QList<const AstNode *> overloads = m_variables.functions().value(node.name);
     for (const AstNode *function : overloads) {
         if (function->params.size() != static_cast<qsizetype>(arguments.size()))
             continue;
         const bool matches = std::equal(
             arguments.begin(), arguments.end(), function->params.begin(),
-            [](const Operand &argument, const FunctionParam &param) {
+            [](const LaneValue &argument, const FunctionParam &param) {
                 return !param.isArray && param.type == argument.type &&
                        (param.type != Type::Struct || param.structName == argument.structName);
             });
@@ -82,64 +78,67 @@ const AstNode *Lowering::pickOverload(const AstNode &node,
     return firstOfArity;
 }
 
-Lowering::Operand Lowering::userCall(const AstNode &node, const std::vector<Operand> &arguments)
+LaneValue CallLowering::userCall(const AstNode &node, const std::vector<LaneValue> &arguments)
 {
     const AstNode *function = pickOverload(node, arguments);
-    if (!function || m_calls.size() >= static_cast<size_t>(Interpreter::callDepthLimit))
-        return faulted();
+    if (!function || m_open.size() >= static_cast<size_t>(Interpreter::callDepthLimit))
+        return m_values.faulted();
     const bool takesArrays = std::ranges::any_of(function->params, &FunctionParam::isArray);
-    const bool isRecursive = std::ranges::find(m_calls, function) != m_calls.end();
+    const bool isRecursive = std::ranges::find(m_open, function) != m_open.end();
     if (takesArrays || isRecursive || !function->body)
-        return giveUp();
-    Frame callee;
+        return m_values.giveUp();
+    LoweringFrame callee;
     callee.function = function;
-    const Operand result = expand(*function, arguments, callee);
-    if (!m_failed)
+    const LaneValue result = expand(*function, arguments, callee);
+    if (!m_values.hasFailed())
         copyBack(node, *function, callee);
     return result;
 }
 
-Lowering::Operand Lowering::expand(const AstNode &function, const std::vector<Operand> &arguments,
-                                   Frame &callee)
+LaneValue CallLowering::expand(const AstNode &function, const std::vector<LaneValue> &arguments,
+                               LoweringFrame &callee)
 {
     for (qsizetype i = 0; i < function.params.size(); ++i) {
         const FunctionParam &param = function.params[i];
-        const Operand value =
-            retaggedTo(arguments[static_cast<size_t>(i)], param.type, param.structName);
+        const LaneValue value =
+            m_values.retaggedTo(arguments[static_cast<size_t>(i)], param.type, param.structName);
         // Of two parameters of one name the later one is bound.
         callee.indexes.insert(param.name, static_cast<int>(callee.variables.size()));
         callee.variables.push_back({value, Known::Yes, false});
     }
-    callee.result = zero(function.type, function.structName);
-    if (m_failed)
-        return giveUp();
+    callee.result = m_values.zero(function.type, function.structName);
+    if (m_values.hasFailed())
+        return m_values.giveUp();
 
-    Frame *const caller = std::exchange(m_frame, &callee);
-    const LoopTargets targets = std::exchange(m_targets, {});
-    m_calls.push_back(&function);
-    if (leavesAtEndOnly(*function.body)) {
-        statement(*function.body);
-    } else {
-        Meeting exit = meetingFor(outParameters(function));
-        callee.exit = &exit;
-        for (qsizetype i = 0; i < callee.result.lanes.size(); ++i)
-            callee.exitLanes.append(m_code.newRegister());
-        moveLanes(callee.exitLanes, callee.result.lanes);
-        m_code.openScope();
-        if (statement(*function.body))
-            arrive(exit);
-        m_code.closeScope();
-        enter(exit);
-        callee.exit = nullptr;
-        callee.result.lanes = callee.exitLanes;
-    }
-    m_calls.pop_back();
-    m_targets = targets;
-    m_frame = caller;
+    LoweringFrame *const caller = m_variables.exchangeFrame(&callee);
+    m_open.push_back(&function);
+    expandBody(function, callee);
+    m_open.pop_back();
+    m_variables.exchangeFrame(caller);
     return callee.result;
 }
 
-void Lowering::copyBack(const AstNode &call, const AstNode &function, Frame &callee)
+void CallLowering::expandBody(const AstNode &function, LoweringFrame &callee)
+{
+    if (leavesAtEndOnly(*function.body)) {
+        m_statements.lowerBody(*function.body);
+        return;
+    }
+    Join exit = m_variables.joinFor(outParameters(function));
+    callee.exit = &exit;
+    for (qsizetype i = 0; i < callee.result.lanes.size(); ++i)
+        callee.exitLanes.append(m_code.newRegister());
+    m_values.moveLanes(callee.exitLanes, callee.result.lanes);
+    m_code.openScope();
+    if (m_statements.lowerBody(*function.body))
+        m_variables.arrive(exit);
+    m_code.closeScope();
+    m_variables.enter(exit);
+    callee.exit = nullptr;
+    callee.result.lanes = callee.exitLanes;
+}
+
+void CallLowering::copyBack(const AstNode &call, const AstNode &function, LoweringFrame &callee)
 {
     for (qsizetype i = 0; i < function.params.size(); ++i) {
         const FunctionParam &param = function.params[i];
@@ -147,17 +146,17 @@ void Lowering::copyBack(const AstNode &call, const AstNode &function, Frame &cal
         if ((param.qualifier != ParamQualifier::Out && param.qualifier != ParamQualifier::InOut) ||
             argument.kind != AstKind::Identifier)
             continue;
-        const int index = frame().indexes.value(argument.name, -1);
-        if (index < 0 || frame().variables[static_cast<size_t>(index)].known != Known::Yes)
+        const LoweredVariable *const known = m_variables.find(argument.name);
+        if (!known || known->known != Known::Yes)
             continue; // reading the argument has already ended the evaluation
-        const Variable &source =
+        const LoweredVariable &source =
             callee.variables[static_cast<size_t>(callee.indexes.value(param.name))];
         if (source.known != Known::Yes) {
-            giveUp();
+            m_values.giveUp();
             return;
         }
-        Operand &target = frame().variables[static_cast<size_t>(index)].value;
-        target = retaggedTo(source.value, target.type, target.structName);
+        LaneValue &target = m_variables.at(m_variables.indexOf(argument.name)).value;
+        target = m_values.retaggedTo(source.value, target.type, target.structName);
     }
 }
 
