@@ -45,6 +45,11 @@ OutputForm BackendCode::outputForm(const CompiledProgram &program, qsizetype out
     return {program.outputs[output].type, false};
 }
 
+qsizetype BackendCode::batchLimit() const
+{
+    return 65536;
+}
+
 CodeGenerator::~CodeGenerator() = default;
 
 void setCodeGenerator(Backend backend, QSharedPointer<const CodeGenerator> generator)

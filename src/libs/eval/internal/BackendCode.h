@@ -49,6 +49,8 @@ public:
                            std::span<const float> zs, std::span<float> out,
                            const std::atomic_bool *cancelled) const;
     virtual OutputForm outputForm(const CompiledProgram &program, qsizetype output) const;
+    /// How many points of a large batch one run() gets; between two a cancel is seen.
+    virtual qsizetype batchLimit() const;
 };
 
 /// A back-end beside the interpreter. The library itself has Native; what brings another registers

@@ -396,7 +396,7 @@ void EvaluationState::writeElement(std::span<float> element) const
 Result<void> EvaluationState::runBackendBatch(std::span<const float> input, std::span<float> output,
                                               qsizetype count, qsizetype stride)
 {
-    constexpr qsizetype part = 65536;
+    const qsizetype part = m_program->backendCode->batchLimit();
     const qsizetype inputWidth = m_program->inputFloatCount;
     const qsizetype outputWidth = m_program->outputFloatCount;
     const qsizetype step = stride == inputWidth ? part : 1;
