@@ -4,13 +4,14 @@
 
 // {{evalIsSpent}}
 // The rounds of loops without an evident end: of one loop, and of all together for one point, which
-// is what keeps a field from holding the device for ever.
+// is what keeps a field from holding the device for ever. Some drivers leave a loop by themselves
+// after 65,535 rounds. A point whose rounds are used up has no value.
 int evalRounds = 0;
 bool evalIsSpent(inout int rounds)
 {
     ++rounds;
-    ++evalRounds;
-    return rounds > 99999 || evalRounds > 1048576;
+    evalRounds += rounds > 65000 ? 1048577 : 1;
+    return evalRounds > 1048576;
 }
 
 // {{evalInt}}
