@@ -52,6 +52,7 @@ corvane_library(corvane_field
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
         corvane/xport/ExportSettings.cpp
+        corvane/xport/GpuChunkProcessor.cpp
         corvane/xport/GridFindings.cpp
         corvane/xport/GridScan.cpp
         corvane/xport/GridSeal.cpp

@@ -8,6 +8,7 @@
 #include <corvane/xport/ChunkRunner.h>
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
+#include <corvane/xport/GpuChunkProcessor.h>
 #include <corvane/xport/MeshBuilder.h>
 #include <corvane/xport/OctreeExport.h>
 #include <corvane/xport/PostProcessStep.h>
@@ -199,8 +200,6 @@ ExportResult ExportPipeline::exportField(const ExportRequest &request,
         return exportVolume(request, definitions);
     if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))
         return exportOctree(request, definitions);
-    if (request.backend == static_cast<int>(ExportBackend::Gpu))
-        return ExportResult::failed(u"GPU backend initialization failed"_s);
     return exportChunks(request, definitions);
 }
 
@@ -210,18 +209,20 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
     const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
     const ChunkScheduler scheduler(request, threads);
     emit progressChanged(0, scheduler.count());
-    CpuChunkProcessor processor(definitions);
-    const auto release = qScopeGuard([&processor] { processor.release(); });
-    if (!processor.initialize(request))
-        return ExportResult::failed(u"CPU backend initialization failed"_s);
-    ChunkRunner runner(processor, scheduler, m_cancelled,
+    const bool onGpu = request.backend == static_cast<int>(ExportBackend::Gpu);
+    const auto processor = onGpu ? std::make_unique<GpuChunkProcessor>(definitions)
+                                 : std::make_unique<CpuChunkProcessor>(definitions);
+    const auto release = qScopeGuard([&processor] { processor->release(); });
+    if (!processor->initialize(request))
+        return ExportResult::failed(u"%1 backend initialization failed"_s.arg(processor->name()));
+    ChunkRunner runner(*processor, scheduler, m_cancelled,
                        [this](qint64 done, qint64 total) { reportProgress(done, total); });
     runner.run(threads);
     if (m_cancelled)
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
         return ExportResult::failed(runner.error());
-    const QList<model::SceneWarning> warnings = processor.warnings(m_cancelled);
+    const QList<model::SceneWarning> warnings = processor->warnings(m_cancelled);
     m_stage = "making the mesh"_L1;
     ExportResult result =
         MeshBuilder::buildAndSaveMesh(runner.takeSurface(), request, m_cancelled, definitions);
