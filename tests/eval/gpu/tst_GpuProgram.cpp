@@ -5,6 +5,7 @@
 #include <eval/gpu/GpuProgram.h>
 #include <eval/internal/Cache.h>
 #include <shader/compileShader.h>
+#include <support/VulkanValidation.h>
 
 #include <QRegularExpression>
 
@@ -76,6 +77,7 @@ private slots:
 
 void TstGpuProgram::initTestCase()
 {
+    QVERIFY2(VulkanValidation::begin(), "install vulkan-validationlayers");
     registerGpuBackend();
     QVERIFY2(gpuBackendAvailable(),
              "No Vulkan driver is installed: scripts/test.sh installs mesa-vulkan-drivers");
@@ -94,6 +96,7 @@ void TstGpuProgram::cleanupTestCase()
 {
     eval::internal::Cache::instance().clear();
     shutdownGpu();
+    QCOMPARE(VulkanValidation::takeComplaints(), QStringList());
 }
 
 void TstGpuProgram::batchesOfAnySizeAreWhole_data()

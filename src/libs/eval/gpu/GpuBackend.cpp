@@ -7,6 +7,9 @@
 #include <shader/compileShader.h>
 
 #include <algorithm>
+#include <array>
+#include <limits>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -23,14 +26,39 @@ constexpr qsizetype slowPartLimit = 4096;
 class GpuCode : public BackendCode
 {
 public:
-    GpuCode(std::unique_ptr<GpuProgram> program, QList<OutputForm> outputs)
+    GpuCode(std::unique_ptr<GpuProgram> program, QList<OutputForm> outputs, bool isField)
         : m_program(std::move(program))
         , m_outputs(std::move(outputs))
+        , m_isField(isField)
     {}
 
     QString run(const BackendBuffers &buffers) const override
     {
         return m_program->dispatch(buffers.input, buffers.output, buffers.count, buffers.cancelled);
+    }
+
+    bool isUsable() const override { return m_program->isUsable(); }
+
+    bool runRow(std::span<const float> xs, float y, float z, std::span<float> out,
+                const std::atomic_bool *cancelled) const override
+    {
+        return runAt(
+            out,
+            [&](size_t i) {
+                return std::array{xs[i], y, z};
+            },
+            cancelled);
+    }
+
+    bool runPoints(std::span<const float> xs, std::span<const float> ys, std::span<const float> zs,
+                   std::span<float> out, const std::atomic_bool *cancelled) const override
+    {
+        return runAt(
+            out,
+            [&](size_t i) {
+                return std::array{xs[i], ys[i], zs[i]};
+            },
+            cancelled);
     }
 
     qsizetype batchLimit() const override { return std::numeric_limits<qsizetype>::max(); }
@@ -41,8 +69,25 @@ public:
     }
 
 private:
+    /// One dispatch for a run of points, of a program that is a field. What fails is left to be
+    /// evaluated, and told, point by point.
+    template<class PointAt>
+    bool runAt(std::span<float> out, PointAt pointAt, const std::atomic_bool *cancelled) const
+    {
+        if (!m_isField)
+            return false;
+        std::vector<float> points;
+        points.reserve(out.size() * 3);
+        for (size_t i = 0; i < out.size(); ++i) {
+            const std::array<float, 3> point = pointAt(i);
+            points.insert(points.end(), point.begin(), point.end());
+        }
+        return m_program->dispatch(points, out, qsizetype(out.size()), cancelled).isEmpty();
+    }
+
     std::unique_ptr<GpuProgram> m_program;
     QList<OutputForm> m_outputs;
+    bool m_isField; ///< from one vec3 to one float
 };
 
 using Generated = Result<QSharedPointer<const BackendCode>>;
@@ -50,6 +95,12 @@ using Generated = Result<QSharedPointer<const BackendCode>>;
 Generated failed(DiagnosticCategory category, const QString &message)
 {
     return Generated::failure({{category, message, {}, {}}});
+}
+
+bool isField(const CompiledProgram &program)
+{
+    return program.inputs.size() == 1 && program.inputs[0].type == Type::Vec3 &&
+           program.outputs.size() == 1 && program.outputs[0].type == Type::Float;
 }
 
 GpuUnit unitFor(const CompiledProgram &program, GpuLane lane)
@@ -121,8 +172,8 @@ private:
                           u"Backend::Gpu (%1 lane): pipeline build failed: %2"_s.arg(name, error));
         if (unit.countsRounds)
             gpuProgram->setPartLimit(slowPartLimit);
-        return Generated(QSharedPointer<const BackendCode>(
-            QSharedPointer<GpuCode>::create(std::move(gpuProgram), unit.outputs)));
+        return Generated(QSharedPointer<const BackendCode>(QSharedPointer<GpuCode>::create(
+            std::move(gpuProgram), unit.outputs, isField(program))));
     }
 };
 

@@ -36,6 +36,9 @@ public:
     /// Null before the first use, after shutdown(), and when a lost device could not be had again.
     QRhi *rhi() const { return m_rhi.get(); }
 
+    /// True from the frame that found it lost until replaceLost().
+    bool isLost() const { return m_isLost; }
+
     /// Runs `work` on the thread of the device and waits for it. False, with nothing run, when
     /// there is no such thread.
     bool run(const std::function<void()> &work);
@@ -76,7 +79,7 @@ private:
     rhi::RhiPointer m_rhi;
     std::unique_ptr<QOffscreenSurface> m_surface; ///< of OpenGL; made on the main thread
     QSet<GpuProgram *> m_programs;                ///< that hold something of the device
-    bool m_isLost = false;
+    std::atomic_bool m_isLost = false;
 
     std::thread m_thread;
     std::mutex m_mutex; ///< of the members below

@@ -40,8 +40,14 @@ GpuProgram::~GpuProgram()
     });
 }
 
+bool GpuProgram::isUsable() const
+{
+    return !m_isReleased && !GpuDevice::instance().isLost();
+}
+
 void GpuProgram::release()
 {
+    m_isReleased = true;
     m_resources.reset();
 }
 

@@ -32,6 +32,8 @@ public:
     GpuProgram &operator=(const GpuProgram &) = delete;
 
     GpuLane lane() const { return m_lane; }
+    /// False once the device that it was made on is lost or released.
+    bool isUsable() const;
     /// The points of one trip to the device at most; more than that go one after the other.
     void setPartLimit(qsizetype points) { m_partLimit = points; }
 
@@ -60,6 +62,7 @@ private:
     qsizetype m_partLimit = 0;                  ///< 0: what the device takes
     QMutex m_mutex;                             ///< held by the dispatch that runs
     std::unique_ptr<LaneResources> m_resources; ///< null once the device is gone
+    std::atomic_bool m_isReleased = false;
 };
 
 } // namespace eval::gpu

@@ -423,17 +423,17 @@ Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::s
     // Written with divisions: the products of hostile counts would overflow.
     const auto inputSize = static_cast<qsizetype>(input.size());
     const bool fits =
-        count >= 0 && stride >= 0 &&
-        (count == 0 ||
-         (inputSize >= inputWidth &&
-          (stride == 0 || (inputSize - inputWidth) / stride >= count - 1) &&
-          (outputWidth == 0 || static_cast<qsizetype>(output.size()) / outputWidth >= count)));
+        stride >= 0 && inputSize >= inputWidth &&
+        (stride == 0 || (inputSize - inputWidth) / stride >= count - 1) &&
+        (outputWidth == 0 || static_cast<qsizetype>(output.size()) / outputWidth >= count);
+    const auto refused = [](const QString &text) {
+        return Result<void>::failure({{DiagnosticCategory::Internal, text, {}, {}}});
+    };
+    if (count <= 0)
+        return refused(u"evaluateBatch: count must be > 0 (got %1)"_s.arg(count));
     if (!fits)
-        return Result<void>::failure(
-            {{DiagnosticCategory::Internal,
-              u"batch of %1 elements does not fit its buffers"_s.arg(count),
-              {},
-              {}}});
+        return refused(u"evaluateBatch: span size below count*stride"_s +
+                       (m_program->backendCode ? QString() : u" (Interpreted lane)"_s));
     if (m_program->backendCode)
         return runBackendBatch(input, output, count, stride);
     QList<Diagnostic> faults;
