@@ -118,11 +118,14 @@ void TstGpuProgram::batchesOfAnySizeAreWhole()
     auto program = compiled(u"vec2(p.x * 2.0, p.y + p.z)"_s);
     QVERIFY2(program, qPrintable(program.firstError().message));
     std::vector<float> points;
+    const int stride = count % 2 == 0 ? 3 : 4; // with a float between two points
     for (int i = 0; i < count; ++i)
         points.insert(points.end(), {float(i), float(-i), 0.5f});
+    for (int i = count; stride == 4 && i > 0; --i)
+        points.insert(points.begin() + 3 * i, 99.0f);
     std::vector<float> values(size_t(count) * 2 + 2, 7.0f);
     QVERIFY(program.value().evaluateBatch(points, std::span(values).first(size_t(count) * 2), count,
-                                          3));
+                                          stride));
     for (int i = 0; i < count; ++i) {
         QCOMPARE(values[size_t(i) * 2], 2.0f * float(i));
         QCOMPARE(values[size_t(i) * 2 + 1], 0.5f - float(i));

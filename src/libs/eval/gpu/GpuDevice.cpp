@@ -111,6 +111,7 @@ bool GpuDevice::createRhi()
         if (lane == GpuLane::None)
             continue;
         m_rhi = std::move(rhi);
+        m_handle = m_rhi.get();
         m_lane = lane;
         return true;
     }
@@ -199,6 +200,7 @@ void GpuDevice::releaseRhi()
     for (GpuProgram *const program : std::as_const(m_programs))
         program->release();
     m_programs.clear();
+    m_handle = nullptr;
     m_rhi.reset();
     m_isLost = false;
 }

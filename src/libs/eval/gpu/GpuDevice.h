@@ -34,7 +34,7 @@ public:
     /// What programs are made for; None without a device.
     GpuLane lane() const { return m_lane; }
     /// Null before the first use, after shutdown(), and when a lost device could not be had again.
-    QRhi *rhi() const { return m_rhi.get(); }
+    QRhi *rhi() const { return m_handle; }
 
     /// True from the frame that found it lost until replaceLost().
     bool isLost() const { return m_isLost; }
@@ -77,6 +77,7 @@ private:
     std::atomic<GpuLane> m_lane = GpuLane::None;
     std::atomic_bool m_losesAtNextFrame = false;
     rhi::RhiPointer m_rhi;
+    std::atomic<QRhi *> m_handle = nullptr;       ///< the same, to be read on any thread
     std::unique_ptr<QOffscreenSurface> m_surface; ///< of OpenGL; made on the main thread
     QSet<GpuProgram *> m_programs;                ///< that hold something of the device
     std::atomic_bool m_isLost = false;

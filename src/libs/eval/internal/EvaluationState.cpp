@@ -392,23 +392,38 @@ void EvaluationState::writeElement(std::span<float> element) const
         packValue(currentValue(static_cast<int>(i)), slotFloats(element, *m_slots[i].binding));
 }
 
-/// Straight from the caller's buffers, in parts between which a cancel is seen.
+/// Straight from the caller's buffers where elements lie side by side. In parts, between which a
+/// cancel is seen.
 Result<void> EvaluationState::runBackendBatch(std::span<const float> input, std::span<float> output,
                                               qsizetype count, qsizetype stride)
 {
-    const qsizetype part = m_program->backendCode->batchLimit();
+    constexpr qsizetype gatheredAtOnce = 65536;
     const qsizetype inputWidth = m_program->inputFloatCount;
     const qsizetype outputWidth = m_program->outputFloatCount;
-    const qsizetype step = stride == inputWidth ? part : 1;
-    for (qsizetype i = 0; i < count; i += step) {
-        if (i % part == 0 && isCancelled())
+    const bool isPacked = stride == inputWidth;
+    const qsizetype limit = m_program->backendCode->batchLimit();
+    const qsizetype part = std::min({count, limit, isPacked ? limit : gatheredAtOnce});
+    std::vector<float> gathered;
+    for (qsizetype i = 0; i < count; i += part) {
+        const qsizetype n = std::min(part, count - i);
+        std::span<const float> elements;
+        if (isPacked) {
+            elements =
+                input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(n * inputWidth));
+        } else {
+            gathered.resize(static_cast<size_t>(n * inputWidth));
+            for (qsizetype k = 0; k < n; ++k)
+                std::copy_n(input.data() + (i + k) * stride, inputWidth,
+                            gathered.data() + k * inputWidth);
+            elements = gathered;
+        }
+        const QString error =
+            m_program->backendCode->run({elements,
+                                         output.subspan(static_cast<size_t>(i * outputWidth),
+                                                        static_cast<size_t>(n * outputWidth)),
+                                         m_flatArrays, n, m_cancelFlag});
+        if (isCancelled())
             return Result<void>::failure(cancelledFault());
-        const qsizetype n = std::min(step, count - i);
-        const QString error = m_program->backendCode->run(
-            {input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(n * inputWidth)),
-             output.subspan(static_cast<size_t>(i * outputWidth),
-                            static_cast<size_t>(n * outputWidth)),
-             m_flatArrays, n, m_cancelFlag});
         if (!error.isEmpty())
             return Result<void>::failure({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
     }
