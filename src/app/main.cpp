@@ -1,6 +1,7 @@
 #include "CorvaneMain.h"
 #include "FailureHandler.h"
 
+#include <eval/gpu/GpuBackend.h>
 #include <store/ShutdownLifecycle.h>
 
 #include <chrono>
@@ -11,6 +12,7 @@
 int main(int argc, char **argv)
 {
     installFailureHandler();
+    eval::gpu::registerGpuBackend();
     const int status = CorvaneMain::run(argc, argv);
     store::ShutdownLifecycle::instance().finishWork(std::chrono::seconds(5));
     std::cout.flush();

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 
@@ -80,6 +81,7 @@ private slots:
     void errorOnEmptyIsStatusThree_data();
     void errorOnEmptyIsStatusThree();
     void unwritableOutputIsFoundFirst();
+    void theGpuMeshesAsTheCpuDoes();
     void otherBackendsFallBackToTheCpu();
     void impossibleGridsAreRefused();
     void brokenDefinitionsAreToldByTheirLine_data();
@@ -356,8 +358,25 @@ void TstCommandLine::unwritableOutputIsFoundFirst()
     QCOMPARE(run.standardError, u"Error: cannot write output file "_s + path + u'\n');
 }
 
+void TstCommandLine::theGpuMeshesAsTheCpuDoes()
+{
+    const QString scene = writeFile(m_folder, u"gpu.corvane"_s, sphereScene);
+    QList<double> triangles;
+    for (const QString &backend : {u"cpu"_s, u"gpu"_s}) {
+        const ProgramRun run = runProgram({u"export"_s, scene, u"--backend"_s, backend, u"-o"_s,
+                                           m_folder.filePath(backend + u".stl"_s)});
+        QCOMPARE(run.status, 0);
+        QVERIFY2(!run.standardError.contains(u"Warning"_s), qPrintable(run.standardError));
+        triangles.append(closingLine(run).value("triangles"_L1).toDouble());
+    }
+    QVERIFY(triangles[0] > 0);
+    QCOMPARE(triangles[1], triangles[0]);
+}
+
 void TstCommandLine::otherBackendsFallBackToTheCpu()
 {
+    qputenv("VK_ICD_FILENAMES", "/nonexistent/icd.json");
+    const auto withDevices = qScopeGuard([] { qunsetenv("VK_ICD_FILENAMES"); });
     const QString scene = writeFile(m_folder, u"b.corvane"_s, sphereScene);
     const ProgramRun run = runProgram(
         {u"export"_s, scene, u"--backend"_s, u"gpu"_s, u"-o"_s, m_folder.filePath(u"b.stl"_s)});

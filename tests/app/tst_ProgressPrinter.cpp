@@ -85,7 +85,9 @@ void TstProgressPrinter::aTerminalShowsOneLine()
 
 void TstProgressPrinter::warningsStandAloneOnATerminal()
 {
+    qputenv("VK_ICD_FILENAMES", "/nonexistent/icd.json"); // no device, which is a warning
     const QString output = onTerminal(u"xterm"_s, u"--backend gpu"_s, m_folder);
+    qunsetenv("VK_ICD_FILENAMES");
     const QStringList lines = shownLines(output);
     QVERIFY2(lines.filter(u"Warning: GPU backend failed ("_s).size() == 1, qPrintable(output));
     QVERIFY2(lines.filter(u"Progress: "_s).size() == 1, qPrintable(output));

@@ -165,6 +165,7 @@ void TstProgram::batchChecksItsBuffers_data()
     QTest::newRow("input one short") << 19 << 15 << qsizetype(5) << qsizetype(4);
     QTest::newRow("output one short") << 20 << 14 << qsizetype(5) << qsizetype(4);
     QTest::newRow("negative count") << 20 << 15 << qsizetype(-1) << qsizetype(4);
+    QTest::newRow("nothing") << 20 << 15 << qsizetype(0) << qsizetype(4);
     QTest::newRow("negative stride") << 20 << 15 << qsizetype(5) << qsizetype(-4);
     QTest::newRow("products that overflow") << 20 << 15 << most << most / 2;
 }
@@ -180,6 +181,9 @@ void TstProgram::batchChecksItsBuffers()
     std::vector<float> output(static_cast<size_t>(outputSize), 7.0f);
     const auto result = two.program.evaluateBatch(input, output, count, stride);
     QCOMPARE(result.firstError().category, eval::DiagnosticCategory::Internal);
+    QCOMPARE(result.firstError().message,
+             count > 0 ? u"evaluateBatch: span size below count*stride (Interpreted lane)"_s
+                       : u"evaluateBatch: count must be > 0 (got %1)"_s.arg(count));
     QCOMPARE(output[0], 7.0f);
 }
 

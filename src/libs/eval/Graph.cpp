@@ -1,5 +1,6 @@
 #include <eval/Graph.h>
 
+#include <eval/internal/BackendCode.h>
 #include <eval/internal/GraphCompiler.h>
 
 #include <QLoggingCategory>
@@ -7,6 +8,14 @@
 using namespace Qt::StringLiterals;
 
 namespace eval {
+
+bool isBackendAvailable(Backend backend)
+{
+    if (backend == Backend::Interpreted || backend == Backend::Auto)
+        return true;
+    const auto generator = internal::codeGenerator(backend);
+    return generator && generator->isAvailable();
+}
 
 namespace {
 

@@ -10,6 +10,10 @@
 
 namespace eval {
 
+/// Whether graphs can be compiled for a back-end in this process, as far as that is known without a
+/// graph. For Gpu the first call may start a device. Any thread.
+bool isBackendAvailable(Backend backend);
+
 /// A dataflow of named slots in the field language, compiled once and evaluated as often as one
 /// likes.
 ///

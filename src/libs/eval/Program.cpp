@@ -151,6 +151,12 @@ void Program::bindArray(Handle handle, std::span<const float> values)
         m_own->bindArray(handle, values);
 }
 
+void Program::setCancelFlag(const std::atomic_bool *cancelled)
+{
+    if (m_own)
+        m_own->setCancelFlag(cancelled);
+}
+
 Result<void> Program::evaluate()
 {
     return m_own ? m_own->evaluate() : Result<void>();

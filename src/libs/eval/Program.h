@@ -113,6 +113,8 @@ public:
 
     void set(Handle handle, const QVariant &value);
     void bindArray(Handle handle, std::span<const float> values);
+    /// As that of a ThreadCopy, for evaluate() and evaluateBatch().
+    void setCancelFlag(const std::atomic_bool *cancelled);
     Result<void> evaluate();
     QVariant get(Handle handle) const;
     float getFloat(Handle handle) const;

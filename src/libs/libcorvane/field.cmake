@@ -53,6 +53,7 @@ corvane_library(corvane_field
         corvane/xport/ExportRequest.cpp
         corvane/xport/ExportSettings.cpp
         corvane/xport/FiniteSamples.cpp
+        corvane/xport/GpuChunkProcessor.cpp
         corvane/xport/GridFindings.cpp
         corvane/xport/GridReport.cpp
         corvane/xport/GridScan.cpp

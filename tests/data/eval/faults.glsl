@@ -49,15 +49,18 @@ mat2(1.0)[n] // fault 2:10 matrix column index out of range
 // input: float[] a = 1 2 3
 a[3] + a[2] // fault 2:2 runtime-array index 3 out of range [0, 3)
 // expect: 3
+// lacks: gpu
 
 // case: an array of vectors
 // input: vec2[] a = 1 2 3 4
 a[1] // expect: 3 4
+// lacks: gpu
 
 // case: an array through a function
 // input: float[] a = 1 2 3
 float sum(float v[]) { return v[0] + v[1] + v[2]; }
 sum(a) // expect: 6
+// lacks: gpu
 
 // case: writing outside of a vector
 // input: int n = 7
@@ -68,13 +71,13 @@ f(n) // expect: 2
 float f(float a) { if (a > 0.0) discard; return 3.0; } // fault 1:33 discard reached at runtime
 f(1.0)
 // expect: 0
-// lacks: native
+// lacks: native gpu
 
 // case: a function sees its parameters only
 // input: float k = 2
 float f(float a) { return a * k; } // fault 2:31 unbound name 'k' at run-time
 f(3.0)
-// lacks: native
+// lacks: native gpu
 
 // case: declared on the other way only
 float f(float a) { if (a > 0.0) { float b = 4.0; } return b; } // fault 1:59 unbound name 'b' at run-time
@@ -83,5 +86,5 @@ f(1.0) * 10.0 + f(-1.0) // expect: 40
 // case: nothing that can be assigned
 float f(float a) { (a + 1.0) = 2.0; return a; } // fault 1:23 left side cannot be assigned
 f(3.0) // expect: 3
-// lacks: native
+// lacks: native gpu
 

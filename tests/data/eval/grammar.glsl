@@ -82,3 +82,4 @@ vec3(f(16), f(3), f(4)) // expect: 1 2 3
 // case: element of an array input
 // input: vec2[] points = 1 2 3 4
 points[1] // expect: 3 4
+// lacks: gpu

@@ -4,6 +4,7 @@ How statements run: scopes that are none, bounds of loops, ways out.
 bool f(inout float a) { a += 1.0; return true; }
 float g() { float a = 0.0; bool b = true || f(a); b = false && f(a); return a; }
 g() // expect: 2
+// lacks: gpu
 
 // case: a block opens no scope
 float f() { { float a = 4.0; } return a; }
@@ -28,14 +29,17 @@ f() // expect: 1.25
 // case: a loop ends silently after 99,999 rounds
 int f() { int n = 0; for (int i = 0; true; i++) { n++; } return n; }
 f() // expect: 99999
+// expect[gpu]: nan
 
 // case: the condition is not asked again when the rounds are used up
 int f() { int n = 0; for (int i = 0; n++ < 200000; i++) {} return n; }
 f() // expect: 99999
+// expect[gpu]: nan
 
 // case: while and do end alike
 int f() { int n = 0; while (true) n++; do { n++; } while (true); return n; }
 f() // expect: 199998
+// expect[gpu]: nan
 
 // case: continue goes on to the step
 int f() { int s = 0; for (int i = 0; i < 5; i++) { if (i == 2) continue; s += i; } return s; }
@@ -81,11 +85,13 @@ f() / 2 // expect: 0.5
 void f(out float a, inout float b, float c) { a = b + c; b = c; c = 100.0; }
 float g() { float x = 1.0; float y = 2.0; float z = 3.0; f(x, y, z); return x * 100.0 + y * 10.0 + z; }
 g() // expect: 533
+// lacks: gpu
 
 // case: only a plain name comes back
 void f(inout float a) { a = 9.0; }
 float g() { vec2 v = vec2(1.0); f(v.x); return v.x; }
 g() // expect: 1
+// lacks: gpu
 
 // case: prefix and postfix
 int f() { int i = 5; int a = i++; int b = ++i; int c = i--; int d = --i; return a * 1000 + b * 100 + c * 10 + d; }
@@ -108,21 +114,21 @@ g() // expect: 935
 // case: recursion
 float f(float n) { return n < 1.0 ? 0.0 : n + f(n - 1.0); }
 f(10.0) // expect: 55
-// lacks: native
+// lacks: native gpu
 
 // case: 256 calls deep is deep enough
 float f(int n) { return n <= 1 ? 1.0 : 1.0 + f(n - 1); }
 f(256) // expect: 256
-// lacks: native
+// lacks: native gpu
 
 // case: one deeper is a fault
 float f(int n) { return n <= 1 ? 1.0 : 1.0 + f(n - 1); } // fault 1:46 recursion depth limit (256) exceeded calling 'f'
 f(257)
-// lacks: native
+// lacks: native gpu
 
 // case: conversions go by lane
 ivec3(vec3(1.9, -1.9, 2.5)) + 1 // expect: 2 0 3
-// lacks: native
+// lacks: native gpu
 
 // case: a scalar fills a vector and the diagonal of a matrix
 mat3(2.0) * vec3(1.0) + vec3(1.0) // expect: 3 3 3

@@ -45,6 +45,16 @@ OutputForm BackendCode::outputForm(const CompiledProgram &program, qsizetype out
     return {program.outputs[output].type, false};
 }
 
+bool BackendCode::isUsable() const
+{
+    return true;
+}
+
+qsizetype BackendCode::batchLimit() const
+{
+    return 65536;
+}
+
 CodeGenerator::~CodeGenerator() = default;
 
 void setCodeGenerator(Backend backend, QSharedPointer<const CodeGenerator> generator)

@@ -49,6 +49,10 @@ public:
                            std::span<const float> zs, std::span<float> out,
                            const std::atomic_bool *cancelled) const;
     virtual OutputForm outputForm(const CompiledProgram &program, qsizetype output) const;
+    /// Whether a program of equal key may have this code; no longer once its device is gone.
+    virtual bool isUsable() const;
+    /// How many points of a large batch one run() gets; between two a cancel is seen.
+    virtual qsizetype batchLimit() const;
 };
 
 /// A back-end beside the interpreter. The library itself has Native; what brings another registers

@@ -396,23 +396,38 @@ void EvaluationState::writeElement(std::span<float> element) const
         packValue(currentValue(static_cast<int>(i)), slotFloats(element, *m_slots[i].binding));
 }
 
-/// Straight from the caller's buffers, in parts between which a cancel is seen.
+/// Straight from the caller's buffers where elements lie side by side. In parts, between which a
+/// cancel is seen.
 Result<void> EvaluationState::runBackendBatch(std::span<const float> input, std::span<float> output,
                                               qsizetype count, qsizetype stride)
 {
-    constexpr qsizetype part = 65536;
+    constexpr qsizetype gatheredAtOnce = 65536;
     const qsizetype inputWidth = m_program->inputFloatCount;
     const qsizetype outputWidth = m_program->outputFloatCount;
-    const qsizetype step = stride == inputWidth ? part : 1;
-    for (qsizetype i = 0; i < count; i += step) {
-        if (i % part == 0 && isCancelled())
+    const bool isPacked = stride == inputWidth;
+    const qsizetype limit = m_program->backendCode->batchLimit();
+    const qsizetype part = std::min({count, limit, isPacked ? limit : gatheredAtOnce});
+    std::vector<float> gathered;
+    for (qsizetype i = 0; i < count; i += part) {
+        const qsizetype n = std::min(part, count - i);
+        std::span<const float> elements;
+        if (isPacked) {
+            elements =
+                input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(n * inputWidth));
+        } else {
+            gathered.resize(static_cast<size_t>(n * inputWidth));
+            for (qsizetype k = 0; k < n; ++k)
+                std::copy_n(input.data() + (i + k) * stride, inputWidth,
+                            gathered.data() + k * inputWidth);
+            elements = gathered;
+        }
+        const QString error =
+            m_program->backendCode->run({elements,
+                                         output.subspan(static_cast<size_t>(i * outputWidth),
+                                                        static_cast<size_t>(n * outputWidth)),
+                                         m_flatArrays, n, m_cancelFlag});
+        if (isCancelled())
             return Result<void>::failure(cancelledFault());
-        const qsizetype n = std::min(step, count - i);
-        const QString error = m_program->backendCode->run(
-            {input.subspan(static_cast<size_t>(i * stride), static_cast<size_t>(n * inputWidth)),
-             output.subspan(static_cast<size_t>(i * outputWidth),
-                            static_cast<size_t>(n * outputWidth)),
-             m_flatArrays, n, m_cancelFlag});
         if (!error.isEmpty())
             return Result<void>::failure({{DiagnosticCategory::PipelineBuild, error, {}, {}}});
     }
@@ -427,17 +442,17 @@ Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::s
     // Written with divisions: the products of hostile counts would overflow.
     const auto inputSize = static_cast<qsizetype>(input.size());
     const bool fits =
-        count >= 0 && stride >= 0 &&
-        (count == 0 ||
-         (inputSize >= inputWidth &&
-          (stride == 0 || (inputSize - inputWidth) / stride >= count - 1) &&
-          (outputWidth == 0 || static_cast<qsizetype>(output.size()) / outputWidth >= count)));
+        stride >= 0 && inputSize >= inputWidth &&
+        (stride == 0 || (inputSize - inputWidth) / stride >= count - 1) &&
+        (outputWidth == 0 || static_cast<qsizetype>(output.size()) / outputWidth >= count);
+    const auto refused = [](const QString &text) {
+        return Result<void>::failure({{DiagnosticCategory::Internal, text, {}, {}}});
+    };
+    if (count <= 0)
+        return refused(u"evaluateBatch: count must be > 0 (got %1)"_s.arg(count));
     if (!fits)
-        return Result<void>::failure(
-            {{DiagnosticCategory::Internal,
-              u"batch of %1 elements does not fit its buffers"_s.arg(count),
-              {},
-              {}}});
+        return refused(u"evaluateBatch: span size below count*stride"_s +
+                       (m_program->backendCode ? QString() : u" (Interpreted lane)"_s));
     if (m_program->backendCode)
         return runBackendBatch(input, output, count, stride);
     QList<Diagnostic> faults;

@@ -50,6 +50,11 @@ bool isSameDeclaration(const SlotBinding &a, const SlotBinding &b)
     return a.name == b.name && a.type == b.type && a.elementType == b.elementType;
 }
 
+bool isUsable(const CachedCompile &cached)
+{
+    return !cached.program->backendCode || cached.program->backendCode->isUsable();
+}
+
 bool isSameName(const SlotBinding &a, const SlotBinding &b)
 {
     return a.name == b.name;
@@ -123,7 +128,7 @@ CompiledResult GraphCompiler::compile()
     const QString key =
         computeCacheKey(m_request.backend, m_request.inputs, m_request.outputs, m_request.sources);
     const auto cached = Cache::instance().lookup(key);
-    if (cached && isSameGraph(*cached))
+    if (cached && isSameGraph(*cached) && isUsable(*cached))
         return CompiledResult(rebuild(*cached->program), cached->diagnostics);
 
     parseSources();

@@ -162,7 +162,7 @@ void TstSceneOps::partsInSeveralPlaces_data()
         {{id, pair}, {u"newParentId"_s, ball}}, {});
     row("a copy has a copy, once", OpKind::ItemDuplicate,
         {{u"sourceId"_s, pair}, {u"newParentId"_s, top}},
-        u"top(ball pair(ball ball box) pair 1(ball 1 ball 1 box 1))"_s);
+        u"top(ball pair(ball ball box) pair Copy(ball 1 ball 1 box 1))"_s);
     row("a component has nothing in common with others", OpKind::ComponentNest, {{id, pair}}, {});
     row("what moves it moves it in all places", OpKind::ItemSetTransform,
         {{id, ball}, {u"tx"_s, 1}}, u"top(>ball pair(>ball >ball box))"_s);

@@ -107,6 +107,8 @@ DefinitionRunner::DefinitionRunner(const Definition &definition, const QList<dou
         m_error = compiled.firstError().message;
         return;
     }
+    for (qsizetype i = 0; i < count; ++i)
+        m_arguments += arguments.value(i);
     m_program = compiled.value();
     m_copy = m_program.threadCopy();
     for (qsizetype i = 0; i < count; ++i)
@@ -144,5 +146,21 @@ QList<float> DefinitionRunner::row(const QList<float> &xs, float y, float z)
     QList<float> out(xs.size());
     if (!m_copy.evaluateRow(m_p, xs, y, z, m_result, out, std::numeric_limits<float>::quiet_NaN()))
         m_fault = m_copy.firstFault().message;
+    return out;
+}
+
+QList<float> DefinitionRunner::batch(const QList<reference::Vec3> &points)
+{
+    std::vector<float> input;
+    for (const reference::Vec3 &p : points) {
+        for (const double number : {p.x, p.y, p.z, p.x, p.y})
+            input.push_back(float(number));
+        for (const double argument : std::as_const(m_arguments))
+            input.push_back(float(argument));
+    }
+    QList<float> out(points.size() * eval::slotFloatWidth(m_program.slotType(m_result)));
+    const auto result = m_program.evaluateBatch(input, out, points.size(), 5 + m_arguments.size());
+    if (!result)
+        m_fault = result.firstError().message;
     return out;
 }

@@ -32,6 +32,9 @@ public:
     reference::Vec3 position(reference::Vec3 p);
     /// The same as distance() for a row of points that differ in x.
     QList<float> row(const QList<float> &xs, float y, float z);
+    /// All numbers of the results at many points in one batch, with the first two coordinates as
+    /// distances; no point may fail.
+    QList<float> batch(const QList<reference::Vec3> &points);
     QString lastFault() const { return m_fault; }
 
 private:
@@ -40,6 +43,7 @@ private:
     eval::Program m_program;
     eval::ThreadCopy m_copy;
     eval::Handle m_p = 0, m_d1 = 0, m_d2 = 0, m_result = 0;
+    QList<double> m_arguments;
     QString m_error;
     QString m_fault;
 };

@@ -209,7 +209,10 @@ void TstExportPipeline::failureIsASentence_data()
     row("broken code", u"(test_broken)"_s, nothing,
         u"CpuChunkProcessor::initialize: eval compile failed: unknown function 'missing'"_s,
         notInitialized + u"unknown function 'missing'"_s);
-    row("graphics processor", sphere, graphics, {}, u"GPU backend initialization failed"_s);
+    row("graphics processor", sphere, graphics,
+        u"GpuChunkProcessor::initialize: no GPU-evaluation-capable QRhi (neither compute nor "
+        "fragment lane) on this host"_s,
+        u"GPU backend initialization failed"_s);
     row("unwritable", sphere, unwritable, {}, u"Failed to save mesh: "_s);
     row("no source", sphere, direct({}), {}, u"No source file path for direct export"_s);
     row("missing source", sphere, direct(u"/nowhere.stl"_s), {}, u"Failed to load source mesh: "_s);

@@ -54,7 +54,7 @@ void ChunkRunner::work()
         if (m_processor.processChunk(m_scheduler.jobAt(index), m_cancelFlag, surface, error))
             keep(index, surface);
         else if (!error.isEmpty())
-            fail(u"Evaluation error: %1"_s.arg(error));
+            fail(m_processor.failureText().arg(error));
     }
 }
 

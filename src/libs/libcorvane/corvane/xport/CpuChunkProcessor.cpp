@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace corvane::xport {
 
@@ -36,7 +37,8 @@ struct CpuChunkProcessor::Lane
 {
     eval::EvalFieldEvaluator evaluator;
     std::vector<float> samples;
-    std::vector<float> xs;
+    ChunkNodes nodes;
+    QString error;             ///< of the samples
     bool hasValueless = false; ///< of the samples
     GridFindings findings;
 };
@@ -53,23 +55,29 @@ bool CpuChunkProcessor::initialize(const ExportRequest &request)
     m_dual = request.extractor == static_cast<int>(SurfaceExtractor::DualContouring);
     m_seal = GridSeal(request);
     m_crossingMargin = crossingMarginFor(request);
+    const bool native = request.backend == static_cast<int>(ExportBackend::Native);
+    m_field = compile(request, native ? ::eval::Backend::Native : ::eval::Backend::Auto,
+                      u"CpuChunkProcessor"_s);
+    return !m_field.program.isNull();
+}
+
+eval::CompiledField CpuChunkProcessor::compile(const ExportRequest &request,
+                                               ::eval::Backend backend, const QString &owner)
+{
     auto scene =
         eval::SdfSceneGraphBuilder::build(request.nodes, request.rootNodeIndex, m_definitions);
     if (!scene.error.isEmpty()) {
         qCWarning(lcCpuChunks).noquote()
-            << "CpuChunkProcessor::initialize: SdfSceneGraphBuilder failed:" << scene.error;
+            << owner + u"::initialize: SdfSceneGraphBuilder failed:"_s << scene.error;
         m_error = scene.error;
-        return false;
+        return {};
     }
-    const bool native = request.backend == static_cast<int>(ExportBackend::Native);
-    m_field = eval::compileField(scene, native ? ::eval::Backend::Native : ::eval::Backend::Auto);
-    if (!m_field.program) {
+    eval::CompiledField field = eval::compileField(scene, backend);
+    if (!field.program)
         qCWarning(lcCpuChunks).noquote()
-            << "CpuChunkProcessor::initialize: eval compile failed:" << m_field.error;
-        m_error = m_field.error;
-        return false;
-    }
-    return true;
+            << owner + u"::initialize: eval compile failed:"_s << field.error;
+    m_error = field.error;
+    return field;
 }
 
 bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool &cancelFlag,
@@ -83,6 +91,7 @@ bool CpuChunkProcessor::processChunk(const ChunkJob &job, const std::atomic_bool
     } else {
         done = m_dual ? contour(job, *lane, cancelFlag, outTriangles)
                       : march(job, *lane, cancelFlag, outTriangles);
+        outError = std::exchange(lane->error, {});
         done = done && !cancelFlag.load(std::memory_order_relaxed);
         if (done)
             keepFault(lane->evaluator.lastError());
@@ -154,23 +163,32 @@ bool CpuChunkProcessor::contour(const ChunkJob &job, Lane &lane, const std::atom
 bool CpuChunkProcessor::sample(const ChunkJob &job, Lane &lane,
                                const std::atomic_bool &cancelFlag) const
 {
-    const auto nx = static_cast<std::size_t>(job.nx);
-    lane.xs.resize(nx);
-    for (int i = 0; i < job.nx; ++i)
-        lane.xs[static_cast<std::size_t>(i)] =
-            mesh::nodeCoordinate(m_origin.x(), job.cellSize, job.firstX + i);
-    lane.samples.resize(nx * static_cast<std::size_t>(job.ny) * static_cast<std::size_t>(job.nz));
-    std::span<float> rest(lane.samples);
-    lane.hasValueless = false;
-    for (int k = 0; k < job.nz; ++k) {
-        const float z = mesh::nodeCoordinate(m_origin.z(), job.cellSize, job.firstZ + k);
-        for (int j = 0; j < job.ny; ++j) {
+    const auto place = [&job](std::vector<float> &axis, int count, float origin, qint64 first) {
+        axis.resize(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i)
+            axis[static_cast<std::size_t>(i)] =
+                mesh::nodeCoordinate(origin, job.cellSize, first + i);
+    };
+    place(lane.nodes.xs, job.nx, m_origin.x(), job.firstX);
+    place(lane.nodes.ys, job.ny, m_origin.y(), job.firstY);
+    place(lane.nodes.zs, job.nz, m_origin.z(), job.firstZ);
+    lane.samples.resize(lane.nodes.xs.size() * lane.nodes.ys.size() * lane.nodes.zs.size());
+    if (!fill(lane.nodes, lane.evaluator, lane.samples, cancelFlag, lane.error))
+        return false;
+    lane.hasValueless = makeFinite(lane.samples);
+    return true;
+}
+
+bool CpuChunkProcessor::fill(const ChunkNodes &nodes, eval::EvalFieldEvaluator &evaluator,
+                             std::span<float> samples, const std::atomic_bool &cancelFlag,
+                             QString &) const
+{
+    for (const float z : nodes.zs) {
+        for (const float y : nodes.ys) {
             if (cancelFlag.load(std::memory_order_relaxed))
                 return false;
-            const float y = mesh::nodeCoordinate(m_origin.y(), job.cellSize, job.firstY + j);
-            lane.evaluator.evaluateRow(lane.xs, y, z, rest.first(nx));
-            lane.hasValueless |= makeFinite(rest.first(nx));
-            rest = rest.subspan(nx);
+            evaluator.evaluateRow(nodes.xs, y, z, samples.first(nodes.xs.size()));
+            samples = samples.subspan(nodes.xs.size());
         }
     }
     return true;
@@ -226,7 +244,7 @@ std::unique_ptr<CpuChunkProcessor::Lane> CpuChunkProcessor::borrowLane()
             return lane;
         }
     }
-    return std::unique_ptr<Lane>(new Lane{makeEvaluator(), {}, {}, false, {}});
+    return std::unique_ptr<Lane>(new Lane{makeEvaluator(), {}, {}, {}, false, {}});
 }
 
 eval::EvalFieldEvaluator CpuChunkProcessor::makeEvaluator() const

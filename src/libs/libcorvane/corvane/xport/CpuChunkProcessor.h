@@ -40,6 +40,22 @@ public:
     /// initialized with; once, after the last and before release().
     GridReport report(const ExportRequest &request, const std::atomic_bool &cancelFlag);
 
+protected:
+    /// The nodes of a chunk, X fastest, by their coordinates on each axis.
+    struct ChunkNodes
+    {
+        std::vector<float> xs, ys, zs;
+    };
+    /// Evaluates the field at all nodes of a chunk. False with a text when that failed, without one
+    /// after a cancel. On many threads at once, each with an evaluator of its own.
+    virtual bool fill(const ChunkNodes &nodes, eval::EvalFieldEvaluator &evaluator,
+                      std::span<float> samples, const std::atomic_bool &cancelFlag,
+                      QString &error) const;
+    /// The scene of a request, compiled; without a program, after a warning that begins with
+    /// `owner`, when that failed.
+    eval::CompiledField compile(const ExportRequest &request, ::eval::Backend backend,
+                                const QString &owner);
+
 private:
     struct Lane;
 

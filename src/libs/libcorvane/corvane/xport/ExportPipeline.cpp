@@ -8,6 +8,7 @@
 #include <corvane/xport/ChunkRunner.h>
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
+#include <corvane/xport/GpuChunkProcessor.h>
 #include <corvane/xport/MeshBuilder.h>
 #include <corvane/xport/OctreeExport.h>
 #include <corvane/xport/PostProcessStep.h>
@@ -42,6 +43,12 @@ eval::DefinitionTable collectDefinitions(const ExportRequest &request)
     shader::ShaderIndexManager indices;
     indices.rebuildIndices(&registry);
     return eval::DefinitionTable::collect(request.nodes, registry, indices);
+}
+
+QString uninitialized(const CpuChunkProcessor &processor)
+{
+    const QString failure = u"%1 backend initialization failed"_s.arg(processor.name());
+    return processor.error().isEmpty() ? failure : failure + u": "_s + processor.error();
 }
 
 /// How an export broke off that has no error of its own: out of memory, as a rule.
@@ -200,8 +207,6 @@ ExportResult ExportPipeline::exportField(const ExportRequest &request,
         return exportVolume(request, definitions, box);
     if (request.extractor == static_cast<int>(SurfaceExtractor::OctreeDualContouring))
         return exportOctree(request, definitions, box);
-    if (request.backend == static_cast<int>(ExportBackend::Gpu))
-        return ExportResult::failed(u"GPU backend initialization failed"_s);
     return exportChunks(request, definitions, box);
 }
 
@@ -211,18 +216,20 @@ ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
     const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
     const ChunkScheduler scheduler(request, threads);
     emit progressChanged(0, scheduler.count());
-    CpuChunkProcessor processor(definitions);
-    const auto release = qScopeGuard([&processor] { processor.release(); });
-    if (!processor.initialize(request))
-        return ExportResult::failed(u"CPU backend initialization failed: "_s + processor.error());
-    ChunkRunner runner(processor, scheduler, m_cancelled,
+    const bool onGpu = request.backend == static_cast<int>(ExportBackend::Gpu);
+    const auto processor = onGpu ? std::make_unique<GpuChunkProcessor>(definitions)
+                                 : std::make_unique<CpuChunkProcessor>(definitions);
+    const auto release = qScopeGuard([&processor] { processor->release(); });
+    if (!processor->initialize(request))
+        return ExportResult::failed(uninitialized(*processor));
+    ChunkRunner runner(*processor, scheduler, m_cancelled,
                        [this](qint64 done, qint64 total) { reportProgress(done, total); });
     runner.run(threads);
     if (m_cancelled)
         return ExportResult::failed(u"Export cancelled"_s);
     if (!runner.error().isEmpty())
         return ExportResult::failed(runner.error());
-    const GridReport report = processor.report(request, m_cancelled);
+    const GridReport report = processor->report(request, m_cancelled);
     return makeMesh(runner.takeSurface(), report, request, definitions, box);
 }
 

@@ -26,6 +26,8 @@ public:
     /// After the last chunk, on every path on which initialize() was called.
     virtual void release() = 0;
     virtual QString name() const = 0;
+    /// What a user is told when a chunk fails, with %1 for the text of processChunk().
+    virtual QString failureText() const { return QStringLiteral("Evaluation error: %1"); }
 };
 
 } // namespace corvane::xport

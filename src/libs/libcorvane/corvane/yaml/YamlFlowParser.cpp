@@ -2,8 +2,6 @@
 
 #include "YamlScalar.h"
 
-#include <corvane/yaml/YamlParser.h>
-
 using namespace Qt::StringLiterals;
 
 namespace corvane::yaml {
@@ -110,14 +108,14 @@ QVariant YamlFlowParser::parse(QStringView text)
         return {};
     const bool isMap = isWrapped(text, u'{', u'}');
     if (isMap || isWrapped(text, u'[', u']')) {
-        if (m_depth >= YamlParser::maxDepth) {
+        if (m_levelsLeft <= 0) {
             m_tooDeep = true;
             return {};
         }
-        ++m_depth;
+        --m_levelsLeft;
         const QStringView inside = text.sliced(1, text.size() - 2).trimmed();
         const QVariant value = isMap ? parseMap(inside) : parseList(inside);
-        --m_depth;
+        ++m_levelsLeft;
         return value;
     }
     if (isWrapped(text, u'"', u'"') || isWrapped(text, u'\'', u'\''))

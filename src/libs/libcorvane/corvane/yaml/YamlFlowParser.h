@@ -9,9 +9,9 @@ namespace corvane::yaml {
 class YamlFlowParser
 {
 public:
-    /// @param depth  how deep the value itself stands; past YamlParser::maxDepth nothing is read
-    explicit YamlFlowParser(int depth)
-        : m_depth(depth)
+    /// @param levels  how many maps and lists may stand in each other; what lies deeper is not read
+    explicit YamlFlowParser(int levels)
+        : m_levelsLeft(levels)
     {}
 
     [[nodiscard]] QVariant parse(QStringView text);
@@ -24,7 +24,7 @@ private:
     [[nodiscard]] QVariant parseMap(QStringView inside);
     [[nodiscard]] QVariant parseList(QStringView inside);
 
-    int m_depth;
+    int m_levelsLeft;
     bool m_tooDeep = false;
     QStringView m_droppedEntry;
 };

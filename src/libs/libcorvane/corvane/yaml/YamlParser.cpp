@@ -205,7 +205,7 @@ QVariant BlockParser::parseMultiline(int indent)
 
 QVariant BlockParser::parseValue(QStringView text, int lineNumber, int column)
 {
-    YamlFlowParser flow(m_depth);
+    YamlFlowParser flow(YamlParser::maxDepth - m_depth);
     const QVariant value = flow.parse(text);
     if (flow.isTooDeep())
         addError(lineNumber, column,
@@ -272,7 +272,7 @@ QVariantMap YamlParser::parseToVariantMap(const QString &text, QList<ParseError>
 
 QVariant YamlParser::parseValue(QStringView text)
 {
-    return YamlFlowParser(0).parse(text);
+    return YamlFlowParser(YamlParser::maxDepth).parse(text);
 }
 
 } // namespace corvane::yaml

@@ -1,6 +1,7 @@
 #include "YamlScalar.h"
 
 #include <corvane/yaml/PlainValue.h>
+#include <corvane/yaml/YamlParser.h>
 
 #include "YamlFlowParser.h"
 #include "YamlLineReader.h"
@@ -82,7 +83,7 @@ QString numberText(double value, int precision)
 
 bool isSameNumber(double value, const QString &text)
 {
-    const QVariant read = YamlFlowParser(0).parse(text);
+    const QVariant read = YamlFlowParser(YamlParser::maxDepth).parse(text);
     const bool isNumber =
         read.typeId() == QMetaType::Double || read.typeId() == QMetaType::LongLong;
     return isNumber && read.toDouble() == value &&
@@ -131,7 +132,7 @@ bool readsBack(const QString &form, const QString &text, ScalarPlace place)
     if (!read || read->isMultilineMarker || read->isListItem != (place == ScalarPlace::ListItem) ||
         (read->isListItem && !read->key.isEmpty()))
         return false;
-    const QVariant value = YamlFlowParser(0).parse(read->value);
+    const QVariant value = YamlFlowParser(YamlParser::maxDepth).parse(read->value);
     if (place != ScalarPlace::Flow)
         return value.typeId() == QMetaType::QString && value.toString() == text;
     const QVariantMap expected{{u"a"_s, QVariantList{text, 0LL}}, {u"b"_s, 0LL}};
