@@ -161,6 +161,9 @@ void TstFileSafety::scenesReplaceOnlyMeshes_data()
     row("a folder", "mkdir out.stl", u"out.stl"_s, u"it is a folder, not a regular file"_s);
     row("nothing yet", "true", u"out.stl"_s);
     row("an empty file", "touch out.vtk", u"out.vtk"_s);
+    // The first 4096 bytes, by which a mesh is known, end behind the "u".
+    row("a mesh whose head ends within a line",
+        "(yes 'v 0 0 0' | head -n 511; echo 'v 0 0 '; echo 'usemtl a') >out.obj", u"out.obj"_s);
     for (const QString &format : {u"stl"_s, u"obj"_s, u"ply"_s, u"vtk"_s}) {
         const QString name = u"out."_s + format;
         row(qPrintable(format), "$C export scene.corvane -o " + name.toUtf8(), name);

@@ -3,6 +3,7 @@
 
 #include <mesh/io/MeshLoader.h>
 #include <support/Files.h>
+#include <support/MeshChecks.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -68,6 +69,50 @@ float widthOf(const QString &path)
     return most;
 }
 
+/// Of a mesh file; 0 when it can't be read.
+double volumeOf(const QString &path)
+{
+    QString error;
+    const auto mesh = mesh::io::MeshLoader::loadFromFile(path, &error);
+    return mesh ? support::signedVolume(*mesh) : 0.0;
+}
+
+/// A difference with a box in it, and a ball beside it.
+const QByteArray version1Difference = R"(formatVersion: 1
+corvane:
+  instances:
+    part:
+      type: subtract
+      id: 6fa1c2e4-0000-4000-8000-000000000001
+      params:
+        children: ["@block"]
+    block:
+      type: box
+      params: {width: 1.0, height: 1.0, depth: 1.0}
+    ball:
+      type: sphere
+      id: 6fa1c2e4-0000-4000-8000-000000000002
+      params: {radius: 1.2}
+  roots: [part, ball]
+)";
+
+const QByteArray version2Difference = R"(formatVersion: 2
+corvane:
+  instances:
+    6fa1c2e4-0000-4000-8000-000000000001:
+      name: Part
+      type: subtract
+      children: [Block]
+    Block:
+      type: box
+      params: {width: 1.0, height: 1.0, depth: 1.0}
+    6fa1c2e4-0000-4000-8000-000000000002:
+      name: Ball
+      type: sphere
+      params: {radius: 1.2}
+  roots: [Part, Ball]
+)";
+
 } // namespace
 
 class TstZirnCommand : public QObject
@@ -83,6 +128,8 @@ private slots:
     void version2FilesAreKept();
     void editsShowInTheGeometry_data();
     void editsShowInTheGeometry();
+    void thePlaceDecidesWhatIsCut_data();
+    void thePlaceDecidesWhatIsCut();
     void whatOthersSavedIsNotSavedOver();
     void failedPlansSaveNothing();
     void failedJobsFailTheRun();
@@ -254,6 +301,40 @@ void TstZirnCommand::editsShowInTheGeometry()
              qPrintable(asked.standardError));
     moved({{u"tx"_s, u"=size*2.5"_s}}, 4.5f);
     moved({{u"sx"_s, 1}}, 3.5f); // what one plan derived, the next one finds
+}
+
+void TstZirnCommand::thePlaceDecidesWhatIsCut_data()
+{
+    QTest::addColumn<QByteArray>("scene");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<double>("volume");
+    // Six caps of the ball stand out of the box.
+    constexpr double caps = 0.854, boxWithoutBall = 1.616;
+    QTest::newRow("an item to the front") << version1Difference << 0 << caps;
+    QTest::newRow("an item to the end") << version1Difference << 1 << boxWithoutBall;
+    QTest::newRow("a node to the front") << version2Difference << 0 << caps;
+    QTest::newRow("a node to the end") << version2Difference << 1 << boxWithoutBall;
+}
+
+void TstZirnCommand::thePlaceDecidesWhatIsCut()
+{
+    QFETCH(QByteArray, scene);
+    QFETCH(int, index);
+    QFETCH(double, volume);
+    const QString path = writeFile(m_folder, u"difference.corvane"_s, scene);
+    const ProgramRun run =
+        zirn(planOf({step(u"corvane.item.set_parent"_s,
+                          {{u"itemId"_s, u"6fa1c2e4-0000-4000-8000-000000000002"_s},
+                           {u"newParentId"_s, u"6fa1c2e4-0000-4000-8000-000000000001"_s},
+                           {u"insertIndex"_s, index}}),
+                     step(u"corvane.settings.set_bulk"_s,
+                          {{u"settings"_s, QJsonObject{{u"export.autoBounds"_s, true},
+                                                       {u"export.cellSize"_s, 0.1}}}})}),
+             {path});
+    QVERIFY2(run.status == 0, qPrintable(run.standardError));
+    const QString mesh = m_folder.filePath(u"difference.stl"_s);
+    QCOMPARE(runProgram({u"export"_s, path, u"-o"_s, mesh}).status, 0);
+    QVERIFY2(std::abs(volumeOf(mesh) - volume) < 0.2, qPrintable(QString::number(volumeOf(mesh))));
 }
 
 void TstZirnCommand::whatOthersSavedIsNotSavedOver()

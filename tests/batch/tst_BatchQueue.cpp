@@ -365,6 +365,20 @@ private slots:
         QCOMPARE(queue.count(BatchStatus::Failed), qsizetype(length));
     }
 
+    void aSnapshotStaysAsItWas()
+    {
+        Bench bench;
+        QList<quint64> ids;
+        for (int i = 0; i < 300; ++i)
+            ids.append(bench.queue.submit(job()));
+        const batch::ReadySnapshot before = bench.queue.readyJobs();
+        bench.queue.claim(ids.first(), u"worker"_s);
+        bench.queue.submit(job());
+        QList<quint64> seen;
+        before.forEach([&seen](const batch::ReadyJob &ready) { seen.append(ready.id); });
+        QCOMPARE(seen, ids);
+    }
+
     void readyJobsComeByPriorityThenAge()
     {
         Bench bench;

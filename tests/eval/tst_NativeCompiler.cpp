@@ -75,6 +75,7 @@ private slots:
     void anObjectIsCompiledOnce();
     void badObjectsAreCompiledAnew_data();
     void badObjectsAreCompiledAnew();
+    void anObjectUnderAnothersNameIsNotLoaded();
     void anotherFolderThanOursIsNotUsed();
     void twoAtOnceBothSucceed();
 
@@ -237,6 +238,20 @@ void TstNativeCompiler::badObjectsAreCompiledAnew()
     QCOMPARE(again.error, QString());
     QVERIFY(!again.wasCached);
     QVERIFY(jitCompileAndLoad(unit).wasCached);
+}
+
+void TstNativeCompiler::anObjectUnderAnothersNameIsNotLoaded()
+{
+    if (m_real.isEmpty())
+        QSKIP("no compiler on this machine");
+    installReal(u"g++"_s);
+    QCOMPARE(jitCompileAndLoad(unit).error, QString());
+    const QByteArray another = QByteArray(unit).replace("2.0f", "3.0f");
+    const NativeCache cache(NativeCache::defaultFolder());
+    QVERIFY(QFile::copy(cachedObject(), cache.pathOf(NativeCache::keyOf(another))));
+    const JitResult result = jitCompileAndLoad(another);
+    QCOMPARE(result.error, QString());
+    QVERIFY(!result.wasCached);
 }
 
 void TstNativeCompiler::anotherFolderThanOursIsNotUsed()

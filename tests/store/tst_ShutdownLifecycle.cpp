@@ -51,7 +51,10 @@ private slots:
             QCOMPARE(ready.size(), 1);
         }
         QCOMPARE(ready.size(), 2);
-        const ShutdownHold later({.title = u"Export"_s}, lifecycle); // asked for by nobody
+        {
+            const ShutdownHold later({.title = u"Export"_s}, lifecycle);
+        }
+        // Asked for by nobody.
         QCOMPARE(ready.size(), 2);
     }
 

@@ -210,6 +210,17 @@ private slots:
         QCOMPARE(inTheNextRun->word(), u"late"_s);
     }
 
+    void whatIsSwitchedOffIsNotAskedAtTheEnd()
+    {
+        const Words words = opened();
+        QVERIFY(words->synchronize().wait());
+        QVERIFY(words->activate(false));
+        words->change(u"late"_s);
+        QVERIFY(words->isDirty());
+        QVERIFY(store::ShutdownLifecycle::instance().finishWork(1h));
+        QCOMPARE(onDisk(), u"default"_s);
+    }
+
     void callbacksComeOnTheMainThread()
     {
         Words words = opened();

@@ -3,7 +3,9 @@
 
 #include <mesh/Mesh.h>
 #include <mesh/process/VertexMerger.h>
-#include <mesh/topology/HalfedgeMesh.h>
+
+#include <QHash>
+#include <QSet>
 
 #include <array>
 #include <cmath>
@@ -96,6 +98,31 @@ inline FloatMesh makeSphere(float radius, int rings, int segments)
     return sphere;
 }
 
+/// A ring about the y axis of 2 * around * along triangles: `around` sections of `along` sides
+/// each.
+inline FloatMesh makeTorus(float radius, float tube, int around, int along)
+{
+    FloatMesh torus;
+    for (int i = 0; i < around; ++i) {
+        const double a = 2 * std::numbers::pi * i / around;
+        for (int j = 0; j < along; ++j) {
+            const double b = 2 * std::numbers::pi * j / along;
+            const double out = double(radius) + double(tube) * std::cos(b);
+            torus.vertices.append(
+                {float(out * std::cos(a)), float(tube * std::sin(b)), float(out * std::sin(a))});
+        }
+    }
+    const auto at = [&](int i, int j) { return i % around * along + j % along; };
+    for (int i = 0; i < around; ++i)
+        for (int j = 0; j < along; ++j) {
+            torus.addElement(mesh::ElementType::Triangle,
+                             {at(i, j), at(i, j + 1), at(i + 1, j + 1)});
+            torus.addElement(mesh::ElementType::Triangle,
+                             {at(i, j), at(i + 1, j + 1), at(i + 1, j)});
+        }
+    return torus;
+}
+
 // ------------------------------------------------------------------ checks
 
 /// The mesh with vertices joined that are within `tolerance`; 0 joins equal positions.
@@ -106,13 +133,71 @@ inline FloatMesh welded(FloatMesh surface, double tolerance = 0.0)
     return done ? surface : FloatMesh{};
 }
 
+/// The sides of all surface elements, each under its two vertices in the order of the element, with
+/// the vertex before them. The checks below count these: were they to ask the library for its
+/// half-edges, a mistake there would hide itself.
+inline QMultiHash<std::pair<int, int>, int> directedSides(const FloatMesh &surface)
+{
+    QMultiHash<std::pair<int, int>, int> sides;
+    sides.reserve(surface.elements.size() * 3);
+    for (const auto &element : surface.elements) {
+        const int corners = mesh::dimension(element.type) == 2 ? int(element.nodes.size()) : 0;
+        for (int i = 0; i < corners; ++i)
+            sides.insert({element.nodes[i], element.nodes[(i + 1) % corners]},
+                         element.nodes[(i + corners - 1) % corners]);
+    }
+    return sides;
+}
+
+/// Whether a surface is not empty, and every edge is passed once in each direction. Surfaces may
+/// still touch in a vertex.
+inline bool hasPairedEdges(const FloatMesh &surface)
+{
+    const auto sides = directedSides(surface);
+    for (auto side = sides.keyBegin(); side != sides.keyEnd(); ++side)
+        if (side->first == side->second || sides.count(*side) != 1 ||
+            sides.count({side->second, side->first}) != 1)
+            return false;
+    return !sides.isEmpty();
+}
+
 /// Whether an indexed surface is not empty, without boundary, manifold, and wound one way
 /// throughout. A soup of triangles goes through welded() first.
 inline bool isClosedManifold(const FloatMesh &surface)
 {
-    const auto halfedges = mesh::topology::HalfedgeMesh<float>::fromMesh(surface);
-    return !halfedges.faces.isEmpty() && halfedges.isClosed() && halfedges.isManifold() &&
-           halfedges.isOrientable();
+    if (!hasPairedEdges(surface))
+        return false;
+    const auto sides = directedSides(surface);
+    QHash<int, int> sidesFrom, firstEnd; // by vertex
+    for (auto side = sides.keyBegin(); side != sides.keyEnd(); ++side) {
+        ++sidesFrom[side->first];
+        firstEnd[side->first] = side->second;
+    }
+    // Turning about a vertex from face to face meets all its faces before it comes round.
+    for (auto vertex = firstEnd.cbegin(); vertex != firstEnd.cend(); ++vertex) {
+        int met = 0, end = *vertex;
+        do {
+            end = sides.value({vertex.key(), end});
+            ++met;
+        } while (end != *vertex);
+        if (met != sidesFrom.value(vertex.key()))
+            return false;
+    }
+    return true;
+}
+
+/// Vertices less edges plus faces, vertices that no element uses left out: 2 for each sphere, 2
+/// less for each handle, 1 less for each hole.
+inline qsizetype eulerCharacteristic(const FloatMesh &surface)
+{
+    const auto sides = directedSides(surface);
+    QSet<int> vertices;
+    QSet<std::pair<int, int>> edges;
+    for (auto side = sides.keyBegin(); side != sides.keyEnd(); ++side) {
+        vertices << side->first << side->second;
+        edges.insert(std::minmax(side->first, side->second));
+    }
+    return vertices.size() - edges.size() + surface.elements.size();
 }
 
 /// The volume that the surface elements enclose (divergence theorem, elements as fans): positive

@@ -1,8 +1,11 @@
-// A system that starts no further thread, whoever asks for one. Needs nothing.
+// A system that starts no further thread, or one more, whoever asks for it. Needs nothing.
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace support {
 
@@ -34,7 +37,44 @@ private:
         pthread_attr_destroy(&attributes);
     }
 
+    friend class OneThread;
     std::size_t m_before = 0;
+};
+
+/// As long as it lives one thread more can run in this process: there is room for a single stack.
+class OneThread
+{
+public:
+    explicit OneThread(bool isWanted = true)
+        : m_stacks(false)
+    {
+        getrlimit(RLIMIT_AS, &m_before);
+        if (!isWanted)
+            return;
+        constexpr std::size_t stack = std::size_t(1) << 30;
+        NoThreads::setStackSize(stack);
+        rlimit limit = m_before;
+        limit.rlim_cur = usedSpace() + stack + stack / 2;
+        setrlimit(RLIMIT_AS, &limit);
+    }
+    ~OneThread() { setrlimit(RLIMIT_AS, &m_before); }
+    OneThread(const OneThread &) = delete;
+    OneThread &operator=(const OneThread &) = delete;
+
+private:
+    static rlim_t usedSpace()
+    {
+        unsigned long pages = 0;
+        if (std::FILE *const file = std::fopen("/proc/self/statm", "r")) {
+            if (std::fscanf(file, "%lu", &pages) != 1)
+                pages = 0;
+            std::fclose(file);
+        }
+        return rlim_t(pages) * rlim_t(sysconf(_SC_PAGESIZE));
+    }
+
+    NoThreads m_stacks; ///< puts their size back
+    rlimit m_before = {};
 };
 
 } // namespace support

@@ -209,6 +209,20 @@ private slots:
             QVERIFY(support::signedVolume(surface) > 0);
     }
 
+    // Found by trying many tangles: each collapse keeps the topology around it, which is none.
+    void whatWouldBecomeWorseIsGivenBack()
+    {
+        const FloatMesh tangle = randomTriangles(111, 6, 8);
+        FloatMesh surface = tangle;
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            QRegularExpression(u"^QuadricSimplification: topology predicate regressed .* "
+                               "restoring input mesh$"_s));
+        const QuadricSimplification<float> step({.preserveBoundary = false, .featureAngle = 180});
+        QVERIFY(step.process(surface, {.parameters = {{u"targetFaceCount"_s, 1}}}).isOk());
+        QCOMPARE(surface.elements, tangle.elements);
+    }
+
     void otherElementsAreLeftAlone_data()
     {
         QTest::addColumn<int>("number");

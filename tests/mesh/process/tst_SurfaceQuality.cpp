@@ -192,6 +192,122 @@ private slots:
         QVERIFY(largestDistance(sphere, sphereField) < 0.01);
     }
 
+    // A handle has loops that no face fills: an edge of such a loop of three must not collapse.
+    void decimationKeepsHandles_data()
+    {
+        QTest::addColumn<FloatMesh>("surface");
+        QTest::newRow("torus") << support::makeTorus(2, 0.7f, 40, 24);
+        QTest::newRow("thin torus") << support::makeTorus(2, 0.2f, 60, 5);
+        QTest::newRow("torus of three sides") << support::makeTorus(2, 0.5f, 30, 3);
+        QTest::newRow("plate with four holes") << support::makeVoxelSurface(
+            {9, 9, 2}, [](int x, int y, int) { return x % 4 != 2 || y % 4 != 2; });
+    }
+
+    void decimationKeepsHandles()
+    {
+        QFETCH(FloatMesh, surface);
+        const qsizetype before = surface.elements.size();
+        const qsizetype handles = support::eulerCharacteristic(surface);
+        QVERIFY(handles <= 0);
+        const QVariantMap toTheLast{{u"targetFaceCount"_s, 1}};
+        const QuadricSimplification<float> step({.featureAngle = 180});
+        QVERIFY(step.process(surface, {.parameters = toTheLast}).isOk());
+        QVERIFY2(surface.elements.size() < before / 2,
+                 qPrintable(u"%1 of %2"_s.arg(surface.elements.size()).arg(before)));
+        QVERIFY(support::isClosedManifold(surface));
+        QCOMPARE(support::eulerCharacteristic(surface), handles);
+    }
+
+    // An edge from one outline to the other, of which the outlines would touch in a vertex.
+    void decimationKeepsOutlinesApart()
+    {
+        FloatMesh ring = support::makeTorus(2, 0.5f, 30, 4);
+        // Of each section of four sides the first is left.
+        for (qsizetype i = ring.elements.size() - 1; i >= 0; --i)
+            if (i / 2 % 4 != 0)
+                ring.elements.removeAt(i);
+        const QuadricSimplification<float> step({.preserveBoundary = false, .featureAngle = 180});
+        QVERIFY(step.process(ring, {.parameters = {{u"targetFaceCount"_s, 1}}}).isOk());
+        QVERIFY(ring.elements.size() < 30);
+        QCOMPARE(support::eulerCharacteristic(ring), 0);
+    }
+
+    // The creases of a thin part are near each other, and edges lead from one to the next.
+    void decimationKeepsThinParts()
+    {
+        FloatMesh bar = support::makeVoxelSurface({20, 1, 1}, [](int, int, int) { return true; });
+        QVERIFY(QuadricSimplification<float>()
+                    .process(bar, {.parameters = {{u"targetFaceCount"_s, 1}}})
+                    .isOk());
+        QCOMPARE(bar.elements.size(), 12);
+        QVERIFY(std::abs(support::signedVolume(bar) - 20) < 1e-3);
+    }
+
+    // Few vertices are left of the two rims, which then are nearer to each other than to the
+    // circle.
+    void decimationKeepsBothRimsOfACoin()
+    {
+        constexpr int sides = 96;
+        constexpr float thickness = 0.01f;
+        FloatMesh coin;
+        coin.vertices = {{0, 0, thickness}, {0, 0, 0}};
+        for (int i = 0; i < sides; ++i) {
+            const double angle = 2 * std::numbers::pi * i / sides;
+            for (const float z : {thickness, 0.0f})
+                coin.vertices.append({float(std::cos(angle)), float(std::sin(angle)), z});
+        }
+        for (int i = 0; i < sides; ++i) {
+            const int a = 2 + 2 * i, b = 2 + 2 * ((i + 1) % sides);
+            for (const mesh::NodeList &nodes :
+                 {mesh::NodeList{0, a, b}, mesh::NodeList{1, b + 1, a + 1},
+                  mesh::NodeList{a, a + 1, b + 1}, mesh::NodeList{a, b + 1, b}})
+                coin.addElement(mesh::ElementType::Triangle, nodes);
+        }
+        QVERIFY(support::isClosedManifold(coin));
+        QVERIFY(QuadricSimplification<float>()
+                    .process(coin, {.parameters = {{u"targetFaceCount"_s, 24}}})
+                    .isOk());
+        QVERIFY(coin.elements.size() < 100);
+        for (const Point &p : std::as_const(coin.vertices))
+            QVERIFY(std::abs(std::abs(p.z - thickness / 2) - thickness / 2) < 1e-5f);
+    }
+
+    // Faces that fold over within their plane enclose as much as before, but are larger.
+    void decimationFoldsNoFlatFace()
+    {
+        FloatMesh plate = support::makeVoxelSurface(
+            {17, 17, 2}, [](int x, int y, int) { return x % 4 != 2 || y % 4 != 2; });
+        const double volume = support::signedVolume(plate), area = support::surfaceArea(plate);
+        QVERIFY(QuadricSimplification<float>()
+                    .process(plate, {.parameters = {{u"targetFaceCount"_s, 1}}})
+                    .isOk());
+        QVERIFY(std::abs(support::signedVolume(plate) - volume) < 1e-3 * volume);
+        QVERIFY(std::abs(support::surfaceArea(plate) - area) < 1e-3 * area);
+    }
+
+    void decimationTurnsNothingOver_data()
+    {
+        QTest::addColumn<double>("ratio");
+        QTest::newRow("half") << 0.5;
+        QTest::newRow("a tenth") << 0.1;
+        QTest::newRow("a hundredth") << 0.01;
+    }
+
+    void decimationTurnsNothingOver()
+    {
+        QFETCH(const double, ratio);
+        FloatMesh ball = shaken(support::makeSphere(1, 20, 20), 0.01f);
+        const QuadricSimplification<float> step({.featureAngle = 180});
+        QVERIFY(step.process(ball, {.parameters = {{u"targetRatio"_s, ratio}}}).isOk());
+        QVERIFY(support::isClosedManifold(ball));
+        for (const auto &element : std::as_const(ball.elements)) {
+            const Point a = ball.vertices.at(element.nodes[0]);
+            const Point b = ball.vertices.at(element.nodes[1]);
+            const Point c = ball.vertices.at(element.nodes[2]);
+            QVERIFY((b - a).cross(c - a).dot(a + b + c) > 0);
+        }
+    }
+
     void remeshingMakesEvenTriangles_data()
     {
         QTest::addColumn<double>("length");

@@ -73,6 +73,15 @@ private slots:
         QCOMPARE(surface.vertices, expected);
     }
 
+    void aVertexJoinsTheEarliestInReach()
+    {
+        FloatMesh surface;
+        surface.vertices = {{0, 0, 0}, {1.5f, 0, 0}, {0.75f, 0, 0}, {0, 5, 0}, {5, 5, 0}};
+        surface.addElement(ElementType::Triangle, {2, 3, 4});
+        QCOMPARE(weld(surface, 1.0), QString());
+        QCOMPARE(surface.vertices.at(surface.elements.first().nodes[0]), Point(0, 0, 0));
+    }
+
     void zerosOfBothSignsAreOnePlace()
     {
         FloatMesh surface;

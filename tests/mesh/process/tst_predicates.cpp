@@ -1,6 +1,7 @@
 #include <support/MeshChecks.h>
 
 #include <mesh/process/predicates.h>
+#include <mesh/topology/HalfedgeMesh.h>
 
 #include <QRandomGenerator>
 #include <QRegularExpression>

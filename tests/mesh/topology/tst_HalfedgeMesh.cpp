@@ -1,5 +1,7 @@
 #include <support/MeshChecks.h>
 
+#include <mesh/topology/HalfedgeMesh.h>
+
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;

@@ -74,6 +74,8 @@ private slots:
         store.storeMeshData(id, shared(volume));
         QVERIFY(store.hasTetData(id));
         QCOMPARE(store.tetData(id)->elements.size(), 5);
+        store.storeMeshData(id, shared(support::makeCube()));
+        QVERIFY(!store.hasTetData(id));
     }
 
     void proxyVersionsRise()

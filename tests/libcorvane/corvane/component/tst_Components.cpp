@@ -269,8 +269,14 @@ void TstComponents::libraryKeepsComponents()
     QTest::ignoreMessage(QtWarningMsg,
                          qPrintable(u"ComponentLibrary: No component in "_s + broken.fileName()));
     QVERIFY(last.contains(u"a"_s));
-    QVERIFY(last.removeDefinition(u"a"_s));
-    QVERIFY(!last.removeDefinition(u"a"_s));
+    QVERIFY(last.saveDefinition(made));
+    QVERIFY(!QFile::exists(path + u"/renamed.json"_s));
+    QVERIFY(QFile::rename(last.filePathFor(u"a"_s), path + u"/renamed.json"_s));
+    ComponentLibrary once(path);
+    QTest::ignoreMessage(QtWarningMsg,
+                         qPrintable(u"ComponentLibrary: No component in "_s + broken.fileName()));
+    QVERIFY(once.removeDefinition(u"a"_s));
+    QVERIFY(!once.removeDefinition(u"a"_s));
     QVERIFY(!QFile::exists(path + u"/renamed.json"_s));
 }
 

@@ -1,4 +1,5 @@
 #include <corvane/expr/ExpressionManager.h>
+#include <corvane/expr/NodeNames.h>
 #include <corvane/model/Corvane.h>
 
 #include <QRegularExpression>
@@ -38,6 +39,7 @@ private slots:
     void failureLeavesTheFallback();
     void cycleKeepsStoredValues();
     void parametersReadEachOther();
+    void aNameOfTwoNodesMeansNeither();
     void unchangedResultUpdatesNothing();
     void transformParameterMovesTheItem();
     void editedExpressionIsCompiledAnew();
@@ -186,6 +188,18 @@ void TstExpressionManager::parametersReadEachOther()
     QCOMPARE(manager.errors().size(), 1);
     QVERIFY(manager.errors().first().startsWith(u"Circular dependency involving '"_s));
     QCOMPARE(scene.instance(a).parameter(u"width"_s), QVariant(11.0f));
+}
+
+void TstExpressionManager::aNameOfTwoNodesMeansNeither()
+{
+    const QUuid first = QUuid::createUuid(), second = QUuid::createUuid();
+    NodeNames names;
+    names.add(u"Ball"_s, first);
+    QCOMPARE(names.holder(u"Ball"_s), first);
+    names.add(u"Ball"_s, second);
+    QVERIFY(names.holder(u"Ball"_s).isNull());
+    names.remove(u"Ball"_s, first);
+    QCOMPARE(names.holder(u"Ball"_s), second);
 }
 
 void TstExpressionManager::unchangedResultUpdatesNothing()

@@ -72,13 +72,15 @@ void TstSceneManager::namesCountFromOne()
 void TstSceneManager::copyIsANewInstance()
 {
     Operators world;
+    const QUuid source = world.make.id(u"top"_s);
+    world.scene->setSelectedInstance(source);
     const QString before = world.scene->stateFingerprint();
     QSignalSpy done(&world.manager, &SceneManager::instanceDuplicated);
-    const QUuid source = world.make.id(u"top"_s);
     const Instance copy = world.scene->instance(world.manager.duplicateInstance(source));
     QCOMPARE(copy.name, u"top_copy_1"_s);
     QCOMPARE(world.make.children(copy.name), u"blend a"_s);
     QCOMPARE(world.make.roots(), u"top top_copy_1"_s);
+    QCOMPARE(world.scene->selectedInstances(), QList<QUuid>{source});
     QCOMPARE(done.size(), 1);
     world.executor.undoStack()->undo();
     QCOMPARE(world.scene->stateFingerprint(), before);

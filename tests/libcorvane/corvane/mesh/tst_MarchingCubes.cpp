@@ -71,6 +71,7 @@ private slots:
     void tablesAgree();
     void surfaceIsClosedAndPointsOut_data();
     void surfaceIsClosedAndPointsOut();
+    void longRowsAreWhole();
     void piecesMeetExactly_data();
     void piecesMeetExactly();
     void crossingFollowsTheValues_data();
@@ -131,6 +132,20 @@ void TstMarchingCubes::surfaceIsClosedAndPointsOut()
         QVERIFY(std::fabs(triangle.normal.length() - 1.0f) < 1e-5f);
         QVERIFY(QVector3D::dotProduct(triangle.normal, v[0] + v[1] + v[2]) > 0.0f);
     }
+}
+
+/// A face between the 64th node and the next: signs of nodes are kept 64 to a word.
+void TstMarchingCubes::longRowsAreWhole()
+{
+    Grid grid(9, 1.0f);
+    grid.field.nx = 140;
+    grid.field.origin = {0, -4, -4};
+    grid.fill([](float x, float y, float z) {
+        return std::max({std::fabs(x - 95.5f) - 32.0f, std::fabs(y) - 2.5f, std::fabs(z) - 2.5f});
+    });
+    const support::FloatMesh bar = support::meshOf(grid.mesh());
+    QVERIFY(support::isClosedManifold(bar));
+    QVERIFY(std::abs(support::signedVolume(bar) - 64 * 25) < 80);
 }
 
 void TstMarchingCubes::piecesMeetExactly_data()

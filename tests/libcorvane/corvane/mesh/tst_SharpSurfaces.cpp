@@ -1,5 +1,6 @@
 // Both dual contouring extractors, over fields that are given as formulas.
 
+#include <corvane/mesh/QuadTriangles.h>
 #include <support/FormulaFields.h>
 
 #include <QRegularExpression>
@@ -34,6 +35,7 @@ private slots:
     void flatFacesTakeFewTriangles();
     void chunksMeetWithoutASeam();
     void theMinimumOfPlanesIsTheirCommonPoint();
+    void aFlippedQuadLooksTheOtherWay();
     void crossingsAreFoundInFewRounds_data();
     void crossingsAreFoundInFewRounds();
 };
@@ -82,7 +84,7 @@ void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()
     QefSolver other;
     solver.add(corner + QVector3D(0, 0.4f, 0.1f), {1, 0, 0});
     solver.add(corner + QVector3D(0.2f, 0, -0.3f), {0, 1, 0});
-    other.add(corner + QVector3D(-0.1f, 0.3f, 0), {0, 0, 1});
+    other.add(corner + QVector3D(-0.1f, 0.4f, -0.3f), {0, 0.6f, 0.8f});
     solver += other;
     const QefResult inside = solver.solve(corner - QVector3D(1, 1, 1), corner + QVector3D(1, 1, 1));
     QVERIFY((inside.position - corner).length() < 1e-4f);
@@ -94,6 +96,16 @@ void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()
     const QefResult none = QefSolver().solve({0, 0, 0}, {2, 2, 2});
     QVERIFY(none.fellBack);
     QCOMPARE(none.position, QVector3D(1, 1, 1));
+}
+
+void TstSharpSurfaces::aFlippedQuadLooksTheOtherWay()
+{
+    QList<corvane::mesh::Triangle> triangles;
+    for (const bool flip : {false, true})
+        corvane::mesh::emitQuad(triangles, {0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, flip);
+    QCOMPARE(triangles.size(), 4);
+    for (qsizetype i = 0; i < 4; ++i)
+        QCOMPARE(triangles.at(i).normal, QVector3D(0, 0, i < 2 ? 1 : -1));
 }
 
 void TstSharpSurfaces::crossingsAreFoundInFewRounds_data()

@@ -33,6 +33,8 @@ private slots:
     void addingAnExistingItemKeepsIt();
     void childrenResolveByNameAndId();
     void itemNeverStandsUnderItself();
+    void itemsMoveAmongTheirSiblings_data();
+    void itemsMoveAmongTheirSiblings();
     void proxiesNeverNest();
     void selectionSpeaksOnce();
     void settingsAreNested();
@@ -170,6 +172,38 @@ void TstCorvane::itemNeverStandsUnderItself()
     QCOMPARE(scene.depth(leaf), 2);
     QVERIFY(scene.setParent(leaf, {}));
     QCOMPARE(scene.depth(leaf), 0);
+}
+
+void TstCorvane::itemsMoveAmongTheirSiblings_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QString>("order");
+    QTest::newRow("where it is") << 0 << u"abcd"_s;
+    QTest::newRow("to the middle") << 2 << u"bcad"_s;
+    QTest::newRow("to the last place") << 3 << u"bcda"_s;
+    QTest::newRow("beyond") << 4 << u"bcda"_s;
+    QTest::newRow("to the end") << -1 << u"bcda"_s;
+}
+
+void TstCorvane::itemsMoveAmongTheirSiblings()
+{
+    QFETCH(const int, index);
+    Corvane scene;
+    const QUuid top = scene.addItem(namedItem(u"top"_s));
+    for (const QString &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s}) {
+        SceneItem item = namedItem(name, top);
+        item.sortOrder = qint32(name.front().unicode());
+        scene.addItem(item);
+    }
+    const QUuid moved = scene.instanceIdByName(u"a"_s);
+    QVERIFY(scene.moveHierarchyItem(moved, top, index));
+    QString order;
+    const QList<QUuid> children = scene.hierarchyChildIds(top);
+    for (const QUuid &id : children) {
+        order += scene.item(id).name;
+        QCOMPARE(scene.item(id).sortOrder, qint32(order.size() - 1));
+    }
+    QTEST(order, "order");
 }
 
 void TstCorvane::proxiesNeverNest()

@@ -45,6 +45,7 @@ void TstSceneWarning::theNearestNameIsMeant_data()
     QTest::addColumn<QString>("nearest");
     QTest::newRow("a letter missing") << u"radus"_s << u"radius"_s;
     QTest::newRow("letters swapped") << u"raduis"_s << u"radius"_s;
+    QTest::newRow("letters of a short name swapped") << u"sdie"_s << u"side"_s;
     QTest::newRow("another case") << u"cellsize"_s << u"cellSize"_s;
     QTest::newRow("the nearer of two") << u"radius3"_s << u"radius2"_s;
     QTest::newRow("nothing like it") << u"colour"_s << QString();
@@ -56,7 +57,8 @@ void TstSceneWarning::theNearestNameIsMeant_data()
 void TstSceneWarning::theNearestNameIsMeant()
 {
     QFETCH(QString, name);
-    const QStringList known = {u"radius2"_s, u"radius"_s, u"cellSize"_s, u"height"_s, u"x"_s};
+    const QStringList known = {u"radius2"_s, u"radius"_s, u"cellSize"_s,
+                               u"height"_s,  u"side"_s,   u"x"_s};
     QTEST(corvane::model::nearestName(name, known), "nearest");
 }
 

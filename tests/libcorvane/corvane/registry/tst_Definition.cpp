@@ -1,5 +1,6 @@
 #include "TestDefinitions.h"
 
+#include <corvane/registry/DefinitionValidation.h>
 #include <corvane/yaml/YamlParser.h>
 #include <corvane/yaml/YamlSerializer.h>
 
@@ -30,6 +31,8 @@ private slots:
     void tellsWhetherItIsValid();
     void hashesWhatChangesTheField_data();
     void hashesWhatChangesTheField();
+    void faultsOfShippedDefinitionsAreNamed_data();
+    void faultsOfShippedDefinitionsAreNamed();
 };
 
 namespace {
@@ -296,6 +299,41 @@ void TstDefinition::hashesWhatChangesTheField()
     QCOMPARE(before.size(), 32);
     change(*definition);
     QTEST(definition->contentHash() != before, "isOther");
+}
+
+void TstDefinition::faultsOfShippedDefinitionsAreNamed_data()
+{
+    QTest::addColumn<QVariantMap>("second"); // of two parameters
+    QTest::addColumn<QStringList>("errors");
+    const QString prefix = u"Parameter 1 (b): "_s;
+    const auto row = [](const char *name, const QVariantMap &second, const QStringList &errors) {
+        QTest::newRow(name) << second << errors;
+    };
+    row("none", {{u"min"_s, 1}, {u"max"_s, 2}}, {});
+    row("limits in the wrong order", {{u"min"_s, 2}, {u"max"_s, 1}},
+        {prefix + u"min value must be less than max value"_s});
+    row("limits that are equal", {{u"min"_s, 1}, {u"max"_s, 1}},
+        {prefix + u"min value must be less than max value"_s});
+    row("a limit that is no number", {{u"max"_s, u"x"_s}},
+        {prefix + u"max value must be numeric"_s});
+    row("two of one name", {{u"name"_s, u"a"_s}}, {u"Parameter 1 (a): duplicate parameter name"_s});
+}
+
+void TstDefinition::faultsOfShippedDefinitionsAreNamed()
+{
+    QFETCH(const QVariantMap, second);
+    const auto definition =
+        makeDefinition(u"ball"_s, u"float sdf_ball(vec3 p, float a, float b)"_s);
+    for (const QString &name : {u"a"_s, u"b"_s}) {
+        ParameterDef parameter;
+        parameter.name = parameter.displayName = name;
+        definition->parameters.append(parameter);
+    }
+    ParameterDef &last = definition->parameters.last();
+    last.name = second.value(u"name"_s, last.name).toString();
+    last.minValue = second.value(u"min"_s);
+    last.maxValue = second.value(u"max"_s);
+    QTEST(validateBuiltin(*definition), "errors");
 }
 
 QTEST_APPLESS_MAIN(TstDefinition)

@@ -71,6 +71,7 @@ private slots:
     void deepChainsNeedNoStack();
     void domainsPickTheirRoots();
     void groupsMoveTheirInstances();
+    void outerGroupsTurnWhatInnerOnesMove();
     void parentsInACircleEnd();
     void proxiedInstancesAreLeftOut();
     void valuesBecomeFloats_data();
@@ -284,6 +285,18 @@ void TstSDFNodeBuilder::groupsMoveTheirInstances()
     }
     QCOMPARE(builder.buildWithoutDomains(&fixture.scene), 0);
     QCOMPARE(builder.nodes().first().transform, SDFNode().transform);
+}
+
+void TstSDFNodeBuilder::outerGroupsTurnWhatInnerOnesMove()
+{
+    SceneFixture fixture;
+    const QUuid outer = fixture.addItem(ItemTypes::Group, {0, 0, 5});
+    const QUuid inner = fixture.addItem(ItemTypes::Group, {1, 0, 0}, outer);
+    SceneItem turned = fixture.scene.item(outer);
+    turned.rotate = {0, 0, 90};
+    fixture.scene.updateItem(turned);
+    const QVector3D moved = GroupTransforms(fixture.scene).below(inner).map(QVector3D());
+    QVERIFY((moved - QVector3D(0, 1, 5)).length() < 1e-5f);
 }
 
 void TstSDFNodeBuilder::parentsInACircleEnd()

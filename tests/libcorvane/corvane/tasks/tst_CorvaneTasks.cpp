@@ -592,6 +592,17 @@ void TstCorvaneTasks::parametersAreThoseOfTheDefinition()
     QCOMPARE(set(u"radius"_s, u"big"_s).message,
              u"Failed to set parameter: radius must be a number, not 'big'. State: unchanged. "
              u"Suggestion: check parameters and try again."_s);
+    const auto flawOf = [&](const QString &definition, const QString &name, const QVariant &value) {
+        return fixture
+            .call(u"corvane.sdf.set_parameter"_s, {{u"itemId"_s, fixture.add(definition)},
+                                                   {u"paramName"_s, name},
+                                                   {u"value"_s, value}})
+            .message.section(u". "_s, 0, 0);
+    };
+    QCOMPARE(flawOf(u"plane"_s, u"normal"_s, QVariantList{0, 1, 0, 0}),
+             u"Failed to set parameter: normal must be a list of 3 numbers, not '[0,1,0,0]'"_s);
+    QCOMPARE(flawOf(u"box"_s, u"depth"_s, u"big"_s), // not the first of its parameters
+             u"Failed to set parameter: depth must be a number, not 'big'"_s);
     QVERIFY(set(u"radius"_s, u"=time"_s).success);
     const auto radius = [&]() -> QJsonValue {
         return fixture.item(id)[u"parameters"_s].toObject()[u"radius"_s];

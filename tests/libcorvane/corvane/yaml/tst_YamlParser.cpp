@@ -142,6 +142,9 @@ void TstYamlParser::readsBlocks_data()
     QTest::newRow("list of maps") << u"a:\n  - x: 1\n    y: 2\n  - x: 3"_s
                                   << Map{{u"a"_s, List{Map{{u"x"_s, 1LL}, {u"y"_s, 2LL}},
                                                        Map{{u"x"_s, 3LL}}}}};
+    QTest::newRow("list of maps that begin with nothing")
+        << u"a:\n  - x:\n    y: 2"_s
+        << Map{{u"a"_s, List{Map{{u"x"_s, QVariant()}, {u"y"_s, 2LL}}}}};
     QTest::newRow("map below a bare dash")
         << u"a:\n  -\n    x: 1\n    y:\n      z: 2"_s
         << Map{{u"a"_s, List{Map{{u"x"_s, 1LL}, {u"y"_s, Map{{u"z"_s, 2LL}}}}}}};
