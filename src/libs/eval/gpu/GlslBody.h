@@ -1,7 +1,7 @@
 #pragma once
 
 #include <eval/gpu/GlslUnit.h>
-#include <eval/internal/Ast.h>
+#include <eval/internal/frontend/Ast.h>
 
 #include <QByteArray>
 #include <QHash>

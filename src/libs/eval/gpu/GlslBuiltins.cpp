@@ -3,7 +3,7 @@
 
 #include <eval/gpu/GlslBuiltins.h>
 
-#include <eval/internal/BuiltinFunctions.h>
+#include <eval/internal/interpreter/BuiltinFunctions.h>
 
 #include <QVarLengthArray>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <eval/gpu/GlslText.h>
-#include <eval/internal/Builtin.h>
+#include <eval/internal/frontend/Builtin.h>
 
 #include <QList>
 

@@ -1,8 +1,8 @@
 #include <eval/gpu/GlslBody.h>
 
 #include <eval/gpu/GlslBuiltins.h>
-#include <eval/internal/Arithmetic.h>
-#include <eval/internal/Builtin.h>
+#include <eval/internal/frontend/Builtin.h>
+#include <eval/internal/interpreter/Arithmetic.h>
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include <eval/gpu/GlslUnit.h>
 
-#include <eval/internal/CodegenUnit.h>
+#include <eval/internal/native/CodegenUnit.h>
 
 namespace eval::gpu {
 

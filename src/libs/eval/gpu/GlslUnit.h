@@ -1,10 +1,10 @@
 #pragma once
 
 #include <eval/gpu/GlslText.h>
-#include <eval/internal/Ast.h>
-#include <eval/internal/Interpreter.h>
-#include <eval/internal/LoopRounds.h>
-#include <eval/internal/StructRegistry.h>
+#include <eval/internal/frontend/Ast.h>
+#include <eval/internal/frontend/StructRegistry.h>
+#include <eval/internal/interpreter/Interpreter.h>
+#include <eval/internal/native/LoopRounds.h>
 
 #include <QByteArray>
 #include <QHash>

@@ -6,8 +6,8 @@
 #include <eval/gpu/GlslBody.h>
 #include <eval/gpu/GlslBuiltins.h>
 #include <eval/gpu/GlslUnit.h>
-#include <eval/internal/AstWalk.h>
-#include <eval/internal/CallGraph.h>
+#include <eval/internal/frontend/AstWalk.h>
+#include <eval/internal/frontend/CallGraph.h>
 
 #include <QFile>
 

@@ -22,7 +22,8 @@ QVariantMap part(const QString &definitionId, const QVariantMap &more)
 
 void size(OpFixture &fixture, const QUuid &id, const QVariantMap &lengths)
 {
-    QVERIFY(fixture.apply(OpKind::SdfSetAllParams, {{u"itemId"_s, id}, {u"parameters"_s, lengths}}));
+    QVERIFY(
+        fixture.apply(OpKind::SdfSetAllParams, {{u"itemId"_s, id}, {u"parameters"_s, lengths}}));
 }
 
 double exportedVolume(const OpFixture &fixture)
