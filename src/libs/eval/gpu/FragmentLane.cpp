@@ -1,3 +1,6 @@
+// For drivers without compute shaders. Points stand in the pixels of textures in the order in which
+// they came, row by row, so that the shader finds its own by where it draws; a batch that is wider
+// than the device's textures is folded into a square.
 #include <eval/gpu/FragmentLane.h>
 
 #include <eval/gpu/GpuDevice.h>
