@@ -24,7 +24,20 @@ namespace {
 constexpr int nodes = support::gridNodes;
 using Along = float (*)(float);
 
+// On the axes, with one of its corners given; its edges run along diagonals.
+Field tetrahedron(const QVector3D &corner)
+{
+    return [=](const QVector3D &p) {
+        const QVector3D q = p / corner;
+        const float planes = std::max({-q.x() - q.y() - q.z(), q.x() + q.y() - q.z(),
+                                       q.x() - q.y() + q.z(), q.y() + q.z() - q.x()});
+        return (planes - 1.0f) * std::abs(corner.x()) / std::sqrt(3.0f);
+    };
+}
+
 } // namespace
+
+Q_DECLARE_METATYPE(Field)
 
 class TstSharpSurfaces : public QObject
 {
@@ -33,7 +46,10 @@ class TstSharpSurfaces : public QObject
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void flatFacesTakeFewTriangles();
+    void chunksMeetWithoutASeam_data();
     void chunksMeetWithoutASeam();
+    void ridgesAlongDiagonalsAreOnePiece_data();
+    void ridgesAlongDiagonalsAreOnePiece();
     void theMinimumOfPlanesIsTheirCommonPoint();
     void aFlippedQuadLooksTheOtherWay();
     void crossingsAreFoundInFewRounds_data();
@@ -46,10 +62,17 @@ void TstSharpSurfaces::flatFacesTakeFewTriangles()
     QVERIFY(octree(field).size() * 4 < uniform(field).size());
 }
 
+void TstSharpSurfaces::chunksMeetWithoutASeam_data()
+{
+    QTest::addColumn<Field>("field");
+    QTest::newRow("cut box") << cut(box({1.1f, 0.8f, 1.0f}), ball({0.1f, 0.8f, 0.2f}, 0.7f));
+    QTest::newRow("tetrahedron") << tetrahedron({1.53f, 1.53f, 1.53f});
+}
+
 void TstSharpSurfaces::chunksMeetWithoutASeam()
 {
+    QFETCH(Field, field);
     // The grid in two halves along x, the second padded by one cell on its low side.
-    const Field field = cut(box({1.1f, 0.8f, 1.0f}), ball({0.1f, 0.8f, 0.2f}, 0.7f));
     const std::vector<float> whole = sampled(field);
     QList<Triangle> halves;
     for (const auto &[first, count] : {std::pair(0, 18), std::pair(16, 17)}) {
@@ -75,6 +98,27 @@ void TstSharpSurfaces::chunksMeetWithoutASeam()
     for (const Triangle &triangle : atOnce)
         expected.insert(QByteArray(reinterpret_cast<const char *>(&triangle), sizeof triangle));
     QCOMPARE(distinct, expected);
+}
+
+void TstSharpSurfaces::ridgesAlongDiagonalsAreOnePiece_data()
+{
+    QTest::addColumn<Field>("field");
+    for (int n = 0; n < 8; ++n) {
+        const float s = 1.2f + 0.013f * float(n);
+        QTest::addRow("corner %d at %g", n, double(s))
+            << tetrahedron({n & 1 ? s : -s, n & 2 ? s : -s, n & 4 ? s : -s});
+    }
+}
+
+// By the signs of the nodes alone a ridge over the diagonals of cells is a row of crumbs.
+void TstSharpSurfaces::ridgesAlongDiagonalsAreOnePiece()
+{
+    QFETCH(Field, field);
+    for (const auto &triangles : {uniform(field), octree(field)}) {
+        const support::FloatMesh mesh = support::meshOf(triangles);
+        QVERIFY(support::isClosedManifold(mesh));
+        QCOMPARE(qsizetype(mesh.vertices.size()) - mesh.elements.size() / 2, 2); // Euler
+    }
 }
 
 void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()

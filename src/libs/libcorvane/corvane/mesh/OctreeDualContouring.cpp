@@ -8,6 +8,7 @@
 
 #include "OctreeDualContouring.h"
 
+#include "GridCycles.h"
 #include "QuadTriangles.h"
 #include "RingCuts.h"
 #include "SignPyramid.h"
@@ -45,9 +46,18 @@ unsigned insideMask(const OtState &state, const OtNode &node)
 
 const CellCycles &cyclesOf(const OtState &state, int x, int y, int z)
 {
-    return cyclesInGrid(x, y, z, [&state](int i, int j, int k) {
+    const auto insideAt = [&state](int i, int j, int k) {
         return state.isInGrid(i, j, k) && state.isInside(i, j, k);
-    });
+    };
+    const auto isMiddleInside = [&state](const GridFace &face) {
+        const QVector3D middle = (state.position(face.low[0], face.low[1], face.low[2]) +
+                                  state.position(face.high[0], face.high[1], face.high[2])) *
+                                 0.5f;
+        float distance = 0.0f;
+        state.field({&middle, 1}, {&distance, 1});
+        return distance - state.iso < 0.0f;
+    };
+    return GridCycles(insideAt, isMiddleInside).of({x, y, z});
 }
 
 QefResult solveInBox(const OtState &state, const OtNode &node)
