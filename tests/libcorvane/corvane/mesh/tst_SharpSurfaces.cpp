@@ -3,6 +3,7 @@
 #include <corvane/mesh/QuadTriangles.h>
 #include <support/FormulaFields.h>
 
+#include <QQuaternion>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -35,6 +36,28 @@ Field tetrahedron(const QVector3D &corner)
     };
 }
 
+// About the line through (1, 2, 3), in degrees.
+Field turned(Field field, float angle)
+{
+    const auto turn = QQuaternion::fromAxisAndAngle({1, 2, 3}, -angle);
+    return [=](const QVector3D &p) { return field(turn.rotatedVector(p)); };
+}
+
+// The triangles that face against the field at their centre; needles face nowhere.
+int turnedCount(const QList<Triangle> &triangles, const Field &field)
+{
+    const auto gradient = gradientOf(field);
+    return int(std::ranges::count_if(triangles, [&](const Triangle &triangle) {
+        const auto &[a, b, c] = triangle.vertices;
+        const QVector3D centre = (a + b + c) / 3.0f;
+        QVector3D along;
+        gradient({&centre, 1}, {&along, 1});
+        return QVector3D::crossProduct(b - a, c - a).length() >
+                   1e-3f * support::gridCell * support::gridCell &&
+               QVector3D::dotProduct(triangle.normal, along) < -0.1f;
+    }));
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Field)
@@ -48,6 +71,7 @@ private slots:
     void flatFacesTakeFewTriangles();
     void chunksMeetWithoutASeam_data();
     void chunksMeetWithoutASeam();
+    void mergedCellsDoNotFold();
     void ridgesAlongDiagonalsAreOnePiece_data();
     void ridgesAlongDiagonalsAreOnePiece();
     void theMinimumOfPlanesIsTheirCommonPoint();
@@ -60,6 +84,15 @@ void TstSharpSurfaces::flatFacesTakeFewTriangles()
 {
     const Field field = box({1.1f, 0.8f, 1.0f});
     QVERIFY(octree(field).size() * 4 < uniform(field).size());
+}
+
+void TstSharpSurfaces::mergedCellsDoNotFold()
+{
+    for (int angle = 5; angle < 90; angle += 5) {
+        const Field field = turned(box({1.1f, 0.8f, 1.0f}), float(angle));
+        QVERIFY2(turnedCount(octree(field), field) <= turnedCount(uniform(field), field),
+                 qPrintable(u"%1 degrees"_s.arg(angle)));
+    }
 }
 
 void TstSharpSurfaces::chunksMeetWithoutASeam_data()
