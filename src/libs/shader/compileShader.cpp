@@ -1,6 +1,7 @@
 #include <shader/compileShader.h>
 
 #include <shader/ArtifactCache.h>
+#include <shader/CompileMark.h>
 
 #include "CompileThread.h"
 #include "CompilesInFlight.h"
@@ -45,13 +46,17 @@ bool hasBatchable(const QShader &shader)
     });
 }
 
-CompileResult bake(const QString &source, QShader::Stage stage, const QString &name, bool batchable)
+CompileResult bake(const QString &key, const QString &source, QShader::Stage stage,
+                   const QString &name, bool batchable)
 {
     if (const QString refusal = sourceRefusal(source, name); !refusal.isEmpty())
         return {.shader = {}, .errorMessage = refusal};
     QString error;
     const auto baked = runOnCompileThread<CompileResult>(
-        [source, stage, name, batchable] {
+        [key, source, stage, name, batchable] {
+            const CompileMark mark(Compiler::Glsl, key, name);
+            if (!mark.refusal().isEmpty())
+                return CompileResult{.shader = {}, .errorMessage = mark.refusal()};
             QShaderBaker baker;
             baker.setSourceString(source.toUtf8(), stage, name);
             baker.setGeneratedShaders(bakeTargets());
@@ -72,7 +77,7 @@ CompileResult bakeAndKeep(const QString &key, const QString &source, QShader::St
                           const QString &name, bool batchable)
 {
     const CompileResult result =
-        bake(source, stage, name.isEmpty() ? u"generated"_s : name, batchable);
+        bake(key, source, stage, name.isEmpty() ? u"generated"_s : name, batchable);
     if (result.shader.isValid()) {
         qCInfo(lcShaderCompile).noquote() << "Successfully compiled shader:" << name;
         ArtifactCache::instance().saveShader(key, result.shader);
