@@ -201,6 +201,8 @@ void TstCamera::dollyScalesTheDistanceAndTurnsBack()
     camera.setOrthographic(-4, 4, -2, 2);
     camera.dolly(std::log(2.0f));
     QVERIFY(qFuzzyCompare(camera.orthographicExtents().height(), 2.0f));
+    QVERIFY(isNear(camera.position(), {0, 0, 8}));
+    camera.setProjectionType(Camera::ProjectionType::Perspective);
     for (int i = 0; i < 20; ++i)
         camera.dolly(1000.0f);
     QVERIFY(camera.distanceToTarget() > 0.0f);

@@ -170,14 +170,23 @@ bool Camera::setAspectRatio(float widthOverHeight)
     return true;
 }
 
+bool Camera::setOrthographicExtents(const OrthographicExtents &extents)
+{
+    OrthographicExtents tidy = extents;
+    for (const float side : {tidy.left, tidy.right, tidy.bottom, tidy.top})
+        if (!std::isfinite(side))
+            return false;
+    tidyInterval(tidy.left, tidy.right);
+    tidyInterval(tidy.bottom, tidy.top);
+    m_extents = tidy;
+    updateProjectionMatrix();
+    return true;
+}
+
 bool Camera::setOrthographic(float left, float right, float bottom, float top)
 {
-    if (!std::isfinite(left) || !std::isfinite(right) || !std::isfinite(bottom) ||
-        !std::isfinite(top))
+    if (!setOrthographicExtents({left, right, bottom, top}))
         return false;
-    tidyInterval(left, right);
-    tidyInterval(bottom, top);
-    m_extents = {left, right, bottom, top};
     m_projectionType = ProjectionType::Orthographic;
     updateProjectionMatrix();
     return true;
@@ -188,12 +197,13 @@ void Camera::setProjectionType(ProjectionType type)
     if (type == m_projectionType)
         return;
     const float height = heightAtTarget();
+    const float distance = viewingDistance();
     m_projectionType = type;
     if (type == ProjectionType::Orthographic) {
         const float halfWidth = 0.5f * height * m_aspectRatio;
         setOrthographic(-halfWidth, halfWidth, -0.5f * height, 0.5f * height);
     } else {
-        placeAtDistance(0.5f * height / std::tan(0.5f * qDegreesToRadians(m_fieldOfView)));
+        placeAtDistance(distance);
         updateProjectionMatrix();
     }
 }
@@ -217,16 +227,21 @@ float Camera::heightAtTarget() const
     return 2.0f * distanceToTarget() * std::tan(0.5f * qDegreesToRadians(m_fieldOfView));
 }
 
+float Camera::viewingDistance() const
+{
+    return 0.5f * heightAtTarget() / std::tan(0.5f * qDegreesToRadians(m_fieldOfView));
+}
+
 void Camera::dolly(float amount)
 {
     if (!std::isfinite(amount))
         return;
     const float factor = std::exp(-std::clamp(amount, -20.0f, 20.0f));
-    const float distance = std::max(distanceToTarget(), smallestDistance) * factor;
-    placeAtDistance(distance);
     if (m_projectionType == ProjectionType::Orthographic)
-        setOrthographic(m_extents.left * factor, m_extents.right * factor,
-                        m_extents.bottom * factor, m_extents.top * factor);
+        setOrthographicExtents({m_extents.left * factor, m_extents.right * factor,
+                                m_extents.bottom * factor, m_extents.top * factor});
+    else
+        placeAtDistance(std::max(distanceToTarget(), smallestDistance) * factor);
 }
 
 void Camera::placeAtDistance(float distance)

@@ -37,6 +37,8 @@ struct CameraAxes
     QVector3D right;
     QVector3D up;
     QVector3D forward;
+
+    bool operator==(const CameraAxes &) const = default;
 };
 
 /// A view of the scene, as a value. Matrices are in the OpenGL convention on every device: the
@@ -78,10 +80,12 @@ public:
     bool setPlanes(float nearPlane, float farPlane);
     /// Keeps the height of the orthographic rectangle, and centres it sideways.
     bool setAspectRatio(float widthOverHeight);
-    /// Shows the rectangle orthographically. Sides that are exchanged are put in order.
+    /// The rectangle of orthographic pictures. Sides that are exchanged are put in order.
+    bool setOrthographicExtents(const OrthographicExtents &extents);
+    /// Shows that rectangle orthographically.
     bool setOrthographic(float left, float right, float bottom, float top);
     /// The other projection with the same size of what is at the target: going to orthographic fits
-    /// the rectangle, coming back moves the eye.
+    /// the rectangle, coming back moves the eye, which may have stood anywhere on its line.
     void setProjectionType(ProjectionType type);
     /// Eye (0, 0, 3), looking at the origin in perspective; keeps the aspect ratio.
     void reset();
@@ -90,8 +94,12 @@ public:
     [[nodiscard]] float distanceToTarget() const;
     /// Scene units that the picture is high at the target, in either projection.
     [[nodiscard]] float heightAtTarget() const;
+    /// Scene units from the target to an eye that would show it, in perspective, as large as this
+    /// picture shows it: distanceToTarget() itself in perspective.
+    [[nodiscard]] float viewingDistance() const;
     /// Goes towards the target, to exp(-amount) of the distance: 0.7 halves it, -0.7 doubles it,
-    /// and the target is never reached. An orthographic picture shows so much less or more.
+    /// and the target is never reached. An orthographic picture shows so much less or more instead,
+    /// and its eye stays.
     void dolly(float amount);
 
     [[nodiscard]] const CameraAxes &axes() const { return m_axes; }
@@ -110,6 +118,8 @@ public:
 
     void updateViewMatrix();
     void updateProjectionMatrix();
+
+    bool operator==(const Camera &) const = default;
 
 private:
     void placeAtDistance(float distance);
