@@ -83,12 +83,17 @@ QString SDFShaderGenerator::generateFieldSamplingShader() const
 
 MappedText SDFShaderGenerator::generateMappedFieldShader() const
 {
-    return fillMapped(u"sdf_field_sampling.frag.in"_s);
+    return fillMapped(ShaderTemplates::load(u"sdf_field_sampling.frag.in"_s));
 }
 
 QString SDFShaderGenerator::generateCrossSectionShader() const
 {
     return fillTemplate(u"sdf_cross_section.frag.in"_s);
+}
+
+QString SDFShaderGenerator::filledScene(const QString &text) const
+{
+    return fillMapped(ShaderTemplates::withIncludes(text)).text();
 }
 
 int SDFShaderGenerator::operationType(const QString &id) const
@@ -113,10 +118,9 @@ MappedText SDFShaderGenerator::dispatchFunctions() const
     return text;
 }
 
-MappedText SDFShaderGenerator::fillMapped(const QString &name) const
+MappedText SDFShaderGenerator::fillMapped(const QString &source) const
 {
     // Dispatchers call the functions, so their hole comes second in every template.
-    const QString source = ShaderTemplates::load(name);
     const qsizetype functions = source.indexOf(functionsHole);
     const qsizetype dispatch = source.indexOf(dispatchHole, functions);
     MappedText text;
@@ -133,7 +137,7 @@ MappedText SDFShaderGenerator::fillMapped(const QString &name) const
 
 QString SDFShaderGenerator::fillTemplate(const QString &name) const
 {
-    return fillMapped(name).text();
+    return fillMapped(ShaderTemplates::load(name)).text();
 }
 
 } // namespace corvane::shader

@@ -65,6 +65,9 @@ public:
     /// The distance field on a plane.
     [[nodiscard]] QString generateCrossSectionShader() const;
 
+    /// A template of the caller's own, with the includes and holes of the others.
+    [[nodiscard]] QString filledScene(const QString &text) const;
+
     /// The CSG operation code of a definition; -1 when it is no CSG operator.
     [[nodiscard]] int operationType(const QString &id) const;
     /// The number of a definition's node type; 0 if unknown.
@@ -72,7 +75,7 @@ public:
 
 private:
     [[nodiscard]] MappedText dispatchFunctions() const;
-    [[nodiscard]] MappedText fillMapped(const QString &name) const;
+    [[nodiscard]] MappedText fillMapped(const QString &source) const;
     [[nodiscard]] QString fillTemplate(const QString &name) const;
 
     const registry::Registry *m_registry = nullptr;
