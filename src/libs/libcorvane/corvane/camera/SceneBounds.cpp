@@ -25,9 +25,12 @@ BoundingVolume fieldAabb(const QList<shader::SDFNode> &nodes, int rootIndex,
                          const eval::DefinitionTable &definitions)
 {
     auto built = eval::SdfSceneGraphBuilder::build(nodes, rootIndex, definitions);
-    const eval::CompiledField field = built.error.isEmpty()
-                                          ? eval::compileField(built, ::eval::Backend::Interpreted)
-                                          : eval::CompiledField();
+    return built.error.isEmpty() ? fieldAabb(eval::compileField(built, ::eval::Backend::Interpreted))
+                                 : BoundingVolume();
+}
+
+BoundingVolume fieldAabb(const eval::CompiledField &field)
+{
     if (!field.program)
         return {};
     eval::EvalFieldEvaluator evaluator(field.program, field.positionHandle, field.distanceHandle);

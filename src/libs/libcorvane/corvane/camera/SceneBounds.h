@@ -6,6 +6,9 @@
 
 #include <QList>
 
+namespace corvane::eval {
+struct CompiledField;
+}
 namespace corvane::model {
 class Corvane;
 }
@@ -17,6 +20,8 @@ namespace corvane::camera {
 /// @param rootIndex  the first of a chain of roots
 [[nodiscard]] BoundingVolume fieldAabb(const QList<shader::SDFNode> &nodes, int rootIndex,
                                        const eval::DefinitionTable &definitions);
+/// Of a field that is compiled for Backend::Interpreted.
+[[nodiscard]] BoundingVolume fieldAabb(const eval::CompiledField &field);
 
 /// The union of the boxes of all that a scene draws as fields: the roots of each domain together.
 /// Takes tens of milliseconds. On the document's thread.
