@@ -1,6 +1,5 @@
 # The picture: layers, G-buffer, post effects and the pipeline that draws them with a device of rhi.
-set(CORVANE_RENDERING_POST_SOURCES)
-include(${CMAKE_CURRENT_LIST_DIR}/rendering_post.cmake OPTIONAL)
+include(${CMAKE_CURRENT_LIST_DIR}/rendering_post.cmake)
 
 corvane_library(corvane_rendering
     AREAS rendering
@@ -15,3 +14,4 @@ corvane_library(corvane_rendering
         corvane/rendering/Scene.cpp
         ${CORVANE_RENDERING_POST_SOURCES}
     LINKS corvane_field rhi shader toast Qt6::Core Qt6::GuiPrivate)
+corvane_rendering_post_shaders(corvane_rendering)
