@@ -2,7 +2,7 @@
 include(${CMAKE_CURRENT_LIST_DIR}/rendering_post.cmake)
 
 corvane_library(corvane_rendering
-    AREAS rendering
+    AREAS rendering aa
     SOURCES
         corvane/rendering/GBuffer.cpp
         corvane/rendering/Layer.cpp

@@ -1,5 +1,9 @@
 # Post effects, anti-aliasing, and the layers that are no field: part of corvane_rendering.
 set(CORVANE_RENDERING_POST_SOURCES
+    corvane/aa/AntialiasMenu.cpp
+    corvane/aa/AntialiasStrategyFactory.cpp
+    corvane/aa/CompositeStrategy.cpp
+    corvane/aa/NamedStrategy.cpp
     corvane/rendering/post/BakedShader.cpp
     corvane/rendering/post/BasePostEffect.cpp
     corvane/rendering/post/BloomEffect.cpp
