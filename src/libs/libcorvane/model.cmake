@@ -44,6 +44,7 @@ corvane_library(corvane_model
         corvane/model/NearestName.cpp
         corvane/model/NestedValue.cpp
         corvane/model/NodeCompilation.cpp
+        corvane/model/NodeModifiers.cpp
         corvane/model/NodeKeys.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp

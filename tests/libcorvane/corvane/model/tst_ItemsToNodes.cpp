@@ -110,7 +110,7 @@ private:
         if (chance(10))
             made.typeData.insert(u"materialMode"_s, 2);
         if (chance(10))
-            made.setShellThickness(0.5f);
+            made.typeData.insert(u"shellThickness"_s, 0.5f);
         if (chance(10))
             made.tags = {ItemTags::Hidden, ItemTags::Locked};
         if (chance(10))
