@@ -1,7 +1,7 @@
 #include "DocumentMaker.h"
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/item/SceneManager.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
 #include <QRegularExpression>

@@ -1,9 +1,9 @@
+#include <corvane/compile/CorvaneDSLParser.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <support/LogicalSceneMaker.h>
 
 #include <QDir>

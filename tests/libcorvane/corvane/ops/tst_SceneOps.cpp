@@ -1,9 +1,9 @@
 // What the ops of each family do.
 #include "OpFixture.h"
 
+#include <corvane/compile/ItemsToNodes.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/ItemsToNodes.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/ops/ComponentMaterializer.h>
 

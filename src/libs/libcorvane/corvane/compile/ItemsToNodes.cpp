@@ -10,13 +10,13 @@
 // References between items form a graph without circles once those that lead to one are left out.
 // Below the first operator that lists it each item has its place; a graph without circles then
 // gives a tree.
-#include <corvane/model/ItemsToNodes.h>
+#include <corvane/compile/ItemsToNodes.h>
 
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/ItemComparison.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/NodeCompilation.h>
 #include <corvane/model/PlainValue.h>
 #include <corvane/model/TransformPart.h>

@@ -1,8 +1,8 @@
 // Following single edits of the source: each touches the items of one node.
-#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 
-#include <corvane/model/CompiledItems.h>
-#include <corvane/model/LogicalExpressions.h>
+#include <corvane/compile/CompiledItems.h>
+#include <corvane/compile/LogicalExpressions.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/NodeCompilation.h>
 #include <corvane/model/TransformPart.h>

@@ -3,7 +3,7 @@
 // Nothing moves the field but wrappers: those of a node's stack take the node's transform, and
 // those that are lacking are made. Items of the document that have no field stand where their own
 // numbers say.
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/NodeCompilation.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <corvane/model/SceneWarning.h>
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/shader/SDFNode.h>
-#include <corvane/shader/ShaderValidator.h>
 
 #include <QList>
 #include <QMetaType>
