@@ -2,9 +2,9 @@
 // time, then read back from the disk. With a folder as argument the pictures are kept there, to be
 // looked at; further arguments choose definitions by id.
 
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/render/SDFLayer.h>
 #include <corvane/rendering/thumbnail/ThumbnailCache.h>

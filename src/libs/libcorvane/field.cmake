@@ -50,6 +50,8 @@ corvane_library(corvane_field
         corvane/xport/ChunkScheduler.cpp
         corvane/xport/CornerStore.cpp
         corvane/xport/CpuChunkProcessor.cpp
+        corvane/xport/ExportFields.cpp
+        corvane/xport/ExportGrid.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
         corvane/xport/ExportSettings.cpp

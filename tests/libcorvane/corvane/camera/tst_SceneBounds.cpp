@@ -1,6 +1,6 @@
 #include <corvane/camera/SceneBounds.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/registry/Registry.h>
 
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #include <corvane/rendering/thumbnail/ThumbnailSubjects.h>
 
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/Instance.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/render/SDFLayer.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <corvane/registry/ParameterDef.h>
-#include <corvane/shader/ParameterAnnotation.h>
+#include <corvane/registry/code/ParameterAnnotation.h>
 
 #include <QList>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <corvane/model/ComponentExpansion.h>
+#include <corvane/compile/ComponentExpansion.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 

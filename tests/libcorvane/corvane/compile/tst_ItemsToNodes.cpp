@@ -1,10 +1,10 @@
 // Documents that are opened for editing: the tree that they become compiles to what they were.
+#include <corvane/compile/CorvaneDSLParser.h>
+#include <corvane/compile/ItemsToNodes.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
-#include <corvane/model/ItemsToNodes.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/registry/Registry.h>
 
 #include <support/LogicalSceneMaker.h>
@@ -110,7 +110,7 @@ private:
         if (chance(10))
             made.typeData.insert(u"materialMode"_s, 2);
         if (chance(10))
-            made.setShellThickness(0.5f);
+            made.typeData.insert(u"shellThickness"_s, 0.5f);
         if (chance(10))
             made.tags = {ItemTags::Hidden, ItemTags::Locked};
         if (chance(10))

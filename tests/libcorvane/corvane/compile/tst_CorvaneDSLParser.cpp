@@ -1,4 +1,4 @@
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 
 #include <QFile>
 #include <QPointer>

@@ -1,4 +1,4 @@
-#include <corvane/shader/ShaderValidator.h>
+#include <corvane/registry/code/ShaderValidator.h>
 #include <shader/ArtifactCache.h>
 
 #include <QDir>

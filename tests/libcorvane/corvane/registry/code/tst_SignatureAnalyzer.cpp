@@ -1,4 +1,4 @@
-#include <corvane/shader/SignatureAnalyzer.h>
+#include <corvane/registry/code/SignatureAnalyzer.h>
 
 using namespace Qt::StringLiterals;
 using corvane::registry::NodeType;

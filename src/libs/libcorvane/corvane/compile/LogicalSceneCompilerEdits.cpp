@@ -1,10 +1,11 @@
 // Following single edits of the source: each touches the items of one node.
-#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 
-#include <corvane/model/CompiledItems.h>
-#include <corvane/model/LogicalExpressions.h>
+#include <corvane/compile/CompiledItems.h>
+#include <corvane/compile/LogicalExpressions.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/NodeCompilation.h>
+#include <corvane/model/TransformPart.h>
 
 #include <QScopedValueRollback>
 
@@ -152,7 +153,7 @@ void LogicalSceneCompiler::onInstanceTransformChanged(const QUuid &id)
     const LogicalInstance *node = nodeFor(id);
     const QMap<QString, QUuid> wrappers = m_mappings.value(id).wrapperIds;
     for (auto it = wrappers.cbegin(); node && it != wrappers.cend(); ++it) {
-        if (NodeCompilation::connectedParameter(it.key()).isEmpty())
+        if (connectedParameter(it.key()).isEmpty())
             continue;
         change(*it, [&](Instance &wrapper) {
             QVariantMap params = wrapper.rawParams();
@@ -212,7 +213,7 @@ void LogicalSceneCompiler::onWrapperParameterChanged(const QUuid &id, const QStr
         const QVariantMap before = wrapper.rawParams();
         QVariantMap params = NodeCompilation(*m_target).wrapperParameters(*values, before);
         putBack(params, childrenParam, before);
-        const QString connected = NodeCompilation::connectedParameter(wrapperId);
+        const QString connected = connectedParameter(wrapperId);
         if (!NodeCompilation::connectedExpression(*node, wrapperId).isEmpty())
             NodeCompilation::applyConnectedTransform(params, wrapperId, *node);
         else if (!connected.isEmpty() && !values->values.contains(connected))

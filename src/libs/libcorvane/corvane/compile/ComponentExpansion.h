@@ -1,8 +1,8 @@
 #pragma once
 
+#include <corvane/compile/PromotionExpressions.h>
 #include <corvane/component/ComponentRegistry.h>
 #include <corvane/model/LogicalInstance.h>
-#include <corvane/model/PromotionExpressions.h>
 #include <corvane/model/WarningList.h>
 
 #include <QHash>

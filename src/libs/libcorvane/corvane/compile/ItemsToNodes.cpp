@@ -10,15 +10,16 @@
 // References between items form a graph without circles once those that lead to one are left out.
 // Below the first operator that lists it each item has its place; a graph without circles then
 // gives a tree.
-#include <corvane/model/ItemsToNodes.h>
+#include <corvane/compile/ItemsToNodes.h>
 
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/ItemComparison.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/NodeCompilation.h>
 #include <corvane/model/PlainValue.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 
 #include <algorithm>
@@ -46,7 +47,7 @@ QVariantMap ownValues(const Instance &wrapper)
     const QVariantMap defaults = definition ? definition->getDefaultParameters() : QVariantMap();
     QVariantMap values = wrapper.rawParams();
     values.remove(childrenKey);
-    const QString connected = NodeCompilation::connectedParameter(wrapperId);
+    const QString connected = connectedParameter(wrapperId);
     if (!ParameterValue::fromVariant(values.value(connected)).isExpression())
         values.remove(connected);
     values.removeIf([&defaults](QVariantMap::iterator value) {
@@ -60,29 +61,25 @@ QVariantMap ownValues(const Instance &wrapper)
 void takeTransform(const Instance &wrapper, LogicalInstance &node)
 {
     const QString wrapperId = wrapper.definitionId();
-    const QVariant value = wrapper.parameter(NodeCompilation::connectedParameter(wrapperId));
+    const QVariant value = wrapper.parameter(connectedParameter(wrapperId));
+    const std::size_t part = transformPartOf(wrapperId);
     const auto triple = readFloats<3>(value);
     const auto single = readFloat(value);
-    if (wrapperId == "translate"_L1 && triple)
-        node.translate = {triple->at(0), triple->at(1), triple->at(2)};
-    else if (wrapperId == "rotate"_L1 && triple)
-        node.rotate = {triple->at(0), triple->at(1), triple->at(2)};
-    else if (wrapperId == "scale"_L1 && single)
-        node.scale = {*single, *single, *single};
+    if (part == transformParts.size() ||
+        !(transformParts[part].isUniform ? single.has_value() : triple.has_value()))
+        return;
+    node.*transformField<LogicalInstance>(part) =
+        transformParts[part].isUniform ? QVector3D(*single, *single, *single)
+                                       : QVector3D(triple->at(0), triple->at(1), triple->at(2));
 }
 
 /// Modifiers that the item says although they are at their default; the others are the node's.
 void keepDefaultModifiers(QVariantMap &map, const LogicalInstance &node)
 {
-    const LogicalInstance usual{QUuid()};
-    const auto keepIf = [&map](const QString &key, bool isDefault) {
-        if (!isDefault)
-            map.remove(key);
-    };
-    keepIf(u"blendSharpness"_s, node.blendSharpness == usual.blendSharpness);
-    keepIf(u"materialMode"_s, node.materialMode == usual.materialMode);
-    keepIf(u"densityScale"_s, node.densityScale == usual.densityScale);
-    keepIf(u"shellThickness"_s, node.shellThickness == usual.shellThickness);
+    for (const NodeModifier &modifier : nodeModifiers) {
+        if (!modifier.isSame(node.modifiers, {}))
+            map.remove(modifier.key);
+    }
 }
 
 /// What an item has that no field of its node says.
@@ -439,10 +436,7 @@ LogicalInstance Conversion::nodeOf(const Entry &core) const
     }
     node.material = item.material;
     node.materialId = item.materialId;
-    node.blendSharpness = item.blendSharpness();
-    node.materialMode = item.materialMode();
-    node.densityScale = item.densityScale();
-    node.shellThickness = item.shellThickness();
+    node.modifiers = item.modifiers();
     node.tags = item.tags - QSet<QString>{ItemTags::Compiled, ItemTags::Selected};
     if (m_entries.constFind(core.outerId())->item.hasTag(ItemTags::Selected))
         node.tags.insert(ItemTags::Selected);

@@ -1,4 +1,4 @@
-#include <corvane/model/LogicalExpressions.h>
+#include <corvane/compile/LogicalExpressions.h>
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>

@@ -1,5 +1,5 @@
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/registry/Registry.h>
 

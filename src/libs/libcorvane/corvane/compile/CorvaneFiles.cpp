@@ -1,7 +1,7 @@
 // Loading and saving a document.
 #include <corvane/model/Corvane.h>
 
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/Logging.h>
 #include <corvane/model/SceneVersion1Reader.h>

@@ -1,4 +1,4 @@
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
 
 #include <corvane/model/Corvane.h>
 

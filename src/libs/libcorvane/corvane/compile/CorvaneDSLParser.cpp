@@ -1,9 +1,9 @@
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/IdSpread.h>
 #include <corvane/model/Logging.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/model/SceneVersion1Reader.h>
 #include <corvane/model/SceneVersion2Reader.h>

@@ -1,6 +1,6 @@
-#include <corvane/shader/ParameterExtractor.h>
+#include <corvane/registry/code/ParameterExtractor.h>
 
-#include <corvane/shader/SignatureAnalyzer.h>
+#include <corvane/registry/code/SignatureAnalyzer.h>
 
 #include "AnnotationReader.h"
 

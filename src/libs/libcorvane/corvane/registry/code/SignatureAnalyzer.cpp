@@ -1,4 +1,4 @@
-#include <corvane/shader/SignatureAnalyzer.h>
+#include <corvane/registry/code/SignatureAnalyzer.h>
 
 #include <glsl/Lexer.h>
 #include <glsl/Words.h>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/Instance.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/NodeCompilation.h>
 
 #include <QHash>

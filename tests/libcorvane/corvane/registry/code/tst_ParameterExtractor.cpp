@@ -1,4 +1,4 @@
-#include <corvane/shader/ParameterExtractor.h>
+#include <corvane/registry/code/ParameterExtractor.h>
 #include <shader/SpirvCompiler.h>
 
 #include <QVector2D>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <corvane/shader/ParameterAnnotation.h>
+#include <corvane/registry/code/ParameterAnnotation.h>
 
 #include <QMap>
 

@@ -1,4 +1,4 @@
-#include <corvane/model/PromotionExpressions.h>
+#include <corvane/compile/PromotionExpressions.h>
 
 #include <corvane/expr/ExprCompiler.h>
 #include <corvane/expr/ExpressionManager.h>

@@ -1,4 +1,4 @@
-#include <corvane/model/ComponentExpansion.h>
+#include <corvane/compile/ComponentExpansion.h>
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>

@@ -1,7 +1,7 @@
 // The full compile: components are expanded, nodes become items, items refer to each other.
-#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
 #include <corvane/model/Logging.h>
 #include <corvane/model/MaterialLibrary.h>
 
