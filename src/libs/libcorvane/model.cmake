@@ -69,6 +69,7 @@ corvane_library(corvane_model
         corvane/expr/ExprGraph.cpp
         corvane/expr/ExprModel.cpp
         corvane/expr/ExprType.cpp
+        corvane/expr/ExpressionFailures.cpp
         corvane/expr/ExpressionManager.cpp
         corvane/expr/NameRewriter.cpp
         corvane/expr/NameScanner.cpp

@@ -27,4 +27,4 @@ corvane_library(corvane_tasks
         corvane/tasks/TaskJson.cpp
         corvane/tasks/TreeDescription.cpp
     LINKS batch concurrency corvane_bench corvane_ops corvane_zirn Qt6::Core
-    PRIVATE_LINKS Qt6::Sql store)
+    PRIVATE_LINKS corvane_check Qt6::Sql store)

@@ -73,6 +73,8 @@ private slots:
     void wrappersTakeExpressions();
     void parametersAreThoseOfTheDefinition();
     void groupThatMovesNothingSaysSo();
+    void settingsThatMeanNothingAreTold_data();
+    void settingsThatMeanNothingAreTold();
     void theCameraFollows();
 
 private:
@@ -635,6 +637,41 @@ void TstCorvaneTasks::groupThatMovesNothingSaysSo()
              "not move the shapes in it."_s.arg(group));
     addItem(u"sdf_domain"_s);
     QCOMPARE(moved().message, u"Updated transform on item %1"_s.arg(group));
+}
+
+void TstCorvaneTasks::settingsThatMeanNothingAreTold_data()
+{
+    QTest::addColumn<QString>("task");
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QString>("answer");
+    const auto row = [](const char *name, const QString &task, const char *arguments,
+                        const QString &answer) {
+        QTest::newRow(name) << task << mapOf(arguments) << answer;
+    };
+    row("all are read", u"set_bulk"_s,
+        R"({"settings": {"export.cellSize": 0.1, "export": {"bounds": {"maxX": "=w"}}}})",
+        u"Updated 2 settings"_s);
+    row("unknown ones", u"set_bulk"_s,
+        R"({"settings": {"export.celsize": 0.1, "export.sealed": true, "cellSize": 1}})",
+        u"Updated 3 settings NOTE: cellSize: nothing reads this setting. Its path is "
+        "\"export.cellSize\". export.celsize: nothing reads this setting. Did you mean "
+        "\"cellSize\"?"_s);
+    row("one", u"set"_s, R"({"path": "animation.speed", "value": 2})",
+        u"Set animation.speed NOTE: animation.speed: nothing reads this setting. Known are fps, "
+        "currentFrame and playing."_s);
+    row("a word that is not known", u"set"_s, R"({"path": "export.sealed", "value": "tight"})",
+        u"Set export.sealed NOTE: export.sealed: \"tight\" is neither true nor false. Write true "
+        "or false."_s);
+}
+
+void TstCorvaneTasks::settingsThatMeanNothingAreTold()
+{
+    QFETCH(QString, task);
+    QFETCH(QVariantMap, arguments);
+    TaskFixture fixture;
+    const auto result = fixture.call(u"corvane.settings."_s + task, arguments);
+    QVERIFY(result.success);
+    QTEST(result.message, "answer");
 }
 
 void TstCorvaneTasks::theCameraFollows()

@@ -184,18 +184,57 @@ QStringList keysOf(const QString &group)
     return keys;
 }
 
-void checkUnknown(const QString &key, const QString &group, const KeyPath &path, Findings &findings)
+/// The group of a setting or of a group of that name.
+std::optional<QString> groupOf(const QString &key)
 {
-    const bool isTold = !findings.isFull();
-    const QString home = isTold ? settingsHomeOf(key) : QString();
-    const QString known = isTold ? u"Known are "_s + listed(keysOf(group)) : QString();
-    findings.add(path, u"nothing reads this setting"_s,
-                 home.isEmpty() ? findings.didYouMean(key, keysOf(group), known)
-                                : u"It belongs under \"%1\""_s.arg(home));
+    for (const Row &row : rows) {
+        if (row.key == key)
+            return row.group;
+    }
+    for (const Group &group : groups) {
+        if (group.key == key)
+            return group.above;
+    }
+    return std::nullopt;
 }
 
-void checkGroup(const QVariantMap &settings, const QString &group, const KeyPath &path,
-                Findings &findings)
+QString joined(const QString &group, const QString &key)
+{
+    return group.isEmpty() ? key : group + u'.' + key;
+}
+
+QString homeInFile(const QString &key)
+{
+    const QString home = settingsHomeOf(key);
+    return home.isEmpty() ? QString() : u"It belongs under \"%1\""_s.arg(home);
+}
+
+QString homeAsPath(const QString &key)
+{
+    const auto group = groupOf(key);
+    return group ? u"Its path is \"%1\""_s.arg(joined(*group, key)) : QString();
+}
+
+/// Goes through nested settings.
+struct Walk
+{
+    Findings &findings;
+    QString (*homeOf)(const QString &key); ///< the remedy for a key that stands elsewhere
+
+    void checkUnknown(const QString &key, const QString &group, const KeyPath &path) const;
+    void checkGroup(const QVariantMap &settings, const QString &group, const KeyPath &path) const;
+};
+
+void Walk::checkUnknown(const QString &key, const QString &group, const KeyPath &path) const
+{
+    const bool isTold = !findings.isFull();
+    const QString home = isTold ? homeOf(key) : QString();
+    const QString known = isTold ? u"Known are "_s + listed(keysOf(group)) : QString();
+    findings.add(path, u"nothing reads this setting"_s,
+                 home.isEmpty() ? findings.didYouMean(key, keysOf(group), known) : home);
+}
+
+void Walk::checkGroup(const QVariantMap &settings, const QString &group, const KeyPath &path) const
 {
     for (auto it = settings.cbegin(); it != settings.cend(); ++it) {
         const KeyPath at = path + KeyPath{it.key()};
@@ -203,14 +242,13 @@ void checkGroup(const QVariantMap &settings, const QString &group, const KeyPath
             if (it->isValid() && it->typeId() != QMetaType::QVariantMap)
                 findings.add(at, u"%1 is no map of settings"_s.arg(shownValue(*it)),
                              u"Write its keys below it, indented"_s);
-            const QString inner = group.isEmpty() ? it.key() : group + u'.' + it.key();
-            checkGroup(it->toMap(), inner, at, findings);
+            checkGroup(it->toMap(), joined(group, it.key()), at);
         } else if (const Row *row = rowOf(group, it.key())) {
             const auto flaw = it->isValid() ? row->check(*it) : std::nullopt;
             if (flaw)
                 findings.add(at, flaw->what, flaw->remedy);
         } else {
-            checkUnknown(it.key(), group, at, findings);
+            checkUnknown(it.key(), group, at);
         }
     }
 }
@@ -219,15 +257,8 @@ void checkGroup(const QVariantMap &settings, const QString &group, const KeyPath
 
 QString settingsHomeOf(const QString &key)
 {
-    for (const Row &row : rows) {
-        if (row.key == key)
-            return u"settings."_s + row.group;
-    }
-    for (const Group &group : groups) {
-        if (group.key == key)
-            return group.above.isEmpty() ? u"settings"_s : u"settings."_s + group.above;
-    }
-    return {};
+    const auto group = groupOf(key);
+    return group ? u"settings"_s + (group->isEmpty() ? QString() : u'.' + *group) : QString();
 }
 
 void checkSettings(const SceneSource &source, Findings &findings)
@@ -237,7 +268,14 @@ void checkSettings(const SceneSource &source, Findings &findings)
     if (settings.isValid() && settings.typeId() != QMetaType::QVariantMap)
         findings.add(path, u"%1 is no map of settings"_s.arg(shownValue(settings)),
                      u"Write its keys below it, indented"_s);
-    checkGroup(settings.toMap(), {}, path, findings);
+    Walk{findings, &homeInFile}.checkGroup(settings.toMap(), {}, path);
+}
+
+QList<model::SceneWarning> settingsWarnings(const QVariantMap &settings)
+{
+    Findings findings;
+    Walk{findings, &homeAsPath}.checkGroup(settings, {}, {});
+    return findings.warnings({});
 }
 
 } // namespace corvane::check

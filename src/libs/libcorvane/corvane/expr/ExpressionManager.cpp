@@ -111,83 +111,18 @@ bool ExpressionManager::takeItems()
         return false;
     for (const QUuid &id : std::as_const(changed))
         takeParameters(m_scene->instance(id));
-    m_evaluationErrors.removeIf([this](QMap<QString, QString>::iterator it) {
-        const ExprGraph::Node *node = m_model.graph.node(it.key());
-        return !node || !node->isExpression;
-    });
+    m_failures.removeErrorsBeside(m_model);
     return true;
 }
 
 QStringList ExpressionManager::errors() const
 {
-    QStringList all;
-    for (const auto *errors : {&m_model.errors, &m_evaluationErrors}) {
-        for (auto it = errors->cbegin(); it != errors->cend(); ++it)
-            all.append(it.key().isEmpty() ? *it : label(it.key()) + u": "_s + *it);
-    }
-    return all;
-}
-
-ExpressionFailure ExpressionManager::failureOf(const QString &node, const QString &message) const
-{
-    ExpressionFailure failure{.name = node, .message = message};
-    splitParameterNode(node, failure.instanceId, failure.name);
-    const ExprGraph::Node *known = m_model.graph.node(node);
-    failure.expression = known ? known->compiled.source : QString();
-    failure.value = m_scene ? storedValue(node) : QVariant();
-    return failure;
+    return m_failures.texts(m_model, m_scene);
 }
 
 QList<ExpressionFailure> ExpressionManager::failures() const
 {
-    QList<ExpressionFailure> failures;
-    for (const auto *errors : {&m_model.errors, &m_evaluationErrors}) {
-        for (auto it = errors->cbegin(); it != errors->cend(); ++it) {
-            if (!it.key().isEmpty())
-                failures.append(failureOf(it.key(), *it));
-        }
-    }
-    addCycles(failures);
-    return failures;
-}
-
-/// Whoever follows what the unordered nodes read, among themselves, comes round in a circle.
-void ExpressionManager::addCycles(QList<ExpressionFailure> &failures) const
-{
-    const QStringList unordered = m_model.graph.detectCycles();
-    const auto nextOf = [&](const QString &node) {
-        const QStringList reads = m_model.graph.node(node)->dependencies;
-        for (const QString &name : reads) {
-            const QString target = m_model.graph.targetOf(name);
-            if (std::binary_search(unordered.cbegin(), unordered.cend(), target))
-                return target;
-        }
-        return QString();
-    };
-    QSet<QString> followed;
-    QSet<QString> inCycle;
-    for (const QString &first : unordered) {
-        QStringList path;
-        QString node = first;
-        while (!node.isEmpty() && !followed.contains(node)) {
-            followed.insert(node);
-            path.append(node);
-            node = nextOf(node);
-        }
-        const qsizetype start = path.indexOf(node);
-        if (start < 0)
-            continue;
-        ExpressionFailure failure = failureOf(node, {});
-        for (const QString &member : path.mid(start)) {
-            failure.cycle.append(label(member));
-            inCycle.insert(member);
-        }
-        failures.append(failure);
-    }
-    for (const QString &node : unordered) {
-        if (!inCycle.contains(node))
-            failures.append(failureOf(node, {}));
-    }
+    return m_failures.records(m_model, m_scene);
 }
 
 void ExpressionManager::evaluateNewItems()
@@ -196,33 +131,12 @@ void ExpressionManager::evaluateNewItems()
         evaluateAll();
 }
 
-QStringList ExpressionManager::failedNodes() const
-{
-    QStringList failed = m_model.errors.keys() + m_evaluationErrors.keys() + m_unstored.values();
-    if (failed.removeAll(QString()) > 0)
-        failed += m_model.graph.detectCycles();
-    failed.sort();
-    failed.removeDuplicates();
-    return failed;
-}
-
-QVariant ExpressionManager::storedValue(const QString &node) const
-{
-    QUuid id;
-    QString param;
-    if (m_scene->hasVariable(node))
-        return m_scene->variableEntry(node).value;
-    if (!splitParameterNode(node, id, param) || !m_scene->hasItem(id))
-        return {};
-    return m_scene->instance(id).parameterValue(param).fallback;
-}
-
 QVariantMap ExpressionManager::keptValues() const
 {
     QVariantMap kept;
-    const QStringList failed = m_scene ? failedNodes() : QStringList();
+    const QStringList failed = m_scene ? m_failures.nodes(m_model) : QStringList();
     for (const QString &node : failed)
-        kept.insert(node, storedValue(node));
+        kept.insert(node, storedValue(*m_scene, node));
     return kept;
 }
 
@@ -241,10 +155,10 @@ bool ExpressionManager::restoreOfFailed(const QVariantMap &values)
 {
     ChangedInstances changed;
     bool isAnyRestored = false;
-    const QStringList failed = m_scene ? failedNodes() : QStringList();
+    const QStringList failed = m_scene ? m_failures.nodes(m_model) : QStringList();
     for (const QString &node : failed) {
         const auto kept = values.constFind(node);
-        if (kept == values.cend() || storedValue(node) == *kept)
+        if (kept == values.cend() || storedValue(*m_scene, node) == *kept)
             continue;
         isAnyRestored = true;
         if (m_scene->hasVariable(node))
@@ -487,8 +401,7 @@ void ExpressionManager::evaluate(bool onlyDirty)
 bool ExpressionManager::evaluateOnce(bool onlyDirty)
 {
     if (!onlyDirty) {
-        m_evaluationErrors.clear();
-        m_unstored.clear();
+        m_failures.clear();
         if (m_scene)
             takeValues();
         m_isBuiltAnew = false;
@@ -511,10 +424,10 @@ void ExpressionManager::evaluateNode(const QString &node, ChangedInstances &chan
     if (error.isEmpty() && !isVariable && !isFinite(value))
         error = u"the value is not finite"_s;
     if (!error.isEmpty()) {
-        m_evaluationErrors.insert(node, error);
+        m_failures.setError(node, error);
         return;
     }
-    m_evaluationErrors.remove(node);
+    m_failures.removeError(node);
     m_model.graph.setResult(node, value);
     if (isVariable)
         storeVariable(node, value);
@@ -526,13 +439,10 @@ void ExpressionManager::storeVariable(const QString &name, const QVariant &value
 {
     setVariable(name, value);
     // Infinity may pass from one expression to another, but no file could hold it.
-    if (!isFinite(value)) {
-        m_unstored.insert(name);
-    } else {
-        m_unstored.remove(name);
-        if (m_scene)
-            m_scene->storeEvaluatedVariable(name, value);
-    }
+    const bool canBeStored = isFinite(value);
+    m_failures.setUnstored(name, !canBeStored);
+    if (canBeStored && m_scene)
+        m_scene->storeEvaluatedVariable(name, value);
     countEmission(name);
     emit varsetEntryEvaluated(name, value);
 }
@@ -578,11 +488,6 @@ void ExpressionManager::countEmission(const QString &name)
     const int count = ++m_emissions[name];
     if (count == 1 || count % emissionsPerLogLine == 0)
         qCDebug(lcExpr) << "[ExprMgr] varsetEntryEvaluated" << name << "emit#" << count;
-}
-
-QString ExpressionManager::label(const QString &node) const
-{
-    return nodeLabel(m_scene, node);
 }
 
 } // namespace corvane::expr

@@ -2,6 +2,7 @@
 
 #include <corvane/expr/ExprEvaluator.h>
 #include <corvane/expr/ExprModel.h>
+#include <corvane/expr/ExpressionFailures.h>
 #include <corvane/expr/NameRewriter.h>
 #include <corvane/model/Instance.h>
 #include <corvane/model/Varset.h>
@@ -10,7 +11,6 @@
 #include <QMap>
 #include <QObject>
 #include <QPointer>
-#include <QSet>
 #include <QStringList>
 #include <QUuid>
 #include <QVariant>
@@ -22,17 +22,6 @@ class Corvane;
 } // namespace corvane::model
 
 namespace corvane::expr {
-
-/// An expression that gives no value, and what stands in for one.
-struct ExpressionFailure
-{
-    QUuid instanceId{};   ///< null for a variable
-    QString name{};       ///< of the parameter or the variable
-    QString expression{}; ///< the text, without "="
-    QString message{};    ///< why; empty for what is in `cycle`, or reads it
-    QStringList cycle{};  ///< "a", "part.radius": each reads the next, the last one the first
-    QVariant value{};     ///< that is used instead; invalid where there is none
-};
 
 /// Keeps the derived numbers of a scene current: variables with an expression, and parameters with
 /// one.
@@ -127,19 +116,12 @@ private:
     void nameParameterValue(const QString &node, const QVariant &value);
     bool writeBack(const ChangedInstances &changed);
     bool restoreOfFailed(const QVariantMap &values);
-    QStringList failedNodes() const;
-    ExpressionFailure failureOf(const QString &node, const QString &message) const;
-    void addCycles(QList<ExpressionFailure> &failures) const;
-    QVariant storedValue(const QString &node) const;
     void countEmission(const QString &name);
-    QString label(const QString &node) const;
 
     QPointer<model::Corvane> m_scene;
     ExprModel m_model;
     ExprEvaluator m_evaluator;
-    QMap<QString, QString> m_evaluationErrors; ///< by node
-    QSet<QString>
-        m_unstored; ///< variables whose value no file could hold, so that they keep theirs
+    ExpressionFailures m_failures;
     QStringList m_toldErrors; ///< as of the last errorsChanged()
     QHash<QString, int> m_emissions;
     quint64 m_builtRevision = 0; ///< of the scene's items, when the graph was last made to fit them

@@ -17,6 +17,8 @@ struct SceneWarning
     /// "Warning: line 12, plate.radus: nothing reads this key. Did you mean \"radius\"?" One line:
     /// line feeds of the parts become blanks. A remedy that ends in "?" gets no full stop.
     QString toString() const;
+    /// The same without "Warning: ", for who says so in another way.
+    QString text() const;
 
     bool operator==(const SceneWarning &) const = default;
 };

@@ -1,9 +1,12 @@
 #include <corvane/tasks/EditArguments.h>
 
+#include <corvane/check/SettingsCheck.h>
 #include <corvane/expr/ExprCompiler.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/model/NestedValue.h>
+#include <corvane/model/PlainValue.h>
 #include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/tasks/Arguments.h>
@@ -264,6 +267,22 @@ QString noteTextValue(const SceneAccess &access, const QVariantMap &arguments, c
         return {};
     return u" NOTE: '%1' is kept as a text; with \"=\" before it the variable is derived."_s.arg(
         shortened(text));
+}
+
+QString noteSettings(const SceneAccess &access, const QVariantMap &arguments, const QUuid &)
+{
+    Q_UNUSED(access)
+    QVariantMap given = arguments.value(u"settings"_s).toMap();
+    if (arguments.contains(u"path"_s))
+        given.insert(arguments.value(u"path"_s).toString(), arguments.value(u"value"_s));
+    QVariantMap settings;
+    for (auto it = given.cbegin(); it != given.cend(); ++it)
+        model::setNestedValue(settings, it.key(), model::plainForFile(*it));
+    QString note;
+    const auto warnings = check::settingsWarnings(settings);
+    for (const model::SceneWarning &warning : warnings)
+        note += (note.isEmpty() ? u" NOTE: "_s : u" "_s) + warning.text();
+    return note;
 }
 
 Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QString &cause)

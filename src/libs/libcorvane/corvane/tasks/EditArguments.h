@@ -31,6 +31,8 @@ std::optional<QVariantMap> prepareModifier(const SceneAccess &access, const QVar
 /// See OpRow::complete.
 void completeVariable(QVariantMap &arguments);
 QString noteTextValue(const SceneAccess &access, const QVariantMap &arguments, const QUuid &itemId);
+/// The settings of the call that nothing reads, and values that are taken for something else.
+QString noteSettings(const SceneAccess &access, const QVariantMap &arguments, const QUuid &itemId);
 /// What is given, over what the variable has.
 std::optional<QVariantMap> prepareVariable(const SceneAccess &access, const QVariantMap &arguments,
                                            QString &cause);
