@@ -73,6 +73,9 @@ public:
     virtual QByteArray input(int offset) const = 0;
     virtual QByteArray output(int offset) const = 0;
     virtual QByteArray unused() const { return {}; }
+    /// The condition of a grid, and the point of a field there; empty without grids.
+    virtual QByteArray gridCondition() const { return {}; }
+    virtual QByteArray gridPoint() const { return {}; }
 };
 
 class ComputeText : public LaneText
@@ -90,6 +93,8 @@ public:
     {
         return "out_data[gid * " + m_outputs + "u + " + QByteArray::number(offset) + "u]";
     }
+    QByteArray gridCondition() const override { return "gridWidth != 0u"; }
+    QByteArray gridPoint() const override { return "evalGridPoint(gid)"; }
 
 private:
     QByteArray m_inputs;
@@ -163,8 +168,19 @@ private:
             lanes.append(
                 glslCast(m_lane.input(slot.floatOffset + i), Type::Float, scalarOf(slot.type)));
         const QByteArray type = glslTypeName(slot.type);
-        m_body.emitLine(type + ' ' + name + " = " +
-                        (isScalar(slot.type) ? lanes.first() : glslCall(type, lanes)) + ';');
+        const QByteArray value = isScalar(slot.type) ? lanes.first() : glslCall(type, lanes);
+        const bool mayBeGrid = slot.type == Type::Vec3 && m_program.inputFloatCount == 3 &&
+                               m_program.outputFloatCount == 1;
+        if (mayBeGrid && !m_lane.gridCondition().isEmpty()) {
+            // No choice by ?: here, which may read both.
+            m_body.emitLine(type + ' ' + name + ';');
+            m_body.emitLine("if (" + m_lane.gridCondition() + ')');
+            m_body.emitLine("    " + name + " = " + m_lane.gridPoint() + ';');
+            m_body.emitLine("else");
+            m_body.emitLine("    " + name + " = " + value + ';');
+        } else {
+            m_body.emitLine(type + ' ' + name + " = " + value + ';');
+        }
         m_body.bindVariable(slot.name, slotVariable(slot, name, slot.type));
     }
 
