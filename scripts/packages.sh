@@ -2,7 +2,7 @@
 
 PACKAGES=(build-essential cmake ninja-build ccache git
     qt6-base-dev qt6-base-private-dev qt6-shadertools-dev libqt6sql6-sqlite libqt6sql6-psql libqt6svg6 libgl-dev libvulkan-dev
-    qt6-shader-baker mesa-vulkan-drivers vulkan-validationlayers libgl1-mesa-dri xvfb
+    qt6-shader-baker glslang-tools spirv-tools mesa-vulkan-drivers vulkan-validationlayers libgl1-mesa-dri xvfb
     libbenchmark-dev clang-format)
 
 install_missing_packages() {

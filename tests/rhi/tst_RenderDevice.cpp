@@ -33,15 +33,14 @@ private slots:
     {
         QTest::addColumn<QList<AdapterRecord>>("adapters");
         QTest::addColumn<QByteArray>("winner");
-        using List = QList<AdapterRecord>;
-        QTest::newRow("discrete over integrated") << List{integrated, discrete} << "discrete"_ba;
-        QTest::newRow("the first of two discrete") << List{cpu, second, discrete} << "second"_ba;
-        QTest::newRow("external over integrated") << List{integrated, external} << "external"_ba;
-        QTest::newRow("integrated over virtual") << List{virtualOne, integrated} << "integrated"_ba;
-        QTest::newRow("virtual over CPU") << List{cpu, virtualOne} << "virtual"_ba;
-        QTest::newRow("CPU over unknown") << List{unknown, cpu} << "cpu"_ba;
-        QTest::newRow("unknown is better than nothing") << List{unknown} << "unknown"_ba;
-        QTest::newRow("none") << List{} << QByteArray();
+        // Each row lacks the winner of the one before.
+        QList<AdapterRecord> left{unknown, cpu, virtualOne, integrated, external, second, discrete};
+        for (const char *winner :
+             {"second", "discrete", "external", "integrated", "virtual", "cpu", "unknown", ""}) {
+            QTest::addRow("%lld adapters", static_cast<long long>(left.size()))
+                << left << QByteArray(winner);
+            left.removeIf([winner](const AdapterRecord &each) { return each.name == winner; });
+        }
     }
     void theBestAdapterWins()
     {

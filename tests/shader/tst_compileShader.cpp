@@ -150,6 +150,7 @@ void TstCompileShader::replacesADamagedFile()
     const QString source = freshFragment();
     QFile file(cacheFile(source, QShader::FragmentStage));
     QVERIFY(compileShader(source, QShader::FragmentStage, u"a"_s).shader.isValid());
+    QVERIFY(compileShader(source, QShader::FragmentStage, u"a"_s).shader.isValid()); // in memory
     QVERIFY(file.resize(0));
     QVERIFY(compileShader(source, QShader::FragmentStage, u"a"_s).shader.isValid());
     QVERIFY(file.size() > 0);

@@ -203,6 +203,14 @@ Result<void> Program::evaluateBatch(std::span<const float> input, std::span<floa
     return m_own->m_state->evaluateBatch(input, output, count, stride);
 }
 
+Result<void> Program::evaluateGrid(std::span<const float> xs, std::span<const float> ys,
+                                   std::span<const float> zs, std::span<float> output)
+{
+    if (!m_own || !m_own->m_state)
+        return {};
+    return m_own->m_state->evaluateGrid({xs, ys, zs}, output);
+}
+
 ThreadCopy Program::threadCopy() const
 {
     return ThreadCopy(m_program);

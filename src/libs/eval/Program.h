@@ -128,6 +128,13 @@ public:
     Result<void> evaluateBatch(std::span<const float> input, std::span<float> output,
                                qsizetype count, qsizetype stride);
 
+    /// Evaluates a program from one vec3 to one float at all nodes (xs[i], ys[j], zs[k]) of a grid:
+    /// node (i, j, k) goes to output[i + (j + k * ny) * nx]. On a graphics processor only the
+    /// coordinates travel there, not three of them for each node. The values are those of
+    /// evaluateBatch().
+    Result<void> evaluateGrid(std::span<const float> xs, std::span<const float> ys,
+                              std::span<const float> zs, std::span<float> output);
+
     ThreadCopy threadCopy() const;
 
 private:

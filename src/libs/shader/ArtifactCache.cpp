@@ -14,6 +14,8 @@
 
 #include <cstdio>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace shader {
@@ -34,6 +36,8 @@ QString keyOf(const QCryptographicHash &hash)
 }
 
 constexpr qint64 largestEntry = 64 << 20;
+/// Of the files of shaders in memory, where they are a few times larger.
+constexpr qsizetype mostKnownBytes = 8 << 20;
 
 // Replaces the file at once, so that a reader, or a second program, never meets half of one. It is
 // not synced: what a crash leaves is found out when it is read.
@@ -93,6 +97,7 @@ ArtifactCache &ArtifactCache::instance()
 ArtifactCache::ArtifactCache(const QString &root)
     : m_shaderDir(root + "/shaders"_L1)
     , m_pipelineDir(root + "/pipelines"_L1)
+    , m_known(mostKnownBytes)
 {}
 
 /// An entry that can't be read is as good as none: it is made again.
@@ -130,13 +135,45 @@ QString ArtifactCache::shaderKey(const QString &source, QShader::Stage stage)
 
 QShader ArtifactCache::loadShader(const QString &key) const
 {
-    const QByteArray bytes = load(m_shaderDir + u'/' + key + ".qsb"_L1);
-    if (bytes.isEmpty())
-        return {};
-    const QShader shader = QShader::fromSerialized(bytes);
-    if (shader.isValid())
+    const QString path = m_shaderDir + u'/' + key + ".qsb"_L1;
+    cache::CacheLimit::noteUse(path);
+    Known file = fileAt(path);
+    {
+        const QMutexLocker lock(&m_mutex);
+        const Known *const known = m_known.object(key);
+        if (known && known->isSameFile(file))
+            file.shader = known->shader;
+    }
+    if (!file.shader.isValid()) {
+        const QByteArray bytes = load(path);
+        if (bytes.isEmpty())
+            return {};
+        file.shader = QShader::fromSerialized(bytes);
+        if (file.shader.isValid()) {
+            const QMutexLocker lock(&m_mutex);
+            m_known.insert(key, new Known(file), static_cast<int>(bytes.size()));
+        }
+    }
+    if (file.shader.isValid())
         qCInfo(lcShaderCache).noquote() << "shader::ArtifactCache: cache hit for" << key;
-    return shader;
+    return file.shader;
+}
+
+ArtifactCache::Known ArtifactCache::fileAt(const QString &path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return {};
+    return {.shader = {},
+            .bytes = status.st_size,
+            .inode = static_cast<qint64>(status.st_ino),
+            .changed = status.st_ctim};
+}
+
+bool ArtifactCache::Known::isSameFile(const Known &other) const
+{
+    return other.bytes >= 0 && bytes == other.bytes && inode == other.inode &&
+           changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
 }
 
 void ArtifactCache::saveShader(const QString &key, const QShader &shader) const

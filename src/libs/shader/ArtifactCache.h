@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QCache>
 #include <QMutex>
 #include <QString>
 #include <private/qshader_p.h>
 
+#include <ctime>
 #include <optional>
 
 namespace shader {
@@ -29,7 +31,8 @@ public:
 
     /// Of source, application version and stage; 32 hexadecimal digits.
     [[nodiscard]] static QString shaderKey(const QString &source, QShader::Stage stage);
-    /// An invalid shader on a miss.
+    /// An invalid shader on a miss. The last ones stay in memory, for as long as their files are
+    /// the same: unpacking a shader for all back-ends takes milliseconds.
     [[nodiscard]] QShader loadShader(const QString &key) const;
     void saveShader(const QString &key, const QShader &shader) const;
 
@@ -53,9 +56,22 @@ private:
     QByteArray load(const QString &path) const;
     bool save(const QString &path, const QByteArray &bytes, QString &error) const;
 
+    /// A shader in memory, and the file that it was read from.
+    struct Known
+    {
+        QShader shader;
+        qint64 bytes = -1;
+        qint64 inode = -1;
+        timespec changed{};
+
+        bool isSameFile(const Known &other) const;
+    };
+    static Known fileAt(const QString &path);
+
     QString m_shaderDir;
     QString m_pipelineDir;
     mutable QMutex m_mutex;
+    mutable QCache<QString, Known> m_known; ///< by key
 };
 
 } // namespace shader

@@ -21,6 +21,7 @@ using eval::Backend;
 using eval::DiagnosticCategory;
 
 Q_DECLARE_METATYPE(eval::gpu::GpuLane)
+Q_DECLARE_METATYPE(eval::Backend)
 
 namespace {
 
@@ -64,6 +65,8 @@ private slots:
 
     void batchesOfAnySizeAreWhole_data();
     void batchesOfAnySizeAreWhole();
+    void gridsHaveTheValuesOfTheirNodes_data();
+    void gridsHaveTheValuesOfTheirNodes();
     void severalThreadsShareTheDevice();
     void wideOutputsNeedCompute();
     void inputsBeyondFourFloatsTakeMoreTextures();
@@ -139,6 +142,54 @@ void TstGpuProgram::batchesOfAnySizeAreWhole()
         QCOMPARE(values[size_t(i) * 2 + 1], 0.5f - float(i));
     }
     QCOMPARE(values.back(), 7.0f);
+}
+
+void TstGpuProgram::gridsHaveTheValuesOfTheirNodes_data()
+{
+    QTest::addColumn<Backend>("backend");
+    QTest::addColumn<GpuLane>("lane");
+    QTest::addColumn<QList<int>>("nodes");
+    QTest::newRow("one node") << Backend::Gpu << GpuLane::Compute << QList{1, 1, 1};
+    QTest::newRow("one part") << Backend::Gpu << GpuLane::Compute << QList{7, 5, 3};
+    QTest::newRow("layers in parts") << Backend::Gpu << GpuLane::Compute << QList{50, 30, 7};
+    QTest::newRow("rows in parts") << Backend::Gpu << GpuLane::Compute << QList{70, 65, 3};
+    QTest::newRow("without grids") << Backend::Gpu << GpuLane::Fragment << QList{7, 5, 3};
+    QTest::newRow("without a device") << Backend::Interpreted << GpuLane::Compute << QList{7, 5, 3};
+}
+
+void TstGpuProgram::gridsHaveTheValuesOfTheirNodes()
+{
+    QFETCH(const Backend, backend);
+    QFETCH(const GpuLane, lane);
+    QFETCH(const QList<int>, nodes);
+    QVERIFY(GpuDevice::instance().forceLane(lane));
+    eval::Graph graph;
+    graph.declareInput(u"p"_s, eval::Type::Vec3);
+    // With a loop, so that no more than 4096 points go at a time.
+    graph.declareOutput(u"d"_s, u"float f(float a) { while (a > 900.0) a -= 1.0; return a; }\n"
+                                "f(p.x) + 100.0 * p.y + 10000.0 * p.z"_s);
+    auto program = graph.compile(backend);
+    QVERIFY2(program, qPrintable(program.firstError().message));
+    std::array<std::vector<float>, 3> axes;
+    for (size_t axis = 0; axis < 3; ++axis) {
+        for (int i = 0; i < nodes[qsizetype(axis)]; ++i)
+            axes[axis].push_back(float(i));
+    }
+    std::vector<float> values(axes[0].size() * axes[1].size() * axes[2].size());
+    const auto result = program.value().evaluateGrid(axes[0], axes[1], axes[2], values);
+    QVERIFY2(result, result ? "" : qPrintable(result.firstError().message));
+    size_t at = 0;
+    for (const float z : axes[2]) {
+        for (const float y : axes[1]) {
+            for (const float x : axes[0])
+                QCOMPARE(values[at++], x + 100.0f * y + 10000.0f * z);
+        }
+    }
+    values.pop_back();
+    QCOMPARE(program.value().evaluateGrid(axes[0], axes[1], axes[2], values).firstError().message,
+             u"evaluateGrid: %1 values for %2 nodes, of a program of 3 input and 1 output floats"_s
+                 .arg(values.size())
+                 .arg(values.size() + 1));
 }
 
 void TstGpuProgram::severalThreadsShareTheDevice()

@@ -53,19 +53,19 @@ bool ComputeLane::bind()
     return m_bindings->create();
 }
 
-qsizetype ComputeLane::partLimit() const
+qsizetype ComputeLane::partLimit(int inFloats) const
 {
     const qsizetype groups = m_rhi->resourceLimit(QRhi::MaxThreadGroupsPerDimension);
-    const qsizetype widest = std::max({m_inFloats, m_outFloats, 1});
+    const qsizetype widest = std::max({inFloats, m_outFloats, 1});
     return std::max<qsizetype>(1, std::min(groups * groupSize, floatLimit / widest));
 }
 
-QString ComputeLane::grow(int count)
+QString ComputeLane::grow(qsizetype inputFloats, qsizetype outputFloats)
 {
     bool isGrown = false;
     for (auto *const buffer : {m_input.get(), m_output.get()}) {
         const bool isInput = buffer == m_input.get();
-        const int bytes = bytesOf(qsizetype(count) * (isInput ? m_inFloats : m_outFloats));
+        const int bytes = bytesOf(isInput ? inputFloats : outputFloats);
         if (int(buffer->size()) >= bytes)
             continue;
         buffer->setSize(bytes);
@@ -76,13 +76,19 @@ QString ComputeLane::grow(int count)
     return !isGrown || bind() ? QString() : u"bindings re-create failed"_s;
 }
 
-QString ComputeLane::run(GpuDevice &device, std::span<const float> input, std::span<float> output,
+QString ComputeLane::run(GpuDevice &device, const LaneInput &input, std::span<float> output,
                          int count)
 {
-    if (const QString error = grow(count); !error.isEmpty())
+    const std::span<const float> floats = input.floats;
+    if (const QString error = grow(qsizetype(floats.size()), qsizetype(output.size()));
+        !error.isEmpty())
         return error;
-    const LaneParams params{static_cast<quint32>(count), static_cast<quint32>(m_inFloats),
-                            static_cast<quint32>(m_outFloats), 0};
+    const LaneParams params{static_cast<quint32>(count),
+                            static_cast<quint32>(m_inFloats),
+                            static_cast<quint32>(m_outFloats),
+                            0,
+                            input.gridWidth,
+                            input.gridHeight};
     const int outBytes = static_cast<int>(output.size_bytes());
     rhi::BufferReadback read;
     bool isRead = false;
@@ -90,9 +96,9 @@ QString ComputeLane::run(GpuDevice &device, std::span<const float> input, std::s
     const auto record = [&](QRhiCommandBuffer &commands) {
         QRhiResourceUpdateBatch *const uploads = m_rhi->nextResourceUpdateBatch();
         uploads->updateDynamicBuffer(m_params.get(), 0, sizeof params, &params);
-        if (!input.empty())
-            uploads->uploadStaticBuffer(m_input.get(), 0, static_cast<int>(input.size_bytes()),
-                                        input.data());
+        if (!floats.empty())
+            uploads->uploadStaticBuffer(m_input.get(), 0, static_cast<int>(floats.size_bytes()),
+                                        floats.data());
         commands.beginComputePass(uploads);
         commands.setComputePipeline(m_pipeline.get());
         commands.setShaderResources();

@@ -12,14 +12,15 @@ class ComputeLane : public LaneResources
 public:
     QString build(QRhi *rhi, const QShader &shader, int inFloats, int outFloats) override;
     QString refusal(qsizetype) const override { return {}; }
-    qsizetype partLimit() const override;
-    QString run(GpuDevice &device, std::span<const float> input, std::span<float> output,
+    qsizetype partLimit(int inFloats) const override;
+    bool takesGrids() const override { return true; }
+    QString run(GpuDevice &device, const LaneInput &input, std::span<float> output,
                 int count) override;
 
 private:
     static constexpr int groupSize = 64; ///< local_size_x of the shader
 
-    QString grow(int count);
+    QString grow(qsizetype inputFloats, qsizetype outputFloats);
     bool bind();
 
     QRhi *m_rhi = nullptr;

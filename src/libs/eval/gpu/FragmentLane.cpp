@@ -77,7 +77,7 @@ QString FragmentLane::refusal(qsizetype count) const
                      limit);
 }
 
-qsizetype FragmentLane::partLimit() const
+qsizetype FragmentLane::partLimit(int) const
 {
     return floatLimit / lanesPerPixel;
 }
@@ -202,7 +202,7 @@ QString FragmentLane::collect(std::span<float> output, int count) const
     return {};
 }
 
-QString FragmentLane::run(GpuDevice &device, std::span<const float> input, std::span<float> output,
+QString FragmentLane::run(GpuDevice &device, const LaneInput &input, std::span<float> output,
                           int count)
 {
     if (const QString error = resize(layout(count)); !error.isEmpty())
@@ -214,7 +214,7 @@ QString FragmentLane::run(GpuDevice &device, std::span<const float> input, std::
     const auto record = [&](QRhiCommandBuffer &commands) {
         QRhiResourceUpdateBatch *const uploads = m_rhi->nextResourceUpdateBatch();
         uploads->updateDynamicBuffer(m_params.get(), 0, sizeof params, &params);
-        upload(*uploads, input, count);
+        upload(*uploads, input.floats, count);
         commands.beginPass(m_target.get(), Qt::black, {1.0f, 0}, uploads);
         commands.setGraphicsPipeline(m_pipeline.get());
         commands.setViewport({0, 0, float(m_size.width()), float(m_size.height())});

@@ -16,8 +16,8 @@ class FragmentLane : public LaneResources
 public:
     QString build(QRhi *rhi, const QShader &shader, int inFloats, int outFloats) override;
     QString refusal(qsizetype count) const override;
-    qsizetype partLimit() const override;
-    QString run(GpuDevice &device, std::span<const float> input, std::span<float> output,
+    qsizetype partLimit(int inFloats) const override;
+    QString run(GpuDevice &device, const LaneInput &input, std::span<float> output,
                 int count) override;
 
 private:

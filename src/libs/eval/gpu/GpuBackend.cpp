@@ -61,6 +61,15 @@ public:
             cancelled);
     }
 
+    std::optional<QString> runGrid(const GridNodes &nodes, std::span<float> out,
+                                   const std::atomic_bool *cancelled) const override
+    {
+        QString error;
+        if (!m_isField || !m_program->dispatchGrid(nodes, out, cancelled, error))
+            return std::nullopt;
+        return error;
+    }
+
     qsizetype batchLimit() const override { return std::numeric_limits<qsizetype>::max(); }
 
     OutputForm outputForm(const CompiledProgram &, qsizetype output) const override

@@ -73,6 +73,9 @@ public:
     virtual QByteArray input(int offset) const = 0;
     virtual QByteArray output(int offset) const = 0;
     virtual QByteArray unused() const { return {}; }
+    /// The condition of a grid, and the point of a field there; empty without grids.
+    virtual QByteArray gridCondition() const { return {}; }
+    virtual QByteArray gridPoint() const { return {}; }
 };
 
 class ComputeText : public LaneText
@@ -90,6 +93,8 @@ public:
     {
         return "out_data[gid * " + m_outputs + "u + " + QByteArray::number(offset) + "u]";
     }
+    QByteArray gridCondition() const override { return "gridWidth != 0u"; }
+    QByteArray gridPoint() const override { return "evalGridPoint(gid)"; }
 
 private:
     QByteArray m_inputs;
@@ -137,6 +142,20 @@ protected:
     void readArray(const SlotBinding &, const QByteArray &) override
     {
         m_writer.unit().setUnsupported();
+    }
+    void declareInput(const SlotBinding &slot, const QByteArray &name,
+                      const QByteArray &value) override
+    {
+        const bool mayBeGrid = slot.type == Type::Vec3 && m_program.inputFloatCount == 3 &&
+                               m_program.outputFloatCount == 1;
+        if (!mayBeGrid || m_lane.gridCondition().isEmpty())
+            return EntryEmitter::declareInput(slot, name, value);
+        // No choice by ?: here, which may read both.
+        m_writer.emitLine(m_writer.unit().typeText(slot.type, {}) + ' ' + name + ';');
+        m_writer.emitLine("if (" + m_lane.gridCondition() + ')');
+        m_writer.emitLine("    " + name + " = " + m_lane.gridPoint() + ';');
+        m_writer.emitLine("else");
+        m_writer.emitLine("    " + name + " = " + value + ';');
     }
 
 private:

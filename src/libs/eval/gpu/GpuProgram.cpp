@@ -11,11 +11,13 @@
 
 #include <algorithm>
 #include <optional>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace eval::gpu {
 
+using internal::GridNodes;
 using shader::CompileMark;
 using shader::Compiler;
 
@@ -33,6 +35,9 @@ QString textOf(const QRhiDriverInfo &driver)
     return u"%1 %2 %3"_s.arg(QString::fromUtf8(driver.deviceName), QString::number(driver.vendorId),
                              QString::number(driver.deviceId));
 }
+
+/// More nodes than that are not told apart by the shader; see gpu_compute.comp.in.
+constexpr qsizetype largestGrid = 1 << 20;
 
 const QString markedName = u"the field of the scene"_s;
 
@@ -136,15 +141,52 @@ QString GpuProgram::dispatch(std::span<const float> input, std::span<float> outp
     if (!fits(output.size(), count, m_outFloats))
         return failed(u"output span too small (got %1, need %2)"_s.arg(output.size())
                           .arg(double(count) * m_outFloats, 0, 'f', 0));
-    return failed(runParts(input, output, count, cancelled));
+    const auto partAt = [&](qsizetype first, qsizetype most) {
+        const qsizetype part = std::min(count - first, most);
+        return Part{{input.subspan(size_t(first * m_inFloats), size_t(part * m_inFloats))}, part};
+    };
+    return failed(runParts(partAt, m_inFloats, output, count, cancelled));
 }
 
-QString GpuProgram::runParts(std::span<const float> input, std::span<float> output, qsizetype count,
-                             const std::atomic_bool *cancelled)
+/// Whole layers of the grid at a time, or whole rows where a layer is too much.
+bool GpuProgram::dispatchGrid(const GridNodes &nodes, std::span<float> output,
+                              const std::atomic_bool *cancelled, QString &error)
+{
+    if (m_lane != GpuLane::Compute || m_inFloats != 3 || m_outFloats != 1 || nodes.count() == 0 ||
+        output.size() != nodes.count())
+        return false;
+    const QMutexLocker lock(&m_mutex);
+    const size_t width = nodes.xs.size();
+    const size_t layer = width * nodes.ys.size();
+    std::vector<float> coordinates;
+    const auto partAt = [&](qsizetype first, qsizetype mostOfLane) {
+        const qsizetype most = std::min(mostOfLane, largestGrid);
+        const size_t row = size_t(first) % layer / width;
+        const size_t layers =
+            std::clamp<size_t>(size_t(most) / layer, 1, nodes.zs.size() - size_t(first) / layer);
+        const size_t rows = size_t(most) >= layer ? nodes.ys.size()
+                                                  : std::clamp<size_t>(size_t(most) / width, 1,
+                                                                       nodes.ys.size() - row);
+        coordinates.assign(nodes.xs.begin(), nodes.xs.end());
+        const auto add = [&](std::span<const float> axis) {
+            coordinates.insert(coordinates.end(), axis.begin(), axis.end());
+        };
+        add(nodes.ys.subspan(row, rows));
+        add(nodes.zs.subspan(size_t(first) / layer, layers));
+        return Part{{coordinates, quint32(width), quint32(rows)}, qsizetype(width * rows * layers)};
+    };
+    error = runParts(partAt, 1, output, qsizetype(output.size()), cancelled);
+    if (!error.isEmpty())
+        error.prepend(u"GpuProgram::dispatch: "_s);
+    return true;
+}
+
+QString GpuProgram::runParts(const PartAt &partAt, int inFloats, std::span<float> output,
+                             qsizetype count, const std::atomic_bool *cancelled)
 {
     GpuDevice &device = GpuDevice::instance();
     QString error;
-    for (qsizetype done = 0, part = 0; done < count && error.isEmpty(); done += part) {
+    for (qsizetype done = 0; done < count && error.isEmpty();) {
         if (cancelled && cancelled->load(std::memory_order_relaxed))
             return {};
         // Each part by itself: programs of other threads have their turn in between.
@@ -153,24 +195,30 @@ QString GpuProgram::runParts(std::span<const float> input, std::span<float> outp
             if (!device.rhi() || !m_resources)
                 return;
             error = m_resources->refusal(count);
-            if (!error.isEmpty())
-                return;
-            std::optional<CompileMark> mark;
-            if (!m_hasRun)
-                mark.emplace(Compiler::Driver, m_driverKey, markedName);
-            if (mark && !mark->refusal().isEmpty()) {
-                error = mark->refusal();
-                return;
-            }
-            const qsizetype limit = m_resources->partLimit();
-            part = std::min({count - done, limit, m_partLimit > 0 ? m_partLimit : limit});
-            error = m_resources->run(
-                device, input.subspan(size_t(done * m_inFloats), size_t(part * m_inFloats)),
-                output.subspan(size_t(done * m_outFloats), size_t(part * m_outFloats)),
-                static_cast<int>(part));
-            m_hasRun = true;
+            if (error.isEmpty())
+                error = runPart(partAt, inFloats, output, done);
         });
     }
+    return error;
+}
+
+/// On the thread of the device.
+QString GpuProgram::runPart(const PartAt &partAt, int inFloats, std::span<float> output,
+                            qsizetype &done)
+{
+    std::optional<CompileMark> mark;
+    if (!m_hasRun)
+        mark.emplace(Compiler::Driver, m_driverKey, markedName);
+    if (mark && !mark->refusal().isEmpty())
+        return mark->refusal();
+    const qsizetype limit = m_resources->partLimit(inFloats);
+    const Part part = partAt(done, m_partLimit > 0 ? std::min(limit, m_partLimit) : limit);
+    const QString error = m_resources->run(
+        GpuDevice::instance(), part.input,
+        output.subspan(size_t(done * m_outFloats), size_t(part.count * m_outFloats)),
+        static_cast<int>(part.count));
+    m_hasRun = true;
+    done += part.count;
     return error;
 }
 

@@ -1,18 +1,19 @@
 #pragma once
 
 #include <eval/gpu/GpuLane.h>
+#include <eval/gpu/LaneResources.h>
+#include <eval/internal/BackendCode.h>
 #include <rhi/QRhiCompat.h>
 
 #include <QMutex>
 #include <QString>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <span>
 
 namespace eval::gpu {
-
-class LaneResources;
 
 /// A shader of one of the lanes with what it needs on the device. Any thread may make, run and
 /// destroy it: everything on the device happens on the device's own thread. dispatch() may be
@@ -45,6 +46,11 @@ public:
     QString dispatch(std::span<const float> input, std::span<float> output, qsizetype count,
                      const std::atomic_bool *cancelled = nullptr);
 
+    /// The same for a field at the nodes of a grid, whose shader GpuCodegen wrote; of which only
+    /// the coordinates go to the device. False with nothing done where the lane has no such form.
+    bool dispatchGrid(const internal::GridNodes &nodes, std::span<float> output,
+                      const std::atomic_bool *cancelled, QString &error);
+
     /// Gives back what is on the device, on whose thread it is called.
     void release();
 
@@ -53,8 +59,16 @@ private:
     static std::unique_ptr<GpuProgram> make(std::unique_ptr<GpuProgram> program,
                                             const QShader &shader, const QString &name,
                                             QString &error);
-    QString runParts(std::span<const float> input, std::span<float> output, qsizetype count,
+    /// What is to be run of the points from `first` on, of which the lane takes at most `most`.
+    struct Part
+    {
+        LaneInput input;
+        qsizetype count = 0;
+    };
+    using PartAt = std::function<Part(qsizetype first, qsizetype most)>;
+    QString runParts(const PartAt &partAt, int inFloats, std::span<float> output, qsizetype count,
                      const std::atomic_bool *cancelled);
+    QString runPart(const PartAt &partAt, int inFloats, std::span<float> output, qsizetype &done);
 
     const GpuLane m_lane;
     const int m_inFloats;

@@ -40,6 +40,12 @@ bool BackendCode::runPoints(std::span<const float>, std::span<const float>, std:
     return false;
 }
 
+std::optional<QString> BackendCode::runGrid(const GridNodes &, std::span<float>,
+                                            const std::atomic_bool *) const
+{
+    return std::nullopt;
+}
+
 OutputForm BackendCode::outputForm(const CompiledProgram &program, qsizetype output) const
 {
     return {program.outputs[output].type, false};

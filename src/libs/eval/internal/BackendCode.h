@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <atomic>
+#include <optional>
 #include <span>
 
 namespace eval::internal {
@@ -32,6 +33,16 @@ struct OutputForm
     bool isBits = false;     ///< one float whose 32 bits are the value
 };
 
+/// The nodes of a grid, by their coordinates along each axis.
+struct GridNodes
+{
+    std::span<const float> xs;
+    std::span<const float> ys;
+    std::span<const float> zs;
+
+    size_t count() const { return xs.size() * ys.size() * zs.size(); }
+};
+
 /// Code that a back-end made of one program. Shared by every program of equal key; run() is called
 /// by several threads at the same time.
 class BackendCode
@@ -48,6 +59,11 @@ public:
     virtual bool runPoints(std::span<const float> xs, std::span<const float> ys,
                            std::span<const float> zs, std::span<float> out,
                            const std::atomic_bool *cancelled) const;
+    /// The same at all nodes (xs[i], ys[j], zs[k]) of a grid; node (i, j, k) is at
+    /// i + (j + k * ny) * nx of `out`. None, with nothing done, when there is no such form; else as
+    /// run().
+    virtual std::optional<QString> runGrid(const GridNodes &nodes, std::span<float> out,
+                                           const std::atomic_bool *cancelled) const;
     virtual OutputForm outputForm(const CompiledProgram &program, qsizetype output) const;
     /// Whether a program of equal key may have this code; no longer once its device is gone.
     virtual bool isUsable() const;

@@ -471,4 +471,37 @@ Result<void> EvaluationState::evaluateBatch(std::span<const float> input, std::s
     return faults.isEmpty() ? Result<void>() : Result<void>::failure(faults);
 }
 
+Result<void> EvaluationState::evaluateGrid(const GridNodes &nodes, std::span<float> output)
+{
+    if (m_program->inputFloatCount != 3 || m_program->outputFloatCount != 1 ||
+        output.size() != nodes.count())
+        return Result<void>::failure(
+            {{DiagnosticCategory::Internal,
+              u"evaluateGrid: %1 values for %2 nodes, of a program of %3 input and %4 output floats"_s
+                  .arg(output.size())
+                  .arg(nodes.count())
+                  .arg(m_program->inputFloatCount)
+                  .arg(m_program->outputFloatCount),
+              {},
+              {}}});
+    if (const auto code = m_program->backendCode) {
+        const std::optional<QString> error = code->runGrid(nodes, output, m_cancelFlag);
+        if (error && isCancelled())
+            return Result<void>::failure(cancelledFault());
+        if (error && !error->isEmpty())
+            return Result<void>::failure({{DiagnosticCategory::PipelineBuild, *error, {}, {}}});
+        if (error)
+            return {};
+    }
+    std::vector<float> points;
+    points.reserve(output.size() * 3);
+    for (const float z : nodes.zs) {
+        for (const float y : nodes.ys) {
+            for (const float x : nodes.xs)
+                points.insert(points.end(), {x, y, z});
+        }
+    }
+    return evaluateBatch(points, output, static_cast<qsizetype>(output.size()), 3);
+}
+
 } // namespace eval::internal

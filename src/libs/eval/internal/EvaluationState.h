@@ -2,6 +2,7 @@
 
 #include <eval/Diagnostic.h>
 #include <eval/Program.h>
+#include <eval/internal/BackendCode.h>
 #include <eval/internal/CompiledProgram.h>
 #include <eval/internal/interpreter/Interpreter.h>
 #include <eval/internal/interpreter/Value.h>
@@ -48,6 +49,7 @@ public:
                                     Handle output);
     Result<void> evaluateBatch(std::span<const float> input, std::span<float> output,
                                qsizetype count, qsizetype stride);
+    Result<void> evaluateGrid(const GridNodes &nodes, std::span<float> output);
 
 private:
     static constexpr int noSlot = -1;

@@ -19,6 +19,12 @@ QByteArray EntryEmitter::emitAll(QList<OutputForm> &forms)
     return m_writer.text();
 }
 
+void EntryEmitter::declareInput(const SlotBinding &slot, const QByteArray &name,
+                                const QByteArray &value)
+{
+    m_writer.emitLine(m_writer.unit().typeText(slot.type, {}) + ' ' + name + " = " + value + ';');
+}
+
 void EntryEmitter::noteVariable(const QByteArray &) {}
 
 void EntryEmitter::readInput(const SlotBinding &slot, const QByteArray &name)
@@ -34,8 +40,7 @@ void EntryEmitter::readInput(const SlotBinding &slot, const QByteArray &name)
     for (int i = 0; i < laneCount(slot.type); ++i)
         lanes.append(
             m_writer.castText(inputText(slot.floatOffset + i), Type::Float, scalarOf(slot.type)));
-    m_writer.emitLine(unit.typeText(slot.type, {}) + ' ' + name + " = " +
-                      m_writer.composeText(slot.type, lanes) + ';');
+    declareInput(slot, name, m_writer.composeText(slot.type, lanes));
     noteVariable(name);
     m_writer.bindVariable(slot.name, {name, slot.type, slot.structName, Type::Float, true, true});
 }

@@ -26,6 +26,9 @@ protected:
     virtual QByteArray outputText(int offset) const = 0;
     /// Declares the variables of a run-time array, or marks the unit.
     virtual void readArray(const SlotBinding &slot, const QByteArray &name) = 0;
+    /// Declares the variable of an input whose floats make `value`.
+    virtual void declareInput(const SlotBinding &slot, const QByteArray &name,
+                              const QByteArray &value);
     /// A variable that perhaps nobody reads.
     virtual void noteVariable(const QByteArray &name);
 

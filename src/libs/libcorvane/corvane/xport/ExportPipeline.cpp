@@ -32,6 +32,8 @@ namespace {
 /// The more chunks, the fewer of them are worth a signal.
 constexpr qint64 mostReports = 10000;
 
+constexpr int chunksAtOnceOnGpu = 2;
+
 /// To tell that memory has run out takes some itself. So much at a time goes back to the system.
 constexpr std::size_t reservedBytes = std::size_t(1) << 20;
 
@@ -213,10 +215,12 @@ ExportResult ExportPipeline::exportField(const ExportRequest &request,
 ExportResult ExportPipeline::exportChunks(const ExportRequest &request,
                                           const eval::DefinitionTable &definitions, BoxCheck &box)
 {
-    const int threads = ChunkScheduler::resolveThreadCount(request.threadCount);
+    const bool onGpu = request.backend == static_cast<int>(ExportBackend::Gpu);
+    // While the device works on one chunk, another is meshed.
+    const int threads = std::max(ChunkScheduler::resolveThreadCount(request.threadCount),
+                                 onGpu ? chunksAtOnceOnGpu : 1);
     const ChunkScheduler scheduler(request, threads);
     emit progressChanged(0, scheduler.count());
-    const bool onGpu = request.backend == static_cast<int>(ExportBackend::Gpu);
     const auto processor = onGpu ? std::make_unique<GpuChunkProcessor>(definitions)
                                  : std::make_unique<CpuChunkProcessor>(definitions);
     const auto release = qScopeGuard([&processor] { processor->release(); });

@@ -31,18 +31,9 @@ bool GpuChunkProcessor::fill(const ChunkNodes &nodes, eval::EvalFieldEvaluator &
                              std::span<float> samples, const std::atomic_bool &cancelFlag,
                              QString &error) const
 {
-    std::vector<float> points;
-    points.reserve(samples.size() * 3);
-    for (const float z : nodes.zs) {
-        for (const float y : nodes.ys) {
-            for (const float x : nodes.xs)
-                points.insert(points.end(), {x, y, z});
-        }
-    }
     ::eval::Program program = *m_program; // this thread's own
     program.setCancelFlag(&cancelFlag);
-    const auto result =
-        program.evaluateBatch(points, samples, static_cast<qsizetype>(samples.size()), 3);
+    const auto result = program.evaluateGrid(nodes.xs, nodes.ys, nodes.zs, samples);
     if (cancelFlag.load(std::memory_order_relaxed))
         return false;
     error = result ? QString() : result.firstError().message;
