@@ -239,8 +239,8 @@ ThumbnailRHIContext::Picture ThumbnailRHIContext::drawPart(Pipeline &pipeline,
                                size / firstLookReduction);
     if (small.image.isNull())
         return small;
-    return draw(pipeline, request.nodes, partUniforms(request, part, framed(camera, small.image)),
-                size);
+    return draw(pipeline, request.nodes,
+                partUniforms(request, part, framed(camera, part.box, small.image)), size);
 }
 
 ThumbnailRHIContext::Picture ThumbnailRHIContext::drawSection(Pipeline &pipeline,

@@ -75,6 +75,15 @@ void placeBefore(camera::Camera &camera, const std::array<QVector3D, 8> &corners
     camera.setPosition(target - camera.axes().forward * distance);
 }
 
+/// Rays begin at the near plane: the part lies behind it.
+void setPlanesAround(camera::Camera &camera, const BoundingVolume &box)
+{
+    const float radius = 0.5f * box.extent().length();
+    const float middle =
+        QVector3D::dotProduct(box.center() - camera.position(), camera.axes().forward);
+    camera.setPlanes(std::max(middle - 1.1f * radius, 1e-3f * radius), middle + 3.0f * radius);
+}
+
 /// From the target to the middle of what is seen of the corners.
 QVector3D middleOf(const std::array<QVector3D, 8> &corners, const camera::Camera &camera)
 {
@@ -155,13 +164,11 @@ camera::Camera thumbnailCamera(const BoundingVolume &box, const QSize &size)
     // rounds leave less than a pixel.
     for (int round = 0; round < 2; ++round)
         placeBefore(camera, corners, camera.target() + middleOf(corners, camera));
-    const float reach = box.extent().length();
-    camera.setPlanes(std::max(camera.distanceToTarget() - reach, 1e-3f * reach),
-                     camera.distanceToTarget() + 2.0f * reach);
+    setPlanesAround(camera, box);
     return camera;
 }
 
-camera::Camera framed(const camera::Camera &camera, const QImage &small)
+camera::Camera framed(const camera::Camera &camera, const BoundingVolume &box, const QImage &small)
 {
     const QRectF seen = opaqueRect(small);
     if (seen.isNull())
@@ -176,6 +183,7 @@ camera::Camera framed(const camera::Camera &camera, const QImage &small)
     camera::Camera result = camera;
     const QVector3D target = camera.target() + shift;
     result.setPose({target - axes.forward * distance, target, camera.upVector()});
+    setPlanesAround(result, box);
     return result;
 }
 
