@@ -62,19 +62,21 @@ function(corvane_resources target name)
         OPTIONS ${ARG_OPTIONS})
 endfunction()
 
-# Compiles shaders of resources/shaders for every back-end, and embeds each as <prefix>/<file>.qsb:
-# corvane_shaders(TARGET NAME PREFIX / FILES present.vert ...)
+# Compiles shaders of resources/shaders for every back-end, and embeds each as <prefix>/<name>.qsb, without its folder:
+# corvane_shaders(TARGET NAME PREFIX / FILES present.vert ... [INCLUDES shaders/item_id.glsl ...])
 function(corvane_shaders target name)
-    cmake_parse_arguments(ARG "" "PREFIX" "FILES" ${ARGN})
+    cmake_parse_arguments(ARG "" "PREFIX" "FILES;INCLUDES" ${ARGN})
     set(folder ${CMAKE_CURRENT_BINARY_DIR}/${name})
     file(MAKE_DIRECTORY ${folder})
+    list(TRANSFORM ARG_INCLUDES PREPEND ${CMAKE_SOURCE_DIR}/resources/)
     set(baked)
     foreach(file IN LISTS ARG_FILES)
         set(source ${CMAKE_SOURCE_DIR}/resources/shaders/${file})
-        set(output ${folder}/${file}.qsb)
+        cmake_path(GET file FILENAME shader)
+        set(output ${folder}/${shader}.qsb)
         add_custom_command(OUTPUT ${output}
             COMMAND Qt6::qsb --silent --glsl "450,430,320 es,310 es" --hlsl 50 --msl 12 -o ${output} ${source}
-            DEPENDS ${source} VERBATIM)
+            DEPENDS ${source} ${ARG_INCLUDES} VERBATIM)
         list(APPEND baked ${output})
     endforeach()
     corvane_resources(${target} ${name} PREFIX ${ARG_PREFIX} BASE ${folder} FILES ${baked})

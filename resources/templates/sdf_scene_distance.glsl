@@ -1,3 +1,4 @@
+#ifndef SPECIALISED_SCENE
 // The nearest of the roots, without the material.
 float sceneSDF(vec3 pos) {
     float nearest = NO_VALUE;
@@ -13,3 +14,4 @@ float sceneSDF(vec3 pos) {
     }
     return nearest;
 }
+#endif

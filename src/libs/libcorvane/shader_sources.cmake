@@ -14,6 +14,7 @@ set(CORVANE_SHADER_SOURCES
     corvane/shader/ShaderWrapperGenerator.cpp
     corvane/shader/ShadingModeRegistry.cpp
     corvane/shader/ShadingModes.cpp
+    corvane/shader/SpecialisedScene.cpp
     corvane/shader/WalkDepth.cpp
     corvane/shader/getShader.cpp)
 # Under resources of the source tree, embedded as ":/templates/<name>" and ":/shaders/<name>".

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderIndexManager.h>
 #include <corvane/shader/ShaderSourceMap.h>
 
@@ -36,6 +37,12 @@ public:
     void setBackgroundEnvironment(const IEnvironment *environment) { m_background = environment; }
     /// Whether generateAllDispatchFunctions() ends with the tree evaluator. True by default.
     void setTreeEvaluatorIncluded(bool included) { m_treeEvaluatorIncluded = included; }
+
+    /// From now on scene shaders hold the field of this scene alone instead of the tree evaluator;
+    /// see SpecialisedScene. The active definitions must be those of the scene. Nothing changes,
+    /// and the answer is false, for a scene that refusal() refuses.
+    bool specialiseFor(const QList<SDFNode> &nodes, const QList<int> &rootIndices);
+    void clearSpecialisation() { m_specialised.clear(); }
 
     /// Numbers the registry's definitions anew.
     void rebuildIndices() { m_indices.rebuildIndices(m_registry); }
@@ -83,6 +90,7 @@ private:
     const IEnvironment *m_background = nullptr;
     ShaderIndexManager m_indices;
     bool m_treeEvaluatorIncluded = true;
+    QString m_specialised; ///< instead of the tree evaluator, when there is one
 };
 
 } // namespace corvane::shader
