@@ -11,7 +11,7 @@ corvane_library(corvane_thumbnails
         corvane/rendering/thumbnail/ThumbnailUniforms.cpp
         corvane/rendering/thumbnail/ThumbnailView.cpp
         corvane/rendering/thumbnail/ThumbnailWorker.cpp
-    LINKS corvane_camera corvane_environment corvane_field rhi shader Qt6::Core Qt6::GuiPrivate
+    LINKS cache corvane_camera corvane_environment corvane_field rhi shader Qt6::Core Qt6::GuiPrivate
     PRIVATE_LINKS store)
 
 corvane_resources(corvane_thumbnails thumbnail_templates

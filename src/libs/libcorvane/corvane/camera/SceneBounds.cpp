@@ -9,6 +9,7 @@
 #include <corvane/shader/SDFShaderGenerator.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace corvane::camera {
 
@@ -16,8 +17,29 @@ namespace {
 
 /// A tenth of what an export spends: a frame need not be exact to a cell.
 constexpr long long proofBudget = 1'400'000;
+constexpr int farSamples = 512;
+constexpr float goldenAngle = 2.39996323f;
+/// Where a scene is exported that says nothing else.
+const BoundingVolume usualBox({-5, -5, -5}, {5, 5, 5});
 /// Of the box that is probed, which is what the proof is exact to.
 constexpr float toleranceShare = 0.01f;
+
+/// Whether a solid is met at the edge of the searched range: probing one that repeats for ever,
+/// hole after hole along each ray, took seconds to say so.
+bool reachesFarAway(eval::IFieldEvaluator &field)
+{
+    const float radius = 0.95f * bv::BoundsDetector::Config().maxSearchRadius;
+    for (int i = 0; i < farSamples; ++i) {
+        // Points of even density on a sphere (Fibonacci): no symmetry of a lattice meets them all.
+        const float y = 1.0f - (2.0f * float(i) + 1.0f) / farSamples;
+        const float ring = std::sqrt(1.0f - y * y);
+        const float turn = float(i) * goldenAngle;
+        if (field.evaluate(radius * ring * std::cos(turn), radius * y,
+                           radius * ring * std::sin(turn)) < 0.0f)
+            return true;
+    }
+    return false;
+}
 
 } // namespace
 
@@ -25,8 +47,9 @@ BoundingVolume fieldAabb(const QList<shader::SDFNode> &nodes, int rootIndex,
                          const eval::DefinitionTable &definitions)
 {
     auto built = eval::SdfSceneGraphBuilder::build(nodes, rootIndex, definitions);
-    return built.error.isEmpty() ? fieldAabb(eval::compileField(built, ::eval::Backend::Interpreted))
-                                 : BoundingVolume();
+    return built.error.isEmpty()
+               ? fieldAabb(eval::compileField(built, ::eval::Backend::Interpreted))
+               : BoundingVolume();
 }
 
 BoundingVolume fieldAabb(const eval::CompiledField &field)
@@ -34,15 +57,19 @@ BoundingVolume fieldAabb(const eval::CompiledField &field)
     if (!field.program)
         return {};
     eval::EvalFieldEvaluator evaluator(field.program, field.positionHandle, field.distanceHandle);
-    const auto probed = bv::BoundsDetector::detectAdaptive(&evaluator);
-    if (!probed.success || probed.hasUnboundedAxes())
+    if (reachesFarAway(evaluator))
         return {};
+    const auto probed = bv::BoundsDetector::detectAdaptive(&evaluator);
+    if (probed.hasUnboundedAxes())
+        return {};
+    // Probes miss slim parts, which the proof then finds from nothing.
+    const BoundingVolume start = probed.success ? probed.bounds : usualBox;
     bv::FieldIntervals intervals(field);
-    const bv::PartBounds part = bv::findPartBounds(
-        intervals, probed,
-        {.requested = probed.bounds,
-         .cellSize = toleranceShare * std::max(probed.bounds.longestSide(), 1e-3f),
-         .budget = proofBudget});
+    const bv::PartBounds part =
+        bv::findPartBounds(intervals, probed,
+                           {.requested = start,
+                            .cellSize = toleranceShare * std::max(start.longestSide(), 1e-3f),
+                            .budget = proofBudget});
     switch (part.kind) {
     case bv::PartBounds::Kind::Proved:
     case bv::PartBounds::Kind::Probed:

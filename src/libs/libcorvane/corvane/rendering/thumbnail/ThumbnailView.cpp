@@ -3,12 +3,15 @@
 #include <corvane/camera/SceneBounds.h>
 #include <corvane/camera/ViewPreset.h>
 #include <corvane/eval/FieldCompiler.h>
+#include <corvane/registry/Definition.h>
 
 #include <QRandomGenerator>
 #include <QtMath>
 
 #include <algorithm>
 #include <cmath>
+
+using namespace Qt::StringLiterals;
 
 namespace corvane::rendering {
 
@@ -63,6 +66,22 @@ float fittingDistance(const std::array<QVector3D, 8> &corners, const camera::Cam
             std::max(distance, nearer + std::max(aside / camera.aspectRatio(), above) / slope);
     }
     return distance;
+}
+
+/// Half the side of the cube that shows what has no end: the longest length among the parameters of
+/// its definitions, which is the period of what repeats.
+float cutHalf(const ThumbnailRenderRequest &request)
+{
+    double longest = 0.0;
+    for (const shader::SDFNode &node : request.nodes) {
+        const auto *definition = request.definitions.find(node);
+        if (!definition)
+            continue;
+        for (const registry::ParameterDef &parameter : definition->parameters)
+            if (parameter.unit == "mm"_L1 && parameter.type == registry::SDFParameterType::Float)
+                longest = std::max(longest, parameter.defaultValue.toDouble());
+    }
+    return longest > 0.0 ? float(longest) : halfCube;
 }
 
 /// Looks at the target from where all corners are seen.
@@ -144,8 +163,10 @@ ThumbnailPart findThumbnailPart(const ThumbnailRenderRequest &request)
     const eval::CompiledField field = eval::compileField(built, ::eval::Backend::Interpreted);
     ThumbnailPart part{.box = camera::fieldAabb(field)};
     part.isCut = part.box.isEmpty();
-    if (part.isCut)
-        part.box = {{-halfCube, -halfCube, -halfCube}, {halfCube, halfCube, halfCube}};
+    if (part.isCut) {
+        const float half = cutHalf(request);
+        part.box = {{-half, -half, -half}, {half, half, half}};
+    }
     if (!field.program)
         return part;
     eval::EvalFieldEvaluator evaluator(field.program, field.positionHandle, field.distanceHandle);
