@@ -84,7 +84,8 @@ void TstSDFThumbnailGenerator::aBallIsDrawnOnceAndKept()
     const QImage image = drawn(generator, u"sphere"_s);
     QCOMPARE(image.size(), size);
     // A disc that fills most of the picture, brighter above than below, on nothing.
-    QVERIFY(std::abs(opaqueShare(image) - 0.785 * 0.86 * 0.86) < 0.06);
+    const double share = opaqueShare(image); // of a disc that is 0.86 wide: 0.58 with its edge
+    QVERIFY2(share > 0.48 && share < 0.58, qPrintable(QString::number(share)));
     QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
     QCOMPARE(image.pixelColor(24, 24).alpha(), 255);
     QVERIFY(image.pixelColor(20, 12).lightness() > image.pixelColor(28, 40).lightness() + 20);
@@ -105,7 +106,9 @@ void TstSDFThumbnailGenerator::anOperatorShowsBothParts()
     const QTemporaryDir folder;
     SDFThumbnailGenerator generator(&m_registry, cacheIn(folder));
     // With a preview scene of its own, and without.
-    for (const QString &id : {u"smooth_union"_s, u"union"_s}) {
+    m_registry.registerPrimitive(definitionOf(
+        u"own_join"_s, u"float op_own_join(float d1, float d2) { return min(d1, d2); }"_s));
+    for (const QString &id : {u"smooth_union"_s, u"own_join"_s}) {
         const QImage image = drawn(generator, id);
         int orange = 0;
         int grey = 0;
@@ -117,6 +120,7 @@ void TstSDFThumbnailGenerator::anOperatorShowsBothParts()
             }
         QVERIFY2(orange > 100 && grey > 100, qPrintable(id));
     }
+    m_registry.unregisterPrimitive(u"own_join"_s);
 }
 
 void TstSDFThumbnailGenerator::aChangedDefinitionIsDrawnAnew()
@@ -147,7 +151,9 @@ void TstSDFThumbnailGenerator::whatCannotBeDrawnIsToldOnce()
     QTest::ignoreMessage(
         QtWarningMsg,
         QRegularExpression(u"^SDFThumbnailGenerator: broken: narrowed shader compile failed"_s));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"Shader"_s));
+    for (const QString &text :
+         {u"^QSpirvCompiler: Failed"_s, u"^Failed to compile shader"_s, u"^Source "_s})
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text));
     QVERIFY(generator.generateThumbnail(u"broken"_s, size).isNull());
     QVERIFY(failed.wait(renderTimeoutMs));
     QCOMPARE(failed[0][0].toString(), u"broken"_s);
