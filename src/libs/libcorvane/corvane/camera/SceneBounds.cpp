@@ -17,6 +17,9 @@ namespace {
 
 /// A tenth of what an export spends: a frame need not be exact to a cell.
 constexpr long long proofBudget = 1'400'000;
+constexpr int coarseSide = 16; ///< samples along a side of a box
+constexpr int fineSide = 32;
+constexpr int mostDoublings = 16;
 constexpr int farSamples = 512;
 constexpr float goldenAngle = 2.39996323f;
 /// Where a scene is exported that says nothing else.
@@ -39,6 +42,50 @@ bool reachesFarAway(eval::IFieldEvaluator &field)
             return true;
     }
     return false;
+}
+
+/// The points of a grid over a box whose first and last lie on its faces.
+template<typename Visit>
+void visitGrid(const BoundingVolume &box, int side, const Visit &visit)
+{
+    const QVector3D step = box.extent() / float(side - 1);
+    for (int k = 0; k < side; ++k)
+        for (int j = 0; j < side; ++j)
+            for (int i = 0; i < side; ++i)
+                visit(box.minimum() + step * QVector3D(float(i), float(j), float(k)),
+                      i == 0 || j == 0 || k == 0 || i == side - 1 || j == side - 1 ||
+                          k == side - 1);
+}
+
+/// The box of the inside samples, with a cell around; `touches` says whether some lie on a face.
+BoundingVolume sampledBox(const BoundingVolume &box, int side, eval::IFieldEvaluator &field,
+                          bool &touches)
+{
+    BoundingVolume found;
+    touches = false;
+    visitGrid(box, side, [&](const QVector3D &point, bool onFace) {
+        if (field.evaluate(point.x(), point.y(), point.z()) >= 0.0f)
+            return;
+        found.expand(point);
+        touches |= onFace;
+    });
+    return found.grownBy(box.extent() / float(side - 1)).intersected(box);
+}
+
+/// A field that is steeper than a distance leads probes past its surface, so that their box may be
+/// but a part of it: one that the solid goes through is doubled until it does not, then sampled.
+BoundingVolume repairedBox(const BoundingVolume &probed, eval::IFieldEvaluator &field)
+{
+    BoundingVolume box = probed;
+    bool touches = true;
+    BoundingVolume found = sampledBox(box, coarseSide, field, touches);
+    if (!touches)
+        return probed;
+    for (int round = 0; touches && round < mostDoublings; ++round) {
+        box = box.grownBy(box.extent() * 0.5f);
+        found = sampledBox(box, coarseSide, field, touches);
+    }
+    return touches || found.isEmpty() ? probed : sampledBox(found, fineSide, field, touches);
 }
 
 } // namespace
@@ -72,8 +119,9 @@ BoundingVolume fieldAabb(const eval::CompiledField &field)
                             .budget = proofBudget});
     switch (part.kind) {
     case bv::PartBounds::Kind::Proved:
-    case bv::PartBounds::Kind::Probed:
         return part.box;
+    case bv::PartBounds::Kind::Probed:
+        return repairedBox(part.box, evaluator);
     case bv::PartBounds::Kind::Endless:
     case bv::PartBounds::Kind::Nothing:
         break;

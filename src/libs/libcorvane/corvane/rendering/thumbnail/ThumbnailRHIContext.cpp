@@ -207,8 +207,9 @@ ThumbnailRHIContext::pipelineFor(const ThumbnailRenderRequest &request, QString 
         return known->second.get();
     qCInfo(lcThumbnail).noquote() << "ThumbnailRHIContext: Generating fragment shader from"
                                   << request.subject;
-    const auto compiled =
-        ::shader::compileShader(request.shaderSource, QShader::FragmentStage, request.subject);
+    // No other device draws it, so that what others would take is not made.
+    const auto compiled = ::shader::compileFor(::shader::runningTargets(), request.shaderSource,
+                                               QShader::FragmentStage, request.subject);
     if (!compiled.shader.isValid()) {
         error = u"narrowed shader compile failed: %1"_s.arg(compiled.errorMessage);
         return nullptr;
