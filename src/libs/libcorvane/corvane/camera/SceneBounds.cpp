@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace corvane::camera {
 
@@ -44,32 +45,31 @@ bool reachesFarAway(eval::IFieldEvaluator &field)
     return false;
 }
 
-/// The points of a grid over a box whose first and last lie on its faces.
-template<typename Visit>
-void visitGrid(const BoundingVolume &box, int side, const Visit &visit)
-{
-    const QVector3D step = box.extent() / float(side - 1);
-    for (int k = 0; k < side; ++k)
-        for (int j = 0; j < side; ++j)
-            for (int i = 0; i < side; ++i)
-                visit(box.minimum() + step * QVector3D(float(i), float(j), float(k)),
-                      i == 0 || j == 0 || k == 0 || i == side - 1 || j == side - 1 ||
-                          k == side - 1);
-}
-
-/// The box of the inside samples, with a cell around; `touches` says whether some lie on a face.
+/// The box of the samples inside the solid, with a cell around, on a grid whose first and last
+/// points lie on the faces of a box; `touches` says whether some of those inside do.
 BoundingVolume sampledBox(const BoundingVolume &box, int side, eval::IFieldEvaluator &field,
                           bool &touches)
 {
+    const QVector3D step = box.extent() / float(side - 1);
+    const auto isEnd = [side](int index) { return index == 0 || index == side - 1; };
+    std::vector<float> xs(side);
+    for (int i = 0; i < side; ++i)
+        xs[i] = box.minimum().x() + step.x() * float(i);
+    std::vector<float> row(side);
     BoundingVolume found;
     touches = false;
-    visitGrid(box, side, [&](const QVector3D &point, bool onFace) {
-        if (field.evaluate(point.x(), point.y(), point.z()) >= 0.0f)
-            return;
-        found.expand(point);
-        touches |= onFace;
-    });
-    return found.grownBy(box.extent() / float(side - 1)).intersected(box);
+    for (int jk = 0; jk < side * side; ++jk) {
+        const float y = box.minimum().y() + step.y() * float(jk % side);
+        const float z = box.minimum().z() + step.z() * float(jk / side);
+        field.evaluateRow(xs, y, z, row);
+        for (int i = 0; i < side; ++i) {
+            if (!(row[i] < 0.0f))
+                continue;
+            found.expand({xs[i], y, z});
+            touches |= isEnd(i) || isEnd(jk % side) || isEnd(jk / side);
+        }
+    }
+    return found.grownBy(step).intersected(box);
 }
 
 /// A field that is steeper than a distance leads probes past its surface, so that their box may be

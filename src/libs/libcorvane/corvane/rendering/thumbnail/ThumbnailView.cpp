@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -135,21 +136,23 @@ float steepnessIn(const BoundingVolume &box, eval::IFieldEvaluator &field)
 {
     QRandomGenerator random(1); // the same points for every picture
     const float step = 1e-3f * std::max(box.longestSide(), 1e-6f);
-    float steepest = 1.0f;
+    std::array<std::vector<float>, 3> points;
     for (int i = 0; i < steepnessSamples; ++i) {
-        QVector3D point;
-        for (int axis = 0; axis < 3; ++axis)
-            point[axis] = box.minimum()[axis] + box.extent()[axis] * random.bounded(1.0);
-        const float here = field.evaluate(point.x(), point.y(), point.z());
-        QVector3D slope;
-        for (int axis = 0; axis < 3; ++axis) {
-            QVector3D beside = point;
-            beside[axis] += step;
-            slope[axis] = (field.evaluate(beside.x(), beside.y(), beside.z()) - here) / step;
-        }
-        // A jump between two branches of a field has no slope.
-        if (std::isfinite(slope.length()) && slope.length() < largestSteepness)
-            steepest = std::max(steepest, slope.length() * steepnessMargin);
+        const QVector3D share(random.bounded(1.0), random.bounded(1.0), random.bounded(1.0));
+        const QVector3D point = box.minimum() + box.extent() * share;
+        for (int corner = 0; corner < 4; ++corner) // the point, and one beside it on each axis
+            for (int axis = 0; axis < 3; ++axis)
+                points[axis].push_back(point[axis] + (corner == axis + 1 ? step : 0.0f));
+    }
+    std::vector<float> values(4 * steepnessSamples);
+    field.evaluatePoints(points[0], points[1], points[2], values);
+    float steepest = 1.0f;
+    for (std::size_t i = 0; i < values.size(); i += 4) {
+        const QVector3D rise(values[i + 1] - values[i], values[i + 2] - values[i],
+                             values[i + 3] - values[i]);
+        const float slope = rise.length() / step;
+        if (slope < largestSteepness) // a jump between two branches of a field has no slope
+            steepest = std::max(steepest, slope * steepnessMargin);
     }
     return std::min(steepest, largestSteepness);
 }
