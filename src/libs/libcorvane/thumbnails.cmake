@@ -1,6 +1,6 @@
 # Small pictures of definitions and scenes, drawn on a thread and a device of their own.
 corvane_library(corvane_thumbnails
-    AREAS rendering/thumbnail
+    AREAS rendering/thumbnail ui
     SOURCES
         corvane/rendering/thumbnail/SDFThumbnailGenerator.cpp
         corvane/rendering/thumbnail/ThumbnailCache.cpp
@@ -11,7 +11,8 @@ corvane_library(corvane_thumbnails
         corvane/rendering/thumbnail/ThumbnailUniforms.cpp
         corvane/rendering/thumbnail/ThumbnailView.cpp
         corvane/rendering/thumbnail/ThumbnailWorker.cpp
-    LINKS corvane_camera corvane_environment corvane_field rhi shader Qt6::Core Qt6::GuiPrivate
+        corvane/ui/ThumbnailBatchWorker.cpp
+    LINKS batch cache corvane_camera corvane_environment corvane_field corvane_jobs rhi shader Qt6::Core Qt6::GuiPrivate
     PRIVATE_LINKS store)
 
 corvane_resources(corvane_thumbnails thumbnail_templates

@@ -46,6 +46,14 @@ void TstSceneBounds::theBoxIsThatOfWhatIsDrawn_data()
                                 << QVector3D(32, 2, 2);
     QTest::newRow("both") << ball + away << u"    - ball\n    - away\n"_s << QVector3D(-2, -2, -2)
                           << QVector3D(32, 2, 2);
+    // A surface that is steeper than a distance, which leads probes past it.
+    const QString rough =
+        u"    rough: {type: noise_displacement, params: {amplitude: 0.24, frequency: "
+        "2.5, children: [\"@ball\"]}}\n"_s;
+    QTest::newRow("rough ball") << ball + rough << u"    - rough\n"_s
+                                << QVector3D(-2.1f, -2.1f, -2.1f) << QVector3D(2.1f, 2.1f, 2.1f);
+    const QString maze = u"    maze: {type: gyroid}\n"_s;
+    QTest::newRow("endless maze") << maze << u"    - maze\n"_s << QVector3D() << QVector3D();
     QTest::newRow("endless") << wall << u"    - wall\n"_s << QVector3D() << QVector3D();
 }
 

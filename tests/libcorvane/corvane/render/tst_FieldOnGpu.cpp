@@ -119,7 +119,7 @@ private slots:
 
 private:
     QList<Probe> probed(const FieldScene &scene, SDFShaderGenerator &generator,
-                        const QList<QVector4D> &points);
+                        const QList<QVector4D> &points, const QByteArray &parameters = {});
     void compareWithExport(const FieldScene &scene, SDFShaderGenerator &generator);
 
     rhi::RhiPointer m_rhi;
@@ -133,7 +133,7 @@ void TstFieldOnGpu::initTestCase()
 }
 
 QList<Probe> TstFieldOnGpu::probed(const FieldScene &scene, SDFShaderGenerator &generator,
-                                   const QList<QVector4D> &points)
+                                   const QList<QVector4D> &points, const QByteArray &parameters)
 {
     generator.setActiveDefinitionIds(render::SDFLayer::usedDefinitionIds(scene.nodes, generator));
     ProbeUniforms uniforms;
@@ -146,7 +146,8 @@ QList<Probe> TstFieldOnGpu::probed(const FieldScene &scene, SDFShaderGenerator &
          .uniforms = QByteArray(reinterpret_cast<const char *>(&uniforms), sizeof uniforms),
          .nodes = scene.nodes,
          .size = {side, side},
-         .points = points},
+         .points = points,
+         .sceneParameters = parameters},
         error);
     if (!error.isEmpty()) {
         qWarning().noquote() << error;
@@ -181,8 +182,11 @@ void TstFieldOnGpu::compareWithExport(const FieldScene &scene, SDFShaderGenerato
     }
     QVERIFY2(exported.count <= mostBesideAnEdge, qPrintable(exported.text()));
 
-    QVERIFY(generator.specialiseFor(scene.nodes, {scene.rootIndex}));
-    const QList<Probe> specialised = probed(scene, generator, points);
+    const auto own = generator.specialisedScene(scene.nodes, {scene.rootIndex});
+    QVERIFY(!own.isNull());
+    generator.setSpecialisedScene(own);
+    const QList<Probe> specialised =
+        probed(scene, generator, points, own.parameterBytes(scene.nodes));
     QCOMPARE(specialised.size(), pointCount);
     Differences evaluators;
     for (int i = 0; i < pointCount; ++i) {

@@ -10,7 +10,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
-#include <QMutexLocker>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -25,7 +24,6 @@ namespace {
 constexpr auto extension = ".png"_L1;
 constexpr int longestFileName = 180;      ///< bytes; file systems take 255
 constexpr qint64 largestFile = 8'000'000; ///< bytes; a picture of the largest size has 4 MiB
-constexpr double keptShareOfDisk = 0.75;  ///< after pruning
 constexpr qsizetype hashDigits = 16;
 
 QString hashOf(const QByteArray &bytes)
@@ -72,8 +70,8 @@ ThumbnailCache::ThumbnailCache()
 
 ThumbnailCache::ThumbnailCache(const QString &folder, const Limits &limits)
     : m_folder(folder)
-    , m_limits(limits)
     , m_memory(limits.memoryBytes)
+    , m_diskLimit({.folders = {folder}, .suffixes = {extension}, .limit = limits.diskBytes})
 {}
 
 QString ThumbnailCache::cacheKey(const QString &id, const QVariantMap &parameters,
@@ -132,6 +130,8 @@ QImage ThumbnailCache::loadFromDisk(const QString &key, const QSize &size) const
     file.close();
     if (image.isNull())
         file.remove();
+    else
+        cache::CacheLimit::noteUse(file.fileName());
     return image;
 }
 
@@ -148,7 +148,7 @@ bool ThumbnailCache::saveToDisk(const QString &key, const QImage &image)
             << "ThumbnailCache: not saved:" << filePath(key) << file.errorString();
         return false;
     }
-    addToDiskBytes(bytes.size());
+    m_diskLimit.noteStore(bytes.size());
     return true;
 }
 
@@ -160,45 +160,10 @@ QString ThumbnailCache::filePath(const QString &key) const
 void ThumbnailCache::clear()
 {
     m_memory.clear();
-    const QMutexLocker lock(&m_diskMutex);
     QDir folder(m_folder);
     const auto names = folder.entryList({u'*' + extension}, QDir::Files);
     for (const QString &name : names)
         folder.remove(name);
-    m_diskBytes = 0;
-}
-
-void ThumbnailCache::addToDiskBytes(qint64 bytes)
-{
-    const QMutexLocker lock(&m_diskMutex);
-    if (m_diskBytes < 0) {
-        m_diskBytes = 0;
-        const auto files = QDir(m_folder).entryInfoList({u'*' + extension}, QDir::Files);
-        for (const QFileInfo &file : files)
-            m_diskBytes += file.size();
-    } else {
-        m_diskBytes += bytes;
-    }
-    if (m_diskBytes > m_limits.diskBytes)
-        prune();
-}
-
-void ThumbnailCache::prune()
-{
-    // Oldest first. What is used often is in memory, so that the time of reading says little.
-    QDir folder(m_folder);
-    const auto files =
-        folder.entryInfoList({u'*' + extension}, QDir::Files, QDir::Time | QDir::Reversed);
-    m_diskBytes = 0;
-    for (const QFileInfo &file : files)
-        m_diskBytes += file.size();
-    const auto wanted = qint64(double(m_limits.diskBytes) * keptShareOfDisk);
-    for (const QFileInfo &file : files) {
-        if (m_diskBytes <= wanted)
-            return;
-        if (folder.remove(file.fileName()))
-            m_diskBytes -= file.size();
-    }
 }
 
 } // namespace corvane::rendering

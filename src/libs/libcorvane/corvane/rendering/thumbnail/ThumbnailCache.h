@@ -1,10 +1,10 @@
 #pragma once
 
+#include <cache/CacheLimit.h>
 #include <corvane/rendering/thumbnail/ThumbnailRenderRequest.h>
 
 #include <QCache>
 #include <QImage>
-#include <QMutex>
 #include <QPixmap>
 #include <QString>
 #include <QVariantMap>
@@ -22,7 +22,7 @@ public:
     struct Limits
     {
         int memoryBytes = 32 * 1024 * 1024;
-        qint64 diskBytes = 64LL * 1024 * 1024; ///< then a quarter of it is removed
+        qint64 diskBytes = 64LL * 1024 * 1024; ///< see cache::CacheLimit
     };
 
     /// In the "thumbnails" folder under QStandardPaths::CacheLocation.
@@ -51,15 +51,13 @@ public:
 
     void clear(); ///< memory and disk
 
-private:
-    void addToDiskBytes(qint64 bytes);
-    void prune();
+    /// Brings the disk within its limit now, which happens by itself some time after a save.
+    cache::CacheSweep sweep() { return m_diskLimit.sweep(); }
 
+private:
     const QString m_folder;
-    const Limits m_limits;
     mutable QCache<QString, QPixmap> m_memory;
-    QMutex m_diskMutex;
-    qint64 m_diskBytes = -1; ///< -1: not counted yet
+    const cache::CacheLimit m_diskLimit;
 };
 
 } // namespace corvane::rendering

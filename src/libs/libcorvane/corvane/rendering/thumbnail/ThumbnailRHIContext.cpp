@@ -2,6 +2,7 @@
 
 #include <corvane/rendering/thumbnail/ThumbnailPicture.h>
 #include <corvane/rendering/thumbnail/ThumbnailUniforms.h>
+#include <corvane/shader/SpecialisedScene.h>
 #include <shader/ArtifactCache.h>
 #include <shader/compileShader.h>
 
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int uniformBytes = 768;           ///< of the larger of the two blocks
 constexpr qsizetype firstNodeCapacity = 64; ///< then it doubles
+constexpr qsizetype firstParameterBytes = 1024;
 constexpr std::size_t mostPipelines = 64;
 constexpr int firstLookReduction = 4; ///< of the sides of the picture that finds the part's frame
 
@@ -103,6 +105,8 @@ ThumbnailRHIContext::Picture ThumbnailRHIContext::render(const ThumbnailRenderRe
         return failed(u"no render target of its size"_s);
     if (!ensureNodeBuffer(request.nodes.size()))
         return failed(u"Failed to grow node buffer"_s);
+    if (!ensureParameterBuffer(request.shaderParameters.size()))
+        return failed(u"no buffer for the numbers of its shader"_s);
     Pipeline *pipeline = pipelineFor(request, error);
     if (!pipeline)
         return failed(error);
@@ -120,6 +124,7 @@ void ThumbnailRHIContext::release()
     m_pipelines.clear();
     m_target = {};
     m_nodes.reset();
+    m_parameters.reset();
     m_uniforms.reset();
     m_quad.reset();
     m_nodeCapacity = 0;
@@ -133,7 +138,8 @@ bool ThumbnailRHIContext::createBuffers()
                                   quadVertices * quadStride));
     m_uniforms.reset(
         m_rhi->newBuffer(QRhiBuffer::Dynamic, QRhiBuffer::UniformBuffer, uniformBytes));
-    return m_quad->create() && m_uniforms->create() && ensureNodeBuffer(firstNodeCapacity);
+    return m_quad->create() && m_uniforms->create() && ensureNodeBuffer(firstNodeCapacity) &&
+           ensureParameterBuffer(firstParameterBytes);
 }
 
 bool ThumbnailRHIContext::ensureTarget(const QSize &size)
@@ -178,6 +184,20 @@ bool ThumbnailRHIContext::ensureNodeBuffer(qsizetype nodes)
     return true;
 }
 
+bool ThumbnailRHIContext::ensureParameterBuffer(qsizetype bytes)
+{
+    if (m_parameters && bytes <= qsizetype(m_parameters->size()))
+        return true;
+    std::unique_ptr<QRhiBuffer> grown(
+        m_rhi->newBuffer(QRhiBuffer::Dynamic, QRhiBuffer::UniformBuffer,
+                         quint32(std::max(bytes, firstParameterBytes))));
+    if (!grown->create())
+        return false;
+    m_pipelines.clear(); // what they bind is the old one
+    m_parameters = std::move(grown);
+    return true;
+}
+
 ThumbnailRHIContext::Pipeline *
 ThumbnailRHIContext::pipelineFor(const ThumbnailRenderRequest &request, QString &error)
 {
@@ -187,8 +207,9 @@ ThumbnailRHIContext::pipelineFor(const ThumbnailRenderRequest &request, QString 
         return known->second.get();
     qCInfo(lcThumbnail).noquote() << "ThumbnailRHIContext: Generating fragment shader from"
                                   << request.subject;
-    const auto compiled =
-        ::shader::compileShader(request.shaderSource, QShader::FragmentStage, request.subject);
+    // No other device draws it, so that what others would take is not made.
+    const auto compiled = ::shader::compileFor(::shader::runningTargets(), request.shaderSource,
+                                               QShader::FragmentStage, request.subject);
     if (!compiled.shader.isValid()) {
         error = u"narrowed shader compile failed: %1"_s.arg(compiled.errorMessage);
         return nullptr;
@@ -213,10 +234,12 @@ ThumbnailRHIContext::makePipeline(const QShader &fragment)
     constexpr auto stages =
         QRhiShaderResourceBinding::VertexStage | QRhiShaderResourceBinding::FragmentStage;
     made->bindings.reset(m_rhi->newShaderResourceBindings());
+    constexpr auto fragmentStage = QRhiShaderResourceBinding::FragmentStage;
     made->bindings->setBindings(
         {QRhiShaderResourceBinding::uniformBuffer(0, stages, m_uniforms.get()),
-         QRhiShaderResourceBinding::bufferLoad(1, QRhiShaderResourceBinding::FragmentStage,
-                                               m_nodes.get())});
+         QRhiShaderResourceBinding::bufferLoad(1, fragmentStage, m_nodes.get()),
+         QRhiShaderResourceBinding::uniformBuffer(shader::SpecialisedScene::parameterBinding,
+                                                  fragmentStage, m_parameters.get())});
     made->pipeline.reset(m_rhi->newGraphicsPipeline());
     made->pipeline->setTopology(QRhiGraphicsPipeline::TriangleStrip);
     made->pipeline->setShaderStages(
@@ -235,24 +258,24 @@ ThumbnailRHIContext::Picture ThumbnailRHIContext::drawPart(Pipeline &pipeline,
     const ThumbnailPart part = findThumbnailPart(request);
     const QSize size = m_target.texture->pixelSize();
     const camera::Camera camera = thumbnailCamera(part.box, size);
-    const Picture small = draw(pipeline, request.nodes, partUniforms(request, part, camera),
-                               size / firstLookReduction);
+    const Picture small =
+        draw(pipeline, request, partUniforms(request, part, camera), size / firstLookReduction);
     if (small.image.isNull())
         return small;
-    return draw(pipeline, request.nodes, partUniforms(request, part, framed(camera, small.image)),
-                size);
+    return draw(pipeline, request,
+                partUniforms(request, part, framed(camera, part.box, small.image)), size);
 }
 
 ThumbnailRHIContext::Picture ThumbnailRHIContext::drawSection(Pipeline &pipeline,
                                                               const ThumbnailRenderRequest &request)
 {
     const QSize size = m_target.texture->pixelSize();
-    return draw(pipeline, request.nodes, sectionUniforms(request, findThumbnailPart(request), size),
+    return draw(pipeline, request, sectionUniforms(request, findThumbnailPart(request), size),
                 size);
 }
 
 ThumbnailRHIContext::Picture ThumbnailRHIContext::draw(Pipeline &pipeline,
-                                                       const QList<shader::SDFNode> &nodes,
+                                                       const ThumbnailRenderRequest &request,
                                                        const QByteArray &uniforms,
                                                        const QSize &size)
 {
@@ -263,14 +286,7 @@ ThumbnailRHIContext::Picture ThumbnailRHIContext::draw(Pipeline &pipeline,
     if (begun != QRhi::FrameOpSuccess)
         return failed(u"Failed to begin offscreen frame"_s);
 
-    QRhiResourceUpdateBatch *uploads = m_rhi->nextResourceUpdateBatch();
-    uploads->uploadStaticBuffer(m_quad.get(), quadOf(*m_rhi).data());
-    uploads->updateDynamicBuffer(m_uniforms.get(), 0, quint32(uniforms.size()),
-                                 uniforms.constData());
-    uploads->uploadStaticBuffer(m_nodes.get(), 0,
-                                quint32(nodes.size() * qsizetype(sizeof(shader::SDFNode))),
-                                nodes.constData());
-    record(commands, pipeline, size, uploads);
+    record(commands, pipeline, size, uploadsOf(request, uniforms));
     QRhiReadbackResult result;
     QRhiResourceUpdateBatch *readback = m_rhi->nextResourceUpdateBatch();
     readback->readBackTexture({m_target.texture.get()}, &result);
@@ -282,6 +298,23 @@ ThumbnailRHIContext::Picture ThumbnailRHIContext::draw(Pipeline &pipeline,
     if (whole.isNull())
         return failed(u"Readback returned empty data"_s);
     return {.image = whole.copy(QRect({0, whole.height() - size.height()}, size)), .error = {}};
+}
+
+QRhiResourceUpdateBatch *ThumbnailRHIContext::uploadsOf(const ThumbnailRenderRequest &request,
+                                                        const QByteArray &uniforms)
+{
+    QRhiResourceUpdateBatch *uploads = m_rhi->nextResourceUpdateBatch();
+    uploads->uploadStaticBuffer(m_quad.get(), quadOf(*m_rhi).data());
+    uploads->updateDynamicBuffer(m_uniforms.get(), 0, quint32(uniforms.size()),
+                                 uniforms.constData());
+    uploads->uploadStaticBuffer(m_nodes.get(), 0,
+                                quint32(request.nodes.size() * qsizetype(sizeof(shader::SDFNode))),
+                                request.nodes.constData());
+    if (!request.shaderParameters.isEmpty())
+        uploads->updateDynamicBuffer(m_parameters.get(), 0,
+                                     quint32(request.shaderParameters.size()),
+                                     request.shaderParameters.constData());
+    return uploads;
 }
 
 void ThumbnailRHIContext::record(QRhiCommandBuffer *commands, Pipeline &pipeline, const QSize &size,

@@ -59,13 +59,16 @@ private:
     bool createBuffers();
     bool ensureTarget(const QSize &size);
     bool ensureNodeBuffer(qsizetype nodes);
+    bool ensureParameterBuffer(qsizetype bytes);
     Pipeline *pipelineFor(const ThumbnailRenderRequest &request, QString &error);
     std::unique_ptr<Pipeline> makePipeline(const QShader &fragment);
     Picture drawPart(Pipeline &pipeline, const ThumbnailRenderRequest &request);
     Picture drawSection(Pipeline &pipeline, const ThumbnailRenderRequest &request);
     /// One pass over the lower left part of the target.
-    Picture draw(Pipeline &pipeline, const QList<shader::SDFNode> &nodes,
+    Picture draw(Pipeline &pipeline, const ThumbnailRenderRequest &request,
                  const QByteArray &uniforms, const QSize &size);
+    [[nodiscard]] QRhiResourceUpdateBatch *uploadsOf(const ThumbnailRenderRequest &request,
+                                                     const QByteArray &uniforms);
     void record(QRhiCommandBuffer *commands, Pipeline &pipeline, const QSize &size,
                 QRhiResourceUpdateBatch *uploads);
     Picture failed(const QString &error);
@@ -79,6 +82,7 @@ private:
     std::unique_ptr<QRhiBuffer> m_quad;
     std::unique_ptr<QRhiBuffer> m_uniforms;
     std::unique_ptr<QRhiBuffer> m_nodes;
+    std::unique_ptr<QRhiBuffer> m_parameters;
     qsizetype m_nodeCapacity = 0;
     Target m_target;
     std::map<QByteArray, std::unique_ptr<Pipeline>> m_pipelines; ///< by a hash of their text

@@ -31,6 +31,7 @@ struct ThumbnailRenderRequest
     int rootIndex = 0;
     eval::DefinitionTable definitions{}; ///< those of the nodes; for finding the part
     QString shaderSource{};              ///< of the fragment shader
+    QByteArray shaderParameters{};       ///< its block of numbers; empty when it has none
     std::optional<ThumbnailSection> section{};
 };
 

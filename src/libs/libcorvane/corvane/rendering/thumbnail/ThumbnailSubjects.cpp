@@ -119,6 +119,10 @@ void ThumbnailSubjects::addShader(ThumbnailRenderRequest &request)
         render::SDFLayer::usedDefinitionIds(request.nodes, m_generator));
     request.definitions =
         eval::DefinitionTable::collect(request.nodes, *m_registry, m_generator.indices());
+    const auto scene = m_generator.specialisedScene(request.nodes, {request.rootIndex});
+    m_generator.setSpecialisedScene(scene);
+    if (!scene.isNull())
+        request.shaderParameters = scene.parameterBytes(request.nodes);
     if (request.section) {
         request.shaderSource = m_generator.generateCrossSectionShader();
         return;

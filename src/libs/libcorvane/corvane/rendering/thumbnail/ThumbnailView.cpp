@@ -3,12 +3,16 @@
 #include <corvane/camera/SceneBounds.h>
 #include <corvane/camera/ViewPreset.h>
 #include <corvane/eval/FieldCompiler.h>
+#include <corvane/registry/Definition.h>
 
 #include <QRandomGenerator>
 #include <QtMath>
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace corvane::rendering {
 
@@ -65,6 +69,22 @@ float fittingDistance(const std::array<QVector3D, 8> &corners, const camera::Cam
     return distance;
 }
 
+/// Half the side of the cube that shows what has no end: the longest length among the parameters of
+/// its definitions, which is the period of what repeats.
+float cutHalf(const ThumbnailRenderRequest &request)
+{
+    double longest = 0.0;
+    for (const shader::SDFNode &node : request.nodes) {
+        const auto *definition = request.definitions.find(node);
+        if (!definition)
+            continue;
+        for (const registry::ParameterDef &parameter : definition->parameters)
+            if (parameter.unit == "mm"_L1 && parameter.type == registry::SDFParameterType::Float)
+                longest = std::max(longest, parameter.defaultValue.toDouble());
+    }
+    return longest > 0.0 ? float(longest) : halfCube;
+}
+
 /// Looks at the target from where all corners are seen.
 void placeBefore(camera::Camera &camera, const std::array<QVector3D, 8> &corners,
                  const QVector3D &target)
@@ -73,6 +93,15 @@ void placeBefore(camera::Camera &camera, const std::array<QVector3D, 8> &corners
                                     camera::threeQuarterView));
     const float distance = std::max(fittingDistance(corners, camera), smallestDistance);
     camera.setPosition(target - camera.axes().forward * distance);
+}
+
+/// Rays begin at the near plane: the part lies behind it.
+void setPlanesAround(camera::Camera &camera, const BoundingVolume &box)
+{
+    const float radius = 0.5f * box.extent().length();
+    const float middle =
+        QVector3D::dotProduct(box.center() - camera.position(), camera.axes().forward);
+    camera.setPlanes(std::max(middle - 1.1f * radius, 1e-3f * radius), middle + 3.0f * radius);
 }
 
 /// From the target to the middle of what is seen of the corners.
@@ -107,21 +136,23 @@ float steepnessIn(const BoundingVolume &box, eval::IFieldEvaluator &field)
 {
     QRandomGenerator random(1); // the same points for every picture
     const float step = 1e-3f * std::max(box.longestSide(), 1e-6f);
-    float steepest = 1.0f;
+    std::array<std::vector<float>, 3> points;
     for (int i = 0; i < steepnessSamples; ++i) {
-        QVector3D point;
-        for (int axis = 0; axis < 3; ++axis)
-            point[axis] = box.minimum()[axis] + box.extent()[axis] * random.bounded(1.0);
-        const float here = field.evaluate(point.x(), point.y(), point.z());
-        QVector3D slope;
-        for (int axis = 0; axis < 3; ++axis) {
-            QVector3D beside = point;
-            beside[axis] += step;
-            slope[axis] = (field.evaluate(beside.x(), beside.y(), beside.z()) - here) / step;
-        }
-        // A jump between two branches of a field has no slope.
-        if (std::isfinite(slope.length()) && slope.length() < largestSteepness)
-            steepest = std::max(steepest, slope.length() * steepnessMargin);
+        const QVector3D share(random.bounded(1.0), random.bounded(1.0), random.bounded(1.0));
+        const QVector3D point = box.minimum() + box.extent() * share;
+        for (int corner = 0; corner < 4; ++corner) // the point, and one beside it on each axis
+            for (int axis = 0; axis < 3; ++axis)
+                points[axis].push_back(point[axis] + (corner == axis + 1 ? step : 0.0f));
+    }
+    std::vector<float> values(4 * steepnessSamples);
+    field.evaluatePoints(points[0], points[1], points[2], values);
+    float steepest = 1.0f;
+    for (std::size_t i = 0; i < values.size(); i += 4) {
+        const QVector3D rise(values[i + 1] - values[i], values[i + 2] - values[i],
+                             values[i + 3] - values[i]);
+        const float slope = rise.length() / step;
+        if (slope < largestSteepness) // a jump between two branches of a field has no slope
+            steepest = std::max(steepest, slope * steepnessMargin);
     }
     return std::min(steepest, largestSteepness);
 }
@@ -135,8 +166,10 @@ ThumbnailPart findThumbnailPart(const ThumbnailRenderRequest &request)
     const eval::CompiledField field = eval::compileField(built, ::eval::Backend::Interpreted);
     ThumbnailPart part{.box = camera::fieldAabb(field)};
     part.isCut = part.box.isEmpty();
-    if (part.isCut)
-        part.box = {{-halfCube, -halfCube, -halfCube}, {halfCube, halfCube, halfCube}};
+    if (part.isCut) {
+        const float half = cutHalf(request);
+        part.box = {{-half, -half, -half}, {half, half, half}};
+    }
     if (!field.program)
         return part;
     eval::EvalFieldEvaluator evaluator(field.program, field.positionHandle, field.distanceHandle);
@@ -155,13 +188,11 @@ camera::Camera thumbnailCamera(const BoundingVolume &box, const QSize &size)
     // rounds leave less than a pixel.
     for (int round = 0; round < 2; ++round)
         placeBefore(camera, corners, camera.target() + middleOf(corners, camera));
-    const float reach = box.extent().length();
-    camera.setPlanes(std::max(camera.distanceToTarget() - reach, 1e-3f * reach),
-                     camera.distanceToTarget() + 2.0f * reach);
+    setPlanesAround(camera, box);
     return camera;
 }
 
-camera::Camera framed(const camera::Camera &camera, const QImage &small)
+camera::Camera framed(const camera::Camera &camera, const BoundingVolume &box, const QImage &small)
 {
     const QRectF seen = opaqueRect(small);
     if (seen.isNull())
@@ -176,6 +207,7 @@ camera::Camera framed(const camera::Camera &camera, const QImage &small)
     camera::Camera result = camera;
     const QVector3D target = camera.target() + shift;
     result.setPose({target - axes.forward * distance, target, camera.upVector()});
+    setPlanesAround(result, box);
     return result;
 }
 

@@ -26,6 +26,7 @@ struct ThumbnailPart
 
 /// The camera after a look at a small picture of its own: what is opaque there fills the picture,
 /// which for a round part the corners of its box do not.
-[[nodiscard]] camera::Camera framed(const camera::Camera &camera, const QImage &small);
+[[nodiscard]] camera::Camera framed(const camera::Camera &camera, const BoundingVolume &box,
+                                    const QImage &small);
 
 } // namespace corvane::rendering
