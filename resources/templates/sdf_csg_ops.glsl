@@ -1,6 +1,12 @@
 // ============= CSG Operations =============
 // d1 is the new operand, d2 the accumulated value: a later child is cut out of what stands.
 
+// mix() as it is defined: where one of the two is 1e10, the quicker x + (y - x) * t of some drivers
+// leaves nothing of the other.
+float blended(float x, float y, float t) {
+    return x * (1.0 - t) + y * t;
+}
+
 float opUnion(float d1, float d2) {
     return min(d1, d2);
 }
@@ -15,17 +21,17 @@ float opIntersection(float d1, float d2) {
 
 float opSmoothUnion(float d1, float d2, float k) {
     float h = clamp(0.5 + 0.5 * (d2 - d1) / k, 0.0, 1.0);
-    return mix(d2, d1, h) - k * h * (1.0 - h);
+    return blended(d2, d1, h) - k * h * (1.0 - h);
 }
 
 float opSmoothSubtraction(float d1, float d2, float k) {
     float h = clamp(0.5 - 0.5 * (d2 + d1) / k, 0.0, 1.0);
-    return mix(d2, -d1, h) + k * h * (1.0 - h);
+    return blended(d2, -d1, h) + k * h * (1.0 - h);
 }
 
 float opSmoothIntersection(float d1, float d2, float k) {
     float h = clamp(0.5 - 0.5 * (d2 - d1) / k, 0.0, 1.0);
-    return mix(d2, d1, h) + k * h * (1.0 - h);
+    return blended(d2, d1, h) + k * h * (1.0 - h);
 }
 
 float opAdditiveBlend(float d1, float d2, float k) {

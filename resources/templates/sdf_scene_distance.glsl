@@ -1,15 +1,17 @@
-const int MAX_ROOTS = 64;
-
+#ifndef SPECIALISED_SCENE
 // The nearest of the roots, without the material.
 float sceneSDF(vec3 pos) {
-    if (nodeCount == 0) {
-        return 1e10;
-    }
-    float nearest = 1e10;
+    float nearest = NO_VALUE;
     int root = rootNodeIndex;
-    for (int i = 0; i < MAX_ROOTS && root >= 0 && root < nodeCount; ++i) {
-        nearest = min(nearest, evaluateSceneTree(pos, root));
-        root = nodes[root].nextSibling;
+    int rootsLeft = nodeCount;
+    if (isNode(root)) {
+        do {
+            float dist = walkTree(pos, root).dist;
+            nearest = dist < nearest ? dist : nearest;
+            root = nodes[root].nextSibling;
+            --rootsLeft;
+        } while (isNode(root) && rootsLeft > 0);
     }
     return nearest;
 }
+#endif

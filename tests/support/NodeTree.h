@@ -2,6 +2,7 @@
 #pragma once
 
 #include <corvane/eval/DefinitionTable.h>
+#include <corvane/registry/Definition.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderIndexManager.h>
@@ -58,10 +59,14 @@ public:
         node.setParameterSlots(packed);
         node.childCount = static_cast<int>(children.size());
         node.firstChild = children.value(0, -1);
-        for (qsizetype i = 0; i + 1 < children.size(); ++i)
-            nodes[children.at(i)].nextSibling = children.at(i + 1);
+        setOperation(node, *m_registry->getDefinition(id), parameters);
+        const int index = static_cast<int>(nodes.size());
+        for (qsizetype i = 0; i < children.size(); ++i) {
+            nodes[children.at(i)].nextSibling = children.value(i + 1, -1);
+            nodes[children.at(i)].parentIndex = index;
+        }
         nodes.append(node);
-        return static_cast<int>(nodes.size()) - 1;
+        return index;
     }
 
     corvane::eval::DefinitionTable definitions() const
@@ -72,6 +77,16 @@ public:
     QList<Node> nodes;
 
 private:
+    static void setOperation(Node &node, const corvane::registry::Definition &definition,
+                             const QList<float> &parameters)
+    {
+        if (definition.operationType < 0)
+            return;
+        node.operationType = static_cast<quint32>(definition.operationType);
+        if (!parameters.isEmpty() && parameters.first() > 0.0f)
+            node.smoothRadius = parameters.first(); // the only one that operators have
+    }
+
     int read(QRegularExpressionMatchIterator &tokens)
     {
         const QString id = tokens.next().captured();

@@ -53,3 +53,4 @@ if(CORVANE_SHADER_TEMPLATES)
     corvane_resources(corvane_definitions shader_templates
         PREFIX / BASE ${CMAKE_SOURCE_DIR}/resources FILES ${CORVANE_SHADER_TEMPLATES})
 endif()
+corvane_shaders(corvane_definitions sdf_shaders PREFIX / FILES sdf.vert sdf.frag)

@@ -29,6 +29,7 @@ corvane_library(corvane_field
         corvane/mesh/CreaseSides.cpp
         corvane/mesh/CrossingTable.cpp
         corvane/mesh/DualContouring.cpp
+        corvane/mesh/FoldedRings.cpp
         corvane/mesh/HermiteSample.cpp
         corvane/mesh/MarchingCubes.cpp
         corvane/mesh/MarchingCubesTables.cpp

@@ -12,23 +12,37 @@ set(CORVANE_SHADER_SOURCES
     corvane/shader/ShaderSourceMap.cpp
     corvane/shader/ShaderTemplates.cpp
     corvane/shader/ShaderWrapperGenerator.cpp
+    corvane/shader/ShadingModeRegistry.cpp
+    corvane/shader/ShadingModes.cpp
+    corvane/shader/SpecialisedScene.cpp
+    corvane/shader/WalkDepth.cpp
     corvane/shader/getShader.cpp)
-# Under resources/templates of the source tree, embedded as ":/templates/<name>".
+# Under resources of the source tree, embedded as ":/templates/<name>" and ":/shaders/<name>".
 set(CORVANE_SHADER_TEMPLATES
+    resources/shaders/item_id.glsl
     resources/templates/sdf_brdf.glsl
     resources/templates/sdf_cross_section.frag.in
     resources/templates/sdf_csg_ops.glsl
     resources/templates/sdf_debug.glsl
+    resources/templates/sdf_direct_light.glsl
     resources/templates/sdf_field_sampling.frag.in
+    resources/templates/sdf_field_value.glsl
     resources/templates/sdf_forward.frag.in
+    resources/templates/sdf_gbuffer.glsl
     resources/templates/sdf_geometry.frag.in
+    resources/templates/sdf_light.glsl
     resources/templates/sdf_materials.glsl
     resources/templates/sdf_nodes.glsl
+    resources/templates/sdf_occlusion.glsl
     resources/templates/sdf_raymarch.glsl
     resources/templates/sdf_scene.glsl
     resources/templates/sdf_scene_distance.glsl
+    resources/templates/sdf_shaded_color.glsl
     resources/templates/sdf_shading.frag.in
+    resources/templates/sdf_shading_env_lit.frag.in
+    resources/templates/sdf_shading_pbr.frag.in
     resources/templates/sdf_surface.glsl
     resources/templates/sdf_tree_evaluator.glsl
+    resources/templates/sdf_uniform_members.glsl
     resources/templates/sdf_uniforms.glsl)
 list(TRANSFORM CORVANE_SHADER_TEMPLATES PREPEND ${CMAKE_SOURCE_DIR}/)

@@ -11,7 +11,8 @@ using corvane::model::Corvane;
 using corvane::model::Instance;
 using corvane::model::SceneItem;
 
-/// "ball" (radius), "move" (offset), "join" (smoothness), "grow" (amount), "box" and "intersect".
+/// "ball" (radius), "move" (offset), "join" (smoothness), "grow" (amount), "box", "intersect" and
+/// "union".
 inline void fillRegistry(corvane::registry::Registry &registry)
 {
     using enum SDFParameterType;
@@ -32,6 +33,8 @@ inline void fillRegistry(corvane::registry::Registry &registry)
         {named("width", Float, 1.0), named("height", Float, 1.0), named("depth", Float, 1.0)});
     add("intersect", NodeType::CSGOperator,
         "float op_intersection(float d1, float d2) { return max(d1, d2); }", {children()}, 2);
+    add("union", NodeType::CSGOperator,
+        "float op_union(float d1, float d2) { return min(d1, d2); }", {children()}, 0);
     add("join", NodeType::CSGOperator,
         "float op_join(float d1, float d2, float k) { return min(d1, d2); }",
         {named("smoothness", Float, 0.25), children()}, 3);

@@ -44,7 +44,9 @@ private slots:
     void registryChangeRenumbers();
     void unchangedActiveSetAsksForNoCompile();
     void domainsFollowOneAnother();
+    void emptySceneHasNoDefinitions();
     void exportVolumeCutsOneDomain();
+    void exportVolumeCutsTheUnionOfRoots();
     void exportVolumeLeavesTwoDomainsAlone();
     void refusedSceneHasAnErrorAndNoNodes();
     void formerSceneIsForgotten();
@@ -217,6 +219,13 @@ void TstSDFLayer::domainsFollowOneAnother()
     QCOMPARE(field.nodes.at(1).nextSibling, -1);
 }
 
+void TstSDFLayer::emptySceneHasNoDefinitions()
+{
+    Bench bench;
+    bench.layer.setScene(&bench.fixture.scene);
+    QVERIFY(!bench.layer.generator().generateFragmentShader().contains("sdf_ball"_L1));
+}
+
 void TstSDFLayer::exportVolumeCutsOneDomain()
 {
     Bench bench;
@@ -246,6 +255,31 @@ void TstSDFLayer::exportVolumeCutsOneDomain()
     bench.layer.setExportVolumeEnabled(false);
     QCoreApplication::processEvents();
     QCOMPARE(bench.layer.generatedNodes().size(), 1);
+}
+
+void TstSDFLayer::exportVolumeCutsTheUnionOfRoots()
+{
+    Bench bench;
+    bench.fixture.add(u"a"_s, u"ball"_s);
+    bench.fixture.add(u"b"_s, u"ball"_s);
+    bench.layer.setExportVolumeEnabled(true);
+    bench.layer.setScene(&bench.fixture.scene);
+
+    // Balls 0 and 1 below the union 2, which the intersection 4 has together with the box 3.
+    const QList<SDFNode> &nodes = bench.layer.generatedNodes();
+    QCOMPARE(nodes.size(), 5);
+    QCOMPARE(bench.layer.uniforms().rootNodeIndex, 4);
+    QCOMPARE(nodes.at(4).firstChild, 2);
+    QCOMPARE(nodes.at(4).operationType, 2u);
+    QCOMPARE(nodes.at(2).nextSibling, 3);
+    QCOMPARE(nodes.at(2).operationType, 0u);
+    QCOMPARE(nodes.at(2).firstChild, 0);
+    QCOMPARE(nodes.at(0).nextSibling, 1);
+    QCOMPARE(nodes.at(1).nextSibling, -1);
+    const int parents[] = {2, 2, 4, 4, -1};
+    for (int i = 0; i < 5; ++i)
+        QCOMPARE(nodes.at(i).parentIndex, parents[i]);
+    QCOMPARE(bench.layer.domains().first().nodeCount, 5);
 }
 
 void TstSDFLayer::exportVolumeLeavesTwoDomainsAlone()

@@ -14,22 +14,32 @@ using uint = unsigned int;
 
 struct vec3
 {
-    float x = 0, y = 0, z = 0;
+    float x, y, z;
 };
 
 struct vec4
 {
-    vec3 xyz;
-    float w = 0;
+    union {
+        vec3 xyz;
+        struct
+        {
+            float x, y, z;
+        };
+    };
+    float w;
 
-    vec4() = default;
-    vec4(const vec3 &v, double last)
-        : xyz(v)
+    vec4()
+        : vec4(0, 0, 0, 0)
+    {}
+    vec4(double first, double second, double third, double last)
+        : xyz{float(first), float(second), float(third)}
         , w(float(last))
     {}
+    vec4(const vec3 &v, double last)
+        : vec4(v.x, v.y, v.z, last)
+    {}
     vec4(const std::array<float, 4> &v)
-        : xyz{v[0], v[1], v[2]}
-        , w(v[3])
+        : vec4(v[0], v[1], v[2], v[3])
     {}
 };
 
@@ -56,6 +66,10 @@ inline float max(double a, double b)
 {
     return float(std::max(a, b));
 }
+inline int max(int a, int b)
+{
+    return std::max(a, b);
+}
 inline float abs(double a)
 {
     return float(std::fabs(a));
@@ -64,15 +78,11 @@ inline float clamp(double x, double low, double high)
 {
     return float(std::clamp(x, low, high));
 }
-inline float mix(double a, double b, double t)
-{
-    return float(a * (1 - t) + b * t);
-}
 
 struct Node
 {
-    uint nodeType, definitionIndex, operationType;
-    int firstChild, nextSibling;
+    uint nodeType, definitionIndex, operationType, materialMode;
+    int firstChild, nextSibling, parentIndex;
     vec4 params, params2;
     mat4 invTransform;
     float smoothRadius, densityScale, shellThickness;
@@ -81,8 +91,10 @@ struct Node
         : nodeType(node.nodeType)
         , definitionIndex(node.definitionIndex)
         , operationType(node.operationType)
+        , materialMode(node.materialMode)
         , firstChild(node.firstChild)
         , nextSibling(node.nextSibling)
+        , parentIndex(node.parentIndex)
         , params(node.params)
         , params2(node.params2)
         , invTransform{node.invTransform}
@@ -101,6 +113,8 @@ inline constexpr uint NODE_CSG_OP = 1;
 inline constexpr uint NODE_POS_TRANSFORM = 2;
 inline constexpr uint NODE_DIST_MODIFIER = 3;
 inline constexpr uint NODE_POS_AWARE_MOD = 4;
+inline constexpr uint MATERIAL_MODE_BASE_WINS = 0;
+inline constexpr uint MATERIAL_MODE_OPERAND_WINS = 1;
 
 /// A plane at height params.x: distances add up simply.
 inline float evaluatePrimitiveByDefinition(uint, const vec3 &p, const vec4 &params, const vec4 &)
@@ -135,6 +149,7 @@ inline float applyCsgBlend(uint csgIndex, float d1, float d2, float)
 // In the order of the shader.
 // clang-format off
 #include <sdf_csg_ops.glsl>
+#include <sdf_field_value.glsl>
 #include <sdf_tree_evaluator.glsl>
 #include <sdf_scene.glsl>
 // clang-format on

@@ -17,6 +17,7 @@ Q_LOGGING_CATEGORY(lcLayer, "ondrel.render.sdflayer", QtWarningMsg)
 
 namespace {
 
+constexpr std::uint32_t unionCode = 0;
 constexpr std::uint32_t intersectionCode = 2;
 constexpr shader::SDFMaterial exportVolumeMaterial{
     .albedo = {0.85f, 0.15f, 0.1f, 1.0f}, .metallic = 0.0f, .roughness = 0.6f, .emission = 0.15f};
@@ -60,6 +61,7 @@ SDFLayer::SDFLayer(registry::Registry *registry, QObject *parent)
     , m_registry(registry)
     , m_generator(registry)
 {
+    m_generator.setActiveDefinitionIds({}); // a shader before the first scene is one of nothing
     if (!m_registry)
         return;
     using registry::Registry;
@@ -273,46 +275,54 @@ void SDFLayer::refuse(const QString &error)
     qCWarning(lcLayer).noquote() << "SDFLayer::buildNodeBuffer:" << error;
 }
 
+/// The box cuts the union of all roots: intersected with it one by one, the chain would be what
+/// they have in common.
 void SDFLayer::injectExportVolume()
 {
-    const int boxDefinition = m_generator.indices().indexOf(GpuNodeType::Primitive, u"box"_s);
-    const int intersectDefinition =
-        m_generator.indices().indexOf(GpuNodeType::CsgOp, u"intersect"_s);
-    if (boxDefinition < 0 || intersectDefinition < 0)
+    const auto &indices = m_generator.indices();
+    const int boxDefinition = indices.indexOf(GpuNodeType::Primitive, u"box"_s);
+    const int intersectDefinition = indices.indexOf(GpuNodeType::CsgOp, u"intersect"_s);
+    const int unionDefinition = indices.indexOf(GpuNodeType::CsgOp, u"union"_s);
+    if (boxDefinition < 0 || intersectDefinition < 0 || unionDefinition < 0)
         return;
     DomainEntry &domain = m_domains.first();
-    const int boxIndex = static_cast<int>(m_nodes.size());
-    const int intersectIndex = boxIndex + 1;
-
-    SDFNode intersect;
-    intersect.nodeType = static_cast<std::uint32_t>(GpuNodeType::CsgOp);
-    intersect.definitionIndex = static_cast<std::uint32_t>(intersectDefinition);
-    intersect.operationType = intersectionCode;
-    intersect.firstChild = domain.rootIndex;
-    intersect.childCount = 1;
-    int last = domain.rootIndex;
-    for (int child = domain.rootIndex; child >= 0; child = m_nodes.at(child).nextSibling) {
-        m_nodes[child].parentIndex = intersectIndex;
-        ++intersect.childCount;
-        last = child;
-    }
-    m_nodes[last].nextSibling = boxIndex;
-    m_nodes.append(exportVolumeBox(static_cast<std::uint32_t>(boxDefinition), intersectIndex));
-    m_nodes.append(intersect);
-    m_itemIds.append({QUuid(), QUuid()});
-    domain.rootIndex = intersectIndex;
-    domain.nodeCount += 2;
+    const qsizetype before = m_nodes.size();
+    const bool hasSeveralRoots = m_nodes.at(domain.rootIndex).nextSibling >= 0;
+    const int part = hasSeveralRoots ? appendOperator(unionDefinition, unionCode, domain.rootIndex)
+                                     : domain.rootIndex;
+    const int box = static_cast<int>(m_nodes.size());
+    m_nodes.append(exportVolumeBox(static_cast<std::uint32_t>(boxDefinition)));
+    m_nodes[part].nextSibling = box;
+    domain.rootIndex = appendOperator(intersectDefinition, intersectionCode, part);
+    domain.nodeCount += static_cast<int>(m_nodes.size() - before);
+    m_itemIds.resize(m_nodes.size());
     qCInfo(lcLayer) << "SDFLayer::buildNodeBuffer: Injected export volume nodes";
 }
 
-SDFNode SDFLayer::exportVolumeBox(std::uint32_t definitionIndex, int parentIndex) const
+/// Makes a chain of siblings the children of a new operator, and answers its index.
+int SDFLayer::appendOperator(int definitionIndex, std::uint32_t operation, int firstChild)
+{
+    SDFNode node;
+    node.nodeType = static_cast<std::uint32_t>(GpuNodeType::CsgOp);
+    node.definitionIndex = static_cast<std::uint32_t>(definitionIndex);
+    node.operationType = operation;
+    node.firstChild = firstChild;
+    const int index = static_cast<int>(m_nodes.size());
+    for (int child = firstChild; child >= 0; child = m_nodes.at(child).nextSibling) {
+        m_nodes[child].parentIndex = index;
+        ++node.childCount;
+    }
+    m_nodes.append(node);
+    return index;
+}
+
+SDFNode SDFLayer::exportVolumeBox(std::uint32_t definitionIndex) const
 {
     const QVector3D half = (m_exportMax - m_exportMin) / 2.0f;
     QMatrix4x4 placement;
     placement.translate((m_exportMin + m_exportMax) / 2.0f);
     SDFNode box;
     box.definitionIndex = definitionIndex;
-    box.parentIndex = parentIndex;
     box.params = {half.x(), half.y(), half.z(), 0.0f};
     box.setTransform(placement);
     box.material = exportVolumeMaterial;

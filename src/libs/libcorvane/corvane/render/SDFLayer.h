@@ -113,8 +113,8 @@ private:
     void appendDomain(const SDFNodeBuilder &builder, const QUuid &domainId, int rootIndex);
     void refuse(const QString &error);
     void injectExportVolume();
-    [[nodiscard]] shader::SDFNode exportVolumeBox(std::uint32_t definitionIndex,
-                                                  int parentIndex) const;
+    int appendOperator(int definitionIndex, std::uint32_t operation, int firstChild);
+    [[nodiscard]] shader::SDFNode exportVolumeBox(std::uint32_t definitionIndex) const;
     void publishNodes();
 
     QPointer<model::Corvane> m_scene;

@@ -7,6 +7,7 @@
 #include <corvane/shader/ShaderDispatchGenerator.h>
 #include <corvane/shader/ShaderFunctionGenerator.h>
 #include <corvane/shader/ShaderTemplates.h>
+#include <corvane/shader/SpecialisedScene.h>
 
 #include <QLoggingCategory>
 
@@ -33,6 +34,15 @@ void SDFShaderGenerator::setRegistry(const registry::Registry *registry)
 {
     m_registry = registry;
     rebuildIndices();
+}
+
+bool SDFShaderGenerator::specialiseFor(const QList<SDFNode> &nodes, const QList<int> &rootIndices)
+{
+    const QString text = SpecialisedScene::evaluator(nodes, rootIndices, m_indices, m_registry);
+    if (text.isEmpty())
+        return false;
+    m_specialised = text;
+    return true;
 }
 
 QString SDFShaderGenerator::generateSDFFunctions() const
@@ -83,12 +93,17 @@ QString SDFShaderGenerator::generateFieldSamplingShader() const
 
 MappedText SDFShaderGenerator::generateMappedFieldShader() const
 {
-    return fillMapped(u"sdf_field_sampling.frag.in"_s);
+    return fillMapped(ShaderTemplates::load(u"sdf_field_sampling.frag.in"_s));
 }
 
 QString SDFShaderGenerator::generateCrossSectionShader() const
 {
     return fillTemplate(u"sdf_cross_section.frag.in"_s);
+}
+
+QString SDFShaderGenerator::filledScene(const QString &text) const
+{
+    return fillMapped(ShaderTemplates::withIncludes(text)).text();
 }
 
 int SDFShaderGenerator::operationType(const QString &id) const
@@ -108,15 +123,16 @@ MappedText SDFShaderGenerator::dispatchFunctions() const
 {
     MappedText text = ShaderDispatchGenerator::generateDispatchers(m_indices, m_registry);
     text.append(ShaderDispatchGenerator::csgOperations());
-    if (m_treeEvaluatorIncluded)
+    if (!m_specialised.isEmpty())
+        text.append(u'\n' + m_specialised);
+    else if (m_treeEvaluatorIncluded)
         text.append(u'\n' + ShaderDispatchGenerator::treeEvaluator());
     return text;
 }
 
-MappedText SDFShaderGenerator::fillMapped(const QString &name) const
+MappedText SDFShaderGenerator::fillMapped(const QString &source) const
 {
     // Dispatchers call the functions, so their hole comes second in every template.
-    const QString source = ShaderTemplates::load(name);
     const qsizetype functions = source.indexOf(functionsHole);
     const qsizetype dispatch = source.indexOf(dispatchHole, functions);
     MappedText text;
@@ -133,7 +149,7 @@ MappedText SDFShaderGenerator::fillMapped(const QString &name) const
 
 QString SDFShaderGenerator::fillTemplate(const QString &name) const
 {
-    return fillMapped(name).text();
+    return fillMapped(ShaderTemplates::load(name)).text();
 }
 
 } // namespace corvane::shader

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderIndexManager.h>
 #include <corvane/shader/ShaderSourceMap.h>
 
@@ -37,6 +38,12 @@ public:
     /// Whether generateAllDispatchFunctions() ends with the tree evaluator. True by default.
     void setTreeEvaluatorIncluded(bool included) { m_treeEvaluatorIncluded = included; }
 
+    /// From now on scene shaders hold the field of this scene alone instead of the tree evaluator;
+    /// see SpecialisedScene. The active definitions must be those of the scene. Nothing changes,
+    /// and the answer is false, for a scene that refusal() refuses.
+    bool specialiseFor(const QList<SDFNode> &nodes, const QList<int> &rootIndices);
+    void clearSpecialisation() { m_specialised.clear(); }
+
     /// Numbers the registry's definitions anew.
     void rebuildIndices() { m_indices.rebuildIndices(m_registry); }
     [[nodiscard]] const ShaderIndexManager &indices() const { return m_indices; }
@@ -65,6 +72,9 @@ public:
     /// The distance field on a plane.
     [[nodiscard]] QString generateCrossSectionShader() const;
 
+    /// A template of the caller's own, with the includes and holes of the others.
+    [[nodiscard]] QString filledScene(const QString &text) const;
+
     /// The CSG operation code of a definition; -1 when it is no CSG operator.
     [[nodiscard]] int operationType(const QString &id) const;
     /// The number of a definition's node type; 0 if unknown.
@@ -72,7 +82,7 @@ public:
 
 private:
     [[nodiscard]] MappedText dispatchFunctions() const;
-    [[nodiscard]] MappedText fillMapped(const QString &name) const;
+    [[nodiscard]] MappedText fillMapped(const QString &source) const;
     [[nodiscard]] QString fillTemplate(const QString &name) const;
 
     const registry::Registry *m_registry = nullptr;
@@ -80,6 +90,7 @@ private:
     const IEnvironment *m_background = nullptr;
     ShaderIndexManager m_indices;
     bool m_treeEvaluatorIncluded = true;
+    QString m_specialised; ///< instead of the tree evaluator, when there is one
 };
 
 } // namespace corvane::shader

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -31,8 +32,8 @@ struct SDFUniforms
     Matrix projMatrix = identity;        ///< of the camera
     Matrix invViewProjMatrix = identity; ///< inverse(projection * view)
     Vector cameraPos{};                  ///< xyz the eye, w unused
-    Vector boundsMin{-10, -10, -10, 1};  ///< `bounds_min` in the shaders
-    Vector boundsMax{10, 10, 10, 1};     ///< `bounds_max` in the shaders
+    Vector boundsMin{-10, -10, -10, 1};  ///< `bounds_min` in the shaders; w: see setSteepness()
+    Vector boundsMax{10, 10, 10, 1};     ///< `bounds_max` in the shaders; w: see setBounds()
     std::int32_t maxSteps = 128;
     float maxDistance = 10000.0f;
     float epsilon = 0.001f;
@@ -51,6 +52,22 @@ struct SDFUniforms
     float secondaryEpsilon = 0.002f;
     float analyticEdgeAA = 0.0f; ///< 0 or 1
     std::array<float, 3> aaPad{};
+
+    /// `w` of `bounds_max` when rays may be cut to the box.
+    static constexpr float boundsHoldScene = 2.0f;
+
+    /// The box of the scene. Rays are followed inside of it alone when it is known to hold all of
+    /// the surface; a box that may cut something only says where the scene is.
+    void setBounds(const std::array<float, 3> &min, const std::array<float, 3> &max,
+                   bool holdsScene)
+    {
+        std::copy(min.begin(), min.end(), boundsMin.begin());
+        std::copy(max.begin(), max.end(), boundsMax.begin());
+        boundsMax[3] = holdsScene ? boundsHoldScene : 1.0f;
+    }
+    /// By how much the field changes over a unit of length at most, 1 for a distance: rays advance
+    /// by so much less than it says.
+    void setSteepness(float steepness) { boundsMin[3] = std::max(steepness, 1.0f); }
 
     bool operator==(const SDFUniforms &) const = default;
 };

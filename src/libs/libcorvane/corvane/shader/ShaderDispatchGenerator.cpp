@@ -135,7 +135,8 @@ QString ShaderDispatchGenerator::csgOperations()
 
 QString ShaderDispatchGenerator::treeEvaluator()
 {
-    return ShaderTemplates::load(u"sdf_tree_evaluator.glsl"_s);
+    return ShaderTemplates::load(u"sdf_field_value.glsl"_s) + u'\n' +
+           ShaderTemplates::load(u"sdf_tree_evaluator.glsl"_s);
 }
 
 } // namespace corvane::shader

@@ -21,6 +21,7 @@ constexpr ShaderNodeKind kinds[] = {
      .namePrefix = "u%1_"_L1,
      .missingName = "function name"_L1,
      .wrappersBanner = "// ============= Primitive Wrappers ============="_L1,
+     .wrapperName = "sdf_wrapper_%1"_L1,
      .wrapper = R"(// %1
 float sdf_wrapper_%2(vec3 p, vec4 params, vec4 params2) {
     return %3(p%4%5);
@@ -43,6 +44,7 @@ float sdf_wrapper_%2(vec3 p, vec4 params, vec4 params2) {
      .namePrefix = "ut%1_"_L1,
      .missingName = "transform function name"_L1,
      .wrappersBanner = "// ============= Position Transform Wrappers ============="_L1,
+     .wrapperName = "transform_wrapper_%1"_L1,
      .wrapper = R"(// %1
 vec3 transform_wrapper_%2(vec3 p, vec4 params, vec4 params2) {
     return %3(p%4%5);
@@ -65,6 +67,7 @@ vec3 transform_wrapper_%2(vec3 p, vec4 params, vec4 params2) {
      .namePrefix = "um%1_"_L1,
      .missingName = "modifier function name"_L1,
      .wrappersBanner = "// ============= Distance Modifier Wrappers ============="_L1,
+     .wrapperName = "modifier_wrapper_%1"_L1,
      .wrapper = R"(// %1
 float modifier_wrapper_%2(float d, vec4 params, vec4 params2) {
     return %3(d%4%5);
@@ -87,6 +90,7 @@ float modifier_wrapper_%2(float d, vec4 params, vec4 params2) {
      .namePrefix = "upam%1_"_L1,
      .missingName = "PAM function name"_L1,
      .wrappersBanner = "// ============= Position-Aware Modifier Wrappers ============="_L1,
+     .wrapperName = "pam_wrapper_%1"_L1,
      .wrapper = R"(// %1
 float pam_wrapper_%2(vec3 p, float d, vec4 params, vec4 params2) {
     return %3(p, d%4%5);

@@ -28,7 +28,8 @@ struct ShaderNodeKind
     QLatin1String namePrefix;  ///< of a user's names
     QLatin1String missingName; ///< what could not be extracted: "function name"
     QLatin1String wrappersBanner;
-    QLatin1String wrapper; ///< %1 id, %2 index, %3 function, %4 separator, %5 arguments
+    QLatin1String wrapperName; ///< %1 index
+    QLatin1String wrapper;     ///< %1 id, %2 index, %3 function, %4 separator, %5 arguments
     QLatin1String dispatchBanner;
     QLatin1String dispatcher; ///< %1 the cases
     QLatin1String dispatchCase;

@@ -20,7 +20,8 @@ constexpr int maxIncludeDepth = 4;
 
 QString readResource(const QString &name)
 {
-    QFile file(u":/templates/"_s + name);
+    const QLatin1StringView folder = name.contains(u'/') ? ":/"_L1 : ":/templates/"_L1;
+    QFile file(folder + name);
     if (!file.open(QIODevice::ReadOnly)) {
         qCWarning(lcTemplates).noquote() << "ShaderTemplates: could not open" << file.fileName();
         return {};
@@ -58,6 +59,11 @@ QString ShaderTemplates::load(const QString &name)
     if (known != loaded.cend())
         return *known;
     return *loaded.insert(name, expanded(readResource(name), 0));
+}
+
+QString ShaderTemplates::withIncludes(const QString &text)
+{
+    return expanded(text, 0);
 }
 
 QString ShaderTemplates::fill(const QString &text, const QList<Filling> &fillings)
