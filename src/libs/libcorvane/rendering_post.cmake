@@ -10,6 +10,7 @@ set(CORVANE_RENDERING_POST_SOURCES
     corvane/rendering/layers/ProxyLayer.cpp
     corvane/rendering/layers/SurfaceItem.cpp
     corvane/rendering/layers/SurfaceLayer.cpp
+    corvane/rendering/layers/SurfaceLighting.cpp
     corvane/rendering/layers/SurfaceVertices.cpp
     corvane/rendering/layers/TetGeometry.cpp
     corvane/rendering/layers/TetVolumeLayer.cpp

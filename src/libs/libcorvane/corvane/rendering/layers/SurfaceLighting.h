@@ -4,6 +4,10 @@
 
 #include <array>
 
+namespace corvane::shader {
+class IEnvironment;
+}
+
 namespace corvane::rendering {
 
 /// What lights the layers of triangles: the same lights and surroundings as the field has.
@@ -30,6 +34,14 @@ struct SurfaceLighting
     std::array<QVector3D, 6> environmentAxes{
         QVector3D(0.5f, 0.5f, 0.5f), QVector3D(0.5f, 0.5f, 0.5f), QVector3D(0.8f, 0.8f, 0.8f),
         QVector3D(0.2f, 0.2f, 0.2f), QVector3D(0.5f, 0.5f, 0.5f), QVector3D(0.5f, 0.5f, 0.5f)};
+
+    /// As the field is lit: `background` gives what is seen around, `lighting` the lights. Either
+    /// may be null. It costs a compilation of the background's function, about a millisecond, so it
+    /// is for changes of them, not for frames.
+    static SurfaceLighting of(const shader::IEnvironment *background,
+                              const shader::IEnvironment *lighting, Ambient ambient);
+    /// What the environment's own function says along the axes.
+    static std::array<QVector3D, 6> seenAlongAxes(const shader::IEnvironment &environment);
 
     bool operator==(const SurfaceLighting &) const = default;
 };
