@@ -81,6 +81,41 @@ private slots:
         QCOMPARE(countOther(rig->draw()), 0);
     }
 
+    // What is selected stands to the right, above the middle: a step that turns the picture over
+    // leaves its outline elsewhere.
+    void pictureAndOutlineAreFinishedAlikeOnBothDevices()
+    {
+        const auto finished = [this](bool isOpenGL) {
+            const auto rig = makeRig(isOpenGL);
+            SurfaceScene scene;
+            rig->add<GroundPlane>();
+            MeshLayer &meshes = rig->add<MeshLayer>();
+            meshes.setDocument(&scene.document);
+            meshes.setMeshSource(&scene.source);
+            const QUuid id = scene.addMesh(SurfaceScene::square(), {1, 0.8f, 0});
+            PostProcessLayer &post = rig->add<PostProcessLayer>();
+            post.setEffectEnabled(u"dither"_s, false);
+            post.setAntialiasEffects({u"fxaa"_s});
+            rig->lookFrom({0, 0.5f, 5}, {0, 0.5f, 0});
+            rig->draw(); // from now on the item has an id
+            post.selection().setSelectedItemIds({meshes.encodedItemId(id)});
+            const PictureRig::Pixels pixels = rig->draw();
+            rig->release();
+            return pixels;
+        };
+        const PictureRig::Pixels vulkan = finished(false);
+        const PictureRig::Pixels openGL = finished(true);
+        int different = 0;
+        for (int i = 0; i < vulkan.size(); ++i)
+            different += (vulkan[i] - openGL[i]).length() > 0.05f;
+        QVERIFY2(different < 96 * 2, qPrintable(QString::number(different)));
+        const auto isOutline = [&vulkan](int x, int y) {
+            return vulkan[y * 96 + x].z() > 0.8f && vulkan[y * 96 + x].x() < 0.6f;
+        };
+        QVERIFY(isOutline(59, 41) || isOutline(60, 41));   // left side of the square
+        QVERIFY(!isOutline(60, 62) && !isOutline(35, 41)); // and none where it would be turned over
+    }
+
     void aParallelProjectionShowsTheGroundToo()
     {
         const auto rig = makeRig();
