@@ -18,8 +18,9 @@ class PictureRig
 public:
     using Pixels = QList<QVector4D>; ///< rows from the first
 
-    explicit PictureRig(const QSize &size)
-        : m_rhi(rhi::createOffscreenRhi(nullptr))
+    /// On Vulkan unless a device is given.
+    explicit PictureRig(const QSize &size, rhi::RhiPointer rhi = nullptr)
+        : m_rhi(rhi ? std::move(rhi) : ::rhi::createOffscreenRhi(nullptr))
         , m_size(size)
     {
         if (m_rhi)

@@ -4,6 +4,17 @@ set(CORVANE_RENDERING_POST_SOURCES
     corvane/aa/AntialiasStrategyFactory.cpp
     corvane/aa/CompositeStrategy.cpp
     corvane/aa/NamedStrategy.cpp
+    corvane/rendering/layers/ExportBoundsLayer.cpp
+    corvane/rendering/layers/GroundPlane.cpp
+    corvane/rendering/layers/MeshLayer.cpp
+    corvane/rendering/layers/ProxyLayer.cpp
+    corvane/rendering/layers/SurfaceItem.cpp
+    corvane/rendering/layers/SurfaceLayer.cpp
+    corvane/rendering/layers/SurfaceLighting.cpp
+    corvane/rendering/layers/SurfaceVertices.cpp
+    corvane/rendering/layers/TetGeometry.cpp
+    corvane/rendering/layers/TetVolumeLayer.cpp
+    corvane/rendering/layers/TrianglePipeline.cpp
     corvane/rendering/post/BakedShader.cpp
     corvane/rendering/post/BasePostEffect.cpp
     corvane/rendering/post/BloomEffect.cpp
@@ -33,4 +44,11 @@ function(corvane_rendering_post_shaders target)
             post/bloom_upsample.frag post/copy.frag post/dither.frag post/exposure.frag post/fxaa.frag post/gamma.frag
             post/hover_highlight.frag post/selection_highlight.frag
         INCLUDES shaders/item_id.glsl shaders/post/bloom.glsl shaders/post/highlight.glsl)
+    corvane_shaders(${target} rendering_layer_shaders PREFIX /
+        FILES
+            layers/export_bounds.frag layers/export_bounds.vert layers/ground_plane.frag layers/surface.vert
+            layers/surface_forward.frag layers/surface_geometry.frag layers/surface_shading.frag
+        INCLUDES
+            shaders/item_id.glsl shaders/layers/surface_fragment.glsl shaders/layers/surface_frame.glsl
+            shaders/layers/surface_item.glsl templates/sdf_brdf.glsl)
 endfunction()

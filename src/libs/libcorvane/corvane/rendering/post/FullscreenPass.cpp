@@ -46,10 +46,13 @@ bool FullscreenPass::ensure(QRhi *rhi, QRhiRenderPassDescriptor *pass, int sampl
     return !m_failed;
 }
 
-void FullscreenPass::draw(QRhiCommandBuffer *commands, const QSize &targetSize) const
+void FullscreenPass::draw(QRhiCommandBuffer *commands, const QSize &targetSize,
+                          const QRect &part) const
 {
+    const QRect drawn = part.isNull() ? QRect(QPoint(), targetSize) : part;
     commands->setGraphicsPipeline(m_pipeline.get());
     commands->setViewport({0, 0, float(targetSize.width()), float(targetSize.height())});
+    commands->setScissor({drawn.x(), drawn.y(), drawn.width(), drawn.height()});
     commands->setShaderResources(m_bindings.get());
     const QRhiCommandBuffer::VertexInput input(m_corners.get(), 0);
     commands->setVertexInput(0, 1, &input);
@@ -90,6 +93,7 @@ bool FullscreenPass::createPipeline(QRhi *rhi, QRhiRenderPassDescriptor *pass, i
     layout.setBindings({{2 * sizeof(float)}});
     layout.setAttributes({{0, 0, QRhiVertexInputAttribute::Float2, 0}});
     m_pipeline->setVertexInputLayout(layout);
+    m_pipeline->setFlags(QRhiGraphicsPipeline::UsesScissor);
     m_pipeline->setSampleCount(sampleCount);
     m_pipeline->setShaderResourceBindings(m_bindings.get());
     m_pipeline->setRenderPassDescriptor(pass);

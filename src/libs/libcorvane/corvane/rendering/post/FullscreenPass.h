@@ -2,7 +2,8 @@
 
 #include <rhi/QRhiCompat.h>
 
-#include <QColor>
+#include <QRect>
+#include <QSize>
 #include <QString>
 #include <QVector>
 
@@ -37,7 +38,8 @@ public:
     /// it has them already. False when it fails, and stays so until release().
     bool ensure(QRhi *rhi, QRhiRenderPassDescriptor *pass, int sampleCount,
                 const QVector<QRhiShaderResourceBinding> &bindings);
-    void draw(QRhiCommandBuffer *commands, const QSize &targetSize) const;
+    /// @param part  of the target, from its lower left; a null one is all of it
+    void draw(QRhiCommandBuffer *commands, const QSize &targetSize, const QRect &part = {}) const;
     void release();
 
 private:
