@@ -65,7 +65,7 @@ struct SDFUniforms
         std::copy(max.begin(), max.end(), boundsMax.begin());
         boundsMax[3] = holdsScene ? boundsHoldScene : 1.0f;
     }
-    static constexpr float maxSteepness = 4.0f;
+    static constexpr float maxSteepness = 8.0f;
     /// By how much the field changes over a unit of length at most, 1 for a distance: rays advance
     /// by so much less than it says. Of what is more than maxSteepness the rest is not heeded: rays
     /// would end before they arrive. A crossing that a ray noticed too late is looked for then.
