@@ -1,7 +1,7 @@
 // What an edit of the user's tree costs, by the number of its nodes: the compile of all of them,
 // and edits that touch the items of one.
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/registry/Registry.h>
 
 #include <benchmark/benchmark.h>

@@ -1,6 +1,6 @@
 // What a user's tree costs: opening and saving a version 2 file, adding and removing nodes, by the
 // number of nodes.
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
 
 #include <benchmark/benchmark.h>

@@ -1,8 +1,8 @@
 // What a user waits for while editing: each move of a drag, an op, the way back.
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
 #include <QUndoStack>

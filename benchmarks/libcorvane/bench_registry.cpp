@@ -2,7 +2,7 @@
 
 #include <corvane/registry/BuiltinPaths.h>
 #include <corvane/registry/Registry.h>
-#include <corvane/shader/ShaderValidator.h>
+#include <corvane/registry/code/ShaderValidator.h>
 
 #include <benchmark/benchmark.h>
 

@@ -1,8 +1,8 @@
 // What opening a scene costs: reading, saving, and bringing its expressions up to date, by the
 // number of items.
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/SceneVersion1Writer.h>
 #include <corvane/yaml/YamlSerializer.h>
 

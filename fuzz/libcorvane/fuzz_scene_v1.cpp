@@ -1,8 +1,8 @@
 // Any bytes are a document or errors, and a document can be written. Where the writing reads back,
 // no item is missing; keys that no writer would make may keep it from that.
 
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/yaml/YamlSerializer.h>
 
 #include <cstdlib>

@@ -1,11 +1,11 @@
 // Any bytes are a logical scene or errors. What was read is a tree, its text reads back with as
 // many nodes, and it compiles, its expressions evaluated, to one document however often.
 
+#include <corvane/compile/CorvaneDSLParser.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/DocumentBlock.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 
 #include <cstdlib>
 

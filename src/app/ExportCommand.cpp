@@ -12,9 +12,9 @@
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/registry/Registry.h>
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/render/SDFLayer.h>
 #include <corvane/shader/SDFShaderGenerator.h>
-#include <corvane/shader/ShaderValidator.h>
 #include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/ExportPipeline.h>
 #include <corvane/xport/ExportRequest.h>

@@ -2,6 +2,8 @@
 
 #include "CorvaneMain.h"
 
+#include <corvane/xport/ExportRequest.h>
+
 #include <QByteArray>
 
 using namespace Qt::StringLiterals;
@@ -15,7 +17,7 @@ constexpr auto usageLines =
 // Any other word means the CPU: a scene exports on a machine that lacks what its script asks for.
 int backendOf(const QByteArray &word)
 {
-    return word == "gpu" ? 1 : word == "native" ? 2 : 0;
+    return int(corvane::xport::exportBackendNamed(QString::fromLocal8Bit(word)));
 }
 
 bool readCellSize(const QByteArray &text, ExportOptions &options)

@@ -3,8 +3,8 @@
 #include "CorvaneMain.h"
 
 #include <corvane/check/SceneCheck.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/shader/DefinitionFault.h>
 

@@ -3,12 +3,12 @@
 #include "CorvaneMain.h"
 #include "SceneWarnings.h"
 
+#include <corvane/compile/CorvaneDSLParser.h>
+#include <corvane/compile/ItemsToNodes.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
-#include <corvane/model/ItemsToNodes.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/ops/CorvaneServiceLocator.h>
 #include <corvane/tasks/SceneErrors.h>

@@ -2,6 +2,7 @@
 #include "FailureHandler.h"
 
 #include <eval/gpu/GpuBackend.h>
+#include <store/SafeFile.h>
 #include <store/ShutdownLifecycle.h>
 
 #include <chrono>
@@ -15,6 +16,7 @@ int main(int argc, char **argv)
     eval::gpu::registerGpuBackend();
     const int status = CorvaneMain::run(argc, argv);
     store::ShutdownLifecycle::instance().finishWork(std::chrono::seconds(5));
+    store::SafeFile::removeAllPending(); // what is left to threads that nobody waits for
     std::cout.flush();
     std::cerr.flush();
     std::fflush(stdout);

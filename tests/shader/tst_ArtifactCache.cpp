@@ -1,4 +1,5 @@
 #include <shader/ArtifactCache.h>
+#include <store/ShutdownLifecycle.h>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -116,6 +117,9 @@ void TstArtifactCache::keepsPipelines()
     cache.savePipelineCache(u"k"_s, "bytes");
     QCOMPARE(cache.loadPipelineCache(u"k"_s), QByteArray("bytes"));
     QVERIFY(QFile::exists(dir.filePath(u"pipelines/k.bin"_s)));
+    // What is stored is looked through in the end.
+    QVERIFY(store::ShutdownLifecycle::instance().finishWork(std::chrono::seconds(5)));
+    QVERIFY(QFile::exists(dir.filePath(u"pipelines/.swept"_s)));
 }
 
 void TstArtifactCache::saysWhenItCannotSave()

@@ -1,10 +1,12 @@
 #include <shader/ArtifactCache.h>
 #include <shader/SpirvCompiler.h>
 #include <shader/compileShader.h>
+#include <support/Files.h>
 
 #include <QFile>
 #include <QLoggingCategory>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QUuid>
 
@@ -24,6 +26,8 @@ private slots:
     void cleanup() { QLoggingCategory::setFilterRules({}); }
 
     void bakesForEveryBackEnd();
+    void bakesFirstWhatRuns();
+    void keepsWhatAnotherDeviceMade();
     void bakesOnce();
     void bakesTheBatchableVariant();
     void replacesADamagedFile();
@@ -75,6 +79,44 @@ void TstCompileShader::bakesForEveryBackEnd()
     QCOMPARE(result.shader.availableShaders().size(), 7);
     const QShaderKey es(QShader::GlslShader, QShaderVersion(310, QShaderVersion::GlslEs));
     QVERIFY(result.shader.availableShaders().contains(es));
+}
+
+void TstCompileShader::bakesFirstWhatRuns()
+{
+    const QString source = freshFragment();
+    const QShaderKey spirv(QShader::SpirvShader, QShaderVersion(100));
+    addRunningTargets(Target::Spirv);
+    const auto running = qScopeGuard([] { addRunningTargets(allTargets); });
+    const auto compiled = [&source] {
+        return compileShader(source, QShader::FragmentStage, u"first"_s).shader.availableShaders();
+    };
+    QCOMPARE(compiled(), QList<QShaderKey>{spirv});
+    // A process that ends now leaves this, and the next one makes the rest of it.
+    QFile file(cacheFile(source, QShader::FragmentStage));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray begun = file.readAll();
+    QCOMPARE(QShader::fromSerialized(begun).availableShaders(), QList<QShaderKey>{spirv});
+    QVERIFY(finishCompiles(std::chrono::seconds(30)));
+    QCOMPARE(compiled().size(), 7);
+    QVERIFY(support::put(file.fileName(), begun));
+    QCOMPARE(compiled(), QList<QShaderKey>{spirv});
+    QVERIFY(finishCompiles(std::chrono::seconds(30)));
+    QCOMPARE(compiled().size(), 7);
+}
+
+void TstCompileShader::keepsWhatAnotherDeviceMade()
+{
+    const QString source = freshFragment();
+    const auto sizeFor = [&source](Targets targets) {
+        const CompileResult result =
+            compileFor(targets, source, QShader::FragmentStage, u"kernel"_s);
+        return result.shader.availableShaders().size();
+    };
+    QCOMPARE(sizeFor(Target::Spirv), 1);
+    QVERIFY(finishCompiles(std::chrono::seconds(30)));
+    QCOMPARE(sizeFor(Target::Spirv), 1); // nobody else needs it
+    QCOMPARE(sizeFor(Target::DesktopGlsl), 3);
+    QCOMPARE(sizeFor(Target::Spirv), 3);
 }
 
 void TstCompileShader::bakesOnce()

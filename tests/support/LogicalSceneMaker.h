@@ -62,10 +62,10 @@ public:
         made.materialId = chance(3) ? id() : QUuid();
         if (chance(3))
             made.tags = {u"hidden"_s, text()};
-        made.blendSharpness = chance(3) ? 0.25f : made.blendSharpness;
-        made.materialMode = chance(3) ? 1 : made.materialMode;
-        made.densityScale = chance(3) ? 1.0f / 3.0f : made.densityScale;
-        made.shellThickness = chance(3) ? 0.1f : made.shellThickness;
+        made.modifiers.blendSharpness = chance(3) ? 0.25f : made.modifiers.blendSharpness;
+        made.modifiers.materialMode = chance(3) ? 1 : made.modifiers.materialMode;
+        made.modifiers.densityScale = chance(3) ? 1.0f / 3.0f : made.modifiers.densityScale;
+        made.modifiers.shellThickness = chance(3) ? 0.1f : made.modifiers.shellThickness;
         made.translate = chance(2) ? QVector3D(0.1f, -2, 1e-9f) : QVector3D();
         made.rotate = chance(3) ? QVector3D(90, 0, 0.3f) : QVector3D();
         made.scale = chance(3) ? QVector3D(2, 1, 1) : QVector3D(1, 1, 1);

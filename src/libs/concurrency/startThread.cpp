@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <pthread.h>
+#include <sys/resource.h>
 
 namespace concurrency {
 
@@ -34,6 +35,12 @@ void runAside(const char *name, const std::function<void()> &work)
         thread.detach();
     else
         work();
+}
+
+void lowerPriority()
+{
+    constexpr int lowest = 19;
+    setpriority(PRIO_PROCESS, 0, lowest); // 0 is this thread: Linux has priorities by thread
 }
 
 } // namespace concurrency

@@ -14,4 +14,7 @@ namespace concurrency {
 /// Runs `work` on a thread that nobody waits for, or at once where none starts.
 void runAside(const char *name, const std::function<void()> &work);
 
+/// Lets the calling thread run only where others leave time.
+void lowerPriority();
+
 } // namespace concurrency

@@ -17,10 +17,10 @@ corvane_library(corvane_definitions
         corvane/registry/Registry.cpp
         corvane/registry/ThingsFacade.cpp
         corvane/registry/UserLibrary.cpp
-        corvane/shader/AnnotationReader.cpp
-        corvane/shader/ParameterExtractor.cpp
-        corvane/shader/ShaderValidator.cpp
-        corvane/shader/SignatureAnalyzer.cpp
+        corvane/registry/code/AnnotationReader.cpp
+        corvane/registry/code/ParameterExtractor.cpp
+        corvane/registry/code/ShaderValidator.cpp
+        corvane/registry/code/SignatureAnalyzer.cpp
         corvane/yaml/PlainValue.cpp
         corvane/yaml/YamlFlowParser.cpp
         corvane/yaml/YamlLineReader.cpp

@@ -30,6 +30,7 @@ corvane_library(corvane_field
         corvane/mesh/CreaseSides.cpp
         corvane/mesh/CrossingTable.cpp
         corvane/mesh/DualContouring.cpp
+        corvane/mesh/FoldedRings.cpp
         corvane/mesh/HermiteSample.cpp
         corvane/mesh/MarchingCubes.cpp
         corvane/mesh/MarchingCubesTables.cpp
@@ -50,6 +51,8 @@ corvane_library(corvane_field
         corvane/xport/ChunkScheduler.cpp
         corvane/xport/CornerStore.cpp
         corvane/xport/CpuChunkProcessor.cpp
+        corvane/xport/ExportFields.cpp
+        corvane/xport/ExportGrid.cpp
         corvane/xport/ExportPipeline.cpp
         corvane/xport/ExportRequest.cpp
         corvane/xport/ExportSettings.cpp

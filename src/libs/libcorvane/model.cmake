@@ -1,19 +1,16 @@
-# The scene document, the user's tree, their files, variables and expressions.
+# The scene document and the user's tree; expressions over them; and what compiles the tree into the document, as the
+# opening of a file does.
 corvane_library(corvane_model
-    AREAS model component expr
+    AREAS model component expr compile
     SOURCES
         corvane/component/ComponentDefinition.cpp
         corvane/component/ComponentLibrary.cpp
         corvane/component/ComponentRegistry.cpp
         corvane/model/BuiltinMaterials.cpp
         corvane/model/CatalogMaterial.cpp
-        corvane/model/CompiledItems.cpp
-        corvane/model/ComponentExpansion.cpp
         corvane/model/Corvane.cpp
-        corvane/model/CorvaneDSLParser.cpp
         corvane/model/CorvaneDSLSerializer.cpp
         corvane/model/CorvaneDefinitions.cpp
-        corvane/model/CorvaneFiles.cpp
         corvane/model/CorvaneHierarchy.cpp
         corvane/model/CorvaneItems.cpp
         corvane/model/CorvaneSchemaExtractor.cpp
@@ -27,12 +24,8 @@ corvane_library(corvane_model
         corvane/model/IdSpread.cpp
         corvane/model/ItemComparison.cpp
         corvane/model/ItemTable.cpp
-        corvane/model/ItemsToNodes.cpp
-        corvane/model/LogicalExpressions.cpp
         corvane/model/LogicalInstance.cpp
         corvane/model/LogicalScene.cpp
-        corvane/model/LogicalSceneCompiler.cpp
-        corvane/model/LogicalSceneCompilerEdits.cpp
         corvane/model/LogicalSceneNodes.cpp
         corvane/model/LogicalSceneState.cpp
         corvane/model/LogicalTree.cpp
@@ -44,10 +37,10 @@ corvane_library(corvane_model
         corvane/model/NearestName.cpp
         corvane/model/NestedValue.cpp
         corvane/model/NodeCompilation.cpp
+        corvane/model/NodeModifiers.cpp
         corvane/model/NodeKeys.cpp
         corvane/model/ParameterValue.cpp
         corvane/model/PlainValue.cpp
-        corvane/model/PromotionExpressions.cpp
         corvane/model/RowModel.cpp
         corvane/model/SDFNodeProvenance.cpp
         corvane/model/SceneItem.cpp
@@ -80,5 +73,14 @@ corvane_library(corvane_model
         corvane/expr/NameRewriter.cpp
         corvane/expr/NameScanner.cpp
         corvane/expr/NodeNames.cpp
+        corvane/compile/CompiledItems.cpp
+        corvane/compile/ComponentExpansion.cpp
+        corvane/compile/CorvaneDSLParser.cpp
+        corvane/compile/CorvaneFiles.cpp
+        corvane/compile/ItemsToNodes.cpp
+        corvane/compile/LogicalExpressions.cpp
+        corvane/compile/LogicalSceneCompiler.cpp
+        corvane/compile/LogicalSceneCompilerEdits.cpp
+        corvane/compile/PromotionExpressions.cpp
     LINKS corvane_definitions eval Qt6::Core Qt6::Gui
     PRIVATE_LINKS glsl store)

@@ -4,6 +4,7 @@
 #include <rhi/RenderDevice.h>
 #include <rhi/VulkanDevice.h>
 #include <rhi/VulkanInstance.h>
+#include <shader/Targets.h>
 
 #include <QLoggingCategory>
 #include <QMutex>
@@ -49,6 +50,17 @@ RhiPointer createOpenGLRhiOfFormat(QOffscreenSurface *surface, const QSurfaceFor
     return RhiPointer(QRhi::create(QRhi::OpenGLES2, &params, QRhi::EnablePipelineCacheDataSave));
 }
 
+/// Lets shaders be made first for the device that is there.
+RhiPointer announced(RhiPointer rhi)
+{
+    if (rhi && rhi->backend() == QRhi::Vulkan)
+        shader::addRunningTargets(shader::Target::Spirv);
+    else if (rhi)
+        shader::addRunningTargets(isOpenGLES() ? shader::Target::EsGlsl
+                                               : shader::Target::DesktopGlsl);
+    return rhi;
+}
+
 } // namespace
 
 void RhiDeleter::operator()(QRhi *rhi) const
@@ -65,8 +77,8 @@ RhiPointer createVulkanRhi(QVulkanInstance *instance, VkPhysicalDevice device)
     QRhiVulkanNativeHandles handles;
     handles.physDev = device;
     const QMutexLocker lock(&deviceTableMutex);
-    return RhiPointer(QRhi::create(QRhi::Vulkan, &params, QRhi::EnablePipelineCacheDataSave,
-                                   device ? &handles : nullptr));
+    return announced(RhiPointer(QRhi::create(
+        QRhi::Vulkan, &params, QRhi::EnablePipelineCacheDataSave, device ? &handles : nullptr)));
 }
 
 RhiPointer createOpenGLRhi(QOffscreenSurface *surface)
@@ -82,7 +94,7 @@ RhiPointer createOpenGLRhi(QOffscreenSurface *surface)
                                "the default format";
         rhi = createOpenGLRhiOfFormat(surface, QSurfaceFormat::defaultFormat());
     }
-    return rhi;
+    return announced(std::move(rhi));
 }
 
 RhiPointer createOffscreenRhi(QOffscreenSurface *surface, bool validation)

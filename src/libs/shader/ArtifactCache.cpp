@@ -1,5 +1,6 @@
 #include <shader/ArtifactCache.h>
 
+#include <cache/CacheLimit.h>
 #include <store/RegularFile.h>
 
 #include <QCoreApplication>
@@ -33,12 +34,6 @@ QString keyOf(const QCryptographicHash &hash)
 }
 
 constexpr qint64 largestEntry = 64 << 20;
-
-/// An entry that can't be read is as good as none: it is made again.
-QByteArray readAll(const QString &path)
-{
-    return store::readRegularFile(path, largestEntry).value_or(QByteArray());
-}
 
 // Replaces the file at once, so that a reader, or a second program, never meets half of one. It is
 // not synced: what a crash leaves is found out when it is read.
@@ -100,6 +95,28 @@ ArtifactCache::ArtifactCache(const QString &root)
     , m_pipelineDir(root + "/pipelines"_L1)
 {}
 
+/// An entry that can't be read is as good as none: it is made again.
+QByteArray ArtifactCache::load(const QString &path) const
+{
+    const QMutexLocker lock(&m_mutex);
+    const QByteArray bytes = store::readRegularFile(path, largestEntry).value_or(QByteArray());
+    if (!bytes.isEmpty())
+        cache::CacheLimit::noteUse(path);
+    return bytes;
+}
+
+bool ArtifactCache::save(const QString &path, const QByteArray &bytes, QString &error) const
+{
+    const QMutexLocker lock(&m_mutex);
+    const bool isSaved = replaceFile(path, bytes, error);
+    if (isSaved)
+        cache::CacheLimit({.folders = {m_shaderDir, m_pipelineDir},
+                           .suffixes = {u".qsb"_s, u".spv"_s, u".bin"_s},
+                           .leftovers = {u".part"_s}})
+            .noteStore(bytes.size());
+    return isSaved;
+}
+
 // The version makes a new build start afresh, without any sweep.
 QString ArtifactCache::shaderKey(const QString &source, QShader::Stage stage)
 {
@@ -113,11 +130,7 @@ QString ArtifactCache::shaderKey(const QString &source, QShader::Stage stage)
 
 QShader ArtifactCache::loadShader(const QString &key) const
 {
-    QByteArray bytes;
-    {
-        const QMutexLocker lock(&m_mutex);
-        bytes = readAll(m_shaderDir + u'/' + key + ".qsb"_L1);
-    }
+    const QByteArray bytes = load(m_shaderDir + u'/' + key + ".qsb"_L1);
     if (bytes.isEmpty())
         return {};
     const QShader shader = QShader::fromSerialized(bytes);
@@ -129,9 +142,8 @@ QShader ArtifactCache::loadShader(const QString &key) const
 void ArtifactCache::saveShader(const QString &key, const QShader &shader) const
 {
     const QByteArray bytes = shader.serialized();
-    const QMutexLocker lock(&m_mutex);
     QString error;
-    if (replaceFile(m_shaderDir + u'/' + key + ".qsb"_L1, bytes, error))
+    if (save(m_shaderDir + u'/' + key + ".qsb"_L1, bytes, error))
         qCInfo(lcShaderCache).noquote() << "shader::ArtifactCache: saved shader" << key;
     else
         qCWarning(lcShaderCache).noquote()
@@ -140,20 +152,14 @@ void ArtifactCache::saveShader(const QString &key, const QShader &shader) const
 
 std::optional<ArtifactCache::Spirv> ArtifactCache::loadSpirv(const QString &key) const
 {
-    QByteArray bytes;
-    {
-        const QMutexLocker lock(&m_mutex);
-        bytes = readAll(m_shaderDir + u'/' + key + ".spv"_L1);
-    }
-    return spirvOfFile(bytes);
+    return spirvOfFile(load(m_shaderDir + u'/' + key + ".spv"_L1));
 }
 
 // Of no use to the user but to save time, so a full disk is not worth a warning here.
 void ArtifactCache::saveSpirv(const QString &key, const Spirv &spirv) const
 {
-    const QMutexLocker lock(&m_mutex);
     QString error;
-    if (!replaceFile(m_shaderDir + u'/' + key + ".spv"_L1, spirvFileOf(spirv), error))
+    if (!save(m_shaderDir + u'/' + key + ".spv"_L1, spirvFileOf(spirv), error))
         qCInfo(lcShaderCache).noquote()
             << "shader::ArtifactCache: failed to save SPIR-V" << key << error;
 }
@@ -168,8 +174,7 @@ QString ArtifactCache::pipelineCacheKey(const QByteArray &shaderBytes, const QSt
 
 QByteArray ArtifactCache::loadPipelineCache(const QString &key) const
 {
-    const QMutexLocker lock(&m_mutex);
-    const QByteArray bytes = readAll(m_pipelineDir + u'/' + key + ".bin"_L1);
+    const QByteArray bytes = load(m_pipelineDir + u'/' + key + ".bin"_L1);
     if (!bytes.isEmpty())
         qCInfo(lcShaderCache).noquote() << "shader::ArtifactCache: pipeline cache hit for" << key;
     return bytes;
@@ -177,9 +182,8 @@ QByteArray ArtifactCache::loadPipelineCache(const QString &key) const
 
 void ArtifactCache::savePipelineCache(const QString &key, const QByteArray &bytes) const
 {
-    const QMutexLocker lock(&m_mutex);
     QString error;
-    if (replaceFile(m_pipelineDir + u'/' + key + ".bin"_L1, bytes, error))
+    if (save(m_pipelineDir + u'/' + key + ".bin"_L1, bytes, error))
         qCInfo(lcShaderCache).noquote() << "shader::ArtifactCache: saved pipeline cache" << key;
     else
         qCWarning(lcShaderCache).noquote()

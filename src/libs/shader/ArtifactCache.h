@@ -11,7 +11,8 @@ namespace shader {
 
 /// What compiles have cost before, as files under the application's local data: shaders, SPIR-V of
 /// test compiles, and the driver's pipeline binaries. The key is made of the content, so nothing in
-/// it goes out of date, and nothing is ever deleted.
+/// it goes out of date; what was not used for longest goes when all of it takes more than 512 MiB
+/// (cache::CacheLimit).
 ///
 /// A file that can't be read or makes no sense is a miss, one that can't be written costs only the
 /// cache. Any thread: the mutex is held for the file access, never during a compile.
@@ -49,6 +50,9 @@ public:
     void savePipelineCache(const QString &key, const QByteArray &bytes) const;
 
 private:
+    QByteArray load(const QString &path) const;
+    bool save(const QString &path, const QByteArray &bytes, QString &error) const;
+
     QString m_shaderDir;
     QString m_pipelineDir;
     mutable QMutex m_mutex;

@@ -1,5 +1,8 @@
 #include <shader/SpirvCompiler.h>
 
+#include <shader/ArtifactCache.h>
+#include <shader/CompileMark.h>
+
 #include "CompileThread.h"
 #include "SourceGuard.h"
 
@@ -41,6 +44,10 @@ SpirvResult compileToSpirv(const QString &source, QShader::Stage stage, const QS
     QString error;
     const auto compiled = runOnCompileThread<SpirvResult>(
         [source, stage, fileName] {
+            const CompileMark mark(Compiler::Glsl, ArtifactCache::shaderKey(source, stage),
+                                   fileName);
+            if (!mark.refusal().isEmpty())
+                return SpirvResult{.spirv = {}, .messages = mark.refusal()};
             QSpirvCompiler compiler;
             compiler.setSourceString(source.toUtf8(), stage, fileName);
             const QByteArray spirv = compiler.compileToSpirv();

@@ -1,10 +1,13 @@
 #include <shader/compileShader.h>
 
 #include <shader/ArtifactCache.h>
+#include <shader/CompileMark.h>
 
 #include "CompileThread.h"
 #include "CompilesInFlight.h"
 #include "SourceGuard.h"
+
+#include <concurrency/BackgroundQueue.h>
 
 #include <QLoggingCategory>
 #include <private/qshaderbaker_p.h>
@@ -18,70 +21,137 @@ Q_LOGGING_CATEGORY(lcShaderCompile, "ondrel.shader.compile", QtWarningMsg)
 namespace {
 
 constexpr int shownSourceLength = 500;
+/// With no new compile for so long, what is left of the old ones is made.
+constexpr std::chrono::seconds quietBeforeRest{1};
+constexpr std::size_t mostIncomplete = 64;
+/// At the lowest priority, on a machine that has other things to do.
+constexpr std::chrono::minutes restTimeLimit{10};
 
-// One file serves every back-end, so that a cache can be carried to another machine.
-QList<QShaderBaker::GeneratedShader> bakeTargets()
+struct Request
 {
-    return {{QShader::SpirvShader, QShaderVersion(100)},
-            {QShader::GlslShader, QShaderVersion(450)},
-            {QShader::GlslShader, QShaderVersion(430)},
-            {QShader::GlslShader, QShaderVersion(320, QShaderVersion::GlslEs)},
-            {QShader::GlslShader, QShaderVersion(310, QShaderVersion::GlslEs)},
-            {QShader::HlslShader, QShaderVersion(50)},
-            {QShader::MslShader, QShaderVersion(12)}};
-}
+    QString key;
+    QString source;
+    QShader::Stage stage;
+    QString name;
+    bool batchable = false; ///< for a vertex shader only
 
-bool needsBatchable(QShader::Stage stage, bool batchable)
+    QString flight() const { return batchable ? key + u'b' : key; }
+};
+
+Request requestOf(const QString &source, QShader::Stage stage, const QString &name, bool batchable)
 {
-    return stage == QShader::VertexStage && batchable;
+    return {.key = ArtifactCache::shaderKey(source, stage),
+            .source = source,
+            .stage = stage,
+            .name = name.isEmpty() ? u"generated"_s : name,
+            .batchable = batchable && stage == QShader::VertexStage};
 }
 
 // The variant is no part of the key, so a known shader may lack it.
 bool hasBatchable(const QShader &shader)
 {
-    const QList<QShaderKey> variants = shader.availableShaders();
-    return std::any_of(variants.cbegin(), variants.cend(), [](const QShaderKey &variant) {
-        return variant.sourceVariant() == QShader::BatchableVertexShader;
+    const QList<QShaderKey> held = shader.availableShaders();
+    return std::any_of(held.cbegin(), held.cend(), [](const QShaderKey &key) {
+        return key.sourceVariant() == QShader::BatchableVertexShader;
     });
 }
 
-CompileResult bake(const QString &source, QShader::Stage stage, const QString &name, bool batchable)
+CompileResult bakeHere(const Request &request, Targets targets)
 {
-    if (const QString refusal = sourceRefusal(source, name); !refusal.isEmpty())
+    const CompileMark mark(Compiler::Glsl, request.key, request.name);
+    if (!mark.refusal().isEmpty())
+        return {.shader = {}, .errorMessage = mark.refusal()};
+    QList<QShaderBaker::GeneratedShader> codes;
+    const QList<TargetCode> wanted = codesOf(targets);
+    for (const TargetCode &code : wanted)
+        codes.append({code.language, code.version});
+    QShaderBaker baker;
+    baker.setSourceString(request.source.toUtf8(), request.stage, request.name);
+    baker.setGeneratedShaders(codes);
+    QList<QShader::Variant> variants{QShader::StandardShader};
+    if (request.batchable)
+        variants.append(QShader::BatchableVertexShader);
+    baker.setGeneratedShaderVariants(variants);
+    const QShader shader = baker.bake();
+    return {.shader = shader, .errorMessage = shader.isValid() ? QString() : baker.errorMessage()};
+}
+
+CompileResult bake(const Request &request, Targets targets, std::chrono::milliseconds limit)
+{
+    if (const QString refusal = sourceRefusal(request.source, request.name); !refusal.isEmpty())
         return {.shader = {}, .errorMessage = refusal};
     QString error;
     const auto baked = runOnCompileThread<CompileResult>(
-        [source, stage, name, batchable] {
-            QShaderBaker baker;
-            baker.setSourceString(source.toUtf8(), stage, name);
-            baker.setGeneratedShaders(bakeTargets());
-            QList<QShader::Variant> variants{QShader::StandardShader};
-            if (needsBatchable(stage, batchable))
-                variants.append(QShader::BatchableVertexShader);
-            baker.setGeneratedShaderVariants(variants);
-            const QShader shader = baker.bake();
-            return CompileResult{.shader = shader,
-                                 .errorMessage =
-                                     shader.isValid() ? QString() : baker.errorMessage()};
-        },
-        error);
+        [request, targets] { return bakeHere(request, targets); }, error, limit);
     return baked.value_or(CompileResult{.shader = {}, .errorMessage = error});
 }
 
-CompileResult bakeAndKeep(const QString &key, const QString &source, QShader::Stage stage,
-                          const QString &name, bool batchable)
+// ------------------------------------------------------------------ what is made behind
+
+concurrency::BackgroundQueue &rests()
 {
-    const CompileResult result =
-        bake(source, stage, name.isEmpty() ? u"generated"_s : name, batchable);
+    static concurrency::BackgroundQueue queue("Ondrel.shaders", quietBeforeRest, mostIncomplete);
+    return queue;
+}
+
+// One file serves every back-end, so that a cache can be carried to another machine.
+void complete(Request request)
+{
+    const QShader known = ArtifactCache::instance().loadShader(request.key);
+    request.batchable = request.batchable || hasBatchable(known);
+    if (known.isValid() && covers(known, allTargets, request.batchable))
+        return;
+    const CompileResult result = bake(request, allTargets, restTimeLimit);
+    if (result.shader.isValid())
+        ArtifactCache::instance().saveShader(request.key, result.shader);
+    else
+        qCInfo(lcShaderCompile).noquote()
+            << "Not compiled for all back-ends:" << request.name << result.errorMessage;
+}
+
+void completeLater(const Request &request)
+{
+    rests().add(request.flight(), [request] { complete(request); });
+}
+
+// ------------------------------------------------------------------ what is waited for
+
+CompileResult bakeAndKeep(const Request &request, Targets targets)
+{
+    const CompileResult result = bake(request, targets, compileTimeLimit);
     if (result.shader.isValid()) {
-        qCInfo(lcShaderCompile).noquote() << "Successfully compiled shader:" << name;
-        ArtifactCache::instance().saveShader(key, result.shader);
+        qCInfo(lcShaderCompile).noquote() << "Successfully compiled shader:" << request.name;
+        ArtifactCache::instance().saveShader(request.key, result.shader);
     } else {
         qCWarning(lcShaderCompile).noquote() << "Failed to compile shader:" << result.errorMessage;
         qCWarning(lcShaderCompile).noquote()
-            << "Source (first 500 chars):" << source.left(shownSourceLength);
+            << "Source (first 500 chars):" << request.source.left(shownSourceLength);
     }
     return result;
+}
+
+/// What a shader holds already, to be kept when it is made anew for more.
+Targets heldBy(const QShader &shader)
+{
+    Targets held;
+    for (const Target target :
+         {Target::Spirv, Target::DesktopGlsl, Target::EsGlsl, Target::Hlsl, Target::Msl}) {
+        if (shader.isValid() && covers(shader, target, false))
+            held |= target;
+    }
+    return held;
+}
+
+CompileResult compile(Request request, Targets targets)
+{
+    const QShader known = ArtifactCache::instance().loadShader(request.key);
+    if (known.isValid() && covers(known, targets, request.batchable))
+        return {.shader = known, .errorMessage = {}};
+    const Targets wanted = targets | heldBy(known);
+    request.batchable = request.batchable || hasBatchable(known);
+    return CompilesInFlight::instance().compileOnce(request.flight() +
+                                                        QString::number(wanted.toInt()),
+                                                    [&] { return bakeAndKeep(request, wanted); });
 }
 
 } // namespace
@@ -89,13 +159,22 @@ CompileResult bakeAndKeep(const QString &key, const QString &source, QShader::St
 CompileResult compileShader(const QString &source, QShader::Stage stage, const QString &name,
                             bool batchable)
 {
-    const QString key = ArtifactCache::shaderKey(source, stage);
-    if (const QShader known = ArtifactCache::instance().loadShader(key);
-        known.isValid() && (!needsBatchable(stage, batchable) || hasBatchable(known)))
-        return {.shader = known, .errorMessage = {}};
-    const QString flight = needsBatchable(stage, batchable) ? key + u'b' : key;
-    return CompilesInFlight::instance().compileOnce(
-        flight, [&] { return bakeAndKeep(key, source, stage, name, batchable); });
+    const Request request = requestOf(source, stage, name, batchable);
+    const CompileResult result = compile(request, runningTargets());
+    if (result.shader.isValid() && !covers(result.shader, allTargets, request.batchable))
+        completeLater(request);
+    return result;
+}
+
+CompileResult compileFor(Targets targets, const QString &source, QShader::Stage stage,
+                         const QString &name)
+{
+    return compile(requestOf(source, stage, name, false), targets);
+}
+
+bool finishCompiles(std::chrono::milliseconds limit)
+{
+    return rests().finish(limit);
 }
 
 } // namespace shader

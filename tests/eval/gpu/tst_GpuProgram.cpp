@@ -4,10 +4,13 @@
 #include <eval/gpu/GpuDevice.h>
 #include <eval/gpu/GpuProgram.h>
 #include <eval/internal/Cache.h>
+#include <shader/CompileMark.h>
 #include <shader/compileShader.h>
+#include <support/Files.h>
 #include <support/VulkanValidation.h>
 
 #include <QRegularExpression>
+#include <QTemporaryDir>
 
 #include <atomic>
 #include <thread>
@@ -70,13 +73,18 @@ private slots:
     void aLoopWithoutAnEndLeavesNoValue();
     void aCancelIsSeenBetweenParts();
     void creationSaysWhatIsWrong();
+    void whatADriverDiedOfIsRefused();
     void dispatchSaysWhatIsWrong();
     void aLostDeviceIsToldAndReplaced();
     void afterShutdownNothingRuns();
+
+private:
+    QTemporaryDir m_home; ///< of the caches
 };
 
 void TstGpuProgram::initTestCase()
 {
+    QVERIFY(qputenv("XDG_DATA_HOME", QFile::encodeName(m_home.path())));
     QVERIFY2(VulkanValidation::begin(), "install vulkan-validationlayers");
     registerGpuBackend();
     QVERIFY2(gpuBackendAvailable(),
@@ -267,6 +275,31 @@ void TstGpuProgram::creationSaysWhatIsWrong()
     QVERIFY(!GpuProgram::createFragmentLane(addingShader(), 1, 17, error));
     QCOMPARE(error, u"GpuProgram::createFragmentLane: 17 output floats exceed the 16-float "
                     "fragment-lane MRT cap"_s);
+}
+
+void TstGpuProgram::whatADriverDiedOfIsRefused()
+{
+    QRhiDriverInfo driver;
+    GpuDevice::instance().run([&] { driver = internalQRhiHandle()->driverInfo(); });
+    const QString key = shader::CompileMark::driverKey(
+        addingShader(),
+        u"%1 %2 %3"_s.arg(QString::fromUtf8(driver.deviceName), QString::number(driver.vendorId),
+                          QString::number(driver.deviceId)));
+    const QString mark = shader::CompileMark::defaultFolder() + u"/driver-"_s + key;
+    QString error;
+    const auto before = GpuProgram::create(addingShader(), 1, 1, error);
+    QVERIFY2(before, qPrintable(error));
+    QVERIFY(!QFile::exists(mark));
+    QVERIFY(support::put(mark, "corvane compile mark, version \n"));
+    QVERIFY(!GpuProgram::create(addingShader(), 1, 1, error));
+    const QString refusal = u"The graphics driver was at work on \"the field of the scene\""_s;
+    QVERIFY2(error.startsWith(u"GpuProgram::create: "_s + refusal), qPrintable(error));
+    std::vector<float> values(1);
+    const QString failed = before->dispatch(values, values, 1); // compiles the rest of it
+    QVERIFY2(failed.startsWith(u"GpuProgram::dispatch: "_s + refusal), qPrintable(failed));
+    QCOMPARE(shader::forgetRefusals(), 1);
+    QCOMPARE(before->dispatch(values, values, 1), QString());
+    QVERIFY(!QFile::exists(mark));
 }
 
 void TstGpuProgram::dispatchSaysWhatIsWrong()

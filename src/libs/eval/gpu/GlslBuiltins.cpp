@@ -1,11 +1,6 @@
-// Calls of built-in functions in GLSL. Most have its name and its meaning; the table lists those
-// whose result GLSL leaves open somewhere, which a function of ours computes.
-
 #include <eval/gpu/GlslBuiltins.h>
 
-#include <eval/internal/interpreter/BuiltinFunctions.h>
-
-#include <QVarLengthArray>
+#include <eval/gpu/GlslText.h>
 
 #include <algorithm>
 
@@ -14,9 +9,6 @@ namespace eval::gpu {
 using namespace internal;
 
 namespace {
-
-using Values = QList<GlslValue>;
-using Emitted = std::optional<GlslValue>;
 
 struct OwnFunction
 {
@@ -69,54 +61,24 @@ QByteArray nameOf(const Builtin &row)
     return {row.name.data(), row.name.size()};
 }
 
-QByteArray functionOf(const Builtin &row)
+} // namespace
+
+bool GlslBuiltins::writesArgumentsAgain(const Builtin &builtin) const
+{
+    const OwnFunction *const own = ownFunction(builtin.id);
+    return (own && own->isPerScalar) || isPacking(builtin);
+}
+
+QByteArray GlslBuiltins::functionOf(const Builtin &row) const
 {
     const OwnFunction *const own = ownFunction(row.id);
     return own ? QByteArray(own->function) : nameOf(row);
 }
 
-int depthOf(const Values &arguments)
-{
-    int depth = 0;
-    for (const GlslValue &argument : arguments)
-        depth = std::max(depth, argument.depth);
-    return depth + 1;
-}
-
-GlslValue result(const QByteArray &text, Type type, const Values &arguments)
-{
-    return {text, type, {}, false, true, depthOf(arguments)};
-}
-
-bool isFloatOnly(const Values &arguments)
-{
-    return std::ranges::all_of(arguments,
-                               [](const GlslValue &a) { return scalarOf(a.type) == Type::Float; });
-}
-
-bool isScalarOrVector(const GlslValue &value)
-{
-    return isScalar(value.type) || isVector(value.type);
-}
-
-QByteArray laneAs(const GlslValue &value, int lane, Type type)
-{
-    return glslCast(glslLane(value, lane), scalarOf(value.type), type);
-}
-
-QByteArray broadcastLane(const GlslValue &value, int lane, Type type)
-{
-    return laneAs(value, isScalar(value.type) ? 0 : lane, type);
-}
-
 /// One call for all lanes where the function takes vectors, else one a lane.
-Emitted perLane(const Builtin &row, const Values &a)
+GlslBuiltins::Emitted GlslBuiltins::perLane(const Builtin &row, const Values &a)
 {
-    QVarLengthArray<Type, 3> types;
-    for (const GlslValue &argument : a)
-        types.append(argument.type);
-    const Type type = laneFunctionType({types.constData(), static_cast<size_t>(types.size())},
-                                       row.function.integers);
+    const Type type = laneTypeOf(row, a);
     const Type scalar = scalarOf(type);
     if (!isGlslType(type) || isMatrix(type) || scalar == Type::Bool)
         return std::nullopt;
@@ -127,38 +89,37 @@ Emitted perLane(const Builtin &row, const Values &a)
     const bool isRounding = row.ops.onInts == Op::Move;
     if (!isFloat && isRounding) {
         const auto same = glslRetag(a[0], type);
-        return same ? Emitted(result(*same, type, a)) : std::nullopt;
+        return same ? Emitted(Call{*same, type}) : std::nullopt;
     }
     if (scalar == Type::Uint)
         return std::nullopt;
     QList<QByteArray> arguments;
     if (!own || !own->isPerScalar || isScalar(type)) {
-        for (const GlslValue &argument : a) {
+        for (const CodeValue &argument : a) {
             const auto text = glslRetag(argument, type);
             if (!text)
                 return std::nullopt;
             arguments.append(*text);
         }
-        return result(glslCall(function, arguments), type, a);
+        return Call{CodeWriter::callText(function, arguments), type};
     }
     QList<QByteArray> lanes;
     for (int i = 0; i < laneCount(type); ++i) {
         arguments.clear();
-        for (const GlslValue &argument : a)
-            arguments.append(broadcastLane(argument, i, scalar));
-        lanes.append(glslCall(function, arguments));
+        for (const CodeValue &argument : a)
+            arguments.append(m_writer.laneAs(argument, i, scalar));
+        lanes.append(CodeWriter::callText(function, arguments));
     }
-    return result(glslCall(glslTypeName(type), lanes), type, a);
+    return Call{CodeWriter::callText(glslTypeName(type), lanes), type};
 }
 
-/// The first argument gives the size; of the others what lies beyond is cut and what lacks is zero.
-Emitted geometric(const Builtin &row, const Values &a, bool givesVector)
+GlslBuiltins::Emitted GlslBuiltins::geometric(const Builtin &row, const Values &a, bool givesVector)
 {
     if (!isScalarOrVector(a[0]))
         return std::nullopt;
     const Type vector = vectorOf(Type::Float, laneCount(a[0].type));
     QList<QByteArray> arguments;
-    for (const GlslValue &argument : a) {
+    for (const CodeValue &argument : a) {
         if (isScalar(argument.type) && !isScalar(vector))
             return std::nullopt;
         const auto text = glslRetag(argument, vector);
@@ -166,28 +127,18 @@ Emitted geometric(const Builtin &row, const Values &a, bool givesVector)
             return std::nullopt;
         arguments.append(*text);
     }
-    return result(glslCall(functionOf(row), arguments), givesVector ? vector : Type::Float, a);
+    return Call{CodeWriter::callText(functionOf(row), arguments),
+                givesVector ? vector : Type::Float};
 }
 
-Emitted refraction(const Builtin &row, const Values &a)
-{
-    auto vectors = geometric(row, a.first(2), true);
-    if (!vectors)
-        return std::nullopt;
-    vectors->text.chop(1);
-    vectors->text += ", " + laneAs(a[2], 0, Type::Float) + ')';
-    vectors->depth = depthOf(a);
-    return vectors;
-}
-
-Emitted crossProduct(const Values &a)
+GlslBuiltins::Emitted GlslBuiltins::crossProduct(const Builtin &, const Values &a)
 {
     if (a[0].type != Type::Vec3 || a[1].type != Type::Vec3)
         return std::nullopt;
-    return result(glslCall("cross", {a[0].text, a[1].text}), Type::Vec3, a);
+    return Call{CodeWriter::callText("cross", {a[0].text, a[1].text}), Type::Vec3};
 }
 
-Emitted relation(const Builtin &row, const Values &a)
+GlslBuiltins::Emitted GlslBuiltins::relation(const Builtin &row, const Values &a)
 {
     const bool isFloat = scalarOf(a[0].type) == Type::Float || scalarOf(a[1].type) == Type::Float;
     const Type scalar = isFloat ? Type::Float : scalarOf(a[0].type);
@@ -195,160 +146,49 @@ Emitted relation(const Builtin &row, const Values &a)
         (!isFloat && scalarOf(a[1].type) != scalar))
         return std::nullopt;
     if (isScalar(a[0].type))
-        return result('(' + laneAs(a[0], 0, scalar) + ' ' + row.native.function + ' ' +
-                          laneAs(a[1], 0, scalar) + ')',
-                      Type::Bool, a);
+        return Call{'(' + ownLaneAs(a[0], 0, scalar) + ' ' + row.native.function + ' ' +
+                        ownLaneAs(a[1], 0, scalar) + ')',
+                    Type::Bool};
     const Type type = vectorOf(scalar, laneCount(a[0].type));
-    return result(glslCall(functionOf(row), {*glslRetag(a[0], type), *glslRetag(a[1], type)}),
-                  vectorOf(Type::Bool, laneCount(type)), a);
+    return Call{
+        CodeWriter::callText(functionOf(row), {*glslRetag(a[0], type), *glslRetag(a[1], type)}),
+        vectorOf(Type::Bool, laneCount(type))};
 }
 
-Emitted test(const Builtin &row, const Values &a)
+GlslBuiltins::Emitted GlslBuiltins::test(const Builtin &row, const Values &a)
 {
     if (!isScalarOrVector(a[0]))
         return std::nullopt;
     const int lanes = laneCount(a[0].type);
-    return result(glslCall(functionOf(row), {*glslRetag(a[0], vectorOf(Type::Float, lanes))}),
-                  vectorOf(Type::Bool, lanes), a);
+    return Call{
+        CodeWriter::callText(functionOf(row), {*glslRetag(a[0], vectorOf(Type::Float, lanes))}),
+        vectorOf(Type::Bool, lanes)};
 }
 
-/// Of a matrix; `transpose` takes any, the others square ones.
-Emitted ofMatrix(const Builtin &row, const Values &a)
+QByteArray GlslBuiltins::anyOrAll(const Builtin &row, const CodeValue &lanes)
 {
-    const int columns = matrixColumns(a[0].type);
-    const int rows = matrixRows(a[0].type);
-    const bool isTransposed = row.id == BuiltinId::Transpose;
-    if (!isMatrix(a[0].type) || (columns != rows && !isTransposed))
-        return std::nullopt;
-    const bool isNumber = row.id == BuiltinId::Determinant;
-    return result(glslCall(functionOf(row), {a[0].text}),
-                  isNumber ? Type::Float : matrixOf(rows, columns), a);
+    return CodeWriter::callText(functionOf(row), {lanes.text});
 }
 
-Emitted outerProduct(const Values &a)
+QByteArray GlslBuiltins::negation(const Builtin &, const CodeValue &lanes)
 {
-    const Type type = matrixOf(laneCount(a[1].type), laneCount(a[0].type));
-    if (!isVector(a[0].type) || !isVector(a[1].type) || !isFloatOnly(a) || type == Type::Void)
-        return std::nullopt;
-    return result(glslCall("outerProduct", {a[0].text, a[1].text}), type, a);
+    return CodeWriter::callText("not", {lanes.text});
 }
 
-Emitted componentProduct(const Values &a)
+QByteArray GlslBuiltins::outerProduct(const Values &a, Type)
 {
-    if (a[0].type != a[1].type || !isFloatOnly(a))
-        return std::nullopt;
-    if (!isMatrix(a[0].type))
-        return result('(' + a[0].text + " * " + a[1].text + ')', a[0].type, a);
-    return result(glslCall("matrixCompMult", {a[0].text, a[1].text}), a[0].type, a);
+    return CodeWriter::callText("outerProduct", {a[0].text, a[1].text});
 }
 
-Emitted bitQuestion(const Builtin &row, const Values &a)
+QByteArray GlslBuiltins::floatBits(const Builtin &, const QByteArray &number)
 {
-    if (!isScalar(a[0].type))
-        return std::nullopt;
-    return result(glslCall(functionOf(row), {laneAs(a[0], 0, Type::Uint)}), Type::Int, a);
+    return CodeWriter::callText("floatBitsToInt", {number});
 }
 
-/// Bits of the first arguments, then two ints.
-Emitted bitField(const Builtin &row, const Values &a)
+QByteArray GlslBuiltins::bitsAsFloat(const Builtin &, const CodeValue &bits, Type type)
 {
-    if (!isScalar(a[0].type) || !isIntegerLike(a[0].type))
-        return std::nullopt;
-    QList<QByteArray> arguments;
-    for (qsizetype i = 0; i < a.size(); ++i)
-        arguments.append(laneAs(a[i], 0, i < a.size() - 2 ? Type::Uint : Type::Int));
-    return result(glslCast(glslCall(functionOf(row), arguments), Type::Uint, a[0].type), a[0].type,
-                  a);
-}
-
-Emitted floatBits(const Values &a)
-{
-    if (!isScalar(a[0].type))
-        return std::nullopt;
-    return result(glslCall("floatBitsToInt", {laneAs(a[0], 0, Type::Float)}), Type::Int, a);
-}
-
-Emitted bitsAsFloat(const Values &a)
-{
-    if (!isScalarOrVector(a[0]))
-        return std::nullopt;
-    const int lanes = laneCount(a[0].type);
-    return result(glslCall("uintBitsToFloat", {*glslRetag(a[0], vectorOf(Type::Uint, lanes))}),
-                  vectorOf(Type::Float, lanes), a);
-}
-
-Emitted pack(const Builtin &row, const Values &a, int lanes)
-{
-    QList<QByteArray> arguments;
-    for (int i = 0; i < lanes; ++i)
-        arguments.append(laneAs(a[0], i, Type::Float));
-    return result(glslCall(functionOf(row), arguments), Type::Uint, a);
-}
-
-Emitted unpack(const Builtin &row, const Values &a)
-{
-    return result(glslCall(functionOf(row), {laneAs(a[0], 0, Type::Uint)}),
-                  builtinResultType(row, {a[0].type}), a);
-}
-
-} // namespace
-
-bool writesArgumentsAgain(const Builtin &builtin)
-{
-    const OwnFunction *const own = ownFunction(builtin.id);
-    return (own && own->isPerScalar) || isPacking(builtin);
-}
-
-std::optional<GlslValue> emitBuiltin(const Builtin &builtin, const QList<GlslValue> &arguments)
-{
-    if (!std::ranges::all_of(arguments, isGlslType, &GlslValue::type))
-        return std::nullopt;
-    switch (builtin.native.form) {
-    case NativeForm::PerLane:
-        return perLane(builtin, arguments);
-    case NativeForm::ToScalar:
-        return geometric(builtin, arguments, false);
-    case NativeForm::ToVector:
-        return geometric(builtin, arguments, true);
-    case NativeForm::Refraction:
-        return refraction(builtin, arguments);
-    case NativeForm::Cross:
-        return crossProduct(arguments);
-    case NativeForm::Relation:
-        return relation(builtin, arguments);
-    case NativeForm::Test:
-        return test(builtin, arguments);
-    case NativeForm::AnyOrAll:
-        return result(glslCall(functionOf(builtin), {arguments[0].text}), Type::Bool, arguments);
-    case NativeForm::Negation:
-        return result("not(" + arguments[0].text + ')', arguments[0].type, arguments);
-    case NativeForm::OfMatrix:
-        return ofMatrix(builtin, arguments);
-    case NativeForm::OuterProduct:
-        return outerProduct(arguments);
-    case NativeForm::ComponentProduct:
-        return componentProduct(arguments);
-    case NativeForm::BitQuestion:
-        return bitQuestion(builtin, arguments);
-    case NativeForm::BitField:
-        return bitField(builtin, arguments);
-    case NativeForm::FloatBits:
-        return floatBits(arguments);
-    case NativeForm::BitsAsFloat:
-        return bitsAsFloat(arguments);
-    case NativeForm::Pack2:
-        return pack(builtin, arguments, 2);
-    case NativeForm::Pack4:
-        return pack(builtin, arguments, 4);
-    case NativeForm::Unpack:
-        return unpack(builtin, arguments);
-    }
-    Q_UNREACHABLE();
-}
-
-bool isPacking(const Builtin &builtin)
-{
-    return builtin.native.form == NativeForm::Pack2 || builtin.native.form == NativeForm::Pack4;
+    const Type words = vectorOf(Type::Uint, laneCount(type));
+    return CodeWriter::callText("uintBitsToFloat", {*glslRetag(bits, words)});
 }
 
 } // namespace eval::gpu

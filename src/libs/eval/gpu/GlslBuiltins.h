@@ -1,20 +1,32 @@
 #pragma once
 
-#include <eval/gpu/GlslText.h>
-#include <eval/internal/frontend/Builtin.h>
-
-#include <QList>
-
-#include <optional>
+#include <eval/internal/codegen/BuiltinEmitter.h>
 
 namespace eval::gpu {
 
-/// Whether the text of a call has an argument more than once, so that it should be a name.
-bool writesArgumentsAgain(const internal::Builtin &builtin);
-/// A call of a built-in in GLSL; none where the types have no such form.
-std::optional<GlslValue> emitBuiltin(const internal::Builtin &builtin,
-                                     const QList<GlslValue> &arguments);
-/// Whether the result is 32 packed bits, which travel in the bits of a float.
-bool isPacking(const internal::Builtin &builtin);
+/// Calls of built-in functions in GLSL. Most have its name and its meaning; a table lists those
+/// whose result GLSL leaves open somewhere, which a function of ours computes.
+class GlslBuiltins : public internal::BuiltinEmitter
+{
+public:
+    using BuiltinEmitter::BuiltinEmitter;
+    using Builtin = internal::Builtin;
+    using CodeValue = internal::CodeValue;
+
+    bool writesArgumentsAgain(const Builtin &builtin) const override;
+
+protected:
+    QByteArray functionOf(const Builtin &row) const override;
+    Emitted perLane(const Builtin &row, const Values &a) override;
+    Emitted geometric(const Builtin &row, const Values &a, bool givesVector) override;
+    Emitted crossProduct(const Builtin &row, const Values &a) override;
+    Emitted relation(const Builtin &row, const Values &a) override;
+    Emitted test(const Builtin &row, const Values &a) override;
+    QByteArray anyOrAll(const Builtin &row, const CodeValue &lanes) override;
+    QByteArray negation(const Builtin &row, const CodeValue &lanes) override;
+    QByteArray outerProduct(const Values &a, Type type) override;
+    QByteArray floatBits(const Builtin &row, const QByteArray &number) override;
+    QByteArray bitsAsFloat(const Builtin &row, const CodeValue &bits, Type type) override;
+};
 
 } // namespace eval::gpu

@@ -64,7 +64,7 @@ QByteArray glslZero(Type type)
     return glslLiteral(0, type);
 }
 
-QByteArray glslLane(const GlslValue &value, int lane)
+QByteArray glslLane(const internal::CodeValue &value, int lane)
 {
     if (lane >= laneCount(value.type))
         return glslZero(scalarOf(value.type));
@@ -88,7 +88,7 @@ QByteArray glslCast(const QByteArray &scalar, Type from, Type to)
     return glslTypeName(to) + '(' + scalar + ')';
 }
 
-std::optional<QByteArray> glslRetag(const GlslValue &value, Type type)
+std::optional<QByteArray> glslRetag(const internal::CodeValue &value, Type type)
 {
     if (value.type == type)
         return value.text;
@@ -109,11 +109,6 @@ std::optional<QByteArray> glslRetag(const GlslValue &value, Type type)
     for (int i = given; i < wanted; ++i)
         lanes += ", " + glslZero(to);
     return given > wanted && from == to ? lanes : glslTypeName(type) + '(' + lanes + ')';
-}
-
-QByteArray glslCall(const QByteArray &function, const QList<QByteArray> &arguments)
-{
-    return function + '(' + arguments.join(", ") + ')';
 }
 
 } // namespace eval::gpu

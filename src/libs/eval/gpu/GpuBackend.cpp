@@ -149,9 +149,11 @@ public:
         };
         if (!unit.refusal.isEmpty())
             return shaderFailed(unit.refusal);
-        const shader::CompileResult baked = shader::compileShader(
-            unit.source, isFragment ? QShader::FragmentStage : QShader::ComputeStage,
-            isFragment ? u"eval_gpu_kernel_frag"_s : u"eval_gpu_kernel"_s);
+        // A program has no other device to run on.
+        const shader::CompileResult baked =
+            shader::compileFor(shader::runningTargets(), unit.source,
+                               isFragment ? QShader::FragmentStage : QShader::ComputeStage,
+                               isFragment ? u"eval_gpu_kernel_frag"_s : u"eval_gpu_kernel"_s);
         if (!baked.shader.isValid())
             return shaderFailed(baked.errorMessage);
         return build(program, unit, baked.shader, name);

@@ -4,10 +4,10 @@
 #include <eval/gpu/GpuCodegen.h>
 
 #include <eval/gpu/GlslBody.h>
-#include <eval/gpu/GlslBuiltins.h>
+#include <eval/gpu/GlslText.h>
 #include <eval/gpu/GlslUnit.h>
+#include <eval/internal/codegen/EntryEmitter.h>
 #include <eval/internal/frontend/AstWalk.h>
-#include <eval/internal/frontend/CallGraph.h>
 
 #include <QFile>
 
@@ -123,94 +123,29 @@ private:
     int m_outputs;
 };
 
-GlslValue slotVariable(const SlotBinding &slot, const QByteArray &name, Type type)
-{
-    return {name, type, slot.structName, true, true, 0};
-}
-
-/// Reads the inputs into variables: an output's expression may assign to them.
-class MainWriter
+class MainWriter : public EntryEmitter
 {
 public:
-    MainWriter(GlslUnit &unit, const CompiledProgram &program, const LaneText &lane)
-        : m_unit(unit)
-        , m_program(program)
+    MainWriter(const CompiledProgram &program, StatementEmitter &body, const LaneText &lane)
+        : EntryEmitter(program, body)
         , m_lane(lane)
-        , m_body(unit, nullptr)
     {}
 
-    QByteArray write(QList<OutputForm> &forms)
+protected:
+    QByteArray inputText(int offset) const override { return m_lane.input(offset); }
+    QByteArray outputText(int offset) const override { return m_lane.output(offset); }
+    void readArray(const SlotBinding &, const QByteArray &) override
     {
-        for (qsizetype i = 0; i < m_program.inputs.size(); ++i)
-            readInput(m_program.inputs[i], "in" + QByteArray::number(i));
-        forms.resize(m_program.outputs.size());
-        for (const qsizetype index : m_program.evaluationOrder)
-            writeOutput(index, forms[index]);
-        return m_body.text() + m_lane.unused();
+        m_writer.unit().setUnsupported();
     }
 
 private:
-    void readInput(const SlotBinding &slot, const QByteArray &name)
-    {
-        if (!isGlslType(slot.type) || laneCount(slot.type) != slotFloatWidth(slot.type)) {
-            // An input that nobody reads needs no form.
-            if (slot.used || slot.type == Type::Array)
-                m_unit.setUnsupported();
-            return;
-        }
-        QList<QByteArray> lanes;
-        for (int i = 0; i < laneCount(slot.type); ++i)
-            lanes.append(
-                glslCast(m_lane.input(slot.floatOffset + i), Type::Float, scalarOf(slot.type)));
-        const QByteArray type = glslTypeName(slot.type);
-        m_body.emitLine(type + ' ' + name + " = " +
-                        (isScalar(slot.type) ? lanes.first() : glslCall(type, lanes)) + ';');
-        m_body.bindVariable(slot.name, slotVariable(slot, name, slot.type));
-    }
-
-    GlslValue rootValue(const OutputCode &code)
-    {
-        if (!code.root)
-            return {"/* empty output expression */ 0.0", Type::Float, {}, false, false, 0};
-        const FunctionTable table = makeFunctionTable(code.functions);
-        m_unit.setTable(&table);
-        return m_body.emitExpression(*code.root);
-    }
-
-    void writeOutput(qsizetype index, OutputForm &form)
-    {
-        const SlotBinding &slot = m_program.outputs[index];
-        const OutputCode &code = m_program.code[index];
-        const GlslValue value = rootValue(code);
-        form.type = value.type;
-        form.isBits = value.type == Type::Uint && code.root && code.root->builtin &&
-                      isPacking(*code.root->builtin);
-        if (!isGlslType(value.type) || laneCount(value.type) != slotFloatWidth(slot.type)) {
-            m_unit.setUnsupported();
-            return;
-        }
-        const QByteArray name = "out" + QByteArray::number(index);
-        m_body.emitLine(glslTypeName(value.type) + ' ' + name + " = " + value.text + ';');
-        const GlslValue variable = slotVariable(slot, name, value.type);
-        m_body.bindVariable(slot.name, variable);
-        for (int i = 0; i < laneCount(value.type); ++i) {
-            const QByteArray lane = glslLane(variable, i);
-            m_body.emitLine(m_lane.output(slot.floatOffset + i) + " = " +
-                            (form.isBits ? "uintBitsToFloat(" + lane + ')'
-                                         : glslCast(lane, scalarOf(value.type), Type::Float)) +
-                            ';');
-        }
-    }
-
-    GlslUnit &m_unit;
-    const CompiledProgram &m_program;
     const LaneText &m_lane;
-    GlslBody m_body;
 };
 
 void emitUserFunction(GlslUnit &unit, qsizetype index)
 {
-    GlslFunction &function = unit.functions[index];
+    CodeFunction &function = unit.functions[index];
     const AstNode &definition = *function.definition;
     GlslBody body(unit, &function);
     QList<QByteArray> parameters;
@@ -222,12 +157,13 @@ void emitUserFunction(GlslUnit &unit, qsizetype index)
             unit.setUnsupported();
         const QByteArray name = 'a' + QByteArray::number(i);
         parameters.append(unit.typeText(param.type, param.structName) + ' ' + name);
-        body.bindVariable(param.name, {name, param.type, param.structName, true, true, 0});
+        body.writer().bindVariable(param.name,
+                                   {name, param.type, param.structName, Type::Float, true, true});
     }
     const QByteArray type = unit.typeText(definition.type, definition.structName);
     body.emitStatement(*definition.body);
     function.text =
-        type + ' ' + function.name + '(' + parameters.join(", ") + ")\n{\n" + body.text() +
+        type + ' ' + function.name + '(' + parameters.join(", ") + ")\n{\n" + body.writer().text() +
         (definition.type == Type::Void
              ? QByteArray()
              : "    return " + unit.defaultText(definition.type, definition.structName) + ";\n") +
@@ -244,7 +180,7 @@ QByteArray reachableFunctions(const GlslUnit &unit)
         std::vector<qsizetype> pending{entry};
         while (!pending.empty()) {
             const qsizetype index = pending.back();
-            const GlslFunction &function = unit.functions[index];
+            const CodeFunction &function = unit.functions[index];
             const auto open = std::ranges::find_if(
                 function.calls, [&isDone](qsizetype callee) { return !isDone[callee]; });
             if (open != function.calls.end()) {
@@ -263,18 +199,8 @@ QByteArray reachableFunctions(const GlslUnit &unit)
 QByteArray emitStructsAndUserFunctions(GlslUnit &unit, const CompiledProgram &program)
 {
     const QByteArray structs = unit.structText();
-    for (const OutputCode &code : program.code) {
-        const qsizetype first = unit.functions.size();
-        unit.addFunctions(code.functions);
-        const FunctionTable table = makeFunctionTable(code.functions);
-        unit.setTable(&table);
-        for (qsizetype i = first; i < unit.functions.size() && unit.isSupported(); ++i)
-            emitUserFunction(unit, i);
-    }
-    QList<QList<qsizetype>> edges;
-    for (const GlslFunction &function : std::as_const(unit.functions))
-        edges.append(function.calls);
-    if (nodesOnCycles(edges).contains(true))
+    unit.emitFunctions(program, [&unit](qsizetype i) { emitUserFunction(unit, i); });
+    if (unit.hasRecursion())
         unit.setUnsupported(); // a shader has no stack
     return structs;
 }
@@ -285,8 +211,10 @@ GpuUnit emitWith(const CompiledProgram &program, const LaneText &lane, QByteArra
     GpuUnit result;
     GlslUnit unit(program.structs);
     const QByteArray structs = emitStructsAndUserFunctions(unit, program);
-    QByteArray body =
-        unit.isSupported() ? MainWriter(unit, program, lane).write(result.outputs) : QByteArray();
+    GlslBody entry(unit, nullptr);
+    QByteArray body;
+    if (unit.isSupported())
+        body = MainWriter(program, entry, lane).emitAll(result.outputs) + lane.unused();
     result.isSupported = unit.isSupported();
     if (!result.isSupported)
         return result;

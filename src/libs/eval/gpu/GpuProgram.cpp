@@ -5,13 +5,19 @@
 #include <eval/gpu/GpuCodegen.h>
 #include <eval/gpu/GpuDevice.h>
 
+#include <shader/CompileMark.h>
+
 #include <QMutexLocker>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace eval::gpu {
+
+using shader::CompileMark;
+using shader::Compiler;
 
 namespace {
 
@@ -20,6 +26,15 @@ bool fits(size_t size, qsizetype count, int width)
 {
     return width == 0 || static_cast<qsizetype>(size) / width >= count;
 }
+
+/// Tells devices apart, and drivers where they say so in their name.
+QString textOf(const QRhiDriverInfo &driver)
+{
+    return u"%1 %2 %3"_s.arg(QString::fromUtf8(driver.deviceName), QString::number(driver.vendorId),
+                             QString::number(driver.deviceId));
+}
+
+const QString markedName = u"the field of the scene"_s;
 
 } // namespace
 
@@ -89,6 +104,12 @@ std::unique_ptr<GpuProgram> GpuProgram::make(std::unique_ptr<GpuProgram> program
             device.replaceLost();
             if (!device.rhi())
                 return;
+            program->m_driverKey =
+                CompileMark::driverKey(shader, textOf(device.rhi()->driverInfo()));
+            const CompileMark mark(Compiler::Driver, program->m_driverKey, markedName);
+            reason = mark.refusal();
+            if (!reason.isEmpty())
+                return;
             device.add(program.get());
             reason = program->m_resources->build(device.rhi(), shader, program->m_inFloats,
                                                  program->m_outFloats);
@@ -134,12 +155,20 @@ QString GpuProgram::runParts(std::span<const float> input, std::span<float> outp
             error = m_resources->refusal(count);
             if (!error.isEmpty())
                 return;
+            std::optional<CompileMark> mark;
+            if (!m_hasRun)
+                mark.emplace(Compiler::Driver, m_driverKey, markedName);
+            if (mark && !mark->refusal().isEmpty()) {
+                error = mark->refusal();
+                return;
+            }
             const qsizetype limit = m_resources->partLimit();
             part = std::min({count - done, limit, m_partLimit > 0 ? m_partLimit : limit});
             error = m_resources->run(
                 device, input.subspan(size_t(done * m_inFloats), size_t(part * m_inFloats)),
                 output.subspan(size_t(done * m_outFloats), size_t(part * m_outFloats)),
                 static_cast<int>(part));
+            m_hasRun = true;
         });
     }
     return error;

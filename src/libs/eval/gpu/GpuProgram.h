@@ -60,6 +60,8 @@ private:
     const int m_inFloats;
     const int m_outFloats;
     qsizetype m_partLimit = 0;                  ///< 0: what the device takes
+    QString m_driverKey;                        ///< of the marks while the driver compiles
+    bool m_hasRun = false;                      ///< drivers compile part of it then; under m_mutex
     QMutex m_mutex;                             ///< held by the dispatch that runs
     std::unique_ptr<LaneResources> m_resources; ///< null once the device is gone
     std::atomic_bool m_isReleased = false;

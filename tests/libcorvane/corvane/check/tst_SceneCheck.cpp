@@ -1,6 +1,6 @@
 #include <corvane/check/SceneCheck.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/registry/Registry.h>
 

@@ -1,7 +1,7 @@
 #include "DocumentMaker.h"
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/item/SceneManager.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
 #include <QRegularExpression>
@@ -120,7 +120,7 @@ void TstSceneManager::swapKeepsWhatBothHave()
     Instance blend = world.scene->instance(id);
     blend.setParameter(u"smoothness"_s, 0.75);
     blend.setParameter(u"no such"_s, 1);
-    blend.setBlendSharpness(0.25f);
+    blend.setModifiers({.blendSharpness = 0.25f});
     blend.translate = {1, 2, 3};
     world.scene->updateItem(blend);
     const QString before = world.scene->stateFingerprint();
@@ -133,7 +133,7 @@ void TstSceneManager::swapKeepsWhatBothHave()
     QCOMPARE(world.make.children(u"top"_s), u"smooth_intersect_1 a"_s);
     QCOMPARE(swapped.parameter(u"smoothness"_s), QVariant(0.75));
     QVERIFY(!swapped.hasParameter(u"no such"_s));
-    QCOMPARE(swapped.blendSharpness(), 0.25f);
+    QCOMPARE(swapped.modifiers().blendSharpness, 0.25f);
     QCOMPARE(swapped.translate, QVector3D(1, 2, 3));
     QVERIFY(!world.scene->hasItem(id));
     QCOMPARE(swaps.value(0), (QVariantList{QVariant(id), QVariant(newId)}));

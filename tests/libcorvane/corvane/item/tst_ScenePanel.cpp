@@ -1,6 +1,6 @@
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/item/ScenePanelItemModel.h>
 #include <corvane/item/ScenePanelModelAdapter.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 #include <support/KeptRows.h>
 #include <support/LogicalSceneMaker.h>

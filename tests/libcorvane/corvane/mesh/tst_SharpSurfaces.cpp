@@ -3,6 +3,7 @@
 #include <corvane/mesh/QuadTriangles.h>
 #include <support/FormulaFields.h>
 
+#include <QQuaternion>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -24,7 +25,42 @@ namespace {
 constexpr int nodes = support::gridNodes;
 using Along = float (*)(float);
 
+// On the axes, with one of its corners given; its edges run along diagonals.
+Field tetrahedron(const QVector3D &corner)
+{
+    return [=](const QVector3D &p) {
+        const QVector3D q = p / corner;
+        const float planes = std::max({-q.x() - q.y() - q.z(), q.x() + q.y() - q.z(),
+                                       q.x() - q.y() + q.z(), q.y() + q.z() - q.x()});
+        return (planes - 1.0f) * std::abs(corner.x()) / std::sqrt(3.0f);
+    };
+}
+
+// About the line through (1, 2, 3), in degrees.
+Field turned(Field field, float angle)
+{
+    const auto turn = QQuaternion::fromAxisAndAngle({1, 2, 3}, -angle);
+    return [=](const QVector3D &p) { return field(turn.rotatedVector(p)); };
+}
+
+// The triangles that face against the field at their centre; needles face nowhere.
+int turnedCount(const QList<Triangle> &triangles, const Field &field)
+{
+    const auto gradient = gradientOf(field);
+    return int(std::ranges::count_if(triangles, [&](const Triangle &triangle) {
+        const auto &[a, b, c] = triangle.vertices;
+        const QVector3D centre = (a + b + c) / 3.0f;
+        QVector3D along;
+        gradient({&centre, 1}, {&along, 1});
+        return QVector3D::crossProduct(b - a, c - a).length() >
+                   1e-3f * support::gridCell * support::gridCell &&
+               QVector3D::dotProduct(triangle.normal, along) < -0.1f;
+    }));
+}
+
 } // namespace
+
+Q_DECLARE_METATYPE(Field)
 
 class TstSharpSurfaces : public QObject
 {
@@ -33,7 +69,11 @@ class TstSharpSurfaces : public QObject
 private slots:
     void init() { QTest::failOnWarning(QRegularExpression(u".*"_s)); }
     void flatFacesTakeFewTriangles();
+    void chunksMeetWithoutASeam_data();
     void chunksMeetWithoutASeam();
+    void mergedCellsDoNotFold();
+    void ridgesAlongDiagonalsAreOnePiece_data();
+    void ridgesAlongDiagonalsAreOnePiece();
     void theMinimumOfPlanesIsTheirCommonPoint();
     void aFlippedQuadLooksTheOtherWay();
     void crossingsAreFoundInFewRounds_data();
@@ -46,10 +86,26 @@ void TstSharpSurfaces::flatFacesTakeFewTriangles()
     QVERIFY(octree(field).size() * 4 < uniform(field).size());
 }
 
+void TstSharpSurfaces::mergedCellsDoNotFold()
+{
+    for (int angle = 5; angle < 90; angle += 5) {
+        const Field field = turned(box({1.1f, 0.8f, 1.0f}), float(angle));
+        QVERIFY2(turnedCount(octree(field), field) <= turnedCount(uniform(field), field),
+                 qPrintable(u"%1 degrees"_s.arg(angle)));
+    }
+}
+
+void TstSharpSurfaces::chunksMeetWithoutASeam_data()
+{
+    QTest::addColumn<Field>("field");
+    QTest::newRow("cut box") << cut(box({1.1f, 0.8f, 1.0f}), ball({0.1f, 0.8f, 0.2f}, 0.7f));
+    QTest::newRow("tetrahedron") << tetrahedron({1.53f, 1.53f, 1.53f});
+}
+
 void TstSharpSurfaces::chunksMeetWithoutASeam()
 {
+    QFETCH(Field, field);
     // The grid in two halves along x, the second padded by one cell on its low side.
-    const Field field = cut(box({1.1f, 0.8f, 1.0f}), ball({0.1f, 0.8f, 0.2f}, 0.7f));
     const std::vector<float> whole = sampled(field);
     QList<Triangle> halves;
     for (const auto &[first, count] : {std::pair(0, 18), std::pair(16, 17)}) {
@@ -75,6 +131,27 @@ void TstSharpSurfaces::chunksMeetWithoutASeam()
     for (const Triangle &triangle : atOnce)
         expected.insert(QByteArray(reinterpret_cast<const char *>(&triangle), sizeof triangle));
     QCOMPARE(distinct, expected);
+}
+
+void TstSharpSurfaces::ridgesAlongDiagonalsAreOnePiece_data()
+{
+    QTest::addColumn<Field>("field");
+    for (int n = 0; n < 8; ++n) {
+        const float s = 1.2f + 0.013f * float(n);
+        QTest::addRow("corner %d at %g", n, double(s))
+            << tetrahedron({n & 1 ? s : -s, n & 2 ? s : -s, n & 4 ? s : -s});
+    }
+}
+
+// By the signs of the nodes alone a ridge over the diagonals of cells is a row of crumbs.
+void TstSharpSurfaces::ridgesAlongDiagonalsAreOnePiece()
+{
+    QFETCH(Field, field);
+    for (const auto &triangles : {uniform(field), octree(field)}) {
+        const support::FloatMesh mesh = support::meshOf(triangles);
+        QVERIFY(support::isClosedManifold(mesh));
+        QCOMPARE(qsizetype(mesh.vertices.size()) - mesh.elements.size() / 2, 2); // Euler
+    }
 }
 
 void TstSharpSurfaces::theMinimumOfPlanesIsTheirCommonPoint()

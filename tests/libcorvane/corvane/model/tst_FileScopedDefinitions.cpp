@@ -1,5 +1,5 @@
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/registry/Registry.h>
 
 #include <QFile>

@@ -69,15 +69,12 @@ void TstItemRecords::modifierAtItsDefaultIsNotStored()
 {
     Instance instance(u"sphere"_s);
     const QVariantMap untouched = instance.typeData;
-    const auto set = [&instance](float sharpness, int mode, float density, float thickness) {
-        instance.setBlendSharpness(sharpness);
-        instance.setMaterialMode(mode);
-        instance.setDensityScale(density);
-        instance.setShellThickness(thickness);
-    };
-    set(0.5f, 1, 2.0f, 0.25f);
+    const NodeModifiers modifiers{
+        .densityScale = 2.0f, .shellThickness = 0.25f, .blendSharpness = 0.5f, .materialMode = 1};
+    instance.setModifiers(modifiers);
     QCOMPARE(instance.typeData.size(), untouched.size() + 4);
-    set(0.7f, 2, 1.0f, 0.0f);
+    QCOMPARE(instance.modifiers(), modifiers);
+    instance.setModifiers({});
     QCOMPARE(instance.typeData, untouched);
 }
 

@@ -1,4 +1,4 @@
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/SceneMigrator.h>
 #include <corvane/registry/Registry.h>

@@ -1,9 +1,9 @@
+#include <corvane/compile/CorvaneDSLParser.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/CorvaneDSLSerializer.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <support/LogicalSceneMaker.h>
 
 #include <QDir>
@@ -159,10 +159,10 @@ corvane:
              QStringList({u"body"_s, u"ball"_s, u"group"_s, u"cube"_s}));
     QCOMPARE(namesOf(scene, scene.roots()), QStringList{u"body"_s});
     const LogicalInstance body = nodeOf(scene, u"body"_s);
-    QCOMPARE(body.blendSharpness, 0.5f);
-    QCOMPARE(body.materialMode, 1);
-    QCOMPARE(body.densityScale, 2.0f);
-    QCOMPARE(body.shellThickness, 0.25f);
+    QCOMPARE(body.modifiers.blendSharpness, 0.5f);
+    QCOMPARE(body.modifiers.materialMode, 1);
+    QCOMPARE(body.modifiers.densityScale, 2.0f);
+    QCOMPARE(body.modifiers.shellThickness, 0.25f);
     const LogicalInstance ball = nodeOf(scene, u"ball"_s);
     QCOMPARE(ball.params, QVariantMap({{u"radius"_s, 2.5}}));
     QCOMPARE(ball.translate, QVector3D(1, 2, 3));

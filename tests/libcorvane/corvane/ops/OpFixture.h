@@ -1,10 +1,10 @@
 #pragma once
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/component/ComponentLibrary.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/PlainValue.h>

@@ -1,7 +1,7 @@
 // Undo is exact: random edits of all kinds, taken back and done again step by step.
 #include "RandomOps.h"
 
-#include <corvane/model/ItemsToNodes.h>
+#include <corvane/compile/ItemsToNodes.h>
 #include <corvane/ops/OpCatalogue.h>
 
 #include <QLoggingCategory>

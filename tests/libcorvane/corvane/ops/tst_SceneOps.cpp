@@ -1,9 +1,9 @@
 // What the ops of each family do.
 #include "OpFixture.h"
 
+#include <corvane/compile/ItemsToNodes.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/ItemsToNodes.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/ops/ComponentMaterializer.h>
 
@@ -87,6 +87,7 @@ private slots:
     void nodeIsReadByItsOwnName();
     void variablesOfTwoVarsetsMayShareAFullName();
     void brokenExpressionsGetTheirValuesBack();
+    void redoBringsBackWhatTheNewExpressionStoodOn();
     void nestingIntoItselfIsRefused();
     void nestedTwiceUnnestsToTheSamePlace_data();
     void nestedTwiceUnnestsToTheSamePlace();
@@ -497,6 +498,31 @@ void TstSceneOps::brokenExpressionsGetTheirValuesBack()
     fixture.stack().redo();
     fixture.stack().redo();
     QCOMPARE(fixture.state(), after);
+}
+
+/// Before and after the edit the expression gives nothing, and stays on another value.
+void TstSceneOps::redoBringsBackWhatTheNewExpressionStoodOn()
+{
+    OpFixture fixture;
+    const QUuid id = fixture.addNode(u"sphere"_s);
+    const EditorFollowers followers(fixture);
+    const auto setRadius = [&](const QString &text, double fallback) {
+        return fixture.apply(
+            OpKind::SdfSetParameter,
+            {{u"itemId"_s, id},
+             {u"paramName"_s, u"radius"_s},
+             {u"value"_s, QVariantMap{{u"expr"_s, text}, {u"fallback"_s, fallback}}}});
+    };
+    const auto radius = [&] {
+        const QUuid core = followers.compiler.mappings().value(id).coreId;
+        return fixture.document->instance(core).parameter(u"radius"_s).toDouble();
+    };
+    QVERIFY(setRadius(u"size*2.0"_s, 3.0) && setRadius(u"width*2.0"_s, 7.0));
+    QCOMPARE(radius(), 7.0);
+    fixture.stack().undo();
+    QCOMPARE(radius(), 3.0);
+    fixture.stack().redo();
+    QCOMPARE(radius(), 7.0);
 }
 
 void TstSceneOps::nestingIntoItselfIsRefused()

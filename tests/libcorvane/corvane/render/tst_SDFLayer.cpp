@@ -102,7 +102,7 @@ void TstSDFLayer::parameterChangeRepacksInPlace()
 
     bench.fixture.change(ball, [](Instance &item) {
         item.setLiteral(u"radius"_s, 4.0);
-        item.setShellThickness(0.5f);
+        item.setModifiers({.shellThickness = 0.5f});
         item.material.metallic = 1.0f;
     });
     SDFNode expected = before;

@@ -386,10 +386,10 @@ void TstSDFNodeBuilder::materialAndModifiersAreCopied()
     fixture.change(id, [](Instance &item) {
         item.material.albedo = {0.1f, 0.2f, 0.3f, 0.4f};
         item.material.roughness = 0.9f;
-        item.setDensityScale(1.5f);
-        item.setShellThickness(0.25f);
-        item.setBlendSharpness(0.125f);
-        item.setMaterialMode(1);
+        item.setModifiers({.densityScale = 1.5f,
+                           .shellThickness = 0.25f,
+                           .blendSharpness = 0.125f,
+                           .materialMode = 1});
     });
     SDFNodeBuilder builder(&m_generator);
     builder.buildWithoutDomains(&fixture.scene);

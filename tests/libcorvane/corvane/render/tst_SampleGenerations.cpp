@@ -1,10 +1,10 @@
 // Each sample is there in both generations of the file: the same solid, whichever is opened.
+#include <corvane/compile/CorvaneDSLParser.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/eval/FieldCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/render/SDFLayer.h>
 #include <corvane/xport/ExportSettings.h>

@@ -2,12 +2,12 @@
 
 #include "TestDefinitions.h"
 
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/shader/IEnvironment.h>
 #include <corvane/shader/IShadingMode.h>
 #include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderCodeAnalyzer.h>
 #include <corvane/shader/ShaderTemplates.h>
-#include <corvane/shader/ShaderValidator.h>
 #include <corvane/shader/ShadingModeRegistry.h>
 
 #include <QRegularExpression>

@@ -1,8 +1,8 @@
 #include "TaskFixture.h"
 
+#include <corvane/compile/ItemsToNodes.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
-#include <corvane/model/ItemsToNodes.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/model/MaterialLibrary.h>
 #include <corvane/model/NodeCompilation.h>
 

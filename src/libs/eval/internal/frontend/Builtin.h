@@ -70,7 +70,7 @@ struct BuiltinOps
     Op onInts = Op::End; ///< Move: an integer is its own result
 };
 
-/// The few shapes that a call has in C++.
+/// The few shapes that a call has in emitted text.
 enum class NativeForm {
     PerLane,    ///< one call a lane, with scalars broadcast
     ToScalar,   ///< one call on vectors of the first argument's size

@@ -2,9 +2,9 @@
 
 #include <eval/internal/native/Codegen.h>
 
-#include <eval/internal/frontend/CallGraph.h>
+#include <eval/internal/codegen/EntryEmitter.h>
 #include <eval/internal/native/CodegenBody.h>
-#include <eval/internal/native/CodegenBuiltins.h>
+#include <eval/internal/native/NativeTypes.h>
 
 #include <QFile>
 
@@ -51,94 +51,33 @@ QByteArray indexed(const char *name, int index)
     return name + ('[' + QByteArray::number(index) + ']');
 }
 
-Operand slotVariable(const SlotBinding &slot, const QByteArray &name, Type type)
-{
-    return {name, type, slot.structName, slot.elementType, true};
-}
-
-/// Reads the inputs into variables: an output's expression may assign to them.
-class EntryWriter
+class EntryWriter : public EntryEmitter
 {
 public:
-    EntryWriter(CodegenUnit &unit, const CompiledProgram &program)
-        : m_unit(unit)
-        , m_program(program)
-        , m_body(unit, nullptr)
-    {}
+    using EntryEmitter::EntryEmitter;
 
-    QByteArray write(QList<NativeOutput> &outputs)
+    QByteArray entryText(QList<OutputForm> &outputs)
     {
-        for (qsizetype i = 0; i < m_program.inputs.size(); ++i)
-            readInput(m_program.inputs[i], "in" + QByteArray::number(i));
-        outputs.resize(m_program.outputs.size());
-        for (const qsizetype index : m_program.evaluationOrder)
-            writeOutput(index, outputs[index]);
         return "    (void)eval_in_;\n    (void)eval_arrays_; (void)eval_arrayLens_;\n" +
-               m_body.writer().text();
+               emitAll(outputs);
     }
 
-private:
-    void readInput(const SlotBinding &slot, const QByteArray &name)
+protected:
+    QByteArray inputText(int offset) const override { return indexed("eval_in_", offset); }
+    QByteArray outputText(int offset) const override { return indexed("eval_out_", offset); }
+    void readArray(const SlotBinding &slot, const QByteArray &name) override
     {
-        if (slot.type == Type::Array) {
-            if (!isNativeVariableType(slot.elementType))
-                m_unit.setUnsupported();
-            m_body.writer().emitLine("const float *" + name + " = " +
-                                     indexed("eval_arrays_", slot.arrayIndex) + ';');
-            m_body.writer().emitLine("const int " + name + "_length = " +
-                                     indexed("eval_arrayLens_", slot.arrayIndex) + ';');
-            m_body.writer().emitLine("(void)" + name + "; (void)" + name + "_length;");
-            m_body.writer().bindVariable(slot.name, slotVariable(slot, name, Type::Array));
-            return;
-        }
-        if (!isNativeVariableType(slot.type)) {
-            // An input that nobody reads needs no form.
-            if (slot.used)
-                m_unit.setUnsupported();
-            return;
-        }
-        QList<QByteArray> lanes;
-        for (int i = 0; i < laneCount(slot.type); ++i)
-            lanes.append(nativeCast(indexed("eval_in_", slot.floatOffset + i), Type::Float,
-                                    scalarOf(slot.type)));
-        m_body.writer().emitLine(nativeTypeName(slot.type) + ' ' + name + " = " +
-                                 nativeCompose(slot.type, lanes) + ';');
-        m_body.writer().emitLine("(void)" + name + ';');
-        m_body.writer().bindVariable(slot.name, slotVariable(slot, name, slot.type));
+        if (!isNativeVariableType(slot.elementType))
+            m_writer.unit().setUnsupported();
+        m_writer.emitLine("const float *" + name + " = " +
+                          indexed("eval_arrays_", slot.arrayIndex) + ';');
+        m_writer.emitLine("const int " + name +
+                          "_length = " + indexed("eval_arrayLens_", slot.arrayIndex) + ';');
+        m_writer.emitLine("(void)" + name + "; (void)" + name + "_length;");
+        m_writer.bindVariable(slot.name,
+                              {name, Type::Array, slot.structName, slot.elementType, true});
     }
-
-    void writeOutput(qsizetype index, NativeOutput &output)
-    {
-        const SlotBinding &slot = m_program.outputs[index];
-        const FunctionTable table = makeFunctionTable(m_program.code[index].functions);
-        m_unit.setTable(&table);
-        const AstNode &root = *m_program.code[index].root;
-        const Operand value = m_body.emitExpression(root);
-        output.type = value.type;
-        output.isBits = value.type == Type::Uint && root.builtin && isPacking(*root.builtin);
-        if (!isNativeVariableType(value.type) ||
-            laneCount(value.type) != slotFloatWidth(slot.type)) {
-            m_unit.setUnsupported();
-            return;
-        }
-        const QByteArray name = "out" + QByteArray::number(index);
-        m_body.writer().emitLine(nativeTypeName(value.type) + ' ' + name + " = " + value.text +
-                                 ';');
-        const Operand variable = slotVariable(slot, name, value.type);
-        m_body.writer().bindVariable(slot.name, variable);
-        for (int i = 0; i < laneCount(value.type); ++i) {
-            const QByteArray lane = nativeLane(variable, i);
-            m_body.writer().emitLine(indexed("eval_out_", slot.floatOffset + i) + " = " +
-                                     (output.isBits
-                                          ? "_bitsToFloat(" + lane + ')'
-                                          : nativeCast(lane, scalarOf(value.type), Type::Float)) +
-                                     ';');
-        }
-    }
-
-    CodegenUnit &m_unit;
-    const CompiledProgram &m_program;
-    CodegenBody m_body;
+    void noteVariable(const QByteArray &name) override { m_writer.emitLine("(void)" + name + ';'); }
 };
 
 QByteArray parameterText(CodegenUnit &unit, const FunctionParam &param, const QByteArray &name)
@@ -157,7 +96,7 @@ QByteArray parameterText(CodegenUnit &unit, const FunctionParam &param, const QB
 
 void emitUserFunction(CodegenUnit &unit, qsizetype index)
 {
-    CodegenFunction &function = unit.functions[index];
+    CodeFunction &function = unit.functions[index];
     const AstNode &definition = *function.definition;
     CodegenBody body(unit, &function);
     QList<QByteArray> parameters;
@@ -177,15 +116,7 @@ void emitUserFunction(CodegenUnit &unit, qsizetype index)
     function.head = unit.typeText(definition.type, definition.structName) + ' ' + function.name +
                     '(' + parameters.join(", ") + ')';
     body.emitStatement(*definition.body);
-    function.text = function.head + "\n{\n" + body.writer().functionText() + "}\n\n";
-}
-
-QList<QList<qsizetype>> callEdges(const CodegenUnit &unit)
-{
-    QList<QList<qsizetype>> edges;
-    for (const CodegenFunction &function : unit.functions)
-        edges.append(function.calls);
-    return edges;
+    function.text = function.head + "\n{\n" + body.functionText() + "}\n\n";
 }
 
 /// The statements that there are once every call is replaced by its body; more than the limit where
@@ -213,7 +144,7 @@ private:
         std::vector<qsizetype> pending{root};
         while (!pending.empty()) {
             const qsizetype index = pending.back();
-            const CodegenFunction &function = m_unit.functions[index];
+            const CodeFunction &function = m_unit.functions[index];
             const auto open = std::ranges::find_if(
                 function.calls, [this](qsizetype callee) { return m_sizes[callee] < 0; });
             if (open != function.calls.end()) {
@@ -238,10 +169,10 @@ QByteArray functionsText(const CodegenUnit &unit, bool isInlined)
 {
     const QByteArray lead = isInlined ? "EVAL_INLINE " : "static ";
     QByteArray text;
-    for (const CodegenFunction &function : unit.functions)
+    for (const CodeFunction &function : unit.functions)
         text += lead + function.head + ";\n";
     text += '\n';
-    for (const CodegenFunction &function : unit.functions)
+    for (const CodeFunction &function : unit.functions)
         text += lead + function.text;
     return text;
 }
@@ -252,31 +183,18 @@ bool isField(const CompiledProgram &program)
            program.outputs.size() == 1 && program.outputs[0].type == Type::Float;
 }
 
-void emitFunctions(CodegenUnit &unit, const CompiledProgram &program)
-{
-    for (const OutputCode &code : program.code) {
-        const qsizetype first = unit.functions.size();
-        unit.addFunctions(code.functions);
-        const FunctionTable table = makeFunctionTable(code.functions);
-        unit.setTable(&table);
-        for (qsizetype i = first; i < unit.functions.size(); ++i)
-            emitUserFunction(unit, i);
-    }
-}
-
 /// A field for several points at a time, as a function evalLanes(); empty where something in it can
 /// only be said for one.
 QByteArray lanesText(const CompiledProgram &program)
 {
     CodegenUnit unit(program.structs, CodegenForm::Lanes);
     const QByteArray structs = unit.structText();
-    emitFunctions(unit, program);
+    unit.emitFunctions(program, [&unit](qsizetype i) { emitUserFunction(unit, i); });
     const FunctionTable table = makeFunctionTable(program.code[0].functions);
     unit.setTable(&table);
     CodegenBody body(unit, nullptr);
-    body.writer().bindVariable(program.inputs[0].name,
-                               slotVariable(program.inputs[0], "in0", Type::Vec3));
-    const Operand value = body.emitExpression(*program.code[0].root);
+    body.writer().bindVariable(program.inputs[0].name, {"in0", Type::Vec3, {}, Type::Float, true});
+    const CodeValue value = body.emitExpression(*program.code[0].root);
     if (!unit.isSupported() || unit.isTooLarge() || value.type != Type::Float ||
         InlinedSize(unit).ofEntry() > inlineLimit)
         return {};
@@ -308,9 +226,10 @@ NativeUnit Codegen::emitUnit()
     NativeUnit result;
     CodegenUnit unit(m_program.structs);
     const QByteArray structs = unit.structText();
-    emitFunctions(unit, m_program);
-    const QByteArray entry = EntryWriter(unit, m_program).write(result.outputs);
-    result.isSupported = unit.isSupported() && !nodesOnCycles(callEdges(unit)).contains(true);
+    unit.emitFunctions(m_program, [&unit](qsizetype i) { emitUserFunction(unit, i); });
+    CodegenBody body(unit, nullptr);
+    const QByteArray entry = EntryWriter(m_program, body).entryText(result.outputs);
+    result.isSupported = unit.isSupported() && !unit.hasRecursion();
     if (!result.isSupported)
         return result;
     const bool isInlined = InlinedSize(unit).ofEntry() <= inlineLimit;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <eval/internal/BackendCode.h>
 #include <eval/internal/CompiledProgram.h>
 
 #include <QByteArray>
@@ -7,20 +8,13 @@
 
 namespace eval::internal {
 
-/// How an output crosses the flat buffer.
-struct NativeOutput
-{
-    Type type = Type::Float; ///< of the value itself, where the checker's type is another
-    bool isBits = false;     ///< 32 packed bits that travel as the float of the same bits
-};
-
 /// What Codegen makes of a program.
 struct NativeUnit
 {
     bool isSupported = true; ///< false: something in it has no C++ form
     QString refusal{};       ///< set when the text would take too long to compile
     QByteArray text{};
-    QList<NativeOutput> outputs{};
+    QList<OutputForm> outputs{};
     bool hasRow = false;   ///< whether `eval_row` is there
     bool hasLanes = false; ///< whether `eval_points` is, and both take several points at a time
 };

@@ -1,31 +1,33 @@
 #pragma once
 
-#include <eval/internal/native/CodegenWriter.h>
+#include <eval/internal/codegen/OperatorEmitter.h>
 
 namespace eval::internal {
 
 /// Operators in C++, with the interpreter's types and rounding.
-class CodegenArithmetic
+class CodegenArithmetic : public OperatorEmitter
 {
 public:
-    explicit CodegenArithmetic(CodegenWriter &writer)
-        : m_writer(writer)
-    {}
+    using OperatorEmitter::OperatorEmitter;
 
-    Operand combine(BinaryKind kind, const Operand &left, const Operand &right);
-    Operand unary(UnaryKind kind, const Operand &operand);
-    /// The value of ++ and --.
-    Operand stepped(const Operand &before, bool isIncrement);
+    CodeValue unary(UnaryKind kind, const CodeValue &operand) override;
+    CodeValue stepped(const CodeValue &before, bool isIncrement) override;
+
+protected:
+    CodeValue emitEquality(BinaryKind kind, const CodeValue &left, const CodeValue &right) override;
+    CodeValue emitComparison(BinaryKind kind, const CodeValue &left,
+                             const CodeValue &right) override;
+    bool canCompute(const ArithmeticPlan &plan) const override;
+    CodeValue emitScalar(BinaryKind kind, const CodeValue &left, const CodeValue &right,
+                         Type type) override;
+    CodeValue emitLanewise(BinaryKind kind, const CodeValue &left, const CodeValue &right,
+                           Type type) override;
+    QByteArray productText(const CodeValue &left, const CodeValue &right, Type type) const override;
+    QByteArray shiftText(BinaryKind kind, const QByteArray &a, const QByteArray &b) const override;
 
 private:
-    Operand emitComparison(BinaryKind kind, const Operand &left, const Operand &right);
-    QByteArray equality(const Operand &left, const Operand &right);
-    Operand emitBits(BinaryKind kind, const Operand &left, const Operand &right);
-    Operand emitScalar(BinaryKind kind, const Operand &left, const Operand &right, Type type);
-    Operand emitLanewise(BinaryKind kind, const Operand &left, const Operand &right, Type type);
-    Operand emitProduct(const Operand &left, const Operand &right, Type type);
-
-    CodegenWriter &m_writer;
+    QByteArray equality(const CodeValue &left, const CodeValue &right);
+    QByteArray arithmetic(BinaryKind kind, const QByteArray &a, const QByteArray &b) const;
 };
 
 } // namespace eval::internal

@@ -7,6 +7,7 @@
 
 #include <eval/internal/frontend/AstWalk.h>
 #include <eval/internal/interpreter/Interpreter.h>
+#include <eval/internal/native/NativeTypes.h>
 
 namespace eval::internal {
 
@@ -26,50 +27,6 @@ bool jumpsOut(const AstPtr &statement)
 
 } // namespace
 
-void CodegenBody::emitStatement(const AstNode &node)
-{
-    if (m_unit.isTooLarge() || !m_unit.isSupported())
-        return;
-    switch (node.kind) {
-    case AstKind::Block:
-        emitBlock(node);
-        return;
-    case AstKind::ExpressionStatement:
-        m_expressions.emitExpression(*node.left);
-        return;
-    case AstKind::VariableDeclaration:
-        emitDeclaration(node);
-        return;
-    case AstKind::If:
-        emitIf(node);
-        return;
-    case AstKind::For:
-    case AstKind::While:
-    case AstKind::DoWhile:
-        emitLoop(node);
-        return;
-    case AstKind::Switch:
-        emitSwitch(node);
-        return;
-    case AstKind::Return:
-        emitReturn(node);
-        return;
-    case AstKind::Discard:
-        // A fault to be told, which compiled code has no way for: its zero would lie on a surface.
-        m_unit.setUnsupported();
-        return;
-    case AstKind::Break:
-        emitBreak();
-        return;
-    case AstKind::Continue:
-        emitContinue();
-        return;
-    default:
-        m_expressions.emitExpression(node);
-    }
-}
-
-/// Outside of everything it ends the function, as in the interpreter.
 void CodegenBody::emitBreak()
 {
     if (!m_laneLoops.isEmpty())
@@ -92,52 +49,12 @@ void CodegenBody::emitContinue()
     }
 }
 
-void CodegenBody::emitBlock(const AstNode &node)
-{
-    for (const AstPtr &statement : node.statements)
-        emitStatement(*statement);
-}
-
-/// A declaration that is met again, in a loop or by the same name, sets the one variable anew.
-void CodegenBody::emitDeclaration(const AstNode &node)
-{
-    if (node.type != Type::Struct && !isNativeVariableType(node.type)) {
-        m_unit.setUnsupported();
-        return;
-    }
-    const QByteArray type = m_unit.typeText(node.type, node.structName);
-    const QByteArray value =
-        node.left
-            ? m_writer.retag(m_expressions.emitExpression(*node.left), node.type, node.structName)
-                  .text
-            : type + "{}";
-    if (const Operand *const known = m_writer.variable(node.name)) {
-        // Which of two types a name has would depend on the way taken.
-        if (known->type != node.type || known->structName != node.structName)
-            m_unit.setUnsupported();
-        m_writer.assign(known->text, value);
-        return;
-    }
-    m_writer.assign(m_writer.declareVariable(node.name, node.type, node.structName).text, value);
-}
-
 void CodegenBody::emitIf(const AstNode &node)
 {
-    const QByteArray chosen = m_expressions.condition(*node.condition);
-    if (m_unit.isForLanes()) {
-        emitMaskedIf(node, chosen);
-        return;
-    }
-    m_writer.emitLine("if (" + chosen + ") {");
-    m_writer.emitText(m_writer.nested([&] {
-        if (node.left)
-            emitStatement(*node.left);
-    }));
-    if (node.right) {
-        m_writer.emitBrace("} else {");
-        m_writer.emitText(m_writer.nested([&] { emitStatement(*node.right); }));
-    }
-    m_writer.emitBrace("}");
+    if (m_unit.isForLanes())
+        emitMaskedIf(node, m_expressions.condition(*node.condition));
+    else
+        StatementEmitter::emitIf(node);
 }
 
 /// The condition has statements of its own, so every loop is one that a break leaves. `continue`
@@ -154,8 +71,7 @@ void CodegenBody::emitLoop(const AstNode &node)
     const auto leaveUnless = [&] {
         const QByteArray goesOn = m_expressions.condition(*node.condition);
         m_writer.emitLine(
-            "if (!" +
-            (m_unit.isForLanes() ? "anyLane(" + m_writer.maskedBy(goesOn) + ')' : goesOn) +
+            "if (!" + (m_unit.isForLanes() ? "anyLane(" + lines.maskedBy(goesOn) + ')' : goesOn) +
             ") break;");
     };
     m_writer.emitLine(loopHead());
@@ -198,7 +114,7 @@ QByteArray CodegenBody::loopHead()
 /// matches on, and a break leaves it.
 void CodegenBody::emitSwitch(const AstNode &node)
 {
-    const Operand value = m_expressions.emitExpression(*node.condition);
+    const CodeValue value = m_expressions.emitExpression(*node.condition);
     if (!isNativeLaneType(value.type) || m_unit.isForLanes()) {
         m_unit.setUnsupported();
         return;
@@ -229,39 +145,20 @@ void CodegenBody::emitSwitch(const AstNode &node)
     m_writer.emitBrace("}");
 }
 
-/// Without a value: the caller gets the default.
 void CodegenBody::emitLeave()
 {
-    if (!m_writer.mask().isEmpty()) {
+    if (lines.mask().isEmpty())
+        StatementEmitter::emitLeave();
+    else
         emitMaskedLeave({});
-        return;
-    }
-    const AstNode &function = *m_writer.function()->definition;
-    // With the type's name: braces alone are no value of several lanes.
-    m_writer.emitLine(function.type == Type::Void
-                          ? QByteArray("return;")
-                          : "return " + m_unit.typeText(function.type, function.structName) +
-                                "{};");
 }
 
-void CodegenBody::emitReturn(const AstNode &node)
+void CodegenBody::emitLeaveWith(const QByteArray &value)
 {
-    const AstNode &function = *m_writer.function()->definition;
-    if (!node.left) {
-        emitLeave();
-        return;
-    }
-    const Operand value = m_expressions.emitExpression(*node.left);
-    if (function.type == Type::Void) {
-        emitLeave();
-        return;
-    }
-    if (!m_writer.mask().isEmpty()) {
-        emitMaskedLeave(m_writer.retag(value, function.type, function.structName).text);
-        return;
-    }
-    m_writer.emitLine("return " + m_writer.retag(value, function.type, function.structName).text +
-                      ';');
+    if (lines.mask().isEmpty())
+        StatementEmitter::emitLeaveWith(value);
+    else
+        emitMaskedLeave(value);
 }
 
 } // namespace eval::internal

@@ -1,8 +1,21 @@
 #pragma once
 
+#include <eval/internal/codegen/StatementEmitter.h>
 #include <eval/internal/native/CodegenExpressions.h>
 
 namespace eval::internal {
+
+/// The parts of a body, made before it.
+struct CodegenParts
+{
+    CodegenParts(CodegenUnit &unit, CodeFunction *function)
+        : lines(unit, function)
+        , cppExpressions(lines)
+    {}
+
+    CodegenWriter lines;
+    CodegenExpressions cppExpressions;
+};
 
 /// The statements of one function, or of the outputs' expressions, as C++. Loops keep the
 /// interpreter's bound.
@@ -11,19 +24,27 @@ namespace eval::internal {
 /// lanes that take it: an assignment there keeps the other lanes as they are, and a return notes
 /// the value of its lanes. Loops go on for the lanes that do. Lanes that are not `active` keep no
 /// loop going; what they compute means nothing.
-class CodegenBody
+class CodegenBody : private CodegenParts, public StatementEmitter
 {
 public:
     /// @param function  null for the outputs' expressions
-    CodegenBody(CodegenUnit &unit, CodegenFunction *function)
-        : m_unit(unit)
-        , m_writer(unit, function)
-        , m_expressions(m_writer)
+    CodegenBody(CodegenUnit &unit, CodeFunction *function)
+        : CodegenParts(unit, function)
+        , StatementEmitter(lines, cppExpressions)
+        , m_unit(unit)
     {}
 
-    CodegenWriter &writer() { return m_writer; }
-    Operand emitExpression(const AstNode &node) { return m_expressions.emitExpression(node); }
-    void emitStatement(const AstNode &node);
+    /// All of a function between its braces.
+    QByteArray functionText() { return lines.functionText(); }
+
+protected:
+    void emitIf(const AstNode &node) override;
+    void emitLoop(const AstNode &node) override;
+    void emitSwitch(const AstNode &node) override;
+    void emitBreak() override;
+    void emitContinue() override;
+    void emitLeave() override;
+    void emitLeaveWith(const QByteArray &value) override;
 
 private:
     /// A loop that each lane leaves by itself: variables for those that are in it, and for those of
@@ -39,16 +60,7 @@ private:
         bool isContinued = false;
     };
 
-    void emitBlock(const AstNode &node);
-    void emitDeclaration(const AstNode &node);
-    void emitIf(const AstNode &node);
-    void emitLoop(const AstNode &node);
     QByteArray loopHead();
-    void emitSwitch(const AstNode &node);
-    void emitReturn(const AstNode &node);
-    void emitLeave();
-    void emitBreak();
-    void emitContinue();
 
     // For lanes, in CodegenLanes.cpp.
     QByteArray stillOn() const;
@@ -58,8 +70,6 @@ private:
     void emitMaskedJump(AstKind kind);
 
     CodegenUnit &m_unit;
-    CodegenWriter m_writer;
-    CodegenExpressions m_expressions;
     QList<PlainLoop> m_plainLoops; ///< around, innermost last
     QList<LaneLoop> m_laneLoops;   ///< around, innermost last
     int m_breakDepth = 0;          ///< plain loops and switches around

@@ -1,19 +1,31 @@
 #pragma once
 
-#include <eval/internal/frontend/Builtin.h>
-#include <eval/internal/native/NativeTypes.h>
-
-#include <QList>
-
-#include <optional>
+#include <eval/internal/codegen/BuiltinEmitter.h>
 
 namespace eval::internal {
 
-/// The call as an expression; none where the types have no C++ form.
-/// @param arguments  names or members of values: they may be written more than once
-std::optional<Operand> emitBuiltin(const Builtin &builtin, const QList<Operand> &arguments);
+/// Calls of built-in functions in C++, whose functions the catalogue (Builtin.cpp) names.
+///
+/// Arguments are names or members of values: they may be written more than once.
+class CodegenBuiltins : public BuiltinEmitter
+{
+public:
+    using BuiltinEmitter::BuiltinEmitter;
 
-/// Whether this packs lanes into one word: in a flat buffer only its bits count.
-bool isPacking(const Builtin &builtin);
+    bool writesArgumentsAgain(const Builtin &builtin) const override;
+
+protected:
+    QByteArray functionOf(const Builtin &row) const override;
+    Emitted perLane(const Builtin &row, const Values &a) override;
+    Emitted geometric(const Builtin &row, const Values &a, bool givesVector) override;
+    Emitted crossProduct(const Builtin &row, const Values &a) override;
+    Emitted relation(const Builtin &row, const Values &a) override;
+    Emitted test(const Builtin &row, const Values &a) override;
+    QByteArray anyOrAll(const Builtin &row, const CodeValue &lanes) override;
+    QByteArray negation(const Builtin &row, const CodeValue &lanes) override;
+    QByteArray outerProduct(const Values &a, Type type) override;
+    QByteArray floatBits(const Builtin &row, const QByteArray &number) override;
+    QByteArray bitsAsFloat(const Builtin &row, const CodeValue &bits, Type type) override;
+};
 
 } // namespace eval::internal

@@ -23,17 +23,17 @@ QByteArray CodegenBody::stillOn() const
 void CodegenBody::emitMaskedIf(const AstNode &node, const QByteArray &chosen)
 {
     const int leavesBefore = m_partLeaves;
-    const auto [first, second] = m_writer.emitBranches(chosen, [&](int i, const QByteArray &) {
+    const auto [first, second] = lines.emitBranches(chosen, [&](int i, const QByteArray &) {
         const AstPtr &branch = i == 0 ? node.left : node.right;
         return branch ? m_writer.nested([&] { emitStatement(*branch); }) : QByteArray();
     });
     m_writer.emitText(first + second);
     if (m_partLeaves == leavesBefore)
         return;
-    m_writer.setMask(m_writer.maskedBy(stillOn()));
-    if (!m_writer.isInBranch()) {
+    lines.setMask(lines.maskedBy(stillOn()));
+    if (!lines.isInBranch()) {
         const bool isVoid = m_writer.function()->definition->type == Type::Void;
-        m_writer.emitLine("if (!anyLane(" + m_writer.mask() +
+        m_writer.emitLine("if (!anyLane(" + lines.mask() +
                           (isVoid ? ")) return;" : ")) return result;"));
     }
 }
@@ -41,7 +41,7 @@ void CodegenBody::emitMaskedIf(const AstNode &node, const QByteArray &chosen)
 void CodegenBody::emitMaskedLoop(const AstNode &node)
 {
     const LaneLoop loop{m_writer.newName('k'), m_writer.newName('k')};
-    const QByteArray outer = m_writer.mask();
+    const QByteArray outer = lines.mask();
     const int returnsBefore = m_partReturns;
     m_writer.emitLine("Bool " + loop.on + " = " +
                       (outer.isEmpty() ? "active" : "active & " + outer) + ';');
@@ -54,22 +54,22 @@ void CodegenBody::emitMaskedLoop(const AstNode &node)
     const QByteArray body = m_writer.nested([&] {
         if (m_unit.mustWatch(node))
             m_writer.emitLine("if (_isCancelled()) break;");
-        m_writer.setMask(loop.on);
+        lines.setMask(loop.on);
         if (node.kind != AstKind::DoWhile)
             leaveUnless();
         m_writer.emitLine("Bool " + loop.skipped + "{};");
         m_laneLoops.append(loop);
-        m_writer.enterBranch();
+        lines.enterBranch();
         const QByteArray inner = m_writer.nested([&] {
             if (node.body)
                 emitStatement(*node.body);
         });
-        m_writer.leaveBranch();
+        lines.leaveBranch();
         m_laneLoops.removeLast();
         m_writer.emitBrace("{");
         m_writer.emitText(inner);
         m_writer.emitBrace("}");
-        m_writer.setMask(loop.on);
+        lines.setMask(loop.on);
         if (node.kind == AstKind::DoWhile)
             leaveUnless();
         else if (node.kind == AstKind::For && node.right)
@@ -77,9 +77,9 @@ void CodegenBody::emitMaskedLoop(const AstNode &node)
     });
     m_writer.emitText(body);
     m_writer.emitBrace("}");
-    m_writer.setMask(outer);
+    lines.setMask(outer);
     if (m_partReturns != returnsBefore)
-        m_writer.setMask(m_writer.maskedBy(stillOn()));
+        lines.setMask(lines.maskedBy(stillOn()));
 }
 
 /// `break` and `continue` of the lanes that are on.
@@ -87,10 +87,10 @@ void CodegenBody::emitMaskedJump(AstKind kind)
 {
     const LaneLoop &loop = m_laneLoops.last();
     if (kind == AstKind::Break)
-        m_writer.emitLine(loop.on + " = " + loop.on + " & ~" + m_writer.mask() + ';');
+        m_writer.emitLine(loop.on + " = " + loop.on + " & ~" + lines.mask() + ';');
     else
-        m_writer.emitLine(loop.skipped + " = " + loop.skipped + " | " + m_writer.mask() + ';');
-    m_writer.setMask(nobody);
+        m_writer.emitLine(loop.skipped + " = " + loop.skipped + " | " + lines.mask() + ';');
+    lines.setMask(nobody);
     ++m_partLeaves;
 }
 
@@ -100,11 +100,11 @@ void CodegenBody::emitMaskedLeave(const QByteArray &value)
     if (!value.isEmpty())
         m_writer.assign("result", value);
     // The mask may be that of a loop, which changes.
-    const QByteArray leaving = m_writer.keep(m_writer.mask(), Type::Bool).text;
+    const QByteArray leaving = m_writer.keep(lines.mask(), Type::Bool).text;
     m_writer.emitLine("left = left | " + leaving + ';');
     for (const LaneLoop &loop : std::as_const(m_laneLoops))
         m_writer.emitLine(loop.on + " = " + loop.on + " & ~" + leaving + ';');
-    m_writer.setMask(nobody);
+    lines.setMask(nobody);
     ++m_partLeaves;
     ++m_partReturns;
 }

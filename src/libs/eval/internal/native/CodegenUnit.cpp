@@ -1,7 +1,6 @@
-// Names are made of a letter, a number and the types of the parameters, never of a name in the
-// source: no text of a scene reaches the compiler.
-
 #include <eval/internal/native/CodegenUnit.h>
+
+#include <eval/internal/native/NativeTypes.h>
 
 #include <algorithm>
 
@@ -16,50 +15,41 @@ constexpr const char *pointWords[] = {"static_cast", "double",       "unsigned",
                                       "bit",         "determinant(", "inverse(", "find",  "pack",
                                       "toUint",      "toInt64"};
 
+CodeWords wordsOf(CodegenForm form)
+{
+    return {.statementLimit = CodegenUnit::statementLimit,
+            .structStart = form == CodegenForm::Lanes ? "struct " : "struct alignas(16) ",
+            .constant = "const ",
+            .noValue = "{}",
+            .within = "within",
+            .indexType = Type::Int64,
+            .noLane = "-1ll",
+            // Nothing is to be skipped: both sides are values.
+            .logicalOperators = {"&", "|", "!="},
+            .fromBits = "_bitsToFloat"};
+}
+
 } // namespace
 
 CodegenUnit::CodegenUnit(const StructRegistry &structs, CodegenForm form)
-    : m_structs(structs)
+    : CodeUnit(structs, wordsOf(form))
     , m_form(form)
+{}
+
+bool CodegenUnit::isVariableType(Type type) const
 {
-    for (const StructDef &definition : structs.all())
-        m_structIndexes.insert(definition.name, m_structIndexes.size());
+    return isNativeVariableType(type);
 }
 
-void CodegenUnit::addFunctions(const QList<AstPtr> &list)
+QByteArray CodegenUnit::typeName(Type type) const
 {
-    for (const AstPtr &function : list) {
-        const qsizetype index = functions.size();
-        m_indexes.insert(function.data(), index);
-        functions.append({function.data(), mangleFunctionName(*function, index), {}, {}, {}, 0});
-    }
-}
-
-QByteArray CodegenUnit::mangleFunctionName(const AstNode &function, qsizetype index)
-{
-    QByteArray name = "fn" + QByteArray::number(index);
-    for (const FunctionParam &param : function.params) {
-        name += '_' + typeName(param.type == Type::Struct ? Type::Void : param.type).toLatin1();
-        if (param.isArray)
-            name += 's';
-    }
-    return name;
-}
-
-QByteArray CodegenUnit::typeText(Type type, const QString &structName)
-{
-    if (type == Type::Struct && m_structIndexes.contains(structName))
-        return 'S' + QByteArray::number(m_structIndexes.value(structName));
-    if (type == Type::Void)
-        return "void";
-    if (!isNativeLaneType(type) || !canSay(nativeTypeName(type)))
-        setUnsupported();
-    return nativeTypeName(type);
+    const QByteArray name = isNativeLaneType(type) ? nativeTypeName(type) : QByteArray();
+    return canSay(name) ? name : QByteArray();
 }
 
 bool CodegenUnit::mustWatch(const AstNode &loop)
 {
-    const bool watches = !m_loopRounds.areFew(loop, table());
+    const bool watches = !areRoundsFew(loop);
     m_isWatched = m_isWatched || watches;
     return watches;
 }
@@ -72,33 +62,16 @@ bool CodegenUnit::canSay(const QByteArray &line) const
 }
 
 /// The choice between two structs, field by field.
-QByteArray CodegenUnit::selectText(const StructDef &definition)
+QByteArray CodegenUnit::structTail(const StructDef &definition)
 {
+    if (!isForLanes())
+        return {};
     const QByteArray name = typeText(Type::Struct, definition.name);
     QList<QByteArray> fields;
     for (qsizetype i = 0; i < definition.fields.size(); ++i)
         fields.append("select(chosen, a." + fieldName(i) + ", b." + fieldName(i) + ')');
     return "EVAL_INLINE " + name + " select(Bool chosen, const " + name + " &a, const " + name +
            " &b)\n{\n    return {" + fields.join(", ") + "};\n}\n\n";
-}
-
-QByteArray CodegenUnit::structText()
-{
-    QByteArray text;
-    for (const StructDef &definition : m_structs.all()) {
-        text += (isForLanes() ? "struct " : "struct alignas(16) ") +
-                typeText(Type::Struct, definition.name) + " {\n";
-        for (qsizetype i = 0; i < definition.fields.size(); ++i) {
-            const StructField &field = definition.fields[i];
-            if (field.type != Type::Struct && !isNativeVariableType(field.type))
-                setUnsupported();
-            text += "    " + typeText(field.type, field.structName) + ' ' + fieldName(i) + ";\n";
-        }
-        text += "};\n\n";
-        if (isForLanes())
-            text += selectText(definition);
-    }
-    return text;
 }
 
 } // namespace eval::internal

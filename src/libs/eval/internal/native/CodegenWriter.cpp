@@ -1,69 +1,8 @@
-// A function's text grows line by line. Variables stand at the top, because a block of the language
-// opens no scope; everything else is a constant where it is computed. A line is looked at once,
-// when it is emitted: what the form of the unit cannot say marks the unit there.
-
 #include <eval/internal/native/CodegenWriter.h>
 
+#include <eval/internal/native/NativeTypes.h>
+
 namespace eval::internal {
-
-Operand CodegenWriter::unsupported()
-{
-    m_unit.setUnsupported();
-    return {"0.0f", Type::Float, {}, Type::Float, false};
-}
-
-void CodegenWriter::emitLine(const QByteArray &line)
-{
-    if (!m_unit.countStatement())
-        return;
-    if (!m_unit.canSay(line))
-        m_unit.setUnsupported();
-    m_lines += m_indent + line + '\n';
-    if (m_function)
-        ++m_function->statements;
-}
-
-Operand CodegenWriter::keep(const QByteArray &text, Type type, const QString &structName)
-{
-    const QByteArray name = newName('t');
-    emitLine("const " + m_unit.typeText(type, structName) + ' ' + name + " = " + text + ';');
-    return {name, type, structName, Type::Float, false};
-}
-
-Operand CodegenWriter::named(const Operand &value)
-{
-    return value.isVariable ? keep(value.text, value.type, value.structName) : value;
-}
-
-Operand CodegenWriter::retag(const Operand &value, Type type, const QString &structName)
-{
-    if (value.type == type && value.structName == structName)
-        return value;
-    if (value.type == type && type != Type::Struct)
-        return value;
-    if (!isNativeLaneType(type) || !isNativeLaneType(value.type))
-        return unsupported();
-    return keep(nativeRetag(value, type), type);
-}
-
-const Operand *CodegenWriter::variable(const QString &name) const
-{
-    const auto found = m_variables.constFind(name);
-    return found == m_variables.constEnd() ? nullptr : &*found;
-}
-
-Operand CodegenWriter::declareVariable(const QString &name, Type type, const QString &structName)
-{
-    const StructDef *const definition =
-        type == Type::Struct ? m_unit.structs().lookup(structName) : nullptr;
-    m_variableValues += definition ? definition->valueCount * 4 : 1;
-    if (m_variableValues > CodegenUnit::variableLimit)
-        m_unit.setTooLarge();
-    const Operand variable{newName('v'), type, structName, Type::Float, true};
-    m_declarations += "    " + m_unit.typeText(type, structName) + ' ' + variable.text + "{};\n";
-    bindVariable(name, variable);
-    return variable;
-}
 
 QByteArray CodegenWriter::maskedBy(const QByteArray &condition)
 {
@@ -73,9 +12,8 @@ QByteArray CodegenWriter::maskedBy(const QByteArray &condition)
 
 void CodegenWriter::assign(const QByteArray &target, const QByteArray &value)
 {
-    emitLine(target + " = " +
-             (m_mask.isEmpty() ? value : "select(" + m_mask + ", " + value + ", " + target + ')') +
-             ';');
+    CodeWriter::assign(
+        target, m_mask.isEmpty() ? value : "select(" + m_mask + ", " + value + ", " + target + ')');
 }
 
 /// A block that does nothing unless one of its lanes is on; a short one is not worth the question.
@@ -84,20 +22,82 @@ QByteArray CodegenWriter::guarded(const QByteArray &block, const QByteArray &mas
     if (block.isEmpty())
         return {};
     const bool isShort = block.count('\n') <= 4 && !block.contains("fn") && !block.contains("if (");
-    return m_indent + (isShort ? "{\n" : "if (anyLane(" + mask + ")) {\n") + block + m_indent +
+    return indent() + (isShort ? "{\n" : "if (anyLane(" + mask + ")) {\n") + block + indent() +
            "}\n";
 }
 
-QByteArray CodegenWriter::functionText() const
+QByteArray CodegenWriter::functionText()
 {
-    const AstNode &definition = *m_function->definition;
+    const AstNode &definition = *function()->definition;
     const bool isVoid = definition.type == Type::Void;
-    if (!m_unit.isForLanes())
+    if (!m_isForLanes)
         return text() + (isVoid ? "" : "    return {};\n");
     if (isVoid)
         return "    Bool left{};\n" + text();
-    return "    " + m_unit.typeText(definition.type, definition.structName) +
+    return "    " + unit().typeText(definition.type, definition.structName) +
            " result{};\n    Bool left{};\n" + text() + "    return result;\n";
+}
+
+CodeValue CodegenWriter::made(const QByteArray &text, Type type, const QList<CodeValue> &,
+                              const QString &structName)
+{
+    return keep(text, type, structName);
+}
+
+bool CodegenWriter::isLaneType(Type type) const
+{
+    return isNativeLaneType(type);
+}
+
+QByteArray CodegenWriter::literalText(const QVariant &value, Type type) const
+{
+    const QByteArray text = nativeLiteral(value, type);
+    return m_isForLanes ? "splat(" + text + ')' : text;
+}
+
+/// With the type's name: braces alone are no value of several lanes.
+QByteArray CodegenWriter::defaultText(Type type, const QString &structName)
+{
+    return unit().typeText(type, structName) + "{}";
+}
+
+QByteArray CodegenWriter::laneText(const CodeValue &value, int lane) const
+{
+    return nativeLane(value, lane);
+}
+
+QByteArray CodegenWriter::castText(const QByteArray &scalar, Type from, Type to) const
+{
+    return nativeCast(scalar, from, to);
+}
+
+std::optional<QByteArray> CodegenWriter::retagText(const CodeValue &value, Type type) const
+{
+    return nativeRetag(value, type);
+}
+
+QByteArray CodegenWriter::composeText(Type type, const QList<QByteArray> &lanes) const
+{
+    return nativeCompose(type, lanes);
+}
+
+QByteArray CodegenWriter::structText(const QByteArray &type, const QList<QByteArray> &fields) const
+{
+    return type + '{' + fields.join(", ") + '}';
+}
+
+QByteArray CodegenWriter::choiceText(const QByteArray &condition, const QByteArray &yes,
+                                     const QByteArray &no) const
+{
+    return condition + " ? " + yes + " : " + no;
+}
+
+/// The lanes that the caller is on for.
+QList<QByteArray> CodegenWriter::hiddenArguments() const
+{
+    if (!m_isForLanes)
+        return {};
+    return {m_mask.isEmpty() ? QByteArray("active") : "active & " + m_mask};
 }
 
 } // namespace eval::internal

@@ -18,7 +18,7 @@ namespace {
 class NativeCode : public BackendCode
 {
 public:
-    NativeCode(const CompiledProgram &program, const JitResult &jit, QList<NativeOutput> outputs)
+    NativeCode(const CompiledProgram &program, const JitResult &jit, QList<OutputForm> outputs)
         : m_entry(jit.entry)
         , m_row(jit.row)
         , m_points(jit.points)
@@ -122,7 +122,7 @@ private:
     NativeRowEntry m_row;
     NativePointsEntry m_points;
     NativeWatch m_watch;
-    QList<NativeOutput> m_outputs;
+    QList<OutputForm> m_outputs;
     QList<int> m_elementWidths; ///< of the array inputs, in floats
     size_t m_inputWidth;
     size_t m_outputWidth;

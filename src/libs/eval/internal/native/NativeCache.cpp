@@ -3,6 +3,7 @@
 
 #include <eval/internal/native/NativeCache.h>
 
+#include <cache/CacheLimit.h>
 #include <eval/internal/native/PlainFile.h>
 
 #include <QCryptographicHash>
@@ -87,7 +88,11 @@ bool NativeCache::holds(const QByteArray &key) const
     if (!content || status.st_uid != geteuid() || (status.st_mode & 022) != 0)
         return false;
     const qsizetype size = content->size() - footerMark.size() - hashSize;
-    return size > 0 && content->endsWith(footerOf(key, QByteArrayView(*content).first(size)));
+    const bool isWhole =
+        size > 0 && content->endsWith(footerOf(key, QByteArrayView(*content).first(size)));
+    if (isWhole)
+        cache::CacheLimit::noteUse(pathOf(key));
+    return isWhole;
 }
 
 bool NativeCache::prepareFolder() const
@@ -120,6 +125,8 @@ QString NativeCache::store(const QByteArray &key, const QByteArray &object) cons
     if (std::rename(temporary.constData(), QFile::encodeName(path).constData()) != 0)
         return u"Failed to rename cached .so into place"_s;
     file.setAutoRemove(false);
+    cache::CacheLimit({.folders = {m_folder}, .suffixes = {u".so"_s}, .leftovers = {u".so.tmp."_s}})
+        .noteStore(content.size());
     return {};
 }
 

@@ -11,7 +11,8 @@ namespace eval::internal {
 /// The folder belongs to the user alone. An object counts only when it is a plain file of this
 /// user, writable by nobody else, and as long and of the content that its footer says: a loader may
 /// crash on anything else. Objects appear whole or not at all, whatever happens to the process that
-/// writes them, and any number of processes may write one at a time. Nothing is ever removed.
+/// writes them, and any number of processes may write one at a time. Those not used for longest go
+/// when all of them take more than 512 MiB (cache::CacheLimit); what is loaded stays so.
 class NativeCache
 {
 public:

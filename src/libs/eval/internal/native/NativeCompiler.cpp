@@ -118,6 +118,16 @@ void load(const QString &path, JitResult &result)
         result.error = u"eval_main symbol not found in %1"_s.arg(path);
 }
 
+/// False, with nothing said, when another process has just swept the object out of the cache.
+bool loadKept(const QString &path, JitResult &result)
+{
+    load(path, result);
+    if (result.handle || QFile::exists(path))
+        return true;
+    result.error.clear();
+    return false;
+}
+
 void compileAndLoad(const QByteArray &source, const NativeCache &cache, const QByteArray &key,
                     const CompilerLimits &limits, JitResult &result)
 {
@@ -132,8 +142,9 @@ void compileAndLoad(const QByteArray &source, const NativeCache &cache, const QB
     result.notKept = cache.store(key, object);
     if (!result.notKept.isEmpty())
         warnOnce(result.notKept);
-    // What was loaded stays so when its file goes.
-    load(result.notKept.isEmpty() ? cache.pathOf(key) : workspace.filePath(objectName), result);
+    // What is loaded stays so when its file goes.
+    if (!result.notKept.isEmpty() || !loadKept(cache.pathOf(key), result))
+        load(workspace.filePath(objectName), result);
 }
 
 } // namespace
@@ -145,10 +156,8 @@ JitResult jitCompileAndLoad(const QByteArray &source, const CompilerLimits &limi
     JitResult result;
     const NativeCache cache(NativeCache::defaultFolder());
     const QByteArray key = NativeCache::keyOf(source);
-    result.wasCached = cache.holds(key);
-    if (result.wasCached)
-        load(cache.pathOf(key), result);
-    else
+    result.wasCached = cache.holds(key) && loadKept(cache.pathOf(key), result);
+    if (!result.wasCached)
         compileAndLoad(source, cache, key, limits, result);
     result.elapsed = std::chrono::milliseconds(timer.elapsed());
     return result;

@@ -111,7 +111,7 @@ QByteArray nativeZero(Type type)
     return isOneWord ? nativeTypeName(type) + "{}" : staticCast(type, "0");
 }
 
-QByteArray nativeLane(const Operand &value, int lane)
+QByteArray nativeLane(const CodeValue &value, int lane)
 {
     if (lane >= laneCount(value.type))
         return nativeZero(scalarOf(value.type));
@@ -120,7 +120,7 @@ QByteArray nativeLane(const Operand &value, int lane)
     return isVector(value.type) ? value.text + '.' + "xyzw"[lane] : value.text;
 }
 
-QByteArray nativeBroadcastLane(const Operand &value, int lane)
+QByteArray nativeBroadcastLane(const CodeValue &value, int lane)
 {
     return nativeLane(value, isScalar(value.type) ? 0 : lane);
 }
@@ -161,7 +161,7 @@ QByteArray nativeCompose(Type type, const QList<QByteArray> &lanes)
     return nativeTypeName(type) + (isMatrix(type) ? "{{" + list + "}}" : '{' + list + '}');
 }
 
-QByteArray nativeRetag(const Operand &value, Type type)
+QByteArray nativeRetag(const CodeValue &value, Type type)
 {
     if (value.type == type)
         return value.text;

@@ -1,8 +1,8 @@
 #include <corvane/bench/CompiledScene.h>
 
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
-#include <corvane/model/CorvaneDSLParser.h>
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/render/SDFLayer.h>

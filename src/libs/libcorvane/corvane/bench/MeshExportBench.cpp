@@ -27,17 +27,6 @@ constexpr std::chrono::milliseconds pollInterval(50);
 // What is left of the second within which the end of the time must show.
 constexpr std::chrono::milliseconds patience(500);
 
-int backendNamed(const QString &word)
-{
-    const auto is = [&word](QLatin1String name) {
-        return word.compare(name, Qt::CaseInsensitive) == 0;
-    };
-    const auto backend = is("GPU"_L1)      ? xport::ExportBackend::Gpu
-                         : is("Native"_L1) ? xport::ExportBackend::Native
-                                           : xport::ExportBackend::Cpu;
-    return int(backend);
-}
-
 } // namespace
 
 /// The work at one cell, on the thread that run() is called on. It owns all that it touches, since
@@ -187,7 +176,7 @@ xport::ExportRequest MeshExportBench::requestFor(const CompiledScene &scene,
     request.autoBounds = scene.autoBounds;
     request.cellSize = definition.cellSize > 0.0f ? definition.cellSize : scene.cellSize;
     request.extractor = int(xport::surfaceExtractorNamed(definition.extractor));
-    request.backend = backendNamed(definition.backend);
+    request.backend = int(xport::exportBackendNamed(definition.backend, Qt::CaseInsensitive));
     request.sealed = definition.sealed;
     request.postprocess = definition.postprocess;
     request.outputPath = artifactPath;

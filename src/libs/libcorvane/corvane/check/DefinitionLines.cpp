@@ -1,7 +1,7 @@
 #include <corvane/check/DefinitionLines.h>
 
 #include <corvane/check/KeyLines.h>
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/shader/DefinitionFault.h>
 #include <corvane/yaml/YamlLineReader.h>
 

@@ -4,9 +4,11 @@
 #include <corvane/check/SettingsCheck.h>
 #include <corvane/check/ValueCheck.h>
 #include <corvane/model/NearestName.h>
+#include <corvane/model/NodeModifiers.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/PlainValue.h>
 #include <corvane/model/SceneItem.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 
 using namespace Qt::StringLiterals;
@@ -165,7 +167,8 @@ void NodeCheck::checkVersion1(const QString &key, const QVariantMap &node,
     }
     checkKeysOf(node, path, definition);
     checkOwnValues(node, path);
-    for (const QString &transform : {u"translate"_s, u"rotate"_s, u"scale"_s}) {
+    for (const model::TransformPart &part : model::transformParts) {
+        const QString transform = part.key;
         if (node.contains(transform))
             m_findings.add(
                 path + KeyPath{transform}, u"in a file of version 1 this key moves nothing"_s,
@@ -245,14 +248,15 @@ QString NodeCheck::keyRemedy(const QString &key, const DefinitionPtr &definition
 /// The values that stand beside the parameters.
 void NodeCheck::checkOwnValues(const QVariantMap &node, const KeyPath &path) const
 {
-    for (const QString &key :
-         {u"blendSharpness"_s, u"materialMode"_s, u"densityScale"_s, u"shellThickness"_s}) {
+    for (const model::NodeModifier &modifier : model::nodeModifiers) {
+        const QString key = modifier.key;
         const QVariant value = node.value(key);
         if (value.isValid() && !isNumber(value))
             m_findings.add(path + KeyPath{key}, u"%1 is not a number"_s.arg(shownValue(value)),
                            numberRemedy(value.toString(), {}));
     }
-    for (const QString &key : {u"translate"_s, u"rotate"_s, u"scale"_s}) {
+    for (const model::TransformPart &part : model::transformParts) {
+        const QString key = part.key;
         const QVariant value = node.value(key);
         if (m_source.version >= 2 && value.isValid() && !model::readFloats<3>(value))
             m_findings.add(path + KeyPath{key},

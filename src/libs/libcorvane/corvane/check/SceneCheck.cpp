@@ -7,7 +7,7 @@
 #include <corvane/check/NodeCheck.h>
 #include <corvane/check/SettingsCheck.h>
 #include <corvane/check/VariableCheck.h>
-#include <corvane/model/CorvaneDSLParser.h>
+#include <corvane/compile/CorvaneDSLParser.h>
 #include <corvane/model/SceneMigrator.h>
 
 using namespace Qt::StringLiterals;

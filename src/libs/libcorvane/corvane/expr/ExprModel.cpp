@@ -4,6 +4,7 @@
 #include <corvane/expr/ExprCompiler.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/PlainValue.h>
+#include <corvane/model/TransformPart.h>
 
 using namespace Qt::StringLiterals;
 
@@ -168,11 +169,9 @@ QString nodeLabel(const model::Corvane *scene, const QString &node)
 
 QVector3D model::SceneItem::*drivenField(const QString &param)
 {
-    if (param == "translate"_L1)
-        return &model::SceneItem::translate;
-    if (param == "rotate"_L1)
-        return &model::SceneItem::rotate;
-    return param == "scale"_L1 ? &model::SceneItem::scale : nullptr;
+    const std::size_t part = model::transformPartOf(param);
+    return part < model::transformParts.size() ? model::transformField<model::SceneItem>(part)
+                                               : nullptr;
 }
 
 QMap<QString, ExprModel::VariableShape> variableShapes(const model::Corvane &scene)

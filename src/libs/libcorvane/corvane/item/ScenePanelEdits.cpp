@@ -1,8 +1,8 @@
 // The edits of the scene panel: each becomes ops, and one undo step.
 #include <corvane/item/ScenePanelModelAdapter.h>
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/item/Logging.h>
-#include <corvane/model/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
 using namespace Qt::StringLiterals;

@@ -1,7 +1,7 @@
 // What the panel shows; what it does is in ScenePanelEdits.cpp.
 #include <corvane/item/ScenePanelModelAdapter.h>
 
-#include <corvane/model/LogicalSceneCompiler.h>
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/model/SlotManager.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 

@@ -1,6 +1,6 @@
 #include <corvane/item/StructureRows.h>
 
-#include <corvane/model/ComponentExpansion.h>
+#include <corvane/compile/ComponentExpansion.h>
 #include <corvane/model/LogicalTree.h>
 #include <corvane/model/WarningList.h>
 

@@ -1,6 +1,7 @@
 #include "CellCycles.h"
 
 #include <bit>
+#include <vector>
 
 namespace corvane::mesh {
 
@@ -94,20 +95,22 @@ void number(CellCycles &result, const EdgeSet &cycles)
     }
 }
 
-int tunnelFaceOf(unsigned mask, const CellCycles &cycles)
+unsigned doubledFacesOf(unsigned mask, const CellCycles &cycles)
 {
+    unsigned faces = 0;
     for (int face = 0; face < 6; ++face) {
         const FaceRing ring = ringOf(face);
         const auto cycle = [&](std::size_t n) {
             return cycles.cycleOfEdge[static_cast<std::size_t>(ring.edges[n])];
         };
+        // Each line joins neighbouring edges, so three that are alike mean that both lines are.
         if (isAmbiguous(mask, ring) && cycle(0) == cycle(1) && cycle(1) == cycle(2))
-            return face;
+            faces |= 1u << face;
     }
-    return -1;
+    return faces;
 }
 
-CellCycles cyclesOf(unsigned mask, int joinedFace)
+CellCycles cyclesOf(unsigned mask, unsigned joinedFaces)
 {
     EdgeSet cycles;
     cycles.fill(-1);
@@ -120,42 +123,62 @@ CellCycles cyclesOf(unsigned mask, int joinedFace)
         }
     }
     for (int face = 0; face < 6; ++face)
-        joinOnFace(mask, ringOf(face), face == joinedFace, cycles);
+        joinOnFace(mask, ringOf(face), (joinedFaces >> face & 1) != 0, cycles);
     CellCycles result;
     number(result, cycles);
-    result.tunnelFace = tunnelFaceOf(mask, result);
+    result.doubledFaces = doubledFacesOf(mask, result);
     return result;
 }
 
+constexpr std::size_t masks = 256;
+constexpr std::size_t faceSets = 64;
+
+// All masks have 2000 ways between them, of which most grids meet a dozen; the table is small
+// enough to be made at once.
 struct CycleTables
 {
-    std::array<CellCycles, 256> separate;
-    std::array<CellCycles, 256> joined;
+    std::array<unsigned, masks> ambiguous{};
+    std::array<std::uint16_t, masks * faceSets>
+        numbers{}; ///< in the list, by mask and joined faces
+    std::vector<CellCycles> list;
 };
+
+CycleTables madeTables()
+{
+    CycleTables made;
+    for (unsigned mask = 0; mask < masks; ++mask) {
+        unsigned &ambiguous = made.ambiguous[mask];
+        for (int face = 0; face < 6; ++face)
+            ambiguous |= isAmbiguous(mask, ringOf(face)) ? 1u << face : 0;
+        for (unsigned joined = 0; joined < faceSets; ++joined) {
+            if ((joined & ~ambiguous) != 0)
+                continue;
+            made.numbers[mask * faceSets + joined] = static_cast<std::uint16_t>(made.list.size());
+            made.list.push_back(cyclesOf(mask, joined));
+        }
+    }
+    return made;
+}
 
 const CycleTables &cycleTables()
 {
-    static const CycleTables tables = [] {
-        CycleTables made;
-        for (unsigned mask = 0; mask < 256; ++mask) {
-            made.separate[mask] = cyclesOf(mask, -1);
-            made.joined[mask] = cyclesOf(mask, made.separate[mask].tunnelFace);
-        }
-        return made;
-    }();
+    static const CycleTables tables = madeTables();
     return tables;
 }
 
 } // namespace
 
-const CellCycles &cellCycles(unsigned insideMask)
+unsigned ambiguousFaces(unsigned insideMask)
 {
-    return cycleTables().separate[insideMask & 0xff];
+    return cycleTables().ambiguous[insideMask & 0xff];
 }
 
-const CellCycles &cellCyclesJoined(unsigned insideMask)
+const CellCycles &cellCycles(unsigned insideMask, unsigned joinedFaces)
 {
-    return cycleTables().joined[insideMask & 0xff];
+    const CycleTables &tables = cycleTables();
+    const unsigned mask = insideMask & 0xff;
+    const unsigned joined = joinedFaces & tables.ambiguous[mask];
+    return tables.list[tables.numbers[mask * faceSets + joined]];
 }
 
 } // namespace corvane::mesh

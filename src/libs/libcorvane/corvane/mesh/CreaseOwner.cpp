@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <optional>
 #include <vector>
 
 namespace corvane::mesh {
@@ -111,59 +110,6 @@ void dropIfCrossed(std::vector<CreaseCandidate *> &candidates,
     });
 }
 
-// The face between a cell and a neighbour, if the candidate lies in that neighbour: its corners in
-// a ring, and its middle.
-std::optional<std::array<QVector3D, 5>> faceTowards(const CreaseCandidate &candidate)
-{
-    const GridCell &home = candidate.region->cell;
-    const GridCell holder = home.at(candidate.point);
-    int axis = -1;
-    for (int a = 0; a < 3; ++a) {
-        const qint64 step = holder.index[size_t(a)] - home.index[size_t(a)];
-        if (step == 0)
-            continue;
-        if (axis >= 0 || std::abs(step) > 1)
-            return std::nullopt;
-        axis = a;
-    }
-    if (axis < 0)
-        return std::nullopt;
-    const int side = holder.index[size_t(axis)] > home.index[size_t(axis)] ? 1 << axis : 0;
-    const int u = 1 << (axis + 1) % 3;
-    const int v = 1 << (axis + 2) % 3;
-    std::array<QVector3D, 5> face{home.corner(side),
-                                  home.corner(side | u),
-                                  home.corner(side | u | v),
-                                  home.corner(side | v),
-                                  {}};
-    face[4] = (face[0] + face[2]) * 0.5f;
-    return face;
-}
-
-// Takes out of the list those that stay found without more ado: they run through a neighbour, over
-// a face of which two corners across from each other are inside, and the middle. The neighbour has
-// a vertex for the solid at either corner, and none for the ridge between them.
-void keepRidges(std::vector<CreaseCandidate *> &candidates, const CrossingRule &rule)
-{
-    std::vector<QVector3D> points;
-    for (const CreaseCandidate *candidate : candidates) {
-        if (const auto face = faceTowards(*candidate))
-            points.insert(points.end(), face->begin(), face->end());
-    }
-    std::vector<float> distances(points.size());
-    rule.field(points, distances);
-    auto next = distances.cbegin();
-    std::erase_if(candidates, [&](const CreaseCandidate *candidate) {
-        if (!faceTowards(*candidate))
-            return false;
-        std::array<bool, 5> inside{};
-        for (bool &corner : inside)
-            corner = *next++ - rule.iso < 0.0f;
-        return candidate->count == 2 && inside[4] && inside[0] == inside[2] &&
-               inside[1] == inside[3] && inside[0] != inside[1];
-    });
-}
-
 } // namespace
 
 void keepOwnCreases(std::span<CreaseCandidate> candidates, const CrossingRule &rule)
@@ -174,7 +120,6 @@ void keepOwnCreases(std::span<CreaseCandidate> candidates, const CrossingRule &r
         if (candidate.found && !candidate.isInside && home.at(candidate.point) != home)
             outside.push_back(&candidate);
     }
-    keepRidges(outside, rule);
     // Most are stopped by the one cell that holds them.
     dropIfCrossed(outside, holderOf, rule);
     dropIfCrossed(outside, rivalsOf, rule);

@@ -12,10 +12,6 @@ namespace corvane::mesh {
 /// A sharp edge ends in cells that none of their corners shows: the solid is thinner there than the
 /// grid. Such a piece of the edge belongs to the nearest crossed cell that the edge itself does not
 /// pass through, so that each of its points has one owner.
-///
-/// An edge that runs along the diagonals of cells also passes between two corners of a cell that
-/// are inside, over a face that they alone span. That cell has a vertex at either corner; the piece
-/// of the edge between them belongs to the cell across the face.
 void keepOwnCreases(std::span<CreaseCandidate> candidates, const CrossingRule &rule);
 
 } // namespace corvane::mesh

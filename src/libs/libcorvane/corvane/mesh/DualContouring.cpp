@@ -1,5 +1,6 @@
 #include "DualContouring.h"
 
+#include "GridCycles.h"
 #include "QuadTriangles.h"
 #include "RingCuts.h"
 
@@ -103,15 +104,26 @@ bool DcState::isInside(int i, int j, int k) const
         return m_inside[m_field.index(i, j, k)] != 0;
     if (!m_rule.field)
         return false;
-    const QVector3D node = nodePosition(i, j, k);
+    return isFieldInside(nodePosition(i, j, k));
+}
+
+bool DcState::isFieldInside(const QVector3D &point) const
+{
     float distance = 0.0f;
-    m_rule.field({&node, 1}, {&distance, 1});
+    m_rule.field({&point, 1}, {&distance, 1});
     return distance - m_rule.iso < 0.0f;
 }
 
 const CellCycles &DcState::cyclesOf(int i, int j, int k) const
 {
-    return cyclesInGrid(i, j, k, [this](int x, int y, int z) { return isInside(x, y, z); });
+    const auto insideAt = [this](int x, int y, int z) { return isInside(x, y, z); };
+    const auto isMiddleInside = [this](const GridFace &face) {
+        return m_rule.field &&
+               isFieldInside((nodePosition(face.low[0], face.low[1], face.low[2]) +
+                              nodePosition(face.high[0], face.high[1], face.high[2])) *
+                             0.5f);
+    };
+    return GridCycles(insideAt, isMiddleInside).of({i, j, k});
 }
 
 int DcState::vertexForCell(int i, int j, int k)

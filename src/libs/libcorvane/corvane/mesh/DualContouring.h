@@ -63,6 +63,7 @@ private:
     void addRowQuads(int firstNode, int j, int k);
     void addQuad(int axis, const int (&node)[3], bool startsInside);
     bool isInside(int i, int j, int k) const;
+    bool isFieldInside(const QVector3D &point) const;
     const CellCycles &cyclesOf(int i, int j, int k) const;
     QVector3D nodePosition(int i, int j, int k) const;
 

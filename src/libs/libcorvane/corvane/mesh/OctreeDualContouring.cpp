@@ -8,6 +8,8 @@
 
 #include "OctreeDualContouring.h"
 
+#include "FoldedRings.h"
+#include "GridCycles.h"
 #include "QuadTriangles.h"
 #include "RingCuts.h"
 #include "SignPyramid.h"
@@ -23,6 +25,7 @@ namespace {
 
 constexpr float mergedOffShare = 0.01f; // how far a merged cell's vertex may be off the surface
 constexpr float leastSlope = 1e-3f;
+constexpr int mostReopenings = 6; // of merged nodes, one level each
 
 bool isCancelled(const OtState &state)
 {
@@ -45,9 +48,18 @@ unsigned insideMask(const OtState &state, const OtNode &node)
 
 const CellCycles &cyclesOf(const OtState &state, int x, int y, int z)
 {
-    return cyclesInGrid(x, y, z, [&state](int i, int j, int k) {
+    const auto insideAt = [&state](int i, int j, int k) {
         return state.isInGrid(i, j, k) && state.isInside(i, j, k);
-    });
+    };
+    const auto isMiddleInside = [&state](const GridFace &face) {
+        const QVector3D middle = (state.position(face.low[0], face.low[1], face.low[2]) +
+                                  state.position(face.high[0], face.high[1], face.high[2])) *
+                                 0.5f;
+        float distance = 0.0f;
+        state.field({&middle, 1}, {&distance, 1});
+        return distance - state.iso < 0.0f;
+    };
+    return GridCycles(insideAt, isMiddleInside).of({x, y, z});
 }
 
 QefResult solveInBox(const OtState &state, const OtNode &node)
@@ -266,6 +278,19 @@ bool collapse(OtState &state, OtNode &node, unsigned mask)
     return true;
 }
 
+int buildNode(OtState &state, int x, int y, int z, int size);
+
+std::array<int, 8> buildChildren(OtState &state, const OtNode &node)
+{
+    const int half = node.size / 2;
+    std::array<int, 8> children;
+    for (int child = 0; child < 8; ++child)
+        children[size_t(child)] =
+            buildNode(state, node.x + (child & 1) * half, node.y + (child >> 1 & 1) * half,
+                      node.z + (child >> 2) * half, half);
+    return children;
+}
+
 int buildNode(OtState &state, int x, int y, int z, int size)
 {
     if (isCancelled(state) || !isMixed(state, x, y, z, size))
@@ -277,14 +302,11 @@ int buildNode(OtState &state, int x, int y, int z, int size)
     node.size = size;
     const unsigned mask = insideMask(state, node);
     node.simple = simpleConfig(mask);
+    node.firstLeafVertex = state.nextLeafVertex;
     if (size == 1) {
         fillLeaf(state, node);
     } else {
-        const int half = size / 2;
-        for (int child = 0; child < 8; ++child)
-            node.children[size_t(child)] =
-                buildNode(state, x + (child & 1) * half, y + (child >> 1 & 1) * half,
-                          z + (child >> 2) * half, half);
+        node.children = buildChildren(state, node);
         if (!collapse(state, node, mask))
             node.kind = OtNode::Internal;
     }
@@ -436,6 +458,67 @@ void cellProc(OtState &state, int index)
     }
 }
 
+// ------------------------------------------------------------------ folds
+
+// The merged nodes of folded rings: their vertices stand where no cut of such a ring faces with the
+// field. Rings of earlier vertices alone are not looked at.
+std::vector<int> nodesOfFolds(const OtState &state, const CrossingRule &rule, size_t firstVertex)
+{
+    std::vector<int> nodeOf(state.vertices.size(), -1);
+    for (size_t n = 0; n < state.nodes.size(); ++n) {
+        if (state.nodes[n].kind == OtNode::Collapsed)
+            nodeOf[size_t(state.nodes[n].vertex)] = int(n);
+    }
+    std::vector<std::array<int, 4>> rings;
+    for (const auto &quad : state.quads) {
+        const bool isMerged =
+            std::ranges::any_of(quad, [&](int vertex) { return nodeOf[size_t(vertex)] >= 0; });
+        const bool isNew =
+            std::ranges::any_of(quad, [&](int vertex) { return size_t(vertex) >= firstVertex; });
+        if (isMerged && isNew)
+            rings.push_back(quad);
+    }
+    std::vector<int> nodes;
+    for (const size_t n : foldedRings(rings, state.vertices, rule)) {
+        for (const int vertex : rings[n]) {
+            if (nodeOf[size_t(vertex)] >= 0)
+                nodes.push_back(nodeOf[size_t(vertex)]);
+        }
+    }
+    std::ranges::sort(nodes);
+    nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
+    return nodes;
+}
+
+// Gives a merged node its children back, which may be merged ones.
+void reopen(OtState &state, int index)
+{
+    const OtNode merged = state.nodes[size_t(index)];
+    state.nextLeafVertex = merged.firstLeafVertex;
+    const std::array<int, 8> children = buildChildren(state, merged);
+    OtNode &node = state.nodes[size_t(index)];
+    node.kind = OtNode::Internal;
+    node.vertex = -1;
+    node.children = children;
+}
+
+void contour(OtState &state, int root, const CrossingRule &rule)
+{
+    size_t known = 0; // vertices whose rings are well
+    for (int round = 0; round <= mostReopenings; ++round) {
+        state.quads.clear();
+        cellProc(state, root);
+        if (isCancelled(state) || round == mostReopenings)
+            return;
+        const std::vector<int> folds = nodesOfFolds(state, rule, known);
+        if (folds.empty())
+            return;
+        known = state.vertices.size();
+        for (const int node : folds)
+            reopen(state, node);
+    }
+}
+
 } // namespace
 
 void OtState::setSide(int nodeCount)
@@ -513,11 +596,11 @@ bool extractOctree(OtState &state)
     state.leafNormals = placer.normals();
     state.leafIsHidden = placer.isHidden();
     const int root = buildNode(state, 0, 0, 0, state.side - 1);
+    contour(state, root, rule);
     state.leafVertices = {};
     state.leafNormals = {};
     state.leafIsHidden = {};
     state.crossings = {};
-    cellProc(state, root);
     if (isCancelled(state))
         return false;
     cutRings(state.quads, state.vertices, state.normals, rule);

@@ -29,7 +29,8 @@ struct OtNode
     QefSolver qef;
     bool simple = true; ///< at most one connected set of inside corners and one of outside corners
     bool hasHidden = false; ///< its vertex is on an edge or a corner that its planes may not show
-    int vertex = -1;        ///< a leaf that is not simple has one for each cycle (see CellCycles)
+    std::size_t firstLeafVertex = 0; ///< of those that lie in it, in the order of the tree
+    int vertex = -1; ///< a leaf that is not simple has one for each cycle (see CellCycles)
 };
 
 /// Dual contouring of an adaptive octree (Ju et al. 2002): flat regions merge to fewer, larger

@@ -4,15 +4,6 @@ using namespace Qt::StringLiterals;
 
 namespace corvane::model {
 
-namespace {
-
-constexpr float defaultBlendSharpness = 0.7f;
-constexpr int defaultMaterialMode = 2;
-constexpr float defaultDensityScale = 1.0f;
-constexpr float defaultShellThickness = 0.0f;
-
-} // namespace
-
 Instance::Instance(const QString &definitionId)
 {
     setDefinitionId(definitionId);
@@ -100,47 +91,33 @@ QStringList Instance::childReferences() const
     return parameter(u"children"_s).toStringList();
 }
 
-float Instance::blendSharpness() const
+NodeModifiers Instance::modifiers() const
 {
-    return modifier(u"blendSharpness"_s, defaultBlendSharpness);
+    NodeModifiers modifiers;
+    for (const NodeModifier &modifier : nodeModifiers) {
+        const auto stored = typeData.constFind(modifier.key);
+        if (stored != typeData.cend())
+            modifier.set(modifiers, modifier.number ? double(stored->toFloat()) : stored->toInt());
+    }
+    return modifiers;
 }
 
-void Instance::setBlendSharpness(float value)
+void Instance::setModifiers(const NodeModifiers &modifiers)
 {
-    setModifier(u"blendSharpness"_s, value, defaultBlendSharpness);
+    for (const NodeModifier &modifier : nodeModifiers)
+        setModifier(modifier, modifiers);
 }
 
-int Instance::materialMode() const
+void Instance::setModifier(const NodeModifier &modifier, const NodeModifiers &modifiers)
 {
-    return typeData.value(u"materialMode"_s, defaultMaterialMode).toInt();
-}
-
-void Instance::setMaterialMode(int mode)
-{
-    if (mode == defaultMaterialMode)
-        typeData.remove(u"materialMode"_s);
+    const NodeModifiers usual;
+    const bool isUsual = modifier.number
+                             ? qFuzzyCompare(modifiers.*modifier.number, usual.*modifier.number)
+                             : modifier.isSame(modifiers, usual);
+    if (isUsual)
+        typeData.remove(modifier.key);
     else
-        typeData.insert(u"materialMode"_s, mode);
-}
-
-float Instance::densityScale() const
-{
-    return modifier(u"densityScale"_s, defaultDensityScale);
-}
-
-void Instance::setDensityScale(float value)
-{
-    setModifier(u"densityScale"_s, value, defaultDensityScale);
-}
-
-float Instance::shellThickness() const
-{
-    return modifier(u"shellThickness"_s, defaultShellThickness);
-}
-
-void Instance::setShellThickness(float value)
-{
-    setModifier(u"shellThickness"_s, value, defaultShellThickness);
+        typeData.insert(modifier.key, modifier.value(modifiers));
 }
 
 SDFNodeProvenance Instance::provenance() const
@@ -156,20 +133,6 @@ bool Instance::hasProvenance() const
 void Instance::setProvenance(const SDFNodeProvenance &provenance)
 {
     typeData.insert(u"__provenance"_s, provenance.toVariantMap());
-}
-
-float Instance::modifier(const QString &key, float defaultValue) const
-{
-    const auto stored = typeData.constFind(key);
-    return stored == typeData.cend() ? defaultValue : stored->toFloat();
-}
-
-void Instance::setModifier(const QString &key, float value, float defaultValue)
-{
-    if (qFuzzyCompare(value, defaultValue))
-        typeData.remove(key);
-    else
-        typeData.insert(key, value);
 }
 
 } // namespace corvane::model

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/model/NodeModifiers.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/SDFNodeProvenance.h>
 #include <corvane/model/SceneItem.h>
@@ -47,22 +48,14 @@ public:
     /// bare id.
     QStringList childReferences() const;
 
-    float blendSharpness() const;
-    void setBlendSharpness(float value);
-    int materialMode() const;
-    void setMaterialMode(int mode);
-    float densityScale() const;
-    void setDensityScale(float value);
-    float shellThickness() const;
-    void setShellThickness(float value);
+    NodeModifiers modifiers() const;
+    void setModifiers(const NodeModifiers &modifiers);
+    /// Takes one of them.
+    void setModifier(const NodeModifier &modifier, const NodeModifiers &modifiers);
     /// Where a compiled item comes from; a record of the role Unknown when it is not said.
     SDFNodeProvenance provenance() const;
     bool hasProvenance() const;
     void setProvenance(const SDFNodeProvenance &provenance);
-
-private:
-    float modifier(const QString &key, float defaultValue) const;
-    void setModifier(const QString &key, float value, float defaultValue);
 };
 
 } // namespace corvane::model

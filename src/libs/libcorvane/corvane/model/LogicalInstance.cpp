@@ -2,9 +2,9 @@
 
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/PlainValue.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 
-#include <array>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -12,27 +12,6 @@ using namespace Qt::StringLiterals;
 namespace corvane::model {
 
 namespace {
-
-using TransformField = QVector3D LogicalInstance::*;
-
-/// The transforms of a node, each with the wrapper that applies it.
-struct ConnectedTransform
-{
-    QString key;       ///< in the node's map, and the wrapper's definition id
-    QString parameter; ///< of the wrapper
-    TransformField field;
-    QVector3D fallback;
-};
-
-const std::array<ConnectedTransform, 3> &connectedTransforms()
-{
-    static const std::array<ConnectedTransform, 3> transforms{{
-        {u"translate"_s, u"offset"_s, &LogicalInstance::translate, {}},
-        {u"rotate"_s, u"angles"_s, &LogicalInstance::rotate, {}},
-        {u"scale"_s, u"factor"_s, &LogicalInstance::scale, {1.0f, 1.0f, 1.0f}},
-    }};
-    return transforms;
-}
 
 std::optional<QVector3D> readVector(const QVariant &value)
 {
@@ -43,21 +22,18 @@ std::optional<QVector3D> readVector(const QVariant &value)
 }
 
 /// What the values of a wrapper say about the transform that it applies.
-std::optional<QVector3D> transformOfWrapper(const LogicalInstance &node,
-                                            const ConnectedTransform &transform)
+std::optional<QVector3D> transformOfWrapper(const LogicalInstance &node, const TransformPart &part)
 {
-    const WrapperValues *wrapper = node.wrapper(transform.key);
+    const WrapperValues *wrapper = node.wrapper(part.key);
     if (!wrapper)
         return std::nullopt;
-    const auto stored = wrapper->values.constFind(transform.parameter);
+    const auto stored = wrapper->values.constFind(part.parameter);
     if (stored == wrapper->values.cend())
         return std::nullopt;
     const QVariant value = plainForFile(ParameterValue::fromVariant(*stored).value());
     if (value.typeId() == QMetaType::QVariantList)
         return readVector(value.toList().mid(0, 3));
-    // The definition "scale" takes one number.
-    const bool isScale = transform.field == &LogicalInstance::scale;
-    const auto factor = isScale && value.isValid() ? readFloat(value) : std::nullopt;
+    const auto factor = part.isUniform && value.isValid() ? readFloat(value) : std::nullopt;
     return factor ? std::optional(QVector3D(*factor, *factor, *factor)) : std::nullopt;
 }
 
@@ -96,19 +72,14 @@ void writeWrappers(QVariantMap &map, const LogicalInstance &node)
 
 void writeTransforms(QVariantMap &map, const LogicalInstance &node)
 {
-    for (const ConnectedTransform &transform : connectedTransforms()) {
-        const QVector3D &value = node.*transform.field;
-        const bool isDefault = value == transform.fallback;
+    for (std::size_t i = 0; i < transformParts.size(); ++i) {
+        const TransformPart &part = transformParts[i];
+        const QVector3D &value = node.*transformField<LogicalInstance>(i);
+        const bool isDefault = value == part.none;
         // The reader would take the wrapper's value for a transform that is not there.
-        if (!isDefault || transformOfWrapper(node, transform).value_or(value) != value)
-            map.insert(transform.key, plainForFile(value));
+        if (!isDefault || transformOfWrapper(node, part).value_or(value) != value)
+            map.insert(part.key, plainForFile(value));
     }
-}
-
-void writeNumber(QVariantMap &map, const QString &key, float value, float leftOut)
-{
-    if (value != leftOut)
-        map.insert(key, plainForFile(value));
 }
 
 void writeText(QVariantMap &map, const QString &key, const QString &text)
@@ -126,13 +97,10 @@ void writeSurface(QVariantMap &map, const LogicalInstance &node)
         map.insert(u"material"_s, material);
     if (!node.materialId.isNull())
         map.insert(u"materialId"_s, node.materialId.toString(QUuid::WithoutBraces));
-    writeNumber(map, u"blendSharpness"_s, node.blendSharpness,
-                LogicalInstance::defaultBlendSharpness);
-    if (node.materialMode != LogicalInstance::defaultMaterialMode)
-        map.insert(u"materialMode"_s, node.materialMode);
-    writeNumber(map, u"densityScale"_s, node.densityScale, LogicalInstance::defaultDensityScale);
-    writeNumber(map, u"shellThickness"_s, node.shellThickness,
-                LogicalInstance::defaultShellThickness);
+    for (const NodeModifier &modifier : nodeModifiers) {
+        if (!modifier.isSame(node.modifiers, {}))
+            map.insert(modifier.key, plainForFile(modifier.value(node.modifiers)));
+    }
 }
 
 QVariantList sortedTags(const QSet<QString> &tags)
@@ -187,31 +155,34 @@ void readWrappers(LogicalInstance &node, const QVariantMap &map)
 
 void readTransforms(LogicalInstance &node, const QVariantMap &map)
 {
-    for (const ConnectedTransform &transform : connectedTransforms()) {
-        auto value = readVector(map.value(transform.key));
+    for (std::size_t i = 0; i < transformParts.size(); ++i) {
+        const TransformPart &part = transformParts[i];
+        auto value = readVector(map.value(part.key));
         if (!value)
-            value = transformOfWrapper(node, transform);
-        node.*transform.field = value.value_or(transform.fallback);
+            value = transformOfWrapper(node, part);
+        node.*transformField<LogicalInstance>(i) = value.value_or(part.none);
     }
 }
 
-float readNumber(const QVariantMap &map, const QString &key, float fallback)
+void readModifiers(NodeModifiers &modifiers, const QVariantMap &map)
 {
-    const auto stored = map.constFind(key);
-    return stored == map.cend() ? fallback : readFloat(*stored).value_or(fallback);
+    for (const NodeModifier &modifier : nodeModifiers) {
+        const auto stored = map.constFind(modifier.key);
+        if (stored == map.cend())
+            continue;
+        bool isWhole = false;
+        const int whole = stored->toInt(&isWhole);
+        const auto number = readFloat(*stored);
+        if (modifier.number ? number.has_value() : isWhole)
+            modifier.set(modifiers, modifier.number ? double(*number) : double(whole));
+    }
 }
 
 void readSurface(LogicalInstance &node, const QVariantMap &map)
 {
     node.material = Material::fromVariantMap(map.value(u"material"_s).toMap());
     node.materialId = QUuid::fromString(map.value(u"materialId"_s).toString());
-    node.blendSharpness = readNumber(map, u"blendSharpness"_s, node.blendSharpness);
-    bool isNumber = false;
-    const int mode = map.value(u"materialMode"_s).toInt(&isNumber);
-    if (isNumber)
-        node.materialMode = mode;
-    node.densityScale = readNumber(map, u"densityScale"_s, node.densityScale);
-    node.shellThickness = readNumber(map, u"shellThickness"_s, node.shellThickness);
+    readModifiers(node.modifiers, map);
 }
 
 } // namespace
@@ -238,15 +209,13 @@ QUuid LogicalInstance::displayParent() const
 
 bool LogicalInstance::takeTransformOf(const QString &wrapperId)
 {
-    for (const ConnectedTransform &transform : connectedTransforms()) {
-        const auto value =
-            transform.key == wrapperId ? transformOfWrapper(*this, transform) : std::nullopt;
-        if (!value)
-            continue;
-        this->*transform.field = *value;
-        return true;
-    }
-    return false;
+    const std::size_t part = transformPartOf(wrapperId);
+    const auto value = part < transformParts.size()
+                           ? transformOfWrapper(*this, transformParts[part])
+                           : std::nullopt;
+    if (value)
+        this->*transformField<LogicalInstance>(part) = *value;
+    return value.has_value();
 }
 
 QVariantMap LogicalInstance::toVariantMap() const
@@ -308,9 +277,8 @@ QStringList wrapperMapOrder(QStringList wrapperIds, const QStringList &initial)
 
 QStringList initialWrappers(const QString &definitionId, const QString &componentDefId)
 {
-    static const QStringList ofComponents{u"translate"_s, u"rotate"_s, u"scale"_s};
     if (!componentDefId.isEmpty())
-        return ofComponents;
+        return {transformParts[0].key, transformParts[1].key, transformParts[2].key};
     if (definitionId.isEmpty())
         return {};
     const auto definition = registry::Registry::instance().getDefinition(definitionId);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <corvane/model/Material.h>
+#include <corvane/model/NodeModifiers.h>
 
 #include <QList>
 #include <QSet>
@@ -43,10 +44,7 @@ struct LogicalInstance
     Material material{};
     QUuid materialId{};
     QSet<QString> tags{}; ///< InstanceTags
-    float blendSharpness = defaultBlendSharpness;
-    int materialMode = defaultMaterialMode;
-    float densityScale = defaultDensityScale;
-    float shellThickness = defaultShellThickness;
+    NodeModifiers modifiers{};
     QVector3D translate{}; ///< connected to the wrapper "translate", which alone applies it
     QVector3D rotate{};    ///< degrees; connected to "rotate"
     QVector3D scale{1.0f, 1.0f, 1.0f}; ///< connected to "scale", which takes x
@@ -54,11 +52,6 @@ struct LogicalInstance
     /// always among it. Empty for a node whose core the compiler makes. Not part of files.
     QVariantMap ownItem{};
     QUuid original{}; ///< of a reference: the node that stands in this place once more
-
-    static constexpr float defaultBlendSharpness = 0.7f;
-    static constexpr int defaultMaterialMode = 2;
-    static constexpr float defaultDensityScale = 1.0f;
-    static constexpr float defaultShellThickness = 0.0f;
 
     /// A node with a new random id.
     LogicalInstance()

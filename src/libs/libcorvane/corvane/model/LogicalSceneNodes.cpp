@@ -3,6 +3,7 @@
 
 #include <corvane/model/NodeCompilation.h>
 #include <corvane/model/SceneItem.h>
+#include <corvane/model/TransformPart.h>
 
 using namespace Qt::StringLiterals;
 
@@ -34,9 +35,7 @@ QList<WrapperValues> withoutRepeats(const QList<WrapperValues> &wrappers)
 
 bool haveSameSurface(const LogicalInstance &a, const LogicalInstance &b)
 {
-    return a.material == b.material && a.materialId == b.materialId &&
-           a.blendSharpness == b.blendSharpness && a.materialMode == b.materialMode &&
-           a.densityScale == b.densityScale && a.shellThickness == b.shellThickness;
+    return a.material == b.material && a.materialId == b.materialId && a.modifiers == b.modifiers;
 }
 
 bool haveSameTransform(const LogicalInstance &a, const LogicalInstance &b)
@@ -193,7 +192,7 @@ bool LogicalScene::replaceInstance(const LogicalInstance &replacement)
         if (old && *old == wrapper)
             continue;
         emit wrapperParameterChanged(id, wrapper.definitionId);
-        isTransformTouched |= !NodeCompilation::connectedParameter(wrapper.definitionId).isEmpty();
+        isTransformTouched |= !connectedParameter(wrapper.definitionId).isEmpty();
     }
     // Last, as it overrides what the values of wrappers say.
     if (isTransformTouched)

@@ -2,6 +2,7 @@
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 
 using namespace Qt::StringLiterals;
@@ -32,11 +33,10 @@ QVariantMap storedParameters(const QVariantMap &params, const QVariantMap &befor
 /// An item that says a modifier at its default goes on to say it.
 void keepStatedModifiers(Instance &core, const LogicalInstance &node)
 {
-    for (const QString &key :
-         {u"blendSharpness"_s, u"materialMode"_s, u"densityScale"_s, u"shellThickness"_s}) {
-        const auto stated = node.ownItem.constFind(key);
-        if (stated != node.ownItem.cend() && !core.typeData.contains(key))
-            core.typeData.insert(key, *stated);
+    for (const NodeModifier &modifier : nodeModifiers) {
+        const auto stated = node.ownItem.constFind(modifier.key);
+        if (stated != node.ownItem.cend() && !core.typeData.contains(modifier.key))
+            core.typeData.insert(modifier.key, *stated);
     }
 }
 
@@ -63,25 +63,19 @@ void NodeCompilation::fillSurface(Instance &core, const LogicalInstance &node)
 {
     core.material = materialOf(node);
     core.materialId = node.materialId;
-    core.setBlendSharpness(node.blendSharpness);
-    core.setMaterialMode(node.materialMode);
-    core.setDensityScale(node.densityScale);
-    core.setShellThickness(node.shellThickness);
+    core.setModifiers(node.modifiers);
     keepStatedModifiers(core, node);
 }
 
 void NodeCompilation::applyConnectedTransform(QVariantMap &params, const QString &wrapperId,
                                               const LogicalInstance &node)
 {
-    const QString param = connectedParameter(wrapperId);
-    if (param.isEmpty())
+    const std::size_t part = transformPartOf(wrapperId);
+    if (part == transformParts.size())
         return;
-    QVariant value;
-    if (wrapperId == "translate"_L1)
-        value = node.translate;
-    else if (wrapperId == "rotate"_L1)
-        value = node.rotate;
-    else
+    const QString param = transformParts[part].parameter;
+    QVariant value = node.*transformField<LogicalInstance>(part);
+    if (transformParts[part].isUniform)
         value = qFuzzyIsNull(node.scale.x()) ? 1.0f : node.scale.x();
     const QString expression = connectedExpression(node, wrapperId);
     auto applied = ParameterValue::fromLiteral(value);
@@ -91,17 +85,6 @@ void NodeCompilation::applyConnectedTransform(QVariantMap &params, const QString
         applied = ParameterValue::fromExpression(expression, isFound ? known.fallback : value);
     }
     params.insert(param, QVariant::fromValue(applied));
-}
-
-QString NodeCompilation::connectedParameter(const QString &wrapperId)
-{
-    if (wrapperId == "translate"_L1)
-        return u"offset"_s;
-    if (wrapperId == "rotate"_L1)
-        return u"angles"_s;
-    if (wrapperId == "scale"_L1)
-        return u"factor"_s;
-    return {};
 }
 
 QString NodeCompilation::connectedExpression(const LogicalInstance &node, const QString &wrapperId)

@@ -40,8 +40,6 @@ public:
     /// that drives the wrapper, and the transform is its value until it is evaluated.
     static void applyConnectedTransform(QVariantMap &params, const QString &wrapperId,
                                         const LogicalInstance &node);
-    /// The parameter that does that; empty for any other wrapper.
-    static QString connectedParameter(const QString &wrapperId);
     /// The expression that drives this part of the node's transform; empty where none does.
     static QString connectedExpression(const LogicalInstance &node, const QString &wrapperId);
     /// The node's tags but the selection, which is the outer item's, and "compiled"; or those of

@@ -1,5 +1,7 @@
 #include <corvane/model/SDFNodeProvenance.h>
 
+#include <corvane/model/TransformPart.h>
+
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -59,13 +61,9 @@ SDFNodeProvenance::Role classifyRoleForSuffix(const QString &suffix)
 {
     if (suffix == "core"_L1)
         return Role::Core;
-    if (suffix == "translate"_L1)
-        return Role::WrapperTranslate;
-    if (suffix == "rotate"_L1)
-        return Role::WrapperRotate;
-    if (suffix == "scale"_L1)
-        return Role::WrapperScale;
-    return Role::ConvenienceWrapper;
+    const std::size_t part = transformPartOf(suffix);
+    return part < transformParts.size() ? Role(int(Role::WrapperTranslate) + int(part))
+                                        : Role::ConvenienceWrapper;
 }
 
 } // namespace corvane::model

@@ -1,6 +1,7 @@
 #include <corvane/model/SceneItem.h>
 
 #include <corvane/model/PlainValue.h>
+#include <corvane/model/TransformPart.h>
 
 #include <algorithm>
 
@@ -14,13 +15,6 @@ QVector3D readVector(const QVariantMap &map, const QString &key, const QVector3D
 {
     const auto floats = readFloats<3>(map.value(key));
     return floats ? QVector3D((*floats)[0], (*floats)[1], (*floats)[2]) : fallback;
-}
-
-void writeVector(QVariantMap &map, const QString &key, const QVector3D &value,
-                 const QVector3D &leftOut)
-{
-    if (value != leftOut)
-        map.insert(key, plainForFile(value));
 }
 
 /// The translation of a column-major 4x4 matrix as older files hold it.
@@ -87,9 +81,11 @@ QVariantMap SceneItem::toVariantMap() const
         map.insert(u"material"_s, material.toVariantMap());
     if (!materialId.isNull())
         map.insert(u"materialId"_s, materialId.toString());
-    writeVector(map, u"translate"_s, translate, {});
-    writeVector(map, u"rotate"_s, rotate, {});
-    writeVector(map, u"scale"_s, scale, {1.0f, 1.0f, 1.0f});
+    for (std::size_t i = 0; i < transformParts.size(); ++i) {
+        const QVector3D &value = this->*transformField<SceneItem>(i);
+        if (value != transformParts[i].none)
+            map.insert(transformParts[i].key, plainForFile(value));
+    }
     if (!parentId.isNull())
         map.insert(u"parentId"_s, parentId.toString(QUuid::WithoutBraces));
     if (sortOrder != 0)
@@ -110,11 +106,11 @@ SceneItem SceneItem::fromVariantMap(const QVariantMap &map)
     item.capabilities = map.value(u"capabilities"_s).toUInt();
     item.material = Material::fromVariantMap(map.value(u"material"_s).toMap());
     item.materialId = QUuid::fromString(map.value(u"materialId"_s).toString());
-    item.translate = readVector(map, u"translate"_s, item.translate);
+    for (std::size_t i = 0; i < transformParts.size(); ++i)
+        item.*transformField<SceneItem>(i) =
+            readVector(map, transformParts[i].key, transformParts[i].none);
     if (item.translate.isNull())
         item.translate = legacyTranslation(map.value(u"transform"_s));
-    item.rotate = readVector(map, u"rotate"_s, item.rotate);
-    item.scale = readVector(map, u"scale"_s, item.scale);
     item.parentId = QUuid::fromString(map.value(u"parentId"_s).toString());
     item.sortOrder = map.value(u"sortOrder"_s).toInt();
     item.typeData = otherKeys(map);

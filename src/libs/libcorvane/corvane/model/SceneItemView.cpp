@@ -65,10 +65,7 @@ SceneItemView syntheticViewFromNode(const LogicalInstance &node)
     else
         item.setDefinitionId(node.definitionId);
     item.setRawParams(node.params);
-    item.setBlendSharpness(node.blendSharpness);
-    item.setMaterialMode(node.materialMode);
-    item.setDensityScale(node.densityScale);
-    item.setShellThickness(node.shellThickness);
+    item.setModifiers(node.modifiers);
     return SceneItemView(item);
 }
 

@@ -2,6 +2,7 @@
 
 #include <corvane/model/SDFNodeProvenance.h>
 #include <corvane/model/SceneItem.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/model/Version1Parts.h>
 #include <corvane/model/WarningList.h>
 #include <corvane/model/WrapperAbsorption.h>
@@ -31,13 +32,10 @@ void splitTransform(QVariantMap &instance)
         return;
     const QVariantMap transform = instance.take(u"transform"_s).toMap();
     QVariantMap wrappers = instance.value(u"wrappers"_s).toMap();
-    const auto move = [&](const QString &part, const QString &parameter) {
-        if (transform.contains(part))
-            wrappers.insert(part, QVariantMap{{parameter, transform.value(part)}});
-    };
-    move(u"translate"_s, u"offset"_s);
-    move(u"rotate"_s, u"angles"_s);
-    move(u"scale"_s, u"factor"_s);
+    for (const TransformPart &part : transformParts) {
+        if (transform.contains(part.key))
+            wrappers.insert(part.key, QVariantMap{{part.parameter, transform.value(part.key)}});
+    }
     if (!wrappers.isEmpty())
         instance.insert(u"wrappers"_s, wrappers);
 }

@@ -1,9 +1,9 @@
 #include <corvane/model/WrapperAbsorption.h>
 
 #include <corvane/model/LogicalInstance.h>
-#include <corvane/model/NodeCompilation.h>
 #include <corvane/model/ParameterValue.h>
 #include <corvane/model/PlainValue.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/model/WarningList.h>
 #include <corvane/registry/Registry.h>
 
@@ -16,13 +16,13 @@ namespace {
 /// Whether a node's transform can hold the value.
 bool isTransform(const QString &type, const QVariantMap &params)
 {
-    const auto stored = params.constFind(NodeCompilation::connectedParameter(type));
+    const auto stored = params.constFind(connectedParameter(type));
     if (stored == params.cend())
         return true;
     const ParameterValue parameter = ParameterValue::fromVariant(*stored);
     if (parameter.isExpression())
         return false;
-    if (type != "scale"_L1)
+    if (!transformParts[transformPartOf(type)].isUniform)
         return readFloats<3>(parameter.literal).has_value();
     const auto factor = readFloat(parameter.literal);
     // A scale of nothing counts as none in a node.
@@ -64,7 +64,7 @@ QList<WrapperAbsorption::Absorption> WrapperAbsorption::findAbsorptions()
     QSet<QString> children;
     for (auto it = m_instances.cbegin(); it != m_instances.cend(); ++it) {
         const QVariantMap instance = it->toMap();
-        if (NodeCompilation::connectedParameter(instance.value(u"type"_s).toString()).isEmpty())
+        if (connectedParameter(instance.value(u"type"_s).toString()).isEmpty())
             continue;
         const QStringList references = Version1References::childrenOf(instance);
         const QString child = references.size() == 1 ? keys.resolve(references.first()) : QString();

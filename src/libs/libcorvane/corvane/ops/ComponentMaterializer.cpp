@@ -1,10 +1,10 @@
 #include <corvane/ops/ComponentMaterializer.h>
 
+#include <corvane/compile/PromotionExpressions.h>
 #include <corvane/component/ComponentDefinition.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/ParameterValue.h>
-#include <corvane/model/PromotionExpressions.h>
 #include <corvane/ops/Logging.h>
 #include <corvane/ops/OpContext.h>
 

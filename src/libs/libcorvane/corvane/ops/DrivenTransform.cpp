@@ -76,7 +76,7 @@ QString wholeExpression(const QVariant &value)
 
 } // namespace
 
-QString DrivenTransform::axisKey(const Part &part, int axis)
+QString DrivenTransform::axisKey(const model::TransformPart &part, int axis)
 {
     return QString(QChar(part.letter)) + axisNames[std::size_t(axis)];
 }
@@ -93,7 +93,7 @@ QString DrivenTransform::take(const QVariantMap &args, int &count)
         u"translate, rotate and scale are three finite numbers or expressions each"_s;
     count = 0;
     for (std::size_t index = 0; index < parts.size(); ++index) {
-        const Part &part = parts[index];
+        const model::TransformPart &part = parts[index];
         const QVariant given = args.value(part.key);
         const QString whole = wholeExpression(given);
         if (!whole.isEmpty()) {
@@ -119,10 +119,10 @@ QString DrivenTransform::take(const QVariantMap &args, int &count)
 std::array<QString, 3> DrivenTransform::axisTexts(std::size_t index) const
 {
     const QString &expression = expressions[index];
-    const QVector3D &values = numbers.*parts[index].field;
+    const QVector3D &values = numbers.*model::transformField<Transform>(index);
     if (expression.isEmpty())
         return {numberText(values.x()), numberText(values.y()), numberText(values.z())};
-    if (parts[index].field == &Transform::scale)
+    if (parts[index].isUniform)
         return {expression, numberText(values.y()), numberText(values.z())};
     if (const auto components = componentsOf(expression))
         return *components;
@@ -132,7 +132,7 @@ std::array<QString, 3> DrivenTransform::axisTexts(std::size_t index) const
 
 QString DrivenTransform::takePart(std::size_t index, const Axes &axes, int &count)
 {
-    const bool isScale = parts[index].field == &Transform::scale;
+    const bool isScale = parts[index].isUniform;
     std::array<QString, 3> texts = axisTexts(index);
     const int countBefore = count;
     for (std::size_t axis = 0; axis < axes.size(); ++axis) {
@@ -147,14 +147,14 @@ QString DrivenTransform::takePart(std::size_t index, const Axes &axes, int &coun
             return u"unreadable"_s;
         texts[axis] = value.isExpression() ? value.expression.trimmed() : numberText(*number);
         if (number)
-            (numbers.*parts[index].field)[int(axis)] = *number;
+            numbersOf(index)[int(axis)] = *number;
     }
     if (count == countBefore)
         return {};
     const bool isDriven =
         isScale ? !isNumber(texts[0]) : !std::all_of(texts.cbegin(), texts.cend(), isNumber);
     for (int axis = 0; axis < 3 && !isDriven; ++axis)
-        (numbers.*parts[index].field)[axis] = texts[std::size_t(axis)].toFloat();
+        numbersOf(index)[axis] = texts[std::size_t(axis)].toFloat();
     const QString vector = u"vec3(%1, %2, %3)"_s.arg(texts[0], texts[1], texts[2]);
     drive(index, !isDriven ? QString() : isScale ? texts[0] : vector);
     return {};

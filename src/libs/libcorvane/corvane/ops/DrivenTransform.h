@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QLatin1StringView>
+#include <corvane/model/TransformPart.h>
+
 #include <QString>
 #include <QVariantMap>
 #include <QVector3D>
@@ -28,20 +29,9 @@ struct Transform
 /// of any other text "(text).x".
 struct DrivenTransform
 {
-    /// A part: its name, which is that of the wrapper that applies it, and its field.
-    struct Part
-    {
-        QLatin1StringView key;
-        char16_t letter; ///< of its axes: "tx"
-        QVector3D Transform::*field;
-    };
-    static constexpr std::array<Part, 3> parts{{
-        {QLatin1StringView("translate"), u't', &Transform::translate},
-        {QLatin1StringView("rotate"), u'r', &Transform::rotate},
-        {QLatin1StringView("scale"), u's', &Transform::scale},
-    }};
+    static constexpr const std::array<model::TransformPart, 3> &parts = model::transformParts;
     /// "tx" of the first axis of the first part.
-    static QString axisKey(const Part &part, int axis);
+    static QString axisKey(const model::TransformPart &part, int axis);
 
     Transform numbers{};
     std::array<QString, 3> expressions{}; ///< by part, without "="; empty where the numbers count
@@ -59,6 +49,10 @@ struct DrivenTransform
 private:
     using Axes = std::array<QVariant, 3>;
 
+    QVector3D &numbersOf(std::size_t index)
+    {
+        return numbers.*model::transformField<Transform>(index);
+    }
     void drive(std::size_t index, const QString &expression);
     QString takePart(std::size_t index, const Axes &axes, int &count);
     std::array<QString, 3> axisTexts(std::size_t index) const;

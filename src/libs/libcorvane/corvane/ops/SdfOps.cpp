@@ -2,8 +2,8 @@
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
-#include <corvane/model/NodeCompilation.h>
 #include <corvane/model/PlainValue.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/ops/OpCall.h>
 #include <corvane/ops/OpContext.h>
 #include <corvane/ops/SceneSnapshot.h>
@@ -16,64 +16,6 @@ namespace corvane::ops {
 namespace {
 
 constexpr auto childrenParameter = "children"_L1;
-
-/// A modifier: its name, and how nodes and items hold it.
-struct Modifier
-{
-    QLatin1StringView name;
-    double (*ofNode)(const model::LogicalInstance &);
-    void (*setNode)(model::LogicalInstance &, double);
-    double (*ofItem)(const model::Instance &);
-    void (*setItem)(model::Instance &, double);
-};
-
-template<float model::LogicalInstance::*field>
-double nodeField(const model::LogicalInstance &node)
-{
-    return double(node.*field);
-}
-
-template<float model::LogicalInstance::*field>
-void setNodeField(model::LogicalInstance &node, double value)
-{
-    node.*field = float(value);
-}
-
-template<float (model::Instance::*get)() const>
-double itemField(const model::Instance &item)
-{
-    return double((item.*get)());
-}
-
-template<void (model::Instance::*set)(float)>
-void setItemField(model::Instance &item, double value)
-{
-    (item.*set)(float(value));
-}
-
-const Modifier *findModifier(const QString &name)
-{
-    using model::Instance;
-    using model::LogicalInstance;
-    static constexpr Modifier modifiers[] = {
-        {"densityScale"_L1, &nodeField<&LogicalInstance::densityScale>,
-         &setNodeField<&LogicalInstance::densityScale>, &itemField<&Instance::densityScale>,
-         &setItemField<&Instance::setDensityScale>},
-        {"shellThickness"_L1, &nodeField<&LogicalInstance::shellThickness>,
-         &setNodeField<&LogicalInstance::shellThickness>, &itemField<&Instance::shellThickness>,
-         &setItemField<&Instance::setShellThickness>},
-        {"blendSharpness"_L1, &nodeField<&LogicalInstance::blendSharpness>,
-         &setNodeField<&LogicalInstance::blendSharpness>, &itemField<&Instance::blendSharpness>,
-         &setItemField<&Instance::setBlendSharpness>},
-        {"materialMode"_L1, [](const LogicalInstance &node) { return double(node.materialMode); },
-         [](LogicalInstance &node, double value) { node.materialMode = int(value); },
-         [](const Instance &item) { return double(item.materialMode()); },
-         [](Instance &item, double value) { item.setMaterialMode(int(value)); }},
-    };
-    const auto it = std::find_if(std::begin(modifiers), std::end(modifiers),
-                                 [&name](const Modifier &entry) { return entry.name == name; });
-    return it == std::end(modifiers) ? nullptr : &*it;
-}
 
 QVariantMap parameterState(const OpContext &context, const QUuid &id, const QString &param)
 {
@@ -90,7 +32,7 @@ QVariantMap parameterState(const OpContext &context, const QUuid &id, const QStr
 /// Whether the parameter of a wrapper is a part of the node's transform.
 bool isConnected(const QString &wrapperId, const QString &param)
 {
-    return model::NodeCompilation::connectedParameter(wrapperId) == param;
+    return model::connectedParameter(wrapperId) == param;
 }
 
 QVariantMap wrapperState(const OpContext &context, const QUuid &id, const QString &wrapperId,
@@ -153,7 +95,7 @@ OpOutcome setWrapperParameter(OpContext &context, const OpCall &call, const QUui
         change.scope = idText(id) + u"/transform"_s;
     const model::LogicalScene::Batch batch(*context.tree);
     context.tree->setWrapperParameter(id, wrapperId, param, call.value("value"_L1));
-    if (!model::NodeCompilation::connectedParameter(wrapperId).isEmpty())
+    if (!model::connectedParameter(wrapperId).isEmpty())
         followWrapper(context, id, wrapperId, param);
     change.after = wrapperState(context, id, wrapperId, param);
     return change;
@@ -217,11 +159,11 @@ QVariantMap definitionState(const OpContext &context, const QUuid &id)
             {StateKeys::itemType, model::ItemTypes::Sdf}};
 }
 
-double modifierOf(const OpContext &context, const QUuid &id, const Modifier &modifier)
+double modifierOf(const OpContext &context, const QUuid &id, const model::NodeModifier &modifier)
 {
-    if (const model::LogicalInstance *node = context.node(id))
-        return modifier.ofNode(*node);
-    return modifier.ofItem(context.document.instance(id));
+    const model::LogicalInstance *node = context.node(id);
+    return modifier.value(node ? node->modifiers : context.document.instance(id).modifiers())
+        .toDouble();
 }
 
 } // namespace
@@ -352,7 +294,7 @@ OpOutcome applySdfSetModifier(OpContext &context, const OpCall &call)
 {
     const QUuid id = call.id("itemId"_L1);
     const QString name = call.text("modifier"_L1);
-    const Modifier *modifier = findModifier(name);
+    const model::NodeModifier *modifier = model::findNodeModifier(name);
     if (!modifier)
         return call.refuse(u"unknown modifier:"_s, name);
     if (!context.contains(id))
@@ -372,18 +314,21 @@ OpOutcome applySdfSetModifier(OpContext &context, const OpCall &call)
 
 void restoreModifier(OpContext &context, const QUuid &itemId, const QVariantMap &state)
 {
-    const Modifier *modifier = findModifier(state.value(u"modifier"_s).toString());
+    const model::NodeModifier *modifier =
+        model::findNodeModifier(state.value(u"modifier"_s).toString());
     const double value = state.value(u"value"_s).toDouble();
     if (!modifier)
         return;
     if (const model::LogicalInstance *found = context.node(itemId)) {
         model::LogicalInstance node = *found;
-        modifier->setNode(node, value);
+        modifier->set(node.modifiers, value);
         context.tree->replaceInstance(node);
         return;
     }
     model::Instance item = context.document.instance(itemId);
-    modifier->setItem(item, value);
+    model::NodeModifiers modifiers = item.modifiers();
+    modifier->set(modifiers, value);
+    item.setModifier(*modifier, modifiers);
     context.document.updateItem(item);
 }
 

@@ -3,7 +3,7 @@
 // Nothing moves the field but wrappers: those of a node's stack take the node's transform, and
 // those that are lacking are made. Items of the document that have no field stand where their own
 // numbers say.
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/NodeCompilation.h>
@@ -17,9 +17,10 @@ using namespace Qt::StringLiterals;
 
 namespace corvane::ops {
 
-namespace {
+using model::TransformPart;
+using model::transformParts;
 
-constexpr auto &transformParts = DrivenTransform::parts;
+namespace {
 
 Transform numbersOf(const OpContext &context, const QUuid &id)
 {
@@ -34,7 +35,7 @@ model::ParameterValue driverOf(const OpContext &context, const QUuid &id, const 
 {
     const model::LogicalInstance *node = context.node(id);
     const model::WrapperValues *wrapper = node ? node->wrapper(wrapperId) : nullptr;
-    const QString param = model::NodeCompilation::connectedParameter(wrapperId);
+    const QString param = model::connectedParameter(wrapperId);
     return model::ParameterValue::fromVariant(wrapper ? wrapper->values.value(param) : QVariant());
 }
 
@@ -70,9 +71,8 @@ QVariant fallbackOf(const DrivenTransform &transform, std::size_t index)
 {
     if (transform.found[index].isValid())
         return transform.found[index];
-    const DrivenTransform::Part &part = transformParts[index];
-    const QVector3D &value = transform.numbers.*part.field;
-    return part.field == &Transform::scale ? QVariant(value.x()) : QVariant(value);
+    const QVector3D &value = transform.numbers.*model::transformField<Transform>(index);
+    return transformParts[index].isUniform ? QVariant(value.x()) : QVariant(value);
 }
 
 void setOwnTransform(OpContext &context, const QUuid &id, const Transform &transform)
@@ -84,14 +84,6 @@ void setOwnTransform(OpContext &context, const QUuid &id, const Transform &trans
     context.document.updateItem(item);
 }
 
-qsizetype transformRank(const QString &wrapperId)
-{
-    const auto it = std::find_if(
-        transformParts.begin(), transformParts.end(),
-        [&wrapperId](const DrivenTransform::Part &part) { return part.key == wrapperId; });
-    return it - transformParts.begin();
-}
-
 /// A wrapper alone applies its part of a transform, and definitions like modifiers offer none. An
 /// expression stands in the wrapper's values.
 QList<model::WrapperValues> wrappersFor(const model::LogicalInstance &node,
@@ -99,18 +91,19 @@ QList<model::WrapperValues> wrappersFor(const model::LogicalInstance &node,
 {
     model::LogicalInstance changed = node;
     for (std::size_t index = 0; index < transformParts.size(); ++index) {
-        const DrivenTransform::Part &part = transformParts[index];
+        const TransformPart &part = transformParts[index];
         const QString &expression = transform.expressions[index];
-        const QString param = model::NodeCompilation::connectedParameter(part.key);
+        const QString param = part.parameter;
         const bool doesNothing =
-            expression.isEmpty() && transform.numbers.*part.field == Transform().*part.field;
+            expression.isEmpty() &&
+            transform.numbers.*model::transformField<Transform>(index) == part.none;
         if (!node.wrapper(part.key) && !node.isContainer() && !doesNothing) {
             // Points are moved, then turned, then scaled: outside of what comes behind it.
-            const auto behind = std::find_if(changed.wrappers.cbegin(), changed.wrappers.cend(),
-                                             [&part](const model::WrapperValues &wrapper) {
-                                                 return transformRank(wrapper.definitionId) >
-                                                        transformRank(part.key);
-                                             });
+            const auto behind =
+                std::find_if(changed.wrappers.cbegin(), changed.wrappers.cend(),
+                             [index](const model::WrapperValues &wrapper) {
+                                 return model::transformPartOf(wrapper.definitionId) > index;
+                             });
             changed.wrappers.insert(behind, {part.key, {}});
         }
         const QString before = model::NodeCompilation::connectedExpression(changed, part.key);
@@ -148,9 +141,10 @@ void setTransform(OpContext &context, const QUuid &id, const DrivenTransform &tr
 QVariantMap stateOf(const Transform &transform)
 {
     QVariantMap state;
-    for (const DrivenTransform::Part &part : transformParts) {
+    for (std::size_t part = 0; part < transformParts.size(); ++part) {
         for (int axis = 0; axis < 3; ++axis)
-            state.insert(DrivenTransform::axisKey(part, axis), (transform.*part.field)[axis]);
+            state.insert(DrivenTransform::axisKey(transformParts[part], axis),
+                         (transform.*model::transformField<Transform>(part))[axis]);
     }
     return state;
 }
@@ -158,10 +152,10 @@ QVariantMap stateOf(const Transform &transform)
 Transform numbersIn(const QVariantMap &state)
 {
     Transform transform;
-    for (const DrivenTransform::Part &part : transformParts) {
+    for (std::size_t part = 0; part < transformParts.size(); ++part) {
         for (int axis = 0; axis < 3; ++axis)
-            (transform.*part.field)[axis] =
-                state.value(DrivenTransform::axisKey(part, axis)).toFloat();
+            (transform.*model::transformField<Transform>(part))[axis] =
+                state.value(DrivenTransform::axisKey(transformParts[part], axis)).toFloat();
     }
     return transform;
 }

@@ -3,6 +3,7 @@
 // A stack holds each wrapper once, and the wrappers "translate", "rotate" and "scale" take their
 // values from the node's transform. Where both stacks move, turn or scale, the two similarities are
 // composed: x -> t + s R x, with R = Rx Ry Rz as the definition "rotate" turns.
+#include <corvane/model/TransformPart.h>
 #include <corvane/ops/ComponentMaterializer.h>
 
 #include <QSet>
@@ -15,11 +16,10 @@ using namespace Qt::StringLiterals;
 namespace corvane::ops {
 
 using model::LogicalInstance;
+using model::transformParts;
 using model::WrapperValues;
 
 namespace {
-
-constexpr std::array<QLatin1StringView, 3> transformIds{"translate"_L1, "rotate"_L1, "scale"_L1};
 
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>; ///< rows
@@ -34,8 +34,8 @@ struct Similarity
 /// 0 to 2 for a transform's wrapper, -1 for any other.
 int transformRank(const QString &wrapperId)
 {
-    const auto it = std::find(transformIds.begin(), transformIds.end(), wrapperId);
-    return it == transformIds.end() ? -1 : int(it - transformIds.begin());
+    const std::size_t part = model::transformPartOf(wrapperId);
+    return part < transformParts.size() ? int(part) : -1;
 }
 
 double effectiveScale(const LogicalInstance &node)
@@ -109,10 +109,10 @@ Similarity similarityOf(const LogicalInstance &node)
 {
     const QStringList ids = effectiveIds(node);
     Similarity similarity;
-    similarity.rotate = rotationOf(ids.contains(transformIds[1]) ? node.rotate : QVector3D());
-    if (ids.contains(transformIds[0]))
+    similarity.rotate = rotationOf(ids.contains(transformParts[1].key) ? node.rotate : QVector3D());
+    if (ids.contains(transformParts[0].key))
         similarity.translate = {node.translate.x(), node.translate.y(), node.translate.z()};
-    if (ids.contains(transformIds[2]))
+    if (ids.contains(transformParts[2].key))
         similarity.scale = effectiveScale(node);
     return similarity;
 }
@@ -160,7 +160,7 @@ WrapperValues entryOf(const LogicalInstance &node, const QString &id)
 QVector3D composedAngles(const LogicalInstance &outer, const LogicalInstance &inner)
 {
     const auto turns = [](const LogicalInstance &node) {
-        return effectiveIds(node).contains(transformIds[1]);
+        return effectiveIds(node).contains(transformParts[1].key);
     };
     if (!turns(outer))
         return turns(inner) ? inner.rotate : QVector3D();
@@ -177,8 +177,8 @@ void compose(const LogicalInstance &outer, LogicalInstance &inner)
     inner.translate = {float(t[0]), float(t[1]), float(t[2])};
     inner.scale = QVector3D(1.0f, 1.0f, 1.0f) * float(similarity.scale);
     QList<WrapperValues> stack;
-    for (const QLatin1StringView id : transformIds)
-        stack.append(entryOf(inner, id));
+    for (const model::TransformPart &part : transformParts)
+        stack.append(entryOf(inner, part.key));
     for (const WrapperValues &wrapper : std::as_const(inner.wrappers)) {
         if (transformRank(wrapper.definitionId) < 0)
             stack.append(wrapper);

@@ -2,8 +2,8 @@
 
 #include <corvane/registry/BuiltinPaths.h>
 #include <corvane/registry/Registry.h>
-#include <corvane/shader/ParameterExtractor.h>
-#include <corvane/shader/ShaderValidator.h>
+#include <corvane/registry/code/ParameterExtractor.h>
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/yaml/YamlParser.h>
 #include <store/RegularFile.h>
 

@@ -1,7 +1,7 @@
 #include <corvane/registry/FunctionConflict.h>
 
 #include <corvane/registry/Definition.h>
-#include <corvane/shader/SignatureAnalyzer.h>
+#include <corvane/registry/code/SignatureAnalyzer.h>
 
 using namespace Qt::StringLiterals;
 

@@ -72,7 +72,8 @@ struct GizmoSpec
     QString type; ///< "AxisHandle", "RadiusHandle", "ScaleHandle", "AngleArc"
     std::optional<QVector3D> axis;
     bool symmetric = false; ///< drawn in both directions; a value is then a full extent
-    float scale = 1.0f;
+    float scale = 1.0f; ///< distance along the axis for each unit of the value, before the halving
+                        ///< of a symmetric one
     std::optional<QVector3D> offset;
     QString offsetParam; ///< a parameter whose value displaces the handle
     std::optional<QVector3D> rotation;

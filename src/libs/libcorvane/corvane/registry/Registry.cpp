@@ -1,7 +1,7 @@
 #include <corvane/registry/Registry.h>
 
 #include <corvane/registry/BuiltinPaths.h>
-#include <corvane/shader/SignatureAnalyzer.h>
+#include <corvane/registry/code/SignatureAnalyzer.h>
 
 #include "BuiltinLoader.h"
 #include "RegistryLog.h"

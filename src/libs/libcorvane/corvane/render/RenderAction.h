@@ -34,6 +34,13 @@ inline constexpr RenderActions renderingParameterChanged =
 inline constexpr RenderActions definitionsChanged =
     RenderAction::RecompileShader | RenderAction::RebuildPipeline |
     sceneStructureChanged; ///< 1107: another active set, or another registry
+inline constexpr RenderActions environmentChanged =
+    RenderAction::ShadingPass | RenderAction::RebuildShadingPipeline |
+    RenderAction::ResetAccumulation; ///< 1664: another kind of background, another shading mode
+inline constexpr RenderActions viewportResized = RenderAction::ResizeGBuffer;
+inline constexpr RenderActions sampleCountChanged =
+    RenderAction::RebuildPipeline | RenderAction::RebuildSampleTargets; ///< 10
+inline constexpr RenderActions everything = RenderActions(0x7ff);
 } // namespace RenderMasks
 
 } // namespace corvane::render

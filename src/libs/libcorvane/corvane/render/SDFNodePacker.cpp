@@ -140,10 +140,11 @@ void pack(SDFNode &node, const model::Instance &instance, const model::Corvane &
                                             : ParameterSlots{});
     node.material = materialOf(instance, scene);
     node.smoothRadius = smoothRadiusOf(params, facts.definition.get());
-    node.densityScale = instance.densityScale();
-    node.shellThickness = instance.shellThickness();
-    node.blendSharpness = instance.blendSharpness();
-    node.materialMode = static_cast<std::uint32_t>(instance.materialMode());
+    const model::NodeModifiers modifiers = instance.modifiers();
+    node.densityScale = modifiers.densityScale;
+    node.shellThickness = modifiers.shellThickness;
+    node.blendSharpness = modifiers.blendSharpness;
+    node.materialMode = static_cast<std::uint32_t>(modifiers.materialMode);
 }
 
 ParameterSlots packParameters(const model::Instance &instance,

@@ -16,8 +16,8 @@ namespace corvane::rendering {
 /// | colour 0 | world normal, ambient occlusion in w | RGBA16F, else RGBA8 |
 /// | colour 1 | primary and secondary node (low 8 bits each), blend factor, shadow | RGBA8 |
 /// | colour 2 | item id, packed as rhi/ItemIdTexel.h has it | RGBA8 |
-/// | colour 3 | albedo, roughness; in pixels of the field the high bits of the secondary node |
-/// RGBA8 | | depth | (z / w + 1) / 2, 1 where there is nothing | D32F |
+/// | colour 3 | albedo, roughness; of the field the high bits of the secondary node | RGBA8 |
+/// | depth | (z / w + 1) / 2, 1 where there is nothing | D32F |
 ///
 /// An item id has the layer's LayerType in its top four bits and the index in that layer below.
 /// On the thread of the device.
@@ -26,12 +26,15 @@ class GBuffer
 public:
     /// False when something could not be made; then nothing is held, and the log says what.
     bool initialize(QRhi *rhi, const QSize &size);
-    /// To another size in place, and anew when that fails. False leaves it invalid.
+    /// To another size in place, and anew when that fails. False leaves it invalid. Bindings that
+    /// hold the textures stay good unless `generation()` changes.
     bool resize(const QSize &size);
     void release();
 
     bool isValid() const { return m_target != nullptr; }
     QSize size() const { return m_size; }
+    /// Counts the times that the objects below were made anew.
+    int generation() const { return m_generation; }
 
     QRhiTexture *normal() const { return m_normal.get(); }
     QRhiTexture *material() const { return m_material.get(); }
@@ -46,9 +49,11 @@ public:
 private:
     bool createTextures();
     bool createTarget();
+    bool resizeInPlace();
 
     QRhi *m_rhi = nullptr;
     QSize m_size;
+    int m_generation = 0;
     std::unique_ptr<QRhiTexture> m_normal;
     std::unique_ptr<QRhiTexture> m_material;
     std::unique_ptr<QRhiTexture> m_itemId;

@@ -32,11 +32,13 @@ Q_DECLARE_OPERATORS_FOR_FLAGS(LayerCapabilities)
 
 /// One thing that a picture is made of: the field, meshes, the ground, the post effects.
 ///
-/// A frame calls, in this order: initialize() when it is due, update() with no pass open (uploads
-/// go here), renderGeometry() inside the G-buffer pass for layers that have one, renderPre() inside
-/// the main pass, and renderPost() after it, when the scene's colour can be read. A layer that
-/// fails for good says so through reportLayerError() and setDisabledByErrors(), and the rest of the
-/// frame goes on without it. Everything happens on the thread of the pipeline.
+/// A frame calls, in this order: initialize() when it is due and update(), with no pass open
+/// (uploads and passes of the layer's own go here); renderGeometry() inside the G-buffer pass for
+/// layers that have one; renderPre() inside the main pass; and renderPost() after it, with no pass
+/// open again, when the scene's colour can be read and the picture is still to be drawn into
+/// RhiContext::renderTarget. A layer that fails for good says so through reportLayerError() and
+/// setDisabledByErrors(), and the rest of the frame goes on without it. Everything happens on the
+/// thread of the pipeline.
 class Layer
 {
 public:
@@ -83,7 +85,7 @@ public:
 
     virtual void onSampleCountChanged(int sampleCount);
     /// Tells the ErrorManager, with the layer's name as the source.
-    virtual void reportLayerError(toast::ErrorSeverity severity, const QString &text);
+    virtual void reportLayerError(ErrorSeverity severity, const QString &text);
 
     bool needsInitialize() const { return m_needsInitialize; }
     void setNeedsInitialize(bool needed) { m_needsInitialize = needed; }
@@ -102,6 +104,8 @@ protected:
 
 private:
     friend class Scene;
+    void setScene(Scene *scene);
+
     Scene *m_scene = nullptr; ///< that it was added to, which owns it
     Layer *m_parent = nullptr;
     std::vector<std::unique_ptr<Layer>> m_children;

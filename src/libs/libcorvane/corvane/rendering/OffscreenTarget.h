@@ -24,11 +24,13 @@ public:
     int sampleCount() const { return m_sampleCount; }
     QRhiTexture *color() const { return m_color.get(); } ///< resolved; what post effects read
     QRhiTextureRenderTarget *renderTarget() const { return m_target.get(); }
-    /// The same attachments, begun without clearing them.
-    QRhiTextureRenderTarget *resumingTarget() const { return m_resumingTarget.get(); }
     QRhiRenderPassDescriptor *renderPassDescriptor() const { return m_pass.get(); }
 
 private:
+    bool createColor();
+    bool createDepth();
+    bool createTarget();
+
     QRhi *m_rhi = nullptr;
     QSize m_size;
     int m_sampleCount = 0;
@@ -37,8 +39,6 @@ private:
     std::unique_ptr<QRhiRenderBuffer> m_depth;
     std::unique_ptr<QRhiRenderPassDescriptor> m_pass;
     std::unique_ptr<QRhiTextureRenderTarget> m_target;
-    std::unique_ptr<QRhiRenderPassDescriptor> m_resumingPass;
-    std::unique_ptr<QRhiTextureRenderTarget> m_resumingTarget;
 };
 
 } // namespace corvane::rendering

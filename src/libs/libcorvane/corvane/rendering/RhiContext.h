@@ -5,6 +5,7 @@
 #include <corvane/rendering/RenderBudget.h>
 #include <rhi/QRhiCompat.h>
 
+#include <QColor>
 #include <QMatrix4x4>
 #include <QSize>
 
@@ -12,15 +13,16 @@ namespace corvane::rendering {
 
 /// What a layer draws with: the device, the frame that is being recorded, and the view.
 ///
-/// Within renderPre() and renderPost() a pass is open on `renderTarget`; within update() and
-/// renderGeometry()'s caller none is, and uploads go into `resourceUpdates`. Whoever ends a pass to
-/// run one of their own begins it again before they return (endMainPass(), resumeMainPass()).
-/// Nothing of it is owned but the offscreen target and the G-buffer. On the thread of the device.
+/// Uploads go into `resourceUpdates`, which is handed to the command buffer where no pass is open:
+/// after the layers were updated and before each pass. `renderTarget` is the target of the pass
+/// that is open, and in renderPost(), where none is, the one that the picture is wanted in; size,
+/// sample count and descriptor go with it. Nothing of it is owned but the offscreen target and the
+/// G-buffer. On the thread of the device.
 struct RhiContext
 {
     QRhi *rhi = nullptr;
     QRhiCommandBuffer *commandBuffer = nullptr;
-    QRhiRenderTarget *renderTarget = nullptr;                 ///< of the pass that is open
+    QRhiRenderTarget *renderTarget = nullptr;
     QRhiRenderPassDescriptor *renderPassDescriptor = nullptr; ///< pipelines are made for it
     QRhiResourceUpdateBatch *resourceUpdates = nullptr;       ///< see ensureResourceUpdates()
     QMatrix4x4 view;
@@ -33,15 +35,18 @@ struct RhiContext
     OffscreenTarget offscreen; ///< linear colour, before post effects
     GBuffer gBuffer;
 
-    /// The batch of this frame, made when there is none.
+    /// Makes `target` the one to draw to.
+    void setRenderTarget(QRhiRenderTarget *target);
+
+    /// The batch of this frame, made when there is none. Null, with a warning, when the device has
+    /// none left.
     QRhiResourceUpdateBatch *ensureResourceUpdates();
     /// Puts what was collected into the command buffer. Outside a pass.
     void flushResourceUpdates();
-
-    /// Ends the pass that is open, with what was collected.
-    void endMainPass();
-    /// Begins it again without clearing what it holds.
-    void resumeMainPass();
+    /// Hands over what was collected, for beginPass() to take along.
+    QRhiResourceUpdateBatch *takeResourceUpdates();
+    /// Forgets what was collected.
+    void dropResourceUpdates();
 
     /// Makes `offscreen` fit. False with the sentence to show in `error`.
     bool ensureOffscreen(QRhi *device, const QSize &size, int samples, QString *error);

@@ -2,9 +2,9 @@
 
 #include <corvane/registry/Definition.h>
 #include <corvane/registry/Registry.h>
+#include <corvane/registry/code/ShaderValidator.h>
+#include <corvane/registry/code/SignatureAnalyzer.h>
 #include <corvane/shader/ShaderNodeKinds.h>
-#include <corvane/shader/ShaderValidator.h>
-#include <corvane/shader/SignatureAnalyzer.h>
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/shader/DefinitionFault.h>
 #include <corvane/shader/SDFShaderGenerator.h>
-#include <corvane/shader/ShaderValidator.h>
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #include <corvane/shader/ShaderValidationWorker.h>
 
-#include <corvane/shader/ParameterExtractor.h>
+#include <corvane/registry/code/ParameterExtractor.h>
 
 namespace corvane::shader {
 

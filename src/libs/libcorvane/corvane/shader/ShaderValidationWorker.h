@@ -1,7 +1,7 @@
 #pragma once
 
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/shader/ShaderJobWorker.h>
-#include <corvane/shader/ShaderValidator.h>
 
 #include <batch/BatchContextStore.h>
 

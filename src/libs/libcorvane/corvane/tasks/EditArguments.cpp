@@ -4,6 +4,7 @@
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/model/MaterialLibrary.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 #include <corvane/tasks/Arguments.h>
 #include <corvane/tasks/ParameterCheck.h>
@@ -158,17 +159,11 @@ std::optional<ops::CorvaneOp> parametersOfNewItem(const QVariantMap &arguments,
 
 Prepared prepareTransform(const SceneAccess &, const QVariantMap &arguments, QString &cause)
 {
-    struct Part
-    {
-        QString key;
-        QChar letter;
-    };
-    static const Part parts[] = {{u"translate"_s, u't'}, {u"rotate"_s, u'r'}, {u"scale"_s, u's'}};
     QVariantMap prepared{{u"itemId"_s, arguments.value(u"itemId"_s)}};
-    for (const Part &part : parts) {
+    for (const model::TransformPart &part : model::transformParts) {
         QVariantMap axes;
         for (const QChar axis : u"xyz"_s) {
-            const QString key = QString(part.letter) + axis;
+            const QString key = QString(QChar(part.letter)) + axis;
             if (arguments.contains(key))
                 axes.insert(axis, arguments.value(key));
         }
@@ -273,13 +268,13 @@ QString noteTextValue(const SceneAccess &access, const QVariantMap &arguments, c
 
 Prepared prepareModifier(const SceneAccess &, const QVariantMap &arguments, QString &cause)
 {
-    static const QStringList modifiers{u"densityScale"_s, u"shellThickness"_s, u"blendSharpness"_s,
-                                       u"materialMode"_s};
     const QString modifier = arguments.value(u"modifier"_s).toString();
-    if (!modifiers.contains(modifier))
-        return refuse(cause,
-                      u"modifier '%1' is none of %2"_s.arg(modifier, modifiers.join(u", "_s)));
-    return arguments;
+    if (model::findNodeModifier(modifier))
+        return arguments;
+    QStringList known;
+    for (const model::NodeModifier &row : model::nodeModifiers)
+        known.append(row.key);
+    return refuse(cause, u"modifier '%1' is none of %2"_s.arg(modifier, known.join(u", "_s)));
 }
 
 /// An expression may stand in an argument of its own, with a value until it is evaluated or

@@ -1,6 +1,6 @@
 #include <corvane/tasks/SceneAccess.h>
 
-#include <corvane/model/CompiledItems.h>
+#include <corvane/compile/CompiledItems.h>
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
 #include <corvane/ops/CorvaneOpExecutor.h>

@@ -2,6 +2,7 @@
 
 #include <corvane/model/Corvane.h>
 #include <corvane/model/LogicalScene.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/tasks/SceneErrors.h>
 #include <corvane/tasks/TaskJson.h>
 
@@ -35,9 +36,9 @@ QJsonObject SceneRecord::summary() const
 QJsonObject SceneRecord::toJson() const
 {
     QJsonObject object = summary();
-    object.insert(u"translate"_s, jsonOf(translate));
-    object.insert(u"rotate"_s, jsonOf(rotate));
-    object.insert(u"scale"_s, jsonOf(scale));
+    for (std::size_t i = 0; i < model::transformParts.size(); ++i)
+        object.insert(model::transformParts[i].key,
+                      jsonOf(this->*model::transformField<SceneRecord>(i)));
     object.insert(u"material"_s, jsonOf(material.toVariantMap()));
     object.insert(u"materialId"_s, idText(materialId));
     QStringList words(tags.cbegin(), tags.cend());
@@ -156,10 +157,7 @@ SceneRecord SceneRecords::ofNode(const model::LogicalInstance &node) const
             .definitionId = node.definitionId,
             .componentId = node.componentDefId,
             .params = node.params,
-            .modifiers = {{u"densityScale"_s, node.densityScale},
-                          {u"shellThickness"_s, node.shellThickness},
-                          {u"blendSharpness"_s, node.blendSharpness},
-                          {u"materialMode"_s, node.materialMode}},
+            .modifiers = node.modifiers.toVariantMap(),
             .translate = node.translate,
             .rotate = node.rotate,
             .scale = node.scale,
@@ -190,10 +188,7 @@ SceneRecord SceneRecords::ofItem(const model::SceneItem &item) const
     const model::Instance instance(item);
     record.definitionId = instance.definitionId();
     record.params = instance.rawParams();
-    record.modifiers = {{u"densityScale"_s, instance.densityScale()},
-                        {u"shellThickness"_s, instance.shellThickness()},
-                        {u"blendSharpness"_s, instance.blendSharpness()},
-                        {u"materialMode"_s, instance.materialMode()}};
+    record.modifiers = instance.modifiers().toVariantMap();
     return record;
 }
 

@@ -1,7 +1,7 @@
 #include <corvane/xport/BoxCheck.h>
 
 #include <corvane/eval/FieldCompiler.h>
-#include <corvane/xport/ChunkScheduler.h>
+#include <corvane/xport/ExportGrid.h>
 
 namespace corvane::xport {
 
@@ -27,13 +27,10 @@ long long budgetFor(const ExportRequest &request)
 /// The last nodes of the grid stand on the upper sides of the box or a little beyond.
 BoundingVolume gridBoxOf(const ExportRequest &request)
 {
-    int nodes[3] = {};
-    ChunkScheduler::estimateGridDimensions(request, nodes[0], nodes[1], nodes[2]);
+    const ExportGrid grid = ExportGrid::of(request);
     BoundingVolume box(request.boundsMin, request.boundsMax);
-    for (int axis = 0; axis < 3; ++axis) {
-        const float last = request.boundsMin[axis] + request.cellSize * float(nodes[axis] - 1);
-        box.setFace(axis, true, std::max(last, request.boundsMax[axis]));
-    }
+    for (int axis = 0; axis < 3; ++axis)
+        box.setFace(axis, true, std::max(grid.last(axis), request.boundsMax[axis]));
     return box;
 }
 

@@ -1,7 +1,5 @@
 #include <corvane/xport/ChunkScheduler.h>
 
-#include <corvane/mesh/ScalarField3D.h>
-
 #include <QThread>
 
 #include <cmath>
@@ -15,20 +13,6 @@ namespace {
 constexpr int maxThreads = 1024;
 constexpr int smallestSide = 4;
 constexpr int defaultSide = 64;
-
-/// Node counts as real numbers: they may be beyond what an integer holds.
-std::array<double, 3> nodeCounts(const ExportRequest &request)
-{
-    std::array<double, 3> counts{};
-    for (int axis = 0; axis < 3; ++axis) {
-        // In single precision, as the request is: 10 / 0.1f is 100 there, and a little less in
-        // double.
-        const float cells = (request.boundsMax[axis] - request.boundsMin[axis]) / request.cellSize;
-        counts[static_cast<std::size_t>(axis)] =
-            std::max(std::ceil(static_cast<double>(cells)) + 1.0, 2.0);
-    }
-    return counts;
-}
 
 bool isFinite(const QVector3D &v)
 {
@@ -67,13 +51,10 @@ QString boxError(const ExportRequest &request)
 
 void ChunkScheduler::estimateGridDimensions(const ExportRequest &request, int &nx, int &ny, int &nz)
 {
-    const std::array<double, 3> counts = nodeCounts(request);
-    const auto clamped = [](double count) {
-        return static_cast<int>(std::min(count, static_cast<double>(maxNodesPerAxis)));
-    };
-    nx = clamped(counts[0]);
-    ny = clamped(counts[1]);
-    nz = clamped(counts[2]);
+    const ExportGrid grid = ExportGrid::of(request);
+    nx = grid.nodes[0];
+    ny = grid.nodes[1];
+    nz = grid.nodes[2];
 }
 
 QString ChunkScheduler::gridError(const ExportRequest &request)
@@ -81,7 +62,7 @@ QString ChunkScheduler::gridError(const ExportRequest &request)
     const QString error = boxError(request);
     if (!error.isEmpty())
         return error;
-    const std::array<double, 3> counts = nodeCounts(request);
+    const std::array<double, 3> counts = ExportGrid::wantedNodes(request);
     const QString cellSize = QString::number(request.cellSize);
     if (*std::max_element(counts.begin(), counts.end()) > static_cast<double>(maxNodesPerAxis))
         return u"A cell size of %1 makes a grid of %2 nodes, and the limit is %3 nodes an axis"_s
@@ -103,13 +84,10 @@ int ChunkScheduler::resolveThreadCount(int threadCount)
 }
 
 ChunkScheduler::ChunkScheduler(const ExportRequest &request, int threads)
-    : m_origin(request.boundsMin)
-    , m_cellSize(request.cellSize)
+    : m_grid(ExportGrid::of(request))
     , m_sealed(request.sealed)
+    , m_cells{m_grid.cells(0), m_grid.cells(1), m_grid.cells(2)}
 {
-    int nx = 0, ny = 0, nz = 0;
-    estimateGridDimensions(request, nx, ny, nz);
-    m_cells = {nx - 1, ny - 1, nz - 1};
     m_side =
         chooseSide(request.chunkSize > 0 ? request.chunkSize : defaultSide, qint64(threads) * 4);
     for (std::size_t axis = 0; axis < 3; ++axis)
@@ -145,14 +123,14 @@ ChunkJob ChunkScheduler::jobAt(qint64 index) const
                                       index / m_counts[0] / m_counts[1]};
     std::array<qint64, 3> first{};
     std::array<int, 3> nodes{};
-    ChunkJob job{.cellSize = m_cellSize};
+    ChunkJob job{.cellSize = m_grid.cellSize};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         first[axis] = chunk[axis] * m_side;
         const qint64 last = std::min(first[axis] + m_side, m_cells[axis]);
         nodes[axis] = static_cast<int>(last - first[axis]) + 1;
         const int i = static_cast<int>(axis);
-        job.origin[i] = mesh::nodeCoordinate(m_origin[i], m_cellSize, first[axis]);
-        job.maxCorner[i] = mesh::nodeCoordinate(m_origin[i], m_cellSize, last);
+        job.origin[i] = m_grid.coordinate(i, first[axis]);
+        job.maxCorner[i] = m_grid.coordinate(i, last);
         if (m_sealed && first[axis] == 0)
             job.sealFaces |= unsigned(SealLowX) << (2 * axis);
         if (m_sealed && last == m_cells[axis])

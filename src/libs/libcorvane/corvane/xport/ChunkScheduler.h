@@ -1,7 +1,7 @@
 #pragma once
 
 #include <corvane/xport/ChunkJob.h>
-#include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/ExportGrid.h>
 
 #include <array>
 
@@ -15,13 +15,13 @@ namespace corvane::xport {
 class ChunkScheduler
 {
 public:
-    static constexpr qint64 maxNodesPerAxis = 2147483646; ///< 2^31 - 2
+    static constexpr qint64 maxNodesPerAxis = ExportGrid::maxNodesPerAxis;
     static constexpr double maxCells = 1e13;
     /// Chunks have no more cells a side than this, whatever the request says: their samples lie in
     /// memory.
     static constexpr int maxSide = 256;
 
-    /// Node counts: max(ceil((max - min) / cellSize) + 1, 2) on each axis, at most maxNodesPerAxis.
+    /// Node counts, see ExportGrid.
     static void estimateGridDimensions(const ExportRequest &request, int &nx, int &ny, int &nz);
     /// Why the grid of a request cannot be meshed, as a sentence; empty when it can.
     static QString gridError(const ExportRequest &request);
@@ -42,8 +42,7 @@ private:
     qint64 chunksAt(qint64 side) const;
     int chooseSide(int wantedSide, qint64 wantedChunks) const;
 
-    QVector3D m_origin;
-    float m_cellSize;
+    ExportGrid m_grid;
     bool m_sealed;
     std::array<qint64, 3> m_cells{};
     std::array<qint64, 3> m_counts{};

@@ -18,11 +18,9 @@ struct MeshExportContext
 
 /// The export that a job asks for.
 ///
-/// Keys of the payload: `rootNodeIndex`, `outputPath`, `cellSize`, `chunkSize`, `threadCount`,
-/// `backend` ("gpu", "native", else cpu), `algorithm` ("volume", "direct", else surface),
-/// `extractor` (see surfaceExtractorNamed()), `bounds.minX` to `bounds.maxZ`, `sealed`,
-/// `autoBounds`, `postprocess` (a list of texts, or one), `directSourcePath`. What is missing, or
-/// of another type, is as in a new ExportRequest.
+/// Keys of the payload: those of ExportFields, `rootNodeIndex`, `outputPath`, `backend` ("gpu",
+/// "native", else cpu), `algorithm` ("volume", "direct", else surface), `directSourcePath`. What is
+/// missing, or of another type, is as in a new ExportRequest.
 ExportRequest exportRequestFromPayload(const QVariantMap &payload,
                                        const MeshExportContext &context);
 

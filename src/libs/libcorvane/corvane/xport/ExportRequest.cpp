@@ -38,6 +38,13 @@ QStringList surfaceExtractorWords()
     return words;
 }
 
+ExportBackend exportBackendNamed(const QString &word, Qt::CaseSensitivity sensitivity)
+{
+    if (word.compare("gpu"_L1, sensitivity) == 0)
+        return ExportBackend::Gpu;
+    return word.compare("native"_L1, sensitivity) == 0 ? ExportBackend::Native : ExportBackend::Cpu;
+}
+
 ExportResult ExportResult::failed(const QString &message)
 {
     ExportResult result;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <corvane/model/SceneWarning.h>
+#include <corvane/registry/code/ShaderValidator.h>
 #include <corvane/shader/SDFNode.h>
-#include <corvane/shader/ShaderValidator.h>
 
 #include <QList>
 #include <QMetaType>
@@ -21,6 +21,9 @@ enum class SurfaceExtractor { MarchingCubes = 0, DualContouring = 1, OctreeDualC
 SurfaceExtractor surfaceExtractorNamed(const QString &word);
 /// All words that mean one, those of marching cubes ("MC", "MarchingCubes") among them.
 QStringList surfaceExtractorWords();
+/// "gpu" or "native"; any other word is the processor.
+ExportBackend exportBackendNamed(const QString &word,
+                                 Qt::CaseSensitivity sensitivity = Qt::CaseSensitive);
 
 /// Everything that an export needs to know, by value: the compiled scene, the grid, the file.
 ///

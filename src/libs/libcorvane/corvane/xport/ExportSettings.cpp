@@ -3,6 +3,7 @@
 #include <corvane/expr/ExprEvaluator.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/model/Corvane.h>
+#include <corvane/xport/ExportFields.h>
 
 namespace corvane::xport {
 
@@ -11,7 +12,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Settings of one scene, read by their names under "export.".
-class SettingReader
+class SettingReader : public ExportFields
 {
 public:
     SettingReader(const model::Corvane &scene, const expr::ExpressionManager &expressions,
@@ -21,10 +22,22 @@ public:
         , m_warnings(warnings)
     {}
 
-    QVariant value(const QString &key) const { return m_scene.sceneSetting(u"export."_s + key); }
+    /// What no int can hold is cut off, not undefined; the pipeline has limits of its own.
+    void readCount(const QString &key, int &count) const override
+    {
+        constexpr double most = 1e9;
+        bool ok = false;
+        const double number = value(key).toDouble(&ok);
+        if (ok && !qIsNaN(number))
+            count = int(qBound(-most, number, most));
+    }
 
-    /// False, and `number` left alone, without one.
-    bool read(const QString &key, float &number)
+private:
+    QVariant value(const QString &key) const override
+    {
+        return m_scene.sceneSetting(u"export."_s + key);
+    }
+    bool readNumber(const QString &key, float &number) override
     {
         const QVariant setting = value(key);
         const QString text = setting.toString();
@@ -35,17 +48,6 @@ public:
             number = float(found);
         return ok;
     }
-    /// What no int can hold is cut off, not undefined; the pipeline has limits of its own.
-    void read(const QString &key, int &count) const
-    {
-        constexpr double most = 1e9;
-        bool ok = false;
-        const double number = value(key).toDouble(&ok);
-        if (ok && !qIsNaN(number))
-            count = int(qBound(-most, number, most));
-    }
-
-private:
     double evaluated(const QString &key, const QString &text, float instead, bool &ok);
 
     const model::Corvane &m_scene;
@@ -78,25 +80,6 @@ double SettingReader::evaluated(const QString &key, const QString &text, float i
     return number;
 }
 
-bool readCorner(SettingReader &reader, const QString &end, QVector3D &corner)
-{
-    static constexpr QChar axes[] = {u'X', u'Y', u'Z'};
-    bool isWhole = true;
-    for (int axis = 0; axis < 3; ++axis) {
-        float coordinate = corner[axis];
-        isWhole = reader.read(u"bounds."_s + end + axes[axis], coordinate) && isWhole;
-        corner[axis] = coordinate;
-    }
-    return isWhole;
-}
-
-/// A list of texts; one text alone is a list of one, and an empty one of none.
-QStringList textsOf(const QVariant &value)
-{
-    const QStringList texts = value.toStringList();
-    return texts == QStringList(QString()) ? QStringList() : texts;
-}
-
 } // namespace
 
 ExportSettings ExportSettings::of(const model::Corvane &scene,
@@ -104,18 +87,8 @@ ExportSettings ExportSettings::of(const model::Corvane &scene,
 {
     ExportSettings settings;
     SettingReader reader(scene, expressions, settings.warnings);
-    ExportRequest &request = settings.request;
-    const bool hasLow = readCorner(reader, u"min"_s, request.boundsMin);
-    const bool hasHigh = readCorner(reader, u"max"_s, request.boundsMax);
-    settings.hasBox = hasLow && hasHigh;
-    reader.read(u"cellSize"_s, request.cellSize);
-    reader.read(u"threadCount"_s, request.threadCount);
-    reader.read(u"chunkSize"_s, request.chunkSize);
-    reader.read(u"backend"_s, request.backend);
-    request.extractor = int(surfaceExtractorNamed(reader.value(u"extractor"_s).toString()));
-    request.sealed = reader.value(u"sealed"_s).toBool();
-    request.autoBounds = reader.value(u"autoBounds"_s).toBool();
-    request.postprocess = textsOf(reader.value(u"postprocess"_s));
+    settings.hasBox = reader.readInto(settings.request);
+    reader.readCount(u"backend"_s, settings.request.backend);
     return settings;
 }
 

@@ -1,7 +1,6 @@
 #include <corvane/xport/GridSeal.h>
 
-#include <corvane/mesh/ScalarField3D.h>
-#include <corvane/xport/ChunkScheduler.h>
+#include <corvane/xport/ExportGrid.h>
 
 #include <cmath>
 
@@ -11,13 +10,11 @@ GridSeal::GridSeal(const ExportRequest &request)
     : m_closed(request.sealed)
     , m_outside(request.cellSize)
 {
-    int nodes[3] = {};
-    ChunkScheduler::estimateGridDimensions(request, nodes[0], nodes[1], nodes[2]);
+    const ExportGrid grid = ExportGrid::of(request);
     for (int axis = 0; axis < 3; ++axis) {
-        const qint64 last = nodes[axis] - 1;
-        m_last[static_cast<std::size_t>(axis)] = last;
+        m_last[static_cast<std::size_t>(axis)] = grid.cells(axis);
         const float low = request.boundsMin[axis];
-        const float high = mesh::nodeCoordinate(low, request.cellSize, last);
+        const float high = grid.last(axis);
         m_centre[axis] = (low + high) * 0.5f;
         m_half[axis] = (high - low) * 0.5f - request.cellSize * 0.5f;
     }

@@ -3,8 +3,8 @@
 #include <corvane/eval/CPUFieldEvaluator.h>
 #include <corvane/mesh/OctreeDualContouring.h>
 #include <corvane/mesh/ScalarField3D.h>
-#include <corvane/xport/ChunkScheduler.h>
 #include <corvane/xport/CpuChunkProcessor.h>
+#include <corvane/xport/ExportGrid.h>
 #include <corvane/xport/FiniteSamples.h>
 #include <corvane/xport/GridScan.h>
 #include <corvane/xport/GridSeal.h>
@@ -121,11 +121,8 @@ OctreeExport::OctreeExport(const ExportRequest &request, const eval::DefinitionT
     : m_request(request)
     , m_definitions(definitions)
     , m_cancelFlag(cancelFlag)
-{
-    int nx = 0, ny = 0, nz = 0;
-    ChunkScheduler::estimateGridDimensions(request, nx, ny, nz);
-    m_cells = mesh::octreeSide(std::max({nx, ny, nz}) - 1);
-}
+    , m_cells(mesh::octreeSide(ExportGrid::of(request).mostCells()))
+{}
 
 /// What numbers its nodes by int, and what its flags take.
 QString OctreeExport::sizeError() const

@@ -39,16 +39,15 @@ constexpr int slicesPerSlab = 16;
 class SliceSampler
 {
 public:
-    SliceSampler(const eval::CompiledField &field, const ExportRequest &request,
-                 const std::atomic_bool &cancelFlag, const int (&nodes)[3], float *samples)
+    SliceSampler(const eval::CompiledField &field, const ExportGrid &grid,
+                 const std::atomic_bool &cancelFlag, float *samples)
         : m_field(field)
-        , m_request(request)
+        , m_grid(grid)
         , m_cancelFlag(cancelFlag)
-        , m_ny(nodes[1])
         , m_samples(samples)
     {
-        for (int i = 0; i < nodes[0]; ++i)
-            m_xs.push_back(mesh::nodeCoordinate(request.boundsMin.x(), request.cellSize, i));
+        for (int i = 0; i < grid.nodes[0]; ++i)
+            m_xs.push_back(grid.coordinate(0, i));
     }
 
     /// Samples all slices on threads of their own, and tells from this one how far they are.
@@ -75,13 +74,14 @@ private:
         eval::EvalFieldEvaluator evaluator(m_field.program, m_field.positionHandle,
                                            m_field.distanceHandle);
         evaluator.setCancelFlag(&m_cancelFlag);
-        const float z = coordinate(m_request.boundsMin.z(), k);
+        const float z = m_grid.coordinate(2, k);
         const std::size_t rowLength = m_xs.size();
-        for (int j = 0; j < m_ny && !m_cancelFlag.load(std::memory_order_relaxed); ++j) {
+        const int rows = m_grid.nodes[1];
+        for (int j = 0; j < rows && !m_cancelFlag.load(std::memory_order_relaxed); ++j) {
             const std::size_t row = static_cast<std::size_t>(j) +
-                                    static_cast<std::size_t>(k) * static_cast<std::size_t>(m_ny);
+                                    static_cast<std::size_t>(k) * static_cast<std::size_t>(rows);
             const std::span<float> out(m_samples + row * rowLength, rowLength);
-            evaluator.evaluateRow(m_xs, coordinate(m_request.boundsMin.y(), j), z, out);
+            evaluator.evaluateRow(m_xs, m_grid.coordinate(1, j), z, out);
             if (makeFinite(out))
                 m_hasValueless = true;
         }
@@ -90,15 +90,9 @@ private:
             m_fault = evaluator.lastError();
     }
 
-    float coordinate(float origin, int index) const
-    {
-        return mesh::nodeCoordinate(origin, m_request.cellSize, index);
-    }
-
     const eval::CompiledField &m_field;
-    const ExportRequest &m_request;
+    const ExportGrid &m_grid;
     const std::atomic_bool &m_cancelFlag;
-    int m_ny;
     float *m_samples;
     std::vector<float> m_xs;
     std::atomic_bool m_hasValueless = false;
@@ -116,16 +110,17 @@ VolumeExport::VolumeExport(const ExportRequest &request, const eval::DefinitionT
     , m_progress(std::move(progress))
     , m_threads(request.threadCount > 0 ? ChunkScheduler::resolveThreadCount(request.threadCount)
                                         : QThread::idealThreadCount())
-{
-    ChunkScheduler::estimateGridDimensions(request, m_nodes[0], m_nodes[1], m_nodes[2]);
-}
+    , m_grid(ExportGrid::of(request))
+{}
 
 QString VolumeExport::sizeError() const
 {
-    const double count = double(m_nodes[0]) * double(m_nodes[1]) * double(m_nodes[2]);
-    return memoryError(
-        u"A volume over %1 x %2 x %3 nodes"_s.arg(m_nodes[0]).arg(m_nodes[1]).arg(m_nodes[2]),
-        count * sizeof(float), availableMemory());
+    const double count =
+        double(m_grid.nodes[0]) * double(m_grid.nodes[1]) * double(m_grid.nodes[2]);
+    return memoryError(u"A volume over %1 x %2 x %3 nodes"_s.arg(m_grid.nodes[0])
+                           .arg(m_grid.nodes[1])
+                           .arg(m_grid.nodes[2]),
+                       count * sizeof(float), availableMemory());
 }
 
 bool VolumeExport::sample(QString &error)
@@ -142,14 +137,14 @@ bool VolumeExport::sample(QString &error)
                                                                            : scene.error);
         return false;
     }
-    const std::size_t count = static_cast<std::size_t>(m_nodes[0]) *
-                              static_cast<std::size_t>(m_nodes[1]) *
-                              static_cast<std::size_t>(m_nodes[2]);
+    const std::size_t count = static_cast<std::size_t>(m_grid.nodes[0]) *
+                              static_cast<std::size_t>(m_grid.nodes[1]) *
+                              static_cast<std::size_t>(m_grid.nodes[2]);
     // Not initialised: the threads that sample are the first to touch it.
     m_samples = std::make_unique_for_overwrite<float[]>(count);
     ::mesh::adviseHugePages(m_samples.get(), count * sizeof(float));
-    SliceSampler sampler(compiled, m_request, m_cancelFlag, m_nodes, m_samples.get());
-    sampler.run(m_nodes[2], m_threads, m_progress);
+    SliceSampler sampler(compiled, m_grid, m_cancelFlag, m_samples.get());
+    sampler.run(m_grid.nodes[2], m_threads, m_progress);
     if (!sampler.fault().isEmpty())
         qCWarning(lcVolume).noquote()
             << "[export] the field could not be evaluated everywhere, such points are outside:"
@@ -170,7 +165,7 @@ void VolumeExport::look(const eval::CompiledField &compiled, bool hasValueless)
     };
     const GridSeal open; // nothing seals a volume
     const mesh::ScalarField3D whole = field();
-    const int cells = m_nodes[2] - 1;
+    const int cells = m_grid.nodes[2] - 1;
     QMutex mutex;
     GridFindings findings;
     concurrency::parallelFor((cells + slicesPerSlab - 1) / slicesPerSlab, m_threads, [&](auto n) {
@@ -184,7 +179,7 @@ void VolumeExport::look(const eval::CompiledField &compiled, bool hasValueless)
         GridScan scan(slab, 0, evaluator, open);
         GridFindings own;
         scan.run(own);
-        scan.scanSides({m_nodes[0] - 1, m_nodes[1] - 1, cells}, own);
+        scan.scanSides({m_grid.nodes[0] - 1, m_grid.nodes[1] - 1, cells}, own);
         if (hasValueless)
             scan.scanValueless(own);
         const QMutexLocker lock(&mutex);
@@ -198,18 +193,18 @@ void VolumeExport::look(const eval::CompiledField &compiled, bool hasValueless)
 mesh::ScalarField3D VolumeExport::field() const
 {
     return {.values = m_samples.get(),
-            .nx = m_nodes[0],
-            .ny = m_nodes[1],
-            .nz = m_nodes[2],
-            .origin = m_request.boundsMin,
-            .cellSize = m_request.cellSize};
+            .nx = m_grid.nodes[0],
+            .ny = m_grid.nodes[1],
+            .nz = m_grid.nodes[2],
+            .origin = m_grid.origin,
+            .cellSize = m_grid.cellSize};
 }
 
 /// Counted before they are made: a solid block has five in each cell.
 QString VolumeExport::tetrahedraError() const
 {
     std::atomic<qint64> cells = 0;
-    concurrency::parallelFor(m_nodes[2] - 1, m_threads, [&](qsizetype k) {
+    concurrency::parallelFor(m_grid.nodes[2] - 1, m_threads, [&](qsizetype k) {
         cells += mesh::cellsWithInside(field(), static_cast<int>(k));
     });
     const double count = static_cast<double>(cells) * tetrahedraPerCell;
@@ -225,7 +220,7 @@ ExportResult VolumeExport::run()
     QString error = sizeError();
     if (!error.isEmpty())
         return ExportResult::failed(error);
-    m_progress(0, m_nodes[2]);
+    m_progress(0, m_grid.nodes[2]);
     const bool sampled = sample(error);
     if (m_cancelFlag.load())
         return ExportResult::failed(u"Export cancelled"_s);

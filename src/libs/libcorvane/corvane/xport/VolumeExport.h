@@ -3,7 +3,7 @@
 #include <corvane/eval/DefinitionTable.h>
 #include <corvane/eval/FieldCompiler.h>
 #include <corvane/mesh/ScalarField3D.h>
-#include <corvane/xport/ExportRequest.h>
+#include <corvane/xport/ExportGrid.h>
 #include <corvane/xport/GridReport.h>
 
 #include <mesh/Mesh.h>
@@ -44,7 +44,7 @@ private:
     const std::atomic_bool &m_cancelFlag;
     Progress m_progress;
     int m_threads;
-    int m_nodes[3] = {};
+    ExportGrid m_grid;
     std::unique_ptr<float[]> m_samples; ///< X fastest
     GridReport m_report;
 };

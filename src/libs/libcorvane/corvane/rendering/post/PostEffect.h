@@ -20,14 +20,16 @@ public:
     virtual bool setParameter(const QString &name, const QVariant &value) = 0;
     virtual bool isActive() const = 0;
 
-    /// Makes what belongs to the device, for targets of the descriptor that was set and sources of
-    /// `size`. An effect that can't is inactive, and the chain goes on without it.
+    /// Makes what belongs to the device, for sources of `size`; nothing when it is there already.
+    /// An effect that can't is inactive until release(), and the chain goes on without it.
     virtual bool initialize(QRhi *rhi, const QSize &size) = 0;
+    /// What the next prepareFrame() and render() draw to.
     virtual void setRenderPassDescriptor(QRhiRenderPassDescriptor *descriptor) = 0;
-    /// Passes of its own, and uploads, before the chain runs. No pass is open.
+    /// Passes of its own, and uploads, when the step before has drawn `source`. No pass is open.
+    /// A failure makes it inactive.
     virtual void prepareFrame(QRhi *rhi, QRhiCommandBuffer *commands, QRhiTexture *source) = 0;
-    /// Inside the pass of its target. `source` is what the step before drew.
-    virtual void render(QRhiCommandBuffer *commands, QRhiTexture *source) = 0;
+    /// Inside the pass of its target, after prepareFrame() of the same frame.
+    virtual void render(QRhiCommandBuffer *commands, const QSize &targetSize) = 0;
     virtual void release() = 0;
 };
 

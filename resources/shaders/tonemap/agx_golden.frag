@@ -1,0 +1,9 @@
+#version 450
+#extension GL_GOOGLE_include_directive : enable
+#include "tonemap.glsl"
+#include "agx.glsl"
+
+vec3 toneMapped(vec3 light)
+{
+    return agxDisplayed(agxLook(agxEncoded(light), vec3(1.0, 0.9, 0.5), 0.8, 0.8));
+}

@@ -1,0 +1,8 @@
+#version 450
+#extension GL_GOOGLE_include_directive : enable
+#include "tonemap.glsl"
+
+vec3 toneMapped(vec3 light)
+{
+    return 1.0 - exp(-light);
+}

@@ -1,0 +1,1 @@
+vec3 sampleEnvironment(vec3 dir) { return envParam0.rgb; }
