@@ -99,7 +99,8 @@ bool marchOn(inout March m, float dist) {
         m.relaxation = 1.0;
         return true;
     }
-    if (raymarchAlgorithm == RAYMARCH_BISECTION && dist < 0.0 && m.advance > 0.0) {
+    bool looksBack = raymarchAlgorithm == RAYMARCH_BISECTION || bounds_min.w > 1.0;
+    if (looksBack && dist < 0.0 && m.advance > 0.0) {
         m.lo = m.t - m.advance;
         m.hi = m.t;
         m.t = 0.5 * (m.lo + m.hi);

@@ -39,8 +39,9 @@ float materialShare(int nodeIndex, float d1, float d2) {
 
 // The value so far of an operator, with one more child.
 FieldValue foldedValue(int nodeIndex, FieldValue operand, FieldValue accumulated) {
-    float dist = applyCsgOp(nodes[nodeIndex].operationType, operand.dist, accumulated.dist,
-                            nodes[nodeIndex].smoothRadius);
+    float dist = applyCsgOperator(nodes[nodeIndex].definitionIndex, nodes[nodeIndex].operationType,
+                                  operand.dist, accumulated.dist, nodes[nodeIndex].smoothRadius,
+                                  nodes[nodeIndex].params, nodes[nodeIndex].params2);
     return mixedValue(dist, materialShare(nodeIndex, operand.dist, accumulated.dist), operand,
                       accumulated);
 }

@@ -61,7 +61,7 @@ public:
         timer.start();
         QRhiCommandBuffer *commands = nullptr;
         m_rhi->beginOffscreenFrame(&commands);
-        commands->beginPass(m_target.get(), Qt::black, {1.0f, 0}, m_updates);
+        commands->beginPass(m_target.get(), Qt::transparent, {1.0f, 0}, m_updates);
         m_updates = nullptr;
         commands->setGraphicsPipeline(m_pipeline.get());
         commands->setViewport({0, 0, float(m_size.width()), float(m_size.height())});

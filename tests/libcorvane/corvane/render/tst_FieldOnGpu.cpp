@@ -128,6 +128,8 @@ private:
 void TstFieldOnGpu::initTestCase()
 {
     registry::Registry::instance().loadBuiltinPrimitives();
+    support::addShape(u"test_mean"_s,
+                      u"float op_test_mean(float d1, float d2) { return 0.3 * d1 + 0.7 * d2; }"_s);
     m_rhi = rhi::createOffscreenRhi(nullptr);
     QVERIFY2(m_rhi, "No Vulkan driver is installed: scripts/test.sh installs mesa-vulkan-drivers");
 }
@@ -216,6 +218,8 @@ void TstFieldOnGpu::treesAreWhatIsExported_data()
     for (const char *const id : operators) {
         QTest::newRow(id) << u"(%1 0.4 (box 1.2 0.7 1) %2)"_s.arg(QLatin1StringView(id), ball);
     }
+    QTest::newRow("a user's operator")
+        << u"(test_mean (box 1.2 0.7 1) %1 (sphere 0.5))"_s.arg(ball);
     QTest::newRow("operator as a later child")
         << u"(subtract 0 (box 2 2 2) (intersect 0 (sphere 1.5) (box 1 1 3)) %1)"_s.arg(ball);
     QTest::newRow("modifier in a modifier, as a later child")

@@ -1,4 +1,4 @@
-#include <corvane/shader/ShaderValidator.h>
+#include <corvane/registry/code/ShaderValidator.h>
 #include <support/Files.h>
 #include <support/SampleShaders.h>
 

@@ -332,8 +332,13 @@ void TstSDFShaderGenerator::blendsFollowTheDefinition()
                               "}\n"_s));
     QVERIFY(dispatch.contains(u"        case 1u: return csgBlend_1(d1, d2, k);\n"
                               "        default: return d1 < d2 ? 0.0 : 1.0;\n"_s));
-    QVERIFY2(!generator.generateSDFFunctions().contains("op_a"_L1), "operators are a fixed table");
+    QVERIFY2(generator.generateSDFFunctions().contains("op_a_c0("_L1), "a user's is called");
+    QVERIFY(
+        dispatch.contains(u"        case 1u: return operator_wrapper_1(d1, d2, params, params2);\n"
+                          "        default: return applyCsgOp(opType, d1, d2, smoothness);\n"_s));
     QCOMPARE(compileErrors(generator.generateFieldSamplingShader()), QString());
+    QVERIFY2(!SDFShaderGenerator(&m_builtins).generateSDFFunctions().contains("op_union"_L1),
+             "the program's are a fixed table");
 }
 
 void TstSDFShaderGenerator::onlyActiveDefinitionsAreEmitted()

@@ -248,14 +248,22 @@ private:
     void emitFold(int index, int value)
     {
         const SDFNode &node = m_nodes.at(index);
-        const Operation &operation = operationOf(node);
         const QString distances = u"v%1.dist, v%2.dist"_s.arg(value + 1).arg(value);
         const QString radius = u", "_s + shape(index) + u".x"_s;
-        const QString dist = operation.function + u'(' + distances +
-                             (operation.isSmooth ? radius : QString()) + u')';
-        emitLine(u"v%1 = mixedValue(%2, %3, v%4, v%1);"_s.arg(QString::number(value), dist,
-                                                              share(node, distances, radius),
-                                                              QString::number(value + 1)));
+        emitLine(u"v%1 = mixedValue(%2, %3, v%4, v%1);"_s.arg(
+            QString::number(value), combined(index, distances, radius),
+            share(node, distances, radius), QString::number(value + 1)));
+    }
+
+    QString combined(int index, const QString &distances, const QString &radius)
+    {
+        const SDFNode &node = m_nodes.at(index);
+        const Wrapper wrapper = m_wrappers.of(node);
+        if (!wrapper.name.isEmpty()) // a user's operator
+            return call(wrapper, distances, index);
+        const Operation &operation = operationOf(node);
+        return operation.function + u'(' + distances + (operation.isSmooth ? radius : QString()) +
+               u')';
     }
 
     /// Of the accumulated material, as materialShare() has it.
