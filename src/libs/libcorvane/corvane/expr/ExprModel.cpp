@@ -57,12 +57,15 @@ ExprModel::ItemState stateOf(const model::SceneItem &item)
     return {item.name, NodeNames::of(item), item.typeData, item.translate, item.rotate, item.scale};
 }
 
-/// Not by way of stateOf(): nearly all items are as they were, and share their data with the state.
-bool isAs(const ExprModel::ItemState &state, const model::SceneItem &item)
+/// Not by way of stateOf(): nearly all items are as they were. Data that are equal are the item's
+/// own from then on, so that the next comparison is one of addresses.
+bool isAs(ExprModel::ItemState &state, const model::SceneItem &item)
 {
-    return state.typeData == item.typeData && state.name == item.name &&
-           state.translate == item.translate && state.rotate == item.rotate &&
-           state.scale == item.scale;
+    if (state.typeData != item.typeData)
+        return false;
+    state.typeData = item.typeData;
+    return state.name == item.name && state.translate == item.translate &&
+           state.rotate == item.rotate && state.scale == item.scale;
 }
 
 QVariantMap paramsOfState(const ExprModel &model, const QUuid &id)
@@ -240,22 +243,22 @@ ExprModelBuilder::Change ExprModelBuilder::updateItems(ExprModel &model,
 }
 
 /// One walk over both, in the order of ids.
-QList<QUuid> ExprModelBuilder::differingItems(const ExprModel &model) const
+QList<QUuid> ExprModelBuilder::differingItems(ExprModel &model) const
 {
     QList<QUuid> differing;
     const auto items = m_scene.items();
-    auto known = model.items.cbegin();
+    auto known = model.items.begin();
     for (auto item = items.cbegin(); item != items.cend(); ++item) {
-        for (; known != model.items.cend() && known.key() < item.key(); ++known)
+        for (; known != model.items.end() && known.key() < item.key(); ++known)
             differing.append(known.key());
         const bool isSdf = item->itemType == model::ItemTypes::Sdf;
-        const bool wasThere = known != model.items.cend() && known.key() == item.key();
+        const bool wasThere = known != model.items.end() && known.key() == item.key();
         if (wasThere ? !isSdf || !isAs(*known, *item) : isSdf)
             differing.append(item.key());
         if (wasThere)
             ++known;
     }
-    for (; known != model.items.cend(); ++known)
+    for (; known != model.items.end(); ++known)
         differing.append(known.key());
     return differing;
 }

@@ -120,7 +120,7 @@ private:
     void addVariables(ExprModel &model) const;
     QStringList compileOrder(const ExprModel &model, const model::VarsetEntries &derived) const;
     void addInstance(ExprModel &model, const model::Instance &instance) const;
-    QList<QUuid> differingItems(const ExprModel &model) const;
+    QList<QUuid> differingItems(ExprModel &model) const;
     Change updateItemsOf(ExprModel &model, const QList<QUuid> &ids) const;
     bool moveNames(ExprModel &model, const QList<QUuid> &ids) const;
     bool moveName(ExprModel &model, const QString &name) const;
