@@ -2,7 +2,9 @@
 
 #include <corvane/rendering/ClipSpace.h>
 #include <corvane/rendering/RhiContext.h>
+#include <corvane/rendering/layers/Std140.h>
 #include <corvane/rendering/post/BakedShader.h>
+#include <corvane/rendering/post/LinearColor.h>
 
 #include <array>
 #include <cmath>
@@ -33,16 +35,11 @@ using BoxLines = std::array<LineVertex, edgeCount * verticesPerEdge>;
 /// The block `Buf` of export_bounds.vert, std140.
 struct LineBlock
 {
-    std::array<float, 16> mvp{};
-    std::array<float, 4> color{};
-    std::array<float, 4> pixelSize{};
+    Std140::Matrix mvp{};
+    Std140::Vector color{};
+    Std140::Vector pixelSize{};
 };
 static_assert(sizeof(LineBlock) == 96);
-
-float linearChannel(float encoded)
-{
-    return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
-}
 
 /// Corner number `index`: bit n is whether it lies at the maximum of axis n.
 std::array<float, 3> boxCorner(const QVector3D &min, const QVector3D &max, int index)
@@ -83,15 +80,13 @@ QRhiVertexInputLayout lineLayout()
 LineBlock lineBlock(const RhiContext &context, const QMatrix4x4 &model, const QColor &color,
                     float alpha)
 {
-    LineBlock block;
-    const QMatrix4x4 mvp =
-        ClipSpace::rasterProjection(context.rhi, context.projection) * context.view * model;
-    std::copy_n(mvp.constData(), block.mvp.size(), block.mvp.begin());
-    block.color = {linearChannel(float(color.redF())), linearChannel(float(color.greenF())),
-                   linearChannel(float(color.blueF())), float(color.alphaF()) * alpha};
-    block.pixelSize = {float(context.pixelSize.width()), float(context.pixelSize.height()),
-                       lineWidth, 0.0f};
-    return block;
+    QVector4D light = linearColor(color);
+    light.setW(light.w() * alpha);
+    return {.mvp = Std140::matrix(ClipSpace::rasterProjection(context.rhi, context.projection) *
+                                  context.view * model),
+            .color = Std140::vector(light),
+            .pixelSize = {float(context.pixelSize.width()), float(context.pixelSize.height()),
+                          lineWidth, 0.0f}};
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <corvane/rendering/ClipSpace.h>
 #include <corvane/rendering/RhiContext.h>
+#include <corvane/rendering/layers/Std140.h>
 
 #include <algorithm>
 #include <array>
@@ -18,8 +19,10 @@ constexpr float minorSubdivisions = 10.0f; ///< minor lines in a square
 constexpr float nearestCamera = 1e-3f;     ///< scene units
 constexpr float farthestCamera = 1e9f;
 
-using Matrix = std::array<float, 16>;
-using Vector = std::array<float, 4>;
+using Std140::Matrix;
+using Std140::matrix;
+using Std140::Vector;
+using Std140::vector;
 
 /// The block `buf` of ground_plane.frag, std140.
 struct GroundBlock
@@ -44,18 +47,6 @@ struct GroundBlock
     std::array<float, 3> pad{};
 };
 static_assert(sizeof(GroundBlock) == 320);
-
-Matrix elements(const QMatrix4x4 &matrix)
-{
-    Matrix values;
-    std::copy_n(matrix.constData(), values.size(), values.begin());
-    return values;
-}
-
-Vector vector(const QVector4D &v)
-{
-    return {v.x(), v.y(), v.z(), v.w()};
-}
 
 /// How far what is looked at is: in a parallel projection the camera may stand anywhere, and the
 /// height of the picture says it.
@@ -91,9 +82,9 @@ void GroundPlane::update(RhiContext &context, qint64)
     const float unit = std::pow(10.0f, std::floor(power));
     const float farther = power - std::floor(power); // 0 to 1 until the next power of ten
     const QMatrix4x4 raster = ClipSpace::rasterProjection(context.rhi, context.projection);
-    GroundBlock block{.mvp = elements(context.projection * context.view),
-                      .invViewMatrix = elements(context.view.inverted()),
-                      .invProjection = elements(raster.inverted()),
+    GroundBlock block{.mvp = matrix(context.projection * context.view),
+                      .invViewMatrix = matrix(context.view.inverted()),
+                      .invProjection = matrix(raster.inverted()),
                       .cameraPosition = vector({context.eye, 1.0f}),
                       .centerOffset = vector({context.eye, 0.0f}),
                       .gridColor = vector(m_style.gridColor),

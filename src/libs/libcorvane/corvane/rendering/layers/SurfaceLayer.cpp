@@ -4,6 +4,7 @@
 #include <corvane/rendering/ClipSpace.h>
 #include <corvane/rendering/RenderStateManager.h>
 #include <corvane/rendering/RhiContext.h>
+#include <corvane/rendering/layers/Std140.h>
 
 #include <QLoggingCategory>
 
@@ -24,8 +25,10 @@ constexpr auto bothStages = Binding::VertexStage | Binding::FragmentStage;
 constexpr int itemBinding = 0;
 constexpr int frameBinding = 1;
 
-using Vector = std::array<float, 4>;
-using Matrix = std::array<float, 16>;
+using Std140::Matrix;
+using Std140::matrix;
+using Std140::Vector;
+using Std140::vector;
 
 /// The block `TetUniforms` of surface_item.glsl, std140.
 struct ItemBlock
@@ -65,18 +68,6 @@ struct FrameBlock
     std::array<float, 2> padding{};
 };
 static_assert(sizeof(FrameBlock) == 464);
-
-Matrix elements(const QMatrix4x4 &matrix)
-{
-    Matrix values;
-    std::copy_n(matrix.constData(), values.size(), values.begin());
-    return values;
-}
-
-Vector vector(const QVector3D &xyz, float w)
-{
-    return {xyz.x(), xyz.y(), xyz.z(), w};
-}
 
 template<class Block>
 QByteArray bytesOf(const Block &block)
@@ -435,10 +426,10 @@ QByteArray SurfaceLayer::itemBlock(const RhiContext &context, std::size_t index)
     const QMatrix4x4 model = worldTransform() * data.item.transform;
     const model::Material &material = data.item.material;
     return bytesOf(
-        ItemBlock{.mvp = elements(ClipSpace::rasterProjection(context.rhi, context.projection) *
-                                  context.view * model),
-                  .model = elements(model),
-                  .normalMatrix = elements(model.inverted().transposed()),
+        ItemBlock{.mvp = matrix(ClipSpace::rasterProjection(context.rhi, context.projection) *
+                                context.view * model),
+                  .model = matrix(model),
+                  .normalMatrix = matrix(model.inverted().transposed()),
                   .albedo = vector(material.albedo.toVector3D(), material.albedo.w()),
                   .metallic = material.metallic,
                   .roughness = material.roughness,
@@ -450,7 +441,7 @@ QByteArray SurfaceLayer::itemBlock(const RhiContext &context, std::size_t index)
 
 QByteArray SurfaceLayer::frameBlock(const RhiContext &context) const
 {
-    FrameBlock block{.invViewProjMatrix = elements(m_viewProjection.inverted()),
+    FrameBlock block{.invViewProjMatrix = matrix(m_viewProjection.inverted()),
                      .cameraPos = vector(context.eye, 1.0f),
                      .lightCount = std::clamp(m_lighting.lightCount, 0, SurfaceLighting::maxLights),
                      .lighting = lightingModel(),

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <corvane/rendering/post/BasePostEffect.h>
-
-#include <QColor>
-#include <QVector4D>
+#include <corvane/rendering/post/LinearColor.h>
 
 namespace corvane::rendering {
 
@@ -24,10 +22,8 @@ protected:
     explicit HighlightEffect(const Description &description);
 
     bool hasGBuffer() const { return m_itemId && m_material; }
-    /// Linear light, as the steps before gamma have it.
-    static QVector4D linear(const QColor &color);
-    QVector4D tint() const { return linear(m_tint); }
-    QVector4D outline() const { return linear(m_outline); }
+    QVector4D tint() const { return linearColor(m_tint); }
+    QVector4D outline() const { return linearColor(m_outline); }
     float outlineThickness() const { return m_outlineThickness; }
     QSize pixelSize() const { return m_size; }
     QVector<QRhiShaderResourceBinding> furtherBindings() const override;

@@ -35,7 +35,7 @@ int countOther(const PictureRig::Pixels &pixels)
 
 } // namespace
 
-class TstHelperLayers : public QObject
+class TstGroundAndBounds : public QObject
 {
     Q_OBJECT
 
@@ -234,5 +234,5 @@ private slots:
     }
 };
 
-CORVANE_DISPLAY_MAIN(TstHelperLayers)
-#include "tst_HelperLayers.moc"
+CORVANE_DISPLAY_MAIN(TstGroundAndBounds)
+#include "tst_GroundAndBounds.moc"
