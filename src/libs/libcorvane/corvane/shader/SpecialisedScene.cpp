@@ -15,6 +15,7 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
 #include <array>
 
 namespace corvane::shader {
@@ -65,31 +66,19 @@ bool isNode(const QList<SDFNode> &nodes, int index)
     return index >= 0 && index < nodes.size();
 }
 
-/// The depth of a tree; beyond the limit, or in links that are no tree, more than the limit.
-class DepthProbe
+/// Visits each node below a chain. False when there are more visits than nodes: in a ring, or where
+/// a node has two parents.
+bool isTree(const QList<SDFNode> &nodes, int first, qsizetype &visitsLeft)
 {
-public:
-    explicit DepthProbe(const QList<SDFNode> &nodes)
-        : m_nodes(nodes)
-        , m_visitsLeft(nodes.size())
-    {}
-
-    int depthOfChain(int first, int above = 0)
-    {
-        int deepest = above;
-        for (int index = first; isNode(m_nodes, index); index = m_nodes.at(index).nextSibling) {
-            if (above > SpecialisedScene::maxDepth || m_visitsLeft-- <= 0)
-                return SpecialisedScene::maxDepth + 1;
-            if (m_nodes.at(index).type() != GpuNodeType::Primitive)
-                deepest = std::max(deepest, depthOfChain(m_nodes.at(index).firstChild, above + 1));
-        }
-        return deepest;
+    for (int index = first; isNode(nodes, index); index = nodes.at(index).nextSibling) {
+        if (visitsLeft-- <= 0)
+            return false;
+        const SDFNode &node = nodes.at(index);
+        if (node.type() != GpuNodeType::Primitive && !isTree(nodes, node.firstChild, visitsLeft))
+            return false;
     }
-
-private:
-    const QList<SDFNode> &m_nodes;
-    qsizetype m_visitsLeft;
-};
+    return true;
+}
 
 /// A function that a dispatcher would call.
 struct Wrapper
@@ -373,13 +362,11 @@ QString SpecialisedScene::refusal(const QList<SDFNode> &nodes, const QList<int> 
     if (nodes.size() > maxNodes)
         return u"The scene has %1 nodes; a shader of its own can be made for up to %2."_s.arg(
             QString::number(nodes.size()), QString::number(maxNodes));
-    DepthProbe probe(nodes);
-    for (const int root : rootIndices) {
-        if (probe.depthOfChain(root) > maxDepth)
-            return u"The scene is nested more than %1 levels deep; no shader of its own is made for it."_s
-                .arg(maxDepth);
-    }
-    return {};
+    qsizetype visitsLeft = nodes.size();
+    const bool areTrees =
+        std::all_of(rootIndices.cbegin(), rootIndices.cend(),
+                    [&nodes, &visitsLeft](int root) { return isTree(nodes, root, visitsLeft); });
+    return areTrees ? QString() : u"The links of the scene are no tree."_s;
 }
 
 SpecialisedScene::SpecialisedScene(const QList<SDFNode> &nodes, const QList<int> &rootIndices,
