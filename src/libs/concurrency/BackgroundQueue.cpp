@@ -17,14 +17,7 @@ BackgroundQueue::BackgroundQueue(const char *name, std::chrono::milliseconds qui
 
 BackgroundQueue::~BackgroundQueue()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_stops = true;
-        m_items.clear();
-    }
-    m_changed.notify_all();
-    if (m_thread.joinable())
-        m_thread.join();
+    stop();
 }
 
 void BackgroundQueue::add(const QString &key, Work work)
@@ -51,6 +44,18 @@ bool BackgroundQueue::finish(std::chrono::milliseconds limit)
     const bool isDone = m_changed.wait_for(lock, limit, [this] { return !m_isRunning; });
     m_isHurried = false;
     return isDone;
+}
+
+void BackgroundQueue::stop()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stops = true;
+        m_items.clear();
+    }
+    m_changed.notify_all();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 bool BackgroundQueue::holds(const QString &key) const

@@ -24,8 +24,7 @@ public:
     /// @param quiet  so long nothing new must have come before work begins
     /// @param most   items that wait; beyond that the oldest is dropped
     BackgroundQueue(const char *name, std::chrono::milliseconds quiet, std::size_t most);
-    /// Waits for the item that runs, and drops the others.
-    ~BackgroundQueue();
+    ~BackgroundQueue(); ///< stops
     BackgroundQueue(const BackgroundQueue &) = delete;
     BackgroundQueue &operator=(const BackgroundQueue &) = delete;
 
@@ -36,6 +35,9 @@ public:
     /// Does what waits now without the quiet, and returns when it is done. False when the time is
     /// over first.
     bool finish(std::chrono::milliseconds limit);
+
+    /// Waits for the item that runs, drops the others, and takes no more.
+    void stop();
 
 private:
     struct Item

@@ -9,8 +9,11 @@
 
 #include <concurrency/BackgroundQueue.h>
 
+#include <QCoreApplication>
 #include <QLoggingCategory>
 #include <private/qshaderbaker_p.h>
+
+#include <mutex>
 
 using namespace Qt::StringLiterals;
 
@@ -94,6 +97,13 @@ concurrency::BackgroundQueue &rests()
     return queue;
 }
 
+/// The compiler keeps things of its own in static objects, which are gone before the queue is.
+void stopWithApplication()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { qAddPostRoutine([] { rests().stop(); }); });
+}
+
 // One file serves every back-end, so that a cache can be carried to another machine.
 void complete(Request request)
 {
@@ -111,6 +121,7 @@ void complete(Request request)
 
 void completeLater(const Request &request)
 {
+    stopWithApplication();
     rests().add(request.flight(), [request] { complete(request); });
 }
 
