@@ -1,0 +1,21 @@
+# The window's parts: a folder a panel, and what all of them share (look, fields). Controllers stand apart from widgets.
+if(NOT TARGET Qt6::Widgets)
+    return()
+endif()
+
+corvane_library(corvane_ui
+    AREAS ui
+    SOURCES
+        corvane/ui/look/Contrast.cpp
+        corvane/ui/look/Fonts.cpp
+        corvane/ui/look/IconSet.cpp
+        corvane/ui/look/Metrics.cpp
+        corvane/ui/look/OndrelStyle.cpp
+        corvane/ui/look/StylePainter.cpp
+        corvane/ui/look/Theme.cpp
+    LINKS corvane_item corvane_lifecycle toast_widgets batch_widgets Qt6::Widgets)
+corvane_resources(corvane_ui ui_fonts PREFIX /fonts BASE ${CMAKE_SOURCE_DIR}/resources/fonts
+    FILES ${CMAKE_SOURCE_DIR}/resources/fonts/Dosis/OndrelDosis-VF.ttf)
+# Drawn by Qt's SVG plugin, which is loaded where it is installed: nothing is linked for it.
+file(GLOB icons CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/icons/lucide/*.svg)
+corvane_resources(corvane_ui ui_icons PREFIX /icons BASE ${CMAKE_SOURCE_DIR}/resources/icons FILES ${icons})
