@@ -6,6 +6,22 @@ endif()
 corvane_library(corvane_ui
     AREAS ui
     SOURCES
+        corvane/ui/fields/CompletionPopup.cpp
+        corvane/ui/fields/ComponentTarget.cpp
+        corvane/ui/fields/DragMapping.cpp
+        corvane/ui/fields/ExpressionScope.cpp
+        corvane/ui/fields/FieldMenu.cpp
+        corvane/ui/fields/FieldTarget.cpp
+        corvane/ui/fields/FieldWidget.cpp
+        corvane/ui/fields/FunctionTable.cpp
+        corvane/ui/fields/NamePrompt.cpp
+        corvane/ui/fields/NumberController.cpp
+        corvane/ui/fields/NumberEdit.cpp
+        corvane/ui/fields/NumberField.cpp
+        corvane/ui/fields/NumberSpec.cpp
+        corvane/ui/fields/SimpleFields.cpp
+        corvane/ui/fields/VectorField.cpp
+        corvane/ui/fields/makeField.cpp
         corvane/ui/look/Contrast.cpp
         corvane/ui/look/Fonts.cpp
         corvane/ui/look/IconSet.cpp

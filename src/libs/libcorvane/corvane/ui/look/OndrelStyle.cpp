@@ -8,8 +8,10 @@
 #include <QAbstractSlider>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSplitterHandle>
 #include <QStyleOption>
+#include <QToolButton>
 
 #include <optional>
 
@@ -87,6 +89,7 @@ constexpr PrimitiveRow primitiveRows[] = {
     {QStyle::PE_IndicatorRadioButton, &StylePainter::radioButton},
     {QStyle::PE_IndicatorBranch, &StylePainter::branch},
     {QStyle::PE_PanelItemViewItem, &StylePainter::row},
+    {QStyle::PE_PanelItemViewRow, &StylePainter::row}, // left of the item, too
     {QStyle::PE_PanelMenu, &StylePainter::card},
     {QStyle::PE_PanelTipLabel, &StylePainter::card},
 };
@@ -165,6 +168,14 @@ QSize OndrelStyle::sizeFromContents(ContentsType type, const QStyleOption *optio
     return made;
 }
 
+QRect OndrelStyle::subElementRect(SubElement element, const QStyleOption *option,
+                                  const QWidget *widget) const
+{
+    if (element == SE_LineEditContents && isFramed(*option))
+        return option->rect.adjusted(Metrics::grid, 0, -Metrics::grid, 0);
+    return QProxyStyle::subElementRect(element, option, widget);
+}
+
 QRect OndrelStyle::subControlRect(ComplexControl control, const QStyleOptionComplex *option,
                                   SubControl subControl, const QWidget *widget) const
 {
@@ -181,12 +192,13 @@ QRect OndrelStyle::subControlRect(ComplexControl control, const QStyleOptionComp
 void OndrelStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option,
                                 QPainter *painter, const QWidget *widget) const
 {
-    if (element == PE_PanelItemViewRow) // the item itself is drawn over the whole row
-        return;
     if (element == PE_PanelLineEdit && !isFramed(*option))
         return;
-    if (element == PE_FrameFocusRect && qobject_cast<const QAbstractItemView *>(widget))
-        return; // the selection says it
+    const bool saysItself = qobject_cast<const QAbstractItemView *>(widget) || // by its selection
+                            qobject_cast<const QPushButton *>(widget) ||       // by its own ring
+                            qobject_cast<const QToolButton *>(widget);
+    if (element == PE_FrameFocusRect && saysItself)
+        return;
     if (const PaintFunction paint = primitivePainter(element))
         paint(*option, *painter);
     else
@@ -203,6 +215,10 @@ void OndrelStyle::drawControl(ControlElement element, const QStyleOption *option
         if (const auto *bar = qstyleoption_cast<const QStyleOptionProgressBar *>(option))
             return StylePainter::progressBar(*bar, *painter);
         break;
+    case CE_PushButtonLabel:
+        if (const auto *label = qstyleoption_cast<const QStyleOptionButton *>(option))
+            return drawButtonLabel(*label, painter, widget);
+        break;
     case CE_HeaderSection:
     case CE_HeaderEmptyArea:
         return StylePainter::headerSection(*option, *painter);
@@ -212,6 +228,17 @@ void OndrelStyle::drawControl(ControlElement element, const QStyleOption *option
         break;
     }
     QProxyStyle::drawControl(element, option, painter, widget);
+}
+
+// On the accent the text is that of a selection.
+void OndrelStyle::drawButtonLabel(const QStyleOptionButton &option, QPainter *painter,
+                                  const QWidget *widget) const
+{
+    QStyleOptionButton label = option;
+    if (StylePainter::isAccented(option))
+        label.palette.setColor(QPalette::ButtonText,
+                               option.palette.color(QPalette::HighlightedText));
+    QProxyStyle::drawControl(CE_PushButtonLabel, &label, painter, widget);
 }
 
 void OndrelStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,

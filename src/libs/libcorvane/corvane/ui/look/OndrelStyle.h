@@ -2,6 +2,8 @@
 
 #include <QProxyStyle>
 
+class QStyleOptionButton;
+
 namespace corvane::ui {
 
 /// The look of the whole application: Fusion with flat controls on one grid, of one height, with
@@ -20,6 +22,8 @@ public:
                   const QWidget *widget = nullptr, QStyleHintReturn *data = nullptr) const override;
     QSize sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
                            const QWidget *widget = nullptr) const override;
+    QRect subElementRect(SubElement element, const QStyleOption *option,
+                         const QWidget *widget = nullptr) const override;
     QRect subControlRect(ComplexControl control, const QStyleOptionComplex *option,
                          SubControl subControl, const QWidget *widget = nullptr) const override;
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
@@ -32,6 +36,10 @@ public:
     void unpolish(QWidget *widget) override;
     using QProxyStyle::polish;
     using QProxyStyle::unpolish;
+
+private:
+    void drawButtonLabel(const QStyleOptionButton &option, QPainter *painter,
+                         const QWidget *widget) const;
 };
 
 } // namespace corvane::ui

@@ -87,26 +87,27 @@ void ring(QPainter &painter, const QRect &rect)
     roundedBox(painter, rect, Qt::NoBrush, SemanticPalette::current().focus, Metrics::ring);
 }
 
-bool isDefaultButton(const QStyleOption &option)
+} // namespace
+
+bool isAccented(const QStyleOption &option)
 {
     const auto *const made = qstyleoption_cast<const QStyleOptionButton *>(&option);
-    return made && made->features.testFlag(QStyleOptionButton::DefaultButton) &&
-           has(option, QStyle::State_Enabled);
+    const bool isDefault = made && made->features.testFlag(QStyleOptionButton::DefaultButton);
+    return has(option, QStyle::State_On) || (isDefault && has(option, QStyle::State_Enabled));
 }
-
-} // namespace
 
 void button(const QStyleOption &option, QPainter &painter)
 {
     const Smooth smooth(painter);
-    const bool isOn = has(option, QStyle::State_On);
-    if (isDefaultButton(option) || isOn) {
+    if (isAccented(option)) {
         const QColor fill = option.palette.color(QPalette::Highlight);
         roundedBox(painter, option.rect, isHovered(option) ? fill.lighter(112) : fill, fill);
     } else {
         roundedBox(painter, option.rect, pressable(option, option.palette.color(QPalette::Button)),
                    borderOf(option));
     }
+    if (has(option, QStyle::State_HasFocus))
+        ring(painter, option.rect);
 }
 
 void toolButton(const QStyleOption &option, QPainter &painter)

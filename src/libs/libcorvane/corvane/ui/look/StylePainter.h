@@ -11,6 +11,7 @@ class QWidget;
 /// the painter as it was.
 namespace corvane::ui::StylePainter {
 
+bool isAccented(const QStyleOption &option); ///< whether a button stands on the accent
 void button(const QStyleOption &option, QPainter &painter);
 void toolButton(const QStyleOption &option, QPainter &painter);
 void field(const QStyleOption &option, QPainter &painter); ///< background, border, focus ring
