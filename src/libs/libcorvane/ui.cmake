@@ -29,6 +29,26 @@ corvane_library(corvane_ui
         corvane/ui/look/OndrelStyle.cpp
         corvane/ui/look/StylePainter.cpp
         corvane/ui/look/Theme.cpp
+        corvane/ui/picker/FuzzyMatch.cpp
+        corvane/ui/picker/KindIcons.cpp
+        corvane/ui/picker/NodeAdder.cpp
+        corvane/ui/picker/PickerModel.cpp
+        corvane/ui/picker/PickerPopup.cpp
+        corvane/ui/picker/PickerUsage.cpp
+        corvane/ui/properties/PropertiesContent.cpp
+        corvane/ui/properties/PropertiesPanel.cpp
+        corvane/ui/properties/SectionBox.cpp
+        corvane/ui/targets/NodeTargets.cpp
+        corvane/ui/targets/OpTarget.cpp
+        corvane/ui/targets/VariableTarget.cpp
+        corvane/ui/tree/SceneActions.cpp
+        corvane/ui/tree/SceneTreeDelegate.cpp
+        corvane/ui/tree/SceneTreePanel.cpp
+        corvane/ui/tree/treeOrder.cpp
+        corvane/ui/variables/VariableEditor.cpp
+        corvane/ui/variables/VariableList.cpp
+        corvane/ui/variables/VariableWidget.cpp
+        corvane/ui/variables/VariablesPanel.cpp
     LINKS corvane_item corvane_lifecycle toast_widgets batch_widgets Qt6::Widgets)
 corvane_resources(corvane_ui ui_fonts PREFIX /fonts BASE ${CMAKE_SOURCE_DIR}/resources/fonts
     FILES ${CMAKE_SOURCE_DIR}/resources/fonts/Dosis/OndrelDosis-VF.ttf)
