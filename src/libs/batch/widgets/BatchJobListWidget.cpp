@@ -33,7 +33,7 @@ constexpr OriginRow origins[] = {
 };
 
 /// The first widths of the columns, in letters.
-constexpr int columnLetters[jobColumnCount] = {4, 22, 13, 7, 16, 10, 9, 8, 24};
+constexpr int columnLetters[jobColumnCount] = {4, 24, 16, 9, 18, 11, 11, 10, 24};
 
 bool canRetry(BatchStatus status)
 {
