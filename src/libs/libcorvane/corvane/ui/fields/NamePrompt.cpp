@@ -27,6 +27,7 @@ NamePrompt::NamePrompt(const QString &question, const QString &suggestion, const
     m_edit->setAccessibleName(question);
     m_edit->selectAll();
     m_error->setWordWrap(true);
+    m_error->setObjectName(u"promptError"_s);
     m_error->hide();
     QPalette red = m_error->palette();
     red.setColor(QPalette::WindowText, SemanticPalette::current().error);

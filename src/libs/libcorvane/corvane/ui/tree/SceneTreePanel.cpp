@@ -162,14 +162,21 @@ void SceneTreePanel::applySearch()
         showSelectionOfScene();
 }
 
+// Of a node at once: a view of an item is a copy of all that it has.
+QString SceneTreePanel::nameAt(const QModelIndex &index) const
+{
+    const auto *const node = std::as_const(*m_session->tree()).instance(m_model.idAt(index));
+    return node ? node->name : index.data().toString();
+}
+
 bool SceneTreePanel::showFitting(const QModelIndex &parent)
 {
     bool isAny = false;
     for (int row = 0; row < m_model.rowCount(parent); ++row) {
         const QModelIndex index = m_model.index(row, 0, parent);
         const bool isBelow = showFitting(index);
-        const bool fits = m_query.isEmpty() || isBelow ||
-                          index.data().toString().contains(m_query, Qt::CaseInsensitive);
+        const bool fits =
+            m_query.isEmpty() || isBelow || nameAt(index).contains(m_query, Qt::CaseInsensitive);
         if (m_view->isRowHidden(row, parent) == fits)
             m_view->setRowHidden(row, parent, !fits);
         isAny = isAny || fits;

@@ -48,6 +48,7 @@ private:
     void updateEmptyState();
     /// Whether anything below fits the search; all without one.
     bool showFitting(const QModelIndex &parent);
+    QString nameAt(const QModelIndex &index) const;
 
     lifecycle::SceneSession *const m_session;
     item::ScenePanelModelAdapter m_adapter;
