@@ -9,4 +9,5 @@ corvane_library(corvane_lifecycle
         corvane/lifecycle/SceneLifecycle.cpp
         corvane/lifecycle/SceneReader.cpp
         corvane/lifecycle/SceneSession.cpp
+        corvane/lifecycle/SceneSessionSaving.cpp
     LINKS corvane_ops corvane_asset store toast Qt6::Core)

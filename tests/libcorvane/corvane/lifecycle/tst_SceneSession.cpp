@@ -198,10 +198,13 @@ void TstSceneSession::whatIsSavedIsOpenedAgain()
     QCOMPARE(session.displayName(), u"a"_s);
     session.executor()->apply({u"item.rename"_s, {{u"itemId"_s, id}, {u"newName"_s, u"B"_s}}});
     QVERIFY(session.isModified());
+    session.setBeforeSave([&] { session.document()->setSceneSetting(u"camera.fov"_s, 30.0); });
     QVERIFY(session.saveScene());
+    QVERIFY(!session.isModified());
     SceneSession other;
     other.openScene(path(u"a.corvane"_s));
     QCOMPARE(other.tree()->instances().first().name, u"B"_s);
+    QCOMPARE(other.document()->sceneSetting(u"camera.fov"_s).toDouble(), 30.0);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"cannot write"_s));
     QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"Failed to save scene to:"_s));
     QVERIFY(!session.saveSceneAs(path(u"no/such/a.corvane"_s)));

@@ -5,7 +5,6 @@
 #include <corvane/model/DocumentBlock.h>
 #include <corvane/ops/CorvaneServiceLocator.h>
 #include <corvane/registry/ThingsFacade.h>
-#include <store/KeptCopy.h>
 #include <toast/ToastManager.h>
 
 #include <QFileInfo>
@@ -169,6 +168,7 @@ void SceneSession::openRecovered(const RecoveryRecord &record)
         if (!load(read, {}))
             return;
         m_filePath = record.originalPath;
+        m_document->setName(record.name);
         if (!m_filePath.isEmpty())
             m_watch.start(m_filePath, fileDigest(m_filePath));
         m_isRecovered = true;
@@ -408,94 +408,6 @@ QStringList SceneSession::sceneLifecycleViolations() const
         violations.append(text);
     }
     return violations;
-}
-
-// Saving
-
-void SceneSession::guardUnsavedScene(const std::function<void()> &continuation)
-{
-    if (m_isLoading || !isModified())
-        return continuation();
-    if (m_recovery)
-        m_recovery->copyNow();
-    if (!m_question)
-        return;
-    m_question([this, continuation](Answer answer) {
-        const bool goesOn = answer == Answer::Discard || (answer == Answer::Save && saveScene());
-        if (goesOn)
-            continuation();
-    });
-}
-
-bool SceneSession::saveScene()
-{
-    QString error;
-    runHooks("exit-component-view"_L1, &error);
-    if (!m_filePath.isEmpty())
-        return writeTo(m_filePath);
-    const QString path = m_pathQuestion ? m_pathQuestion(displayName()) : QString();
-    return !path.isEmpty() && writeTo(path);
-}
-
-bool SceneSession::saveSceneAs(const QString &path)
-{
-    return writeTo(path);
-}
-
-bool SceneSession::writeTo(const QString &path)
-{
-    const bool isSame = path == m_filePath;
-    if (isSame && m_watch.isChanged() && !keepOthersVersion(path))
-        return false;
-    const bool isWritten =
-        m_tree.instances().isEmpty() && !m_document->items().isEmpty()
-            ? m_document->saveToFile(path)
-            : model::CorvaneDSLSerializer::serializeLogicalToFile(m_tree, path, *m_document);
-    if (!isWritten) {
-        tellError(tr("Failed to save scene to:\n%1").arg(path));
-        return false;
-    }
-    if (isSame)
-        m_watch.noteWritten();
-    else
-        m_watch.start(path, fileDigest(path));
-    m_filePath = path;
-    m_isRecovered = false;
-    undoStack()->setClean();
-    if (m_recovery)
-        m_recovery->forget();
-    emit titleChanged();
-    return true;
-}
-
-// Nothing of another program's is lost by a save of ours.
-bool SceneSession::keepOthersVersion(const QString &path) const
-{
-    const QString kept = path + u".bak"_s;
-    QString error;
-    if (!store::keepCopy(path, kept, &error)) {
-        tellError(tr("%1 was changed by another program, and its version can't be kept: %2\n"
-                     "Save under another name.")
-                      .arg(path, error));
-        return false;
-    }
-    toast::warning(tr("The file was changed by another program"),
-                   tr("Its version is kept as %1").arg(kept));
-    return true;
-}
-
-void SceneSession::onFileChanged()
-{
-    if (isModified()) {
-        emit fileChangedOutside(m_filePath);
-        return;
-    }
-    const QString path = m_filePath;
-    const ReadScene read = readScene(path);
-    if (!read.isOk()) // it may be half of what it will be
-        return;
-    load(read, path);
-    toast::info(tr("Read again"), tr("%1 was changed by another program.").arg(path));
 }
 
 // Small commands

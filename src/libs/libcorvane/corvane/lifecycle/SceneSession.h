@@ -62,6 +62,9 @@ public:
 
     void setQuestion(const Question &question) { m_question = question; }
     void setPathQuestion(const PathQuestion &question) { m_pathQuestion = question; }
+    /// Runs before each save: to put into the scene what the window keeps of it, such as cameras
+    /// and what is being edited of a component.
+    void setBeforeSave(const std::function<void()> &run) { m_beforeSave = run; }
 
     // Commands
 
@@ -142,6 +145,7 @@ private:
     bool m_isRecovered = false; ///< unsaved, though nothing was edited since
     Question m_question;
     PathQuestion m_pathQuestion;
+    std::function<void()> m_beforeSave;
     QHash<QLatin1StringView, QList<std::function<bool(QString *)>>> m_hooks;
     QHash<int, QList<std::function<bool()>>> m_survivorChecks;
 };
