@@ -118,7 +118,7 @@ std::unique_ptr<QWidget> severalSelected()
     const auto nodes = state->session().tree()->nodesInOrder();
     int count = 0;
     for (const QUuid &id : nodes) {
-        if (state->session().tree()->instance(id)->definitionId == u"cylinder" && ++count <= 3)
+        if (state->session().tree()->instance(id)->definitionId == u"box" && ++count <= 3)
             state->tree().panelModel().addToSelection(id);
     }
     state->properties().refresh();

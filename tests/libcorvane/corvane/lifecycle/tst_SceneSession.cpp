@@ -55,6 +55,8 @@ class TstSceneSession : public QObject
 private slots:
     void init();
     void aFileIsOpenedWhole();
+    void nothingOfAFileIsLost_data();
+    void nothingOfAFileIsLost();
     void theSameDocumentIsUsedAgain();
     void aBadFileLeavesTheScene_data();
     void aBadFileLeavesTheScene();
@@ -96,6 +98,24 @@ void TstSceneSession::aFileIsOpenedWhole()
     QVERIFY(session.document()->hasItemsOfType(u"camera"_s));
     QVERIFY(session.tree()->instances().isEmpty());
     QVERIFY(session.document()->variableNames().isEmpty());
+}
+
+void TstSceneSession::nothingOfAFileIsLost_data()
+{
+    QTest::addColumn<QString>("sample");
+    for (const char *name : {"bracket", "heat_sink", "gear"}) // components, domains, variables
+        QTest::newRow(name) << u"" CORVANE_SAMPLES "/v2/%1.corvane"_s.arg(QLatin1StringView(name));
+}
+
+void TstSceneSession::nothingOfAFileIsLost()
+{
+    QFETCH(const QString, sample);
+    SceneSession session;
+    session.openScene(sample);
+    const auto parsed = readScene(sample);
+    QCOMPARE(session.tree()->toVariantMap(), parsed.tree->toVariantMap());
+    QVERIFY(session.saveSceneAs(path(u"again.corvane"_s)));
+    QCOMPARE(readScene(path(u"again.corvane"_s)).tree->toVariantMap(), parsed.tree->toVariantMap());
 }
 
 void TstSceneSession::theSameDocumentIsUsedAgain()

@@ -280,7 +280,8 @@ void TstFields::aVariableIsMadeOfAField()
     QCOMPARE(name->text(), u"radius"_s);
     name->setText(u"taken"_s);
     QTest::keyClick(prompt->windowHandle(), Qt::Key_Return);
-    QCOMPARE(prompt->findChild<QLabel *>(u"promptError"_s)->text(), u"There is a variable of this name."_s);
+    QCOMPARE(prompt->findChild<QLabel *>(u"promptError"_s)->text(),
+             u"There is a variable of this name."_s);
     name->setText(u"r"_s);
     QTest::keyClick(prompt->windowHandle(), Qt::Key_Return);
     QCOMPARE(form.target.now.expression, u"r"_s);

@@ -120,6 +120,7 @@ private slots:
     void aSliderMovesItsVariable();
     void variablesChangeTheirPlaces();
     void aBrokenExpressionIsToldOf();
+    void whatComponentsReadIsUsed();
 };
 
 void TstPanels::rowsAreSelectedRenamedAndRemoved()
@@ -409,6 +410,17 @@ void TstPanels::aBrokenExpressionIsToldOf()
     QCOMPARE(field->lineEdit()->text(), u"=gone*2.0"_s);
     QCOMPARE(window.variables->list().add(u"gone"_s), QString());
     QTRY_COMPARE(field->errorText(), QString());
+}
+
+void TstPanels::whatComponentsReadIsUsed()
+{
+    SceneSession session;
+    session.openScene(u"" CORVANE_SAMPLES "/v2/bracket.corvane"_s);
+    const VariableList list(&session);
+    const QList<VariableRow> rows = list.rows();
+    QCOMPARE(rows.size(), 4);
+    for (const VariableRow &row : rows)
+        QVERIFY2(row.isUsed, qPrintable(row.name));
 }
 
 CORVANE_WIDGETS_MAIN(TstPanels)

@@ -242,10 +242,10 @@ void SceneSession::applyBlock(const ReadScene &read)
 void SceneSession::moveIn(const model::LogicalScene &tree)
 {
     const model::LogicalScene::Batch batch(m_tree);
+    m_tree.setNodes(tree.instances().values(), tree.roots()); // which empties all before
     const auto components = tree.componentRegistry()->definitions();
     for (const auto &component : components)
         m_tree.componentRegistry()->restoreDefinition(component);
-    m_tree.setNodes(tree.instances().values(), tree.roots());
 }
 
 void SceneSession::swapIn(const model::Corvane &loaded)
