@@ -341,8 +341,11 @@ void TstPanels::aVariableIsMadeUsedAndRenamed()
     type(u"=width+1.0"_s);
     press(Qt::Key_Return);
     QVERIFY(list.rows().first().isUsed);
-    click(*window.variables->widgets().first()->field()->editor());
+    const auto *const widget = window.variables->widgets().first();
+    const auto *const name = widget->findChild<QLabel *>(u"variableName"_s);
+    click(*widget->field()->editor());
     type(u"4"_s);
+    QTRY_COMPARE(name->foregroundRole(), QPalette::WindowText); // while it is typed into
     press(Qt::Key_Return);
     QCOMPARE(window.field(u"Width"_s)->controller().value(), 5.0);
     QCOMPARE(list.rename(list.rows().first(), u"wide"_s), QString());

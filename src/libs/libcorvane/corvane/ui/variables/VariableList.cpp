@@ -13,7 +13,7 @@ using model::VarsetEntry;
 
 constexpr int lookDelayMs = 100;
 
-/// What a row looks like, without what is only its value.
+/// What a row is, without what changes while it is worked with.
 QList<VariableRow> withoutValues(QList<VariableRow> rows)
 {
     for (VariableRow &row : rows) {
@@ -21,6 +21,7 @@ QList<VariableRow> withoutValues(QList<VariableRow> rows)
         const bool isFlag = row.entry.effectiveType() == u"boolean";
         row.entry.value = isText ? QVariant(QString()) : isFlag ? QVariant(false) : QVariant(0.0);
         row.entry.expression.clear();
+        row.isUsed = false;
     }
     return rows;
 }

@@ -45,7 +45,7 @@ public:
 
 signals:
     void rowsChanged();   ///< variables came, went, moved, or are described otherwise
-    void valuesChanged(); ///< only what they are
+    void valuesChanged(); ///< only what they are, or whether they are used
 
 private:
     bool apply(QLatin1StringView kind, QVariantMap args, const VariableRow &row);

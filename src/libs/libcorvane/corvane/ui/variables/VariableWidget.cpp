@@ -83,10 +83,9 @@ VariableWidget::VariableWidget(const VariableRow &row, VariableList *list,
     m_handle->setToolTip(tr("Drag to another place"));
     m_handle->installEventFilter(this);
     m_name->setFixedSize(nameWidth, Metrics::controlHeight);
+    m_name->setObjectName(u"variableName"_s);
     m_name->setTextFormat(Qt::PlainText);
-    m_name->setForegroundRole(row.isUsed ? QPalette::WindowText : QPalette::PlaceholderText);
-    if (!row.isUsed)
-        m_name->setToolTip(tr("Nothing reads this variable so far."));
+    setUsed(row.isUsed);
     m_field = makeValueField(scope);
     if (auto *const field = qobject_cast<NumberField *>(m_field))
         field->setLabel(m_name);
@@ -102,6 +101,12 @@ VariableWidget::VariableWidget(const VariableRow &row, VariableList *list,
     column->setSpacing(0);
     column->addLayout(line);
     addSlider();
+}
+
+void VariableWidget::setUsed(bool used)
+{
+    m_name->setForegroundRole(used ? QPalette::WindowText : QPalette::PlaceholderText);
+    m_name->setToolTip(used ? QString() : tr("Nothing reads this variable so far."));
 }
 
 FieldWidget *VariableWidget::makeValueField(const ExpressionScope *scope)

@@ -27,6 +27,7 @@ public:
     const VariableRow &row() const { return m_row; }
     FieldWidget *field() const { return m_field; }
     QSlider *slider() const { return m_slider; } ///< null without a range
+    void setUsed(bool used);                     ///< one that nothing reads is dimmed
     /// Asks for another name, below the present one.
     void askForName();
 

@@ -46,6 +46,7 @@ VariablesPanel::VariablesPanel(lifecycle::SceneSession *session, const Expressio
     m_rebuildTimer.setInterval(0); // a row may be what told of the change
     connect(&m_rebuildTimer, &QTimer::timeout, this, &VariablesPanel::rebuild);
     connect(&m_list, &VariableList::rowsChanged, this, [this] { m_rebuildTimer.start(); });
+    connect(&m_list, &VariableList::valuesChanged, this, &VariablesPanel::showUsage);
     rebuild();
 }
 
@@ -73,6 +74,20 @@ void VariablesPanel::rebuild()
     }
     m_column->addStretch();
     m_scroll->setWidget(page);
+}
+
+// In their places: a row may be typed into.
+void VariablesPanel::showUsage()
+{
+    const QList<VariableRow> rows = m_list.rows();
+    for (VariableWidget *const widget : std::as_const(m_widgets)) {
+        const QString name = widget->row().fullName();
+        const auto row =
+            std::find_if(rows.cbegin(), rows.cend(),
+                         [&name](const VariableRow &known) { return known.fullName() == name; });
+        if (row != rows.cend())
+            widget->setUsed(row->isUsed);
+    }
 }
 
 void VariablesPanel::addHeading(const QString &text)

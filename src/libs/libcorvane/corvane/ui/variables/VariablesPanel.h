@@ -36,6 +36,7 @@ public slots:
 private:
     void rebuild();
     void addRow(const VariableRow &row);
+    void showUsage();
     void addHeading(const QString &text);
     void showDropPlace(VariableWidget *moved, const QPoint &globalPosition);
     void drop(VariableWidget *moved);
