@@ -42,6 +42,15 @@ QList<ToastRecord> filtered(QList<ToastRecord> records, const FilterRow &filter)
     return records;
 }
 
+/// The colour of a severity beside the text: as the text's own it would be hard to read on white.
+QIcon colorSign(Severity severity)
+{
+    constexpr QSize size(4, 16);
+    QPixmap bar(size);
+    bar.fill(QColor(borderColor(severity)));
+    return bar;
+}
+
 } // namespace
 
 NoticeHistoryPanel::NoticeHistoryPanel(ToastManager *manager, QWidget *parent)
@@ -95,7 +104,7 @@ void NoticeHistoryPanel::refresh()
     const QList<ToastRecord> records = shown();
     for (const ToastRecord &record : records) {
         auto *const row = new QListWidgetItem(noticeText(record).trimmed(), m_list);
-        row->setForeground(QColor(borderColor(record.severity)));
+        row->setIcon(colorSign(record.severity));
     }
 }
 

@@ -52,6 +52,11 @@ bool save(const QString &path, const QVariantMap &file)
 
 } // namespace
 
+QVariantMap CorvaneDSLSerializer::fileMap(const LogicalScene &scene, const Corvane &document)
+{
+    return fileOf(SceneVersion2Writer(scene), document);
+}
+
 QString CorvaneDSLSerializer::serializeVariantMap(const QVariantMap &map)
 {
     return yaml::YamlSerializer(fileStyle()).serializeMap(map);

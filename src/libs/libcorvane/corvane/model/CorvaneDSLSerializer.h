@@ -20,7 +20,9 @@ class LogicalScene;
 class CorvaneDSLSerializer
 {
 public:
-    /// The text of a map in the style of scene files.
+    /// What the file of a scene holds, for a caller that makes the text of it elsewhere.
+    static QVariantMap fileMap(const LogicalScene &scene, const Corvane &document);
+    /// The text of a map in the style of scene files. Any thread.
     static QString serializeVariantMap(const QVariantMap &map);
 
     /// The whole scene with no document around it. False, logged, and with the old file still in
