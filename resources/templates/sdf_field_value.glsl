@@ -19,31 +19,6 @@ FieldValue noValue() {
     return FieldValue(NO_VALUE, -1, -1, 0.0);
 }
 
-// Inflation and shell of a primitive.
-float finishedPrimitive(int nodeIndex, float dist) {
-    dist += nodes[nodeIndex].densityScale - 1.0;
-    if (nodes[nodeIndex].shellThickness > 0.0) {
-        dist = abs(dist) - nodes[nodeIndex].shellThickness;
-    }
-    return dist;
-}
-
-vec3 primitivePosition(int nodeIndex, vec3 pos) {
-    return (nodes[nodeIndex].invTransform * vec4(pos, 1.0)).xyz;
-}
-
-// Share of the accumulated material where an operator folds an operand of distance d1 into d2.
-float materialShare(int nodeIndex, float d1, float d2) {
-    uint mode = nodes[nodeIndex].materialMode;
-    if (mode == MATERIAL_MODE_BASE_WINS) {
-        return 1.0;
-    }
-    if (mode == MATERIAL_MODE_OPERAND_WINS) {
-        return 0.0;
-    }
-    return applyCsgBlend(nodes[nodeIndex].definitionIndex, d1, d2, nodes[nodeIndex].smoothRadius);
-}
-
 // A value whose distance is `dist` and whose materials are mixed of two: all of the operand's below
 // 0.001, all of the accumulated ones above 0.999, the main ones of both in between.
 FieldValue mixedValue(float dist, float share, FieldValue operand, FieldValue accumulated) {
@@ -56,14 +31,6 @@ FieldValue mixedValue(float dist, float share, FieldValue operand, FieldValue ac
     }
     value.dist = dist;
     return value;
-}
-
-// The value so far of an operator, with one more child.
-FieldValue foldedValue(int nodeIndex, FieldValue operand, FieldValue accumulated) {
-    float dist = applyCsgOp(nodes[nodeIndex].operationType, operand.dist, accumulated.dist,
-                            nodes[nodeIndex].smoothRadius);
-    return mixedValue(dist, materialShare(nodeIndex, operand.dist, accumulated.dist), operand,
-                      accumulated);
 }
 
 void storeMaterials(FieldValue value) {

@@ -16,9 +16,39 @@ const int MAX_STACK_DEPTH = 32;
 // An operator's value so far, or a position.
 vec4 g_stack[MAX_STACK_DEPTH];
 
+// Inflation and shell of a primitive.
+float finishedPrimitive(int nodeIndex, float dist) {
+    dist += nodes[nodeIndex].densityScale - 1.0;
+    if (nodes[nodeIndex].shellThickness > 0.0) {
+        dist = abs(dist) - nodes[nodeIndex].shellThickness;
+    }
+    return dist;
+}
+
+// Share of the accumulated material where an operator folds an operand of distance d1 into d2.
+float materialShare(int nodeIndex, float d1, float d2) {
+    uint mode = nodes[nodeIndex].materialMode;
+    if (mode == MATERIAL_MODE_BASE_WINS) {
+        return 1.0;
+    }
+    if (mode == MATERIAL_MODE_OPERAND_WINS) {
+        return 0.0;
+    }
+    return applyCsgBlend(nodes[nodeIndex].definitionIndex, d1, d2, nodes[nodeIndex].smoothRadius);
+}
+
+// The value so far of an operator, with one more child.
+FieldValue foldedValue(int nodeIndex, FieldValue operand, FieldValue accumulated) {
+    float dist = applyCsgOperator(nodes[nodeIndex].definitionIndex, nodes[nodeIndex].operationType,
+                                  operand.dist, accumulated.dist, nodes[nodeIndex].smoothRadius,
+                                  nodes[nodeIndex].params, nodes[nodeIndex].params2);
+    return mixedValue(dist, materialShare(nodeIndex, operand.dist, accumulated.dist), operand,
+                      accumulated);
+}
+
 float evaluateNodePrimitive(int nodeIndex, vec3 pos) {
-    float dist = evaluatePrimitiveByDefinition(nodes[nodeIndex].definitionIndex,
-                                               primitivePosition(nodeIndex, pos),
+    vec3 localPos = (nodes[nodeIndex].invTransform * vec4(pos, 1.0)).xyz;
+    float dist = evaluatePrimitiveByDefinition(nodes[nodeIndex].definitionIndex, localPos,
                                                nodes[nodeIndex].params, nodes[nodeIndex].params2);
     return finishedPrimitive(nodeIndex, dist);
 }

@@ -2,7 +2,7 @@
 // corvane_definitions.
 #pragma once
 
-#include <corvane/shader/SDFNode.h>
+#include <corvane/shader/SpecialisedScene.h>
 #include <corvane/shader/getShader.h>
 #include <rhi/QRhiCompat.h>
 
@@ -26,7 +26,8 @@ struct FieldPictureRequest
     QList<corvane::shader::SDFNode> nodes;
     QSize size{64, 64};
     QList<QRhiTexture::Format> formats{QRhiTexture::RGBA32F};
-    QList<QVector4D> points{}; ///< a storage buffer at binding 3, when there are any
+    QList<QVector4D> points{};    ///< the storage buffer at binding 3
+    QByteArray sceneParameters{}; ///< the block of SpecialisedScene
 };
 
 /// One pipeline over one scene, as long as it lives.
@@ -60,7 +61,7 @@ public:
         timer.start();
         QRhiCommandBuffer *commands = nullptr;
         m_rhi->beginOffscreenFrame(&commands);
-        commands->beginPass(m_target.get(), Qt::black, {1.0f, 0}, m_updates);
+        commands->beginPass(m_target.get(), Qt::transparent, {1.0f, 0}, m_updates);
         m_updates = nullptr;
         commands->setGraphicsPipeline(m_pipeline.get());
         commands->setViewport({0, 0, float(m_size.width()), float(m_size.height())});
@@ -129,12 +130,19 @@ private:
                          nodes.size() * qsizetype(sizeof(corvane::shader::SDFNode)));
         m_points = filled(QRhiBuffer::Immutable, QRhiBuffer::StorageBuffer, points.constData(),
                           points.size() * qsizetype(sizeof(QVector4D)));
+        const QByteArray parameters =
+            request.sceneParameters.isEmpty() ? QByteArray(16, '\0') : request.sceneParameters;
+        m_parameters = filled(QRhiBuffer::Dynamic, QRhiBuffer::UniformBuffer,
+                              parameters.constData(), parameters.size());
         using Binding = QRhiShaderResourceBinding;
         constexpr auto stages = Binding::VertexStage | Binding::FragmentStage;
         m_bindings.reset(m_rhi->newShaderResourceBindings());
-        m_bindings->setBindings({Binding::uniformBuffer(0, stages, m_uniforms.get()),
-                                 Binding::bufferLoad(1, Binding::FragmentStage, m_nodes.get()),
-                                 Binding::bufferLoad(3, Binding::FragmentStage, m_points.get())});
+        m_bindings->setBindings(
+            {Binding::uniformBuffer(0, stages, m_uniforms.get()),
+             Binding::bufferLoad(1, Binding::FragmentStage, m_nodes.get()),
+             Binding::bufferLoad(3, Binding::FragmentStage, m_points.get()),
+             Binding::uniformBuffer(corvane::shader::SpecialisedScene::parameterBinding,
+                                    Binding::FragmentStage, m_parameters.get())});
         return m_bindings->create() ? QString() : QStringLiteral("no bindings");
     }
 
@@ -181,6 +189,7 @@ private:
     std::unique_ptr<QRhiBuffer> m_uniforms;
     std::unique_ptr<QRhiBuffer> m_nodes;
     std::unique_ptr<QRhiBuffer> m_points;
+    std::unique_ptr<QRhiBuffer> m_parameters;
     std::unique_ptr<QRhiShaderResourceBindings> m_bindings;
     std::unique_ptr<QRhiGraphicsPipeline> m_pipeline;
     QRhiResourceUpdateBatch *m_updates = nullptr;

@@ -17,6 +17,7 @@ corvane_library(corvane_field
         corvane/eval/DefinitionWarnings.cpp
         corvane/eval/EvalFieldEvaluator.cpp
         corvane/eval/FieldCompiler.cpp
+        corvane/eval/FieldSteepness.cpp
         corvane/eval/FieldTextBuilder.cpp
         corvane/eval/IFieldEvaluator.cpp
         corvane/eval/SdfSceneGraphBuilder.cpp

@@ -14,6 +14,7 @@ set(CORVANE_SHADER_SOURCES
     corvane/shader/ShaderWrapperGenerator.cpp
     corvane/shader/ShadingModeRegistry.cpp
     corvane/shader/ShadingModes.cpp
+    corvane/shader/SceneParameterBlock.cpp
     corvane/shader/SpecialisedScene.cpp
     corvane/shader/WalkDepth.cpp
     corvane/shader/getShader.cpp)
@@ -38,9 +39,11 @@ set(CORVANE_SHADER_TEMPLATES
     resources/templates/sdf_scene.glsl
     resources/templates/sdf_scene_distance.glsl
     resources/templates/sdf_shaded_color.glsl
+    resources/templates/sdf_sections.glsl
     resources/templates/sdf_shading.frag.in
     resources/templates/sdf_shading_env_lit.frag.in
     resources/templates/sdf_shading_pbr.frag.in
+    resources/templates/sdf_specialised_scene.glsl
     resources/templates/sdf_surface.glsl
     resources/templates/sdf_tree_evaluator.glsl
     resources/templates/sdf_uniform_members.glsl

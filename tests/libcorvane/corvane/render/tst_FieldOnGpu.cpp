@@ -119,7 +119,7 @@ private slots:
 
 private:
     QList<Probe> probed(const FieldScene &scene, SDFShaderGenerator &generator,
-                        const QList<QVector4D> &points);
+                        const QList<QVector4D> &points, const QByteArray &parameters = {});
     void compareWithExport(const FieldScene &scene, SDFShaderGenerator &generator);
 
     rhi::RhiPointer m_rhi;
@@ -128,12 +128,14 @@ private:
 void TstFieldOnGpu::initTestCase()
 {
     registry::Registry::instance().loadBuiltinPrimitives();
+    support::addShape(u"test_mean"_s,
+                      u"float op_test_mean(float d1, float d2) { return 0.3 * d1 + 0.7 * d2; }"_s);
     m_rhi = rhi::createOffscreenRhi(nullptr);
     QVERIFY2(m_rhi, "No Vulkan driver is installed: scripts/test.sh installs mesa-vulkan-drivers");
 }
 
 QList<Probe> TstFieldOnGpu::probed(const FieldScene &scene, SDFShaderGenerator &generator,
-                                   const QList<QVector4D> &points)
+                                   const QList<QVector4D> &points, const QByteArray &parameters)
 {
     generator.setActiveDefinitionIds(render::SDFLayer::usedDefinitionIds(scene.nodes, generator));
     ProbeUniforms uniforms;
@@ -146,7 +148,8 @@ QList<Probe> TstFieldOnGpu::probed(const FieldScene &scene, SDFShaderGenerator &
          .uniforms = QByteArray(reinterpret_cast<const char *>(&uniforms), sizeof uniforms),
          .nodes = scene.nodes,
          .size = {side, side},
-         .points = points},
+         .points = points,
+         .sceneParameters = parameters},
         error);
     if (!error.isEmpty()) {
         qWarning().noquote() << error;
@@ -181,8 +184,11 @@ void TstFieldOnGpu::compareWithExport(const FieldScene &scene, SDFShaderGenerato
     }
     QVERIFY2(exported.count <= mostBesideAnEdge, qPrintable(exported.text()));
 
-    QVERIFY(generator.specialiseFor(scene.nodes, {scene.rootIndex}));
-    const QList<Probe> specialised = probed(scene, generator, points);
+    const auto own = generator.specialisedScene(scene.nodes, {scene.rootIndex});
+    QVERIFY(!own.isNull());
+    generator.setSpecialisedScene(own);
+    const QList<Probe> specialised =
+        probed(scene, generator, points, own.parameterBytes(scene.nodes));
     QCOMPARE(specialised.size(), pointCount);
     Differences evaluators;
     for (int i = 0; i < pointCount; ++i) {
@@ -212,6 +218,8 @@ void TstFieldOnGpu::treesAreWhatIsExported_data()
     for (const char *const id : operators) {
         QTest::newRow(id) << u"(%1 0.4 (box 1.2 0.7 1) %2)"_s.arg(QLatin1StringView(id), ball);
     }
+    QTest::newRow("a user's operator")
+        << u"(test_mean (box 1.2 0.7 1) %1 (sphere 0.5))"_s.arg(ball);
     QTest::newRow("operator as a later child")
         << u"(subtract 0 (box 2 2 2) (intersect 0 (sphere 1.5) (box 1 1 3)) %1)"_s.arg(ball);
     QTest::newRow("modifier in a modifier, as a later child")

@@ -146,6 +146,14 @@ inline float applyCsgBlend(uint csgIndex, float d1, float d2, float)
     return csgIndex == 1 ? 1.0f : 0.5f;
 }
 
+float applyCsgOp(uint opType, float d1, float d2, float smoothness);
+
+inline float applyCsgOperator(uint, uint opType, float d1, float d2, float smoothness, const vec4 &,
+                              const vec4 &)
+{
+    return applyCsgOp(opType, d1, d2, smoothness);
+}
+
 // In the order of the shader.
 // clang-format off
 #include <sdf_csg_ops.glsl>

@@ -4,9 +4,11 @@
 
 #include <corvane/shader/IEnvironment.h>
 #include <corvane/shader/IShadingMode.h>
+#include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderCodeAnalyzer.h>
 #include <corvane/shader/ShaderTemplates.h>
 #include <corvane/shader/ShaderValidator.h>
+#include <corvane/shader/ShadingModeRegistry.h>
 
 #include <QRegularExpression>
 #include <QTest>
@@ -76,6 +78,8 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(void (*)(QList<SDFNode> &))
+
 class TstSDFShaderGenerator : public QObject
 {
     Q_OBJECT
@@ -100,6 +104,12 @@ private slots:
     void onlyActiveDefinitionsAreEmitted();
     void noRegistryLeavesTheFixedTexts();
     void shadingFillsWhatItsModeWants();
+    void modesAreThereAndCompile_data();
+    void modesAreThereAndCompile();
+    void specialisedScenesCompile();
+    void structureKeyFollowsTheStructureAlone_data();
+    void structureKeyFollowsTheStructureAlone();
+    void scenesTooLargeForATextAreRefused();
     void kindsOfDefinitionsAreAnswered();
 
 private:
@@ -322,8 +332,13 @@ void TstSDFShaderGenerator::blendsFollowTheDefinition()
                               "}\n"_s));
     QVERIFY(dispatch.contains(u"        case 1u: return csgBlend_1(d1, d2, k);\n"
                               "        default: return d1 < d2 ? 0.0 : 1.0;\n"_s));
-    QVERIFY2(!generator.generateSDFFunctions().contains("op_a"_L1), "operators are a fixed table");
+    QVERIFY2(generator.generateSDFFunctions().contains("op_a_c0("_L1), "a user's is called");
+    QVERIFY(
+        dispatch.contains(u"        case 1u: return operator_wrapper_1(d1, d2, params, params2);\n"
+                          "        default: return applyCsgOp(opType, d1, d2, smoothness);\n"_s));
     QCOMPARE(compileErrors(generator.generateFieldSamplingShader()), QString());
+    QVERIFY2(!SDFShaderGenerator(&m_builtins).generateSDFFunctions().contains("op_union"_L1),
+             "the program's are a fixed table");
 }
 
 void TstSDFShaderGenerator::onlyActiveDefinitionsAreEmitted()
@@ -373,6 +388,170 @@ void TstSDFShaderGenerator::shadingFillsWhatItsModeWants()
 
     mode.source.clear();
     QCOMPARE(generator.generateShadingShader(), ShaderTemplates::load(u"sdf_shading.frag.in"_s));
+}
+
+void TstSDFShaderGenerator::modesAreThereAndCompile_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<QString>("displayName");
+    QTest::addColumn<bool>("environment");
+    QTest::addColumn<bool>("accumulates");
+
+    QTest::newRow("pbr") << u"pbr"_s << u"PBR (Cook-Torrance)"_s << false << false;
+    QTest::newRow("env-lit") << u"env-lit-pbr"_s << u"Environment-lit PBR"_s << true << false;
+    QTest::newRow("path-traced") << u"path-traced"_s << u"Path traced"_s << true << true;
+}
+
+void TstSDFShaderGenerator::modesAreThereAndCompile()
+{
+    QFETCH(const QString, id);
+    QFETCH(const bool, accumulates);
+    class Grey : public TestSky
+    {
+        QString sampleSnippet() const override
+        {
+            return u"vec3 sampleEnvironment(vec3 dir) { return envParam0.rgb + 0.0 * dir; }"_s;
+        }
+    };
+    ShadingModeRegistry &registry = ShadingModeRegistry::instance();
+    QCOMPARE(registry.ids(), (QList<QString>{u"pbr"_s, u"env-lit-pbr"_s, u"path-traced"_s}));
+    const auto mode = registry.mode(id);
+    QVERIFY(mode);
+    QCOMPARE(mode->id(), id);
+    QTEST(mode->displayName(), "displayName");
+    QTEST(mode->needsEnvironmentSnippet(), "environment");
+    QCOMPARE(mode->needsAccumulation(), accumulates);
+    QCOMPARE(mode->isInteractive(), !accumulates);
+    QVERIFY2(!registry.registerMode(mode), "the id is taken");
+
+    const Grey grey;
+    SDFShaderGenerator generator(&m_builtins);
+    generator.setShadingMode(mode.data());
+    generator.setBackgroundEnvironment(&grey);
+    const QString source = generator.generateShadingShader();
+    QVERIFY2(!source.contains("{{"_L1), "a hole was left open");
+    QCOMPARE(source.contains("analyticEdgeAA;"_L1), id == u"env-lit-pbr"_s);
+    QCOMPARE(compileErrors(source), QString());
+}
+
+namespace {
+
+/// A shell of a ball in a place of its own, less a box, twisted.
+QList<SDFNode> plainScene(const SDFShaderGenerator &generator)
+{
+    const auto node = [&generator](const QString &id, int parent) {
+        const auto entry = generator.indices().find(id);
+        SDFNode made;
+        made.nodeType = quint32(entry->type);
+        made.definitionIndex = quint32(entry->index);
+        made.parentIndex = parent;
+        return made;
+    };
+    QList<SDFNode> nodes{node(u"twist"_s, -1), node(u"subtract"_s, 0), node(u"sphere"_s, 1),
+                         node(u"box"_s, 1)};
+    nodes[0].firstChild = 1;
+    nodes[1].firstChild = 2;
+    nodes[1].operationType = 1;
+    nodes[2].nextSibling = 3;
+    nodes[2].shellThickness = 0.1f;
+    nodes[2].densityScale = 1.5f;
+    QMatrix4x4 place;
+    place.translate(1, 2, 3);
+    nodes[2].setTransform(place);
+    return nodes;
+}
+
+} // namespace
+
+void TstSDFShaderGenerator::specialisedScenesCompile()
+{
+    SDFShaderGenerator generator(&m_builtins);
+    QList<SDFNode> nodes = plainScene(generator);
+    nodes.append(nodes.at(3)); // another domain
+    nodes.last().parentIndex = -1;
+    generator.setActiveDefinitionIds({u"twist"_s, u"subtract"_s, u"sphere"_s, u"box"_s});
+    generator.setSpecialisedScene(generator.specialisedScene(nodes, {0, 4}));
+    for (const auto &shader : shaders) {
+        const QString source = (generator.*shader.generate)();
+        QVERIFY(!source.contains("walkTree(vec3"_L1));
+        QCOMPARE(compileErrors(source), QString());
+    }
+    generator.setSpecialisedScene({});
+    QVERIFY(generator.generateGeometryShader().contains("walkTree(vec3"_L1));
+}
+
+void TstSDFShaderGenerator::structureKeyFollowsTheStructureAlone_data()
+{
+    using Change = void (*)(QList<SDFNode> &);
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<bool>("isSame");
+
+    const auto row = [](const char *name, Change change, bool isSame) {
+        QTest::newRow(name) << change << isSame;
+    };
+    row(
+        "nothing", [](QList<SDFNode> &) {}, true);
+    row(
+        "parameter", [](QList<SDFNode> &nodes) { nodes[3].params[0] += 1.0f; }, true);
+    row(
+        "material", [](QList<SDFNode> &nodes) { nodes[3].material.metallic = 1.0f; }, true);
+    row(
+        "place", [](QList<SDFNode> &nodes) { nodes[2].invTransform[12] = 7.0f; }, true);
+    row(
+        "thickness", [](QList<SDFNode> &nodes) { nodes[2].shellThickness = 0.2f; }, true);
+    row(
+        "no shell", [](QList<SDFNode> &nodes) { nodes[2].shellThickness = 0.0f; }, false);
+    row(
+        "a shell", [](QList<SDFNode> &nodes) { nodes[3].shellThickness = 0.2f; }, false);
+    row(
+        "no inflation", [](QList<SDFNode> &nodes) { nodes[2].densityScale = 1.0f; }, false);
+    row(
+        "a place", [](QList<SDFNode> &nodes) { nodes[3].invTransform[12] = 7.0f; }, false);
+    row(
+        "definition", [](QList<SDFNode> &nodes) { ++nodes[2].definitionIndex; }, false);
+    row(
+        "operation", [](QList<SDFNode> &nodes) { nodes[1].operationType = 0; }, false);
+    row(
+        "mix of materials", [](QList<SDFNode> &nodes) { nodes[1].materialMode = 0; }, false);
+    row(
+        "fewer children", [](QList<SDFNode> &nodes) { nodes[2].nextSibling = -1; }, false);
+    row(
+        "one more node", [](QList<SDFNode> &nodes) { nodes.append(SDFNode()); }, false);
+}
+
+void TstSDFShaderGenerator::structureKeyFollowsTheStructureAlone()
+{
+    using Change = void (*)(QList<SDFNode> &);
+    QFETCH(const Change, change);
+    const SDFShaderGenerator generator(&m_builtins);
+    QList<SDFNode> nodes = plainScene(generator);
+    const SpecialisedScene scene = generator.specialisedScene(nodes, {0});
+    QCOMPARE(SpecialisedScene::structureKey(nodes, {0}), scene.key());
+    change(nodes);
+    QTEST(SpecialisedScene::structureKey(nodes, {0}) == scene.key(), "isSame");
+    QVERIFY(SpecialisedScene::structureKey(nodes, {1}) != scene.key());
+}
+
+void TstSDFShaderGenerator::scenesTooLargeForATextAreRefused()
+{
+    const SDFShaderGenerator generator(&m_builtins);
+    QList<SDFNode> nodes(1025);
+    QCOMPARE(SpecialisedScene::refusal(nodes, {0}),
+             u"The scene has 1025 nodes; a shader of its own can be made for up to 1024."_s);
+    QVERIFY(generator.specialisedScene(nodes, {0}).isNull());
+
+    nodes.resize(300);
+    for (int i = 0; i < 299; ++i) {
+        nodes[i].nodeType = quint32(GpuNodeType::DistanceModifier);
+        nodes[i].firstChild = i + 1;
+    }
+    QCOMPARE(
+        SpecialisedScene::refusal(nodes, {0}),
+        u"The scene is nested more than 256 levels deep; no shader of its own is made for it."_s);
+    nodes[50].firstChild = -1;
+    QCOMPARE(SpecialisedScene::refusal(nodes, {0}), QString());
+    nodes[49].firstChild = 40;
+    QVERIFY2(!SpecialisedScene::refusal(nodes, {0}).isEmpty(), "a ring is no tree");
 }
 
 void TstSDFShaderGenerator::kindsOfDefinitionsAreAnswered()

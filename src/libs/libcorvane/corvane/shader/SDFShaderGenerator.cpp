@@ -7,7 +7,6 @@
 #include <corvane/shader/ShaderDispatchGenerator.h>
 #include <corvane/shader/ShaderFunctionGenerator.h>
 #include <corvane/shader/ShaderTemplates.h>
-#include <corvane/shader/SpecialisedScene.h>
 
 #include <QLoggingCategory>
 
@@ -34,15 +33,6 @@ void SDFShaderGenerator::setRegistry(const registry::Registry *registry)
 {
     m_registry = registry;
     rebuildIndices();
-}
-
-bool SDFShaderGenerator::specialiseFor(const QList<SDFNode> &nodes, const QList<int> &rootIndices)
-{
-    const QString text = SpecialisedScene::evaluator(nodes, rootIndices, m_indices, m_registry);
-    if (text.isEmpty())
-        return false;
-    m_specialised = text;
-    return true;
 }
 
 QString SDFShaderGenerator::generateSDFFunctions() const
@@ -123,8 +113,8 @@ MappedText SDFShaderGenerator::dispatchFunctions() const
 {
     MappedText text = ShaderDispatchGenerator::generateDispatchers(m_indices, m_registry);
     text.append(ShaderDispatchGenerator::csgOperations());
-    if (!m_specialised.isEmpty())
-        text.append(u'\n' + m_specialised);
+    if (!m_specialised.isNull())
+        text.append(u'\n' + m_specialised.evaluator());
     else if (m_treeEvaluatorIncluded)
         text.append(u'\n' + ShaderDispatchGenerator::treeEvaluator());
     return text;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <corvane/shader/SDFNode.h>
 #include <corvane/shader/ShaderIndexManager.h>
 #include <corvane/shader/ShaderSourceMap.h>
+#include <corvane/shader/SpecialisedScene.h>
 
 #include <QSet>
 #include <QString>
@@ -38,11 +38,16 @@ public:
     /// Whether generateAllDispatchFunctions() ends with the tree evaluator. True by default.
     void setTreeEvaluatorIncluded(bool included) { m_treeEvaluatorIncluded = included; }
 
-    /// From now on scene shaders hold the field of this scene alone instead of the tree evaluator;
-    /// see SpecialisedScene. The active definitions must be those of the scene. Nothing changes,
-    /// and the answer is false, for a scene that refusal() refuses.
-    bool specialiseFor(const QList<SDFNode> &nodes, const QList<int> &rootIndices);
-    void clearSpecialisation() { m_specialised.clear(); }
+    /// From now on scene shaders hold the field of this scene alone; null brings the tree evaluator
+    /// back.
+    void setSpecialisedScene(const SpecialisedScene &scene) { m_specialised = scene; }
+    /// To be set here: of a scene whose definitions are the active ones. Null when there can be
+    /// none.
+    [[nodiscard]] SpecialisedScene specialisedScene(const QList<SDFNode> &nodes,
+                                                    const QList<int> &rootIndices) const
+    {
+        return {nodes, rootIndices, m_indices, m_registry};
+    }
 
     /// Numbers the registry's definitions anew.
     void rebuildIndices() { m_indices.rebuildIndices(m_registry); }
@@ -90,7 +95,7 @@ private:
     const IEnvironment *m_background = nullptr;
     ShaderIndexManager m_indices;
     bool m_treeEvaluatorIncluded = true;
-    QString m_specialised; ///< instead of the tree evaluator, when there is one
+    SpecialisedScene m_specialised; ///< instead of the tree evaluator, unless null
 };
 
 } // namespace corvane::shader

@@ -65,9 +65,11 @@ struct SDFUniforms
         std::copy(max.begin(), max.end(), boundsMax.begin());
         boundsMax[3] = holdsScene ? boundsHoldScene : 1.0f;
     }
+    static constexpr float maxSteepness = 8.0f;
     /// By how much the field changes over a unit of length at most, 1 for a distance: rays advance
-    /// by so much less than it says.
-    void setSteepness(float steepness) { boundsMin[3] = std::max(steepness, 1.0f); }
+    /// by so much less than it says. Of what is more than maxSteepness the rest is not heeded: rays
+    /// would end before they arrive. A crossing that a ray noticed too late is looked for then.
+    void setSteepness(float steepness) { boundsMin[3] = std::clamp(steepness, 1.0f, maxSteepness); }
 
     bool operator==(const SDFUniforms &) const = default;
 };

@@ -38,13 +38,13 @@ void emitFunction(MappedText &text, const registry::Definition &definition,
 void emitSection(MappedText &text, const ShaderNodeKind &kind, const ShaderIndexManager &indices,
                  const registry::Registry &registry)
 {
+    const QList<int> written = writtenIndices(kind, indices, registry);
+    if (kind.isOfUsersOnly && written.isEmpty())
+        return;
     text.append(u"%1\n// Generated from %2 %3\n\n"_s.arg(
         kind.functionsBanner, QString::number(indices.count(kind.type)), kind.definitionWords));
-    const QList<int> active = indices.activeIndices(kind.type);
-    for (const int index : active) {
-        if (const auto definition = registry.getDefinition(indices.idAt(kind.type, index)))
-            emitFunction(text, *definition, kind, index);
-    }
+    for (const int index : written)
+        emitFunction(text, *registry.getDefinition(indices.idAt(kind.type, index)), kind, index);
 }
 
 } // namespace

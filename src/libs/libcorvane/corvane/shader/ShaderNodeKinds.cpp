@@ -1,8 +1,10 @@
 #include <corvane/shader/ShaderNodeKinds.h>
 
 #include <corvane/registry/Definition.h>
+#include <corvane/registry/Registry.h>
 #include <corvane/shader/DefinitionCodeMangler.h>
 #include <corvane/shader/ShaderCodeAnalyzer.h>
+#include <corvane/shader/ShaderIndexManager.h>
 
 #include <algorithm>
 
@@ -105,8 +107,33 @@ float pam_wrapper_%2(vec3 p, float d, vec4 params, vec4 params2) {
 }
 )"_L1,
      .dispatchCase = "        case %1u: return pam_wrapper_%1(p, d, params, params2);\n"_L1},
+    {.type = GpuNodeType::CsgOp,
+     .functionsBanner = "// ============= CSG Operator Functions ============="_L1,
+     .definitionWords = "operator definitions"_L1,
+     .functionComment = "// === %1 (operator index %2) ==="_L1,
+     .functionSuffix = "_c%1"_L1,
+     .namePrefix = "uc%1_"_L1,
+     .missingName = "operator function name"_L1,
+     .wrappersBanner = "// ============= CSG Operator Wrappers ============="_L1,
+     .wrapperName = "operator_wrapper_%1"_L1,
+     .wrapper = R"(// %1
+float operator_wrapper_%2(float d1, float d2, vec4 params, vec4 params2) {
+    return %3(d1, d2%4%5);
+}
+)"_L1,
+     .dispatchBanner = "// ============= CSG Operator Dispatch ============="_L1,
+     .dispatcher = R"(float applyCsgOp(uint opType, float d1, float d2, float smoothness);
+
+float applyCsgOperator(uint csgIndex, uint opType, float d1, float d2, float smoothness, vec4 params, vec4 params2) {
+    switch (csgIndex) {
+%1        default: return applyCsgOp(opType, d1, d2, smoothness);
+    }
+}
+)"_L1,
+     .dispatchCase = "        case %1u: return operator_wrapper_%1(d1, d2, params, params2);\n"_L1,
+     .isOfUsersOnly = true},
 };
-static_assert(std::size(kinds) == gpuNodeTypeCount - 1);
+static_assert(std::size(kinds) == gpuNodeTypeCount);
 
 bool isBlank(QChar c)
 {
@@ -125,6 +152,19 @@ int firstLineOf(const QString &text)
 std::span<const ShaderNodeKind> shaderNodeKinds()
 {
     return kinds;
+}
+
+QList<int> writtenIndices(const ShaderNodeKind &kind, const ShaderIndexManager &indices,
+                          const registry::Registry &registry)
+{
+    QList<int> written;
+    const QList<int> active = indices.activeIndices(kind.type);
+    for (const int index : active) {
+        const auto definition = registry.getDefinition(indices.idAt(kind.type, index));
+        if (definition && !(kind.isOfUsersOnly && definition->isFromResources()))
+            written.append(index);
+    }
+    return written;
 }
 
 QString mainFunctionName(const registry::Definition &definition)

@@ -4,18 +4,22 @@
 
 #include <QHash>
 #include <QLatin1String>
+#include <QList>
 #include <QString>
 #include <optional>
 #include <span>
 
 namespace corvane::registry {
 class Definition;
-}
+class Registry;
+} // namespace corvane::registry
 
 namespace corvane::shader {
 
-/// The texts of one kind of node whose definitions become GLSL functions. CSG operators have none:
-/// they are a fixed table in the shader.
+class ShaderIndexManager;
+
+/// The texts of one kind of node whose definitions become GLSL functions. CSG operators that come
+/// with the program have none: they are a fixed table in the shader. A user's are called.
 ///
 /// In the templates %1 is the index, except where said.
 struct ShaderNodeKind
@@ -33,10 +37,17 @@ struct ShaderNodeKind
     QLatin1String dispatchBanner;
     QLatin1String dispatcher; ///< %1 the cases
     QLatin1String dispatchCase;
+    bool isOfUsersOnly = false; ///< nothing is written for definitions of the program
 };
 
-/// Primitives, transforms, modifiers, position-aware modifiers, in the order of the text.
+/// Primitives, transforms, modifiers, position-aware modifiers, CSG operators: the order of the
+/// text.
 [[nodiscard]] std::span<const ShaderNodeKind> shaderNodeKinds();
+
+/// The indices of one kind's active definitions for which functions are written, ascending.
+[[nodiscard]] QList<int> writtenIndices(const ShaderNodeKind &kind,
+                                        const ShaderIndexManager &indices,
+                                        const registry::Registry &registry);
 
 /// A definition's function as the shader has it.
 struct ShaderFunction

@@ -49,8 +49,8 @@ ShaderWrapperGenerator::generateWrappers(const ShaderNodeKind &kind,
 {
     Wrappers wrappers;
     wrappers.text.append(kind.wrappersBanner + "\n\n"_L1);
-    const QList<int> active = indices.activeIndices(kind.type);
-    for (const int index : active) {
+    const QList<int> written = writtenIndices(kind, indices, registry);
+    for (const int index : written) {
         const auto definition = registry.getDefinition(indices.idAt(kind.type, index));
         if (definition && emitWrapper(wrappers.text, *definition, kind, index))
             wrappers.indices.append(index);

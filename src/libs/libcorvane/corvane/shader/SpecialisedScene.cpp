@@ -4,7 +4,9 @@
 // with its size, as it does for the field that is exported.
 #include <corvane/shader/SpecialisedScene.h>
 
+#include <corvane/registry/Definition.h>
 #include <corvane/registry/Registry.h>
+#include <corvane/shader/ParameterSlots.h>
 #include <corvane/shader/ShaderIndexManager.h>
 #include <corvane/shader/ShaderNodeKinds.h>
 #include <corvane/shader/ShaderTemplates.h>
@@ -89,28 +91,44 @@ private:
     qsizetype m_visitsLeft;
 };
 
-/// The wrapper functions that the dispatchers would call.
-class WrapperNames
+/// A function that a dispatcher would call.
+struct Wrapper
+{
+    QString name;
+    bool takesSecondRow = false; ///< of parameters
+};
+
+bool takesSecondRow(const registry::Definition &definition)
+{
+    int floats = 0;
+    for (const registry::ParameterDef &parameter : definition.parameters)
+        floats += parameterFloatCount(parameter.type);
+    return floats > parameterSlotCount / 2;
+}
+
+class Wrappers
 {
 public:
-    WrapperNames(const ShaderIndexManager &indices, const registry::Registry *registry)
+    Wrappers(const ShaderIndexManager &indices, const registry::Registry *registry)
         : m_indices(indices)
     {
         if (!registry)
             return;
         for (const ShaderNodeKind &kind : shaderNodeKinds()) {
-            const auto wrappers =
-                ShaderWrapperGenerator::generateWrappers(kind, indices, *registry);
-            for (const int index : wrappers.indices)
-                m_names.insert(keyOf(kind.type, quint32(index)),
-                               QString(kind.wrapperName).arg(index));
+            const auto made = ShaderWrapperGenerator::generateWrappers(kind, indices, *registry);
+            for (const int index : made.indices) {
+                const auto definition = registry->getDefinition(indices.idAt(kind.type, index));
+                m_wrappers.insert(keyOf(kind.type, quint32(index)),
+                                  {.name = QString(kind.wrapperName).arg(index),
+                                   .takesSecondRow = takesSecondRow(*definition)});
+            }
         }
     }
 
-    /// Empty where a dispatcher would take its default.
-    QString of(const SDFNode &node) const
+    /// Without a name where a dispatcher would take its default.
+    Wrapper of(const SDFNode &node) const
     {
-        return m_names.value(keyOf(node.type(), node.definitionIndex));
+        return m_wrappers.value(keyOf(node.type(), node.definitionIndex));
     }
     bool hasBlend(const SDFNode &node) const
     {
@@ -122,15 +140,19 @@ private:
     static quint64 keyOf(GpuNodeType type, quint32 index) { return quint64(type) << 32 | index; }
 
     const ShaderIndexManager &m_indices;
-    QHash<quint64, QString> m_names;
+    QHash<quint64, Wrapper> m_wrappers;
 };
 
 class SceneWriter
 {
+    using Row = SceneParameterBlock::Row;
+
 public:
-    SceneWriter(const QList<SDFNode> &nodes, const WrapperNames &names)
+    SceneWriter(const QList<SDFNode> &nodes, const Wrappers &wrappers,
+                SceneParameterBlock &parameters)
         : m_nodes(nodes)
-        , m_names(names)
+        , m_wrappers(wrappers)
+        , m_parameters(parameters)
     {}
 
     /// A function "FieldValue sceneFrom_<root>(vec3 p0)".
@@ -183,19 +205,30 @@ private:
     void emitPrimitive(int index, int value, int position)
     {
         const SDFNode &node = m_nodes.at(index);
-        const QString function = m_names.of(node);
-        const QString local = isPlaced(node)
-                                  ? u"primitivePosition(%1, p%2)"_s.arg(index).arg(position)
-                                  : u"p%1"_s.arg(position);
-        const QString distance = function.isEmpty() ? u"1000.0"_s : call(function, local, index);
+        const Wrapper wrapper = m_wrappers.of(node);
+        const QString distance =
+            wrapper.name.isEmpty() ? u"1000.0"_s : call(wrapper, placed(index, position), index);
         emitLine(u"v%1 = FieldValue(%2, %3, -1, 0.0);"_s.arg(QString::number(value), distance,
                                                              QString::number(index)));
+        const QString dist = u"v%1.dist"_s.arg(value);
         if (isInflated(node))
-            emitLine(u"v%1.dist += nodes[%2].densityScale - 1.0;"_s.arg(value).arg(index));
+            emitLine(dist + u" += "_s + shape(index) + u".y;"_s);
         if (isHollow(node))
-            emitLine(
-                u"v%1.dist = abs(v%1.dist) - nodes[%2].shellThickness;"_s.arg(value).arg(index));
+            emitLine(u"%1 = abs(%1) - %2.z;"_s.arg(dist, shape(index)));
     }
+
+    /// The position in the space of a primitive.
+    QString placed(int index, int position)
+    {
+        const QString p = u"p%1"_s.arg(position);
+        if (!isPlaced(m_nodes.at(index)))
+            return p;
+        return u"placedPosition(%1, %2, %3, %4)"_s.arg(p, m_parameters.row(index, Row::PlacementX),
+                                                       m_parameters.row(index, Row::PlacementY),
+                                                       m_parameters.row(index, Row::PlacementZ));
+    }
+
+    QString shape(int index) { return m_parameters.row(index, Row::Shape); }
 
     void emitOperator(int index, int value, int position)
     {
@@ -215,14 +248,22 @@ private:
     void emitFold(int index, int value)
     {
         const SDFNode &node = m_nodes.at(index);
-        const Operation &operation = operationOf(node);
         const QString distances = u"v%1.dist, v%2.dist"_s.arg(value + 1).arg(value);
-        const QString radius = u", nodes[%1].smoothRadius"_s.arg(index);
-        const QString dist = operation.function + u'(' + distances +
-                             (operation.isSmooth ? radius : QString()) + u')';
-        emitLine(u"v%1 = mixedValue(%2, %3, v%4, v%1);"_s.arg(QString::number(value), dist,
-                                                              share(node, distances, radius),
-                                                              QString::number(value + 1)));
+        const QString radius = u", "_s + shape(index) + u".x"_s;
+        emitLine(u"v%1 = mixedValue(%2, %3, v%4, v%1);"_s.arg(
+            QString::number(value), combined(index, distances, radius),
+            share(node, distances, radius), QString::number(value + 1)));
+    }
+
+    QString combined(int index, const QString &distances, const QString &radius)
+    {
+        const SDFNode &node = m_nodes.at(index);
+        const Wrapper wrapper = m_wrappers.of(node);
+        if (!wrapper.name.isEmpty()) // a user's operator
+            return call(wrapper, distances, index);
+        const Operation &operation = operationOf(node);
+        return operation.function + u'(' + distances + (operation.isSmooth ? radius : QString()) +
+               u')';
     }
 
     /// Of the accumulated material, as materialShare() has it.
@@ -236,7 +277,7 @@ private:
         case MaterialMode::Blend:
             break;
         }
-        if (m_names.hasBlend(node))
+        if (m_wrappers.hasBlend(node))
             return u"csgBlend_%1(%2%3)"_s.arg(QString::number(node.definitionIndex), distances,
                                               radius);
         return u"applyCsgBlend(%1u, %2%3)"_s.arg(QString::number(node.definitionIndex), distances,
@@ -248,12 +289,12 @@ private:
         const SDFNode &node = m_nodes.at(index);
         if (!isNode(m_nodes, node.firstChild))
             return emitLine(u"v%1 = noValue();"_s.arg(value));
-        const QString function = m_names.of(node);
-        if (function.isEmpty())
+        const Wrapper wrapper = m_wrappers.of(node);
+        if (wrapper.name.isEmpty())
             return emitNode(node.firstChild, value, position);
         m_positionCount = std::max(m_positionCount, position + 2);
         emitLine(u"p%1 = %2;"_s.arg(QString::number(position + 1),
-                                    call(function, u"p%1"_s.arg(position), index)));
+                                    call(wrapper, u"p%1"_s.arg(position), index)));
         emitNode(node.firstChild, value, position + 1);
     }
 
@@ -263,24 +304,26 @@ private:
         if (!isNode(m_nodes, node.firstChild))
             return emitLine(u"v%1 = noValue();"_s.arg(value));
         emitNode(node.firstChild, value, position);
-        const QString function = m_names.of(node);
-        if (function.isEmpty())
+        const Wrapper wrapper = m_wrappers.of(node);
+        if (wrapper.name.isEmpty())
             return;
         const QString dist = u"v%1.dist"_s.arg(value);
         const QString before = node.type() == GpuNodeType::PositionAwareModifier
                                    ? u"p%1, "_s.arg(position) + dist
                                    : dist;
-        emitLine(u"%1 = %2;"_s.arg(dist, call(function, before, index)));
+        emitLine(u"%1 = %2;"_s.arg(dist, call(wrapper, before, index)));
     }
 
-    static QString call(const QString &function, const QString &arguments, int index)
+    QString call(const Wrapper &wrapper, const QString &arguments, int index)
     {
-        return u"%1(%2, nodes[%3].params, nodes[%3].params2)"_s.arg(function, arguments,
-                                                                    QString::number(index));
+        return u"%1(%2, %3, %4)"_s.arg(
+            wrapper.name, arguments, m_parameters.row(index, Row::Params),
+            wrapper.takesSecondRow ? m_parameters.row(index, Row::Params2) : u"vec4(0.0)"_s);
     }
 
     const QList<SDFNode> &m_nodes;
-    const WrapperNames &m_names;
+    const Wrappers &m_wrappers;
+    SceneParameterBlock &m_parameters;
     QString m_body;
     int m_valueCount = 1;
     int m_positionCount = 1;
@@ -339,19 +382,21 @@ QString SpecialisedScene::refusal(const QList<SDFNode> &nodes, const QList<int> 
     return {};
 }
 
-QString SpecialisedScene::evaluator(const QList<SDFNode> &nodes, const QList<int> &rootIndices,
-                                    const ShaderIndexManager &indices,
-                                    const registry::Registry *registry)
+SpecialisedScene::SpecialisedScene(const QList<SDFNode> &nodes, const QList<int> &rootIndices,
+                                   const ShaderIndexManager &indices,
+                                   const registry::Registry *registry)
 {
     if (!refusal(nodes, rootIndices).isEmpty())
-        return {};
-    const WrapperNames names(indices, registry);
-    SceneWriter writer(nodes, names);
-    QString text = u"#define SPECIALISED_SCENE\n\n"_s +
-                   ShaderTemplates::load(u"sdf_field_value.glsl"_s) + u'\n';
+        return;
+    const Wrappers wrappers(indices, registry);
+    SceneWriter writer(nodes, wrappers, m_parameters);
+    QString functions;
     for (const int root : rootIndices)
-        text += writer.chainFunction(root);
-    return text + sceneFunction(rootIndices);
+        functions += writer.chainFunction(root);
+    m_evaluator = m_parameters.declaration() + u'\n' +
+                  ShaderTemplates::load(u"sdf_specialised_scene.glsl"_s) + u'\n' + functions +
+                  sceneFunction(rootIndices);
+    m_key = structureKey(nodes, rootIndices);
 }
 
 } // namespace corvane::shader
