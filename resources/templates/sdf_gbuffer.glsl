@@ -18,6 +18,7 @@ struct Surface {
     SDFMaterial material;
     float ao;
     float shadow;
+    bool isCut; // a face of a section
 };
 
 uint channelByte(float channel) {
@@ -34,13 +35,14 @@ bool readSurface(ivec2 texel, vec2 uv, out Surface surface) {
     vec4 world = invViewProjMatrix * vec4(uv * 2.0 - 1.0, surface.depth * 2.0 - 1.0, 1.0);
     vec4 normalAO = texelFetch(gNormal, texel, 0);
     vec4 materials = texelFetch(gMaterial, texel, 0);
-    int secondary = int(channelByte(materials.g)
-                        | (channelByte(texelFetch(gAlbedo, texel, 0).r) << 8));
+    vec4 albedo = texelFetch(gAlbedo, texel, 0);
+    int secondary = int(channelByte(materials.g) | (channelByte(albedo.r) << 8));
     surface.position = world.xyz / world.w;
     surface.normal = normalize(normalAO.xyz);
     surface.materialNode = int(itemId & 0xfffffffu);
     surface.material = materialOfNodes(surface.materialNode, secondary, materials.b);
     surface.ao = normalAO.w;
     surface.shadow = materials.a;
+    surface.isCut = albedo.g > 0.5;
     return true;
 }

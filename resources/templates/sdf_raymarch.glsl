@@ -13,6 +13,9 @@ const int BISECTION_STEPS = 8;
 const float BOUNDS_HOLD_SCENE = 2.0;
 
 int stepsTaken = 0;
+#ifdef SECTION_PLANES
+float g_rayStart = 0.0;
+#endif
 
 // Half the width of a pixel at the start of the ray, and what each unit of its length adds.
 float g_pixelRadius = 0.0;
@@ -116,6 +119,10 @@ bool marchOn(inout March m, float dist) {
 
 bool rayMarch(vec3 ro, vec3 rd, out float t) {
     vec2 range = rangeInBounds(ro, rd);
+#ifdef SECTION_PLANES
+    range = rangeInSections(ro, rd, range);
+    g_rayStart = range.x;
+#endif
     float relaxation = raymarchAlgorithm == RAYMARCH_OVER_RELAX ? 1.0 + stepScale : 1.0;
     March m = March(range.x, range.y, 0.0, 0.0, relaxation, 0.0, 0.0, 0, false);
     float steepness = max(bounds_min.w, 1.0);

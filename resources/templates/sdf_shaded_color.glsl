@@ -1,3 +1,10 @@
+// The faces of a section in the material's own colour, under lines at 45 degrees as drawings have them.
+float hatching(Surface surface) {
+    float along = fract((gl_FragCoord.x + gl_FragCoord.y) / 9.0);
+    float line = clamp(3.0 - abs(along - 0.5) * 9.0 * 1.5, 0.0, 1.0);
+    return surface.isCut ? mix(1.0, 0.55, line) : 1.0;
+}
+
 // The colour of a pixel: by default what litColor() says.
 vec3 shadedColor(Surface surface) {
     switch (debugView) {
@@ -7,6 +14,6 @@ vec3 shadedColor(Surface surface) {
         case 4: return debugIdColor(surface.materialNode);
         case 5: return surface.material.albedo.rgb;
         case 6: return vec3(surface.shadow);
-        default: return litColor(surface);
+        default: return litColor(surface) * hatching(surface);
     }
 }

@@ -39,6 +39,7 @@ set(CORVANE_SHADER_TEMPLATES
     resources/templates/sdf_scene.glsl
     resources/templates/sdf_scene_distance.glsl
     resources/templates/sdf_shaded_color.glsl
+    resources/templates/sdf_sections.glsl
     resources/templates/sdf_shading.frag.in
     resources/templates/sdf_shading_env_lit.frag.in
     resources/templates/sdf_shading_pbr.frag.in

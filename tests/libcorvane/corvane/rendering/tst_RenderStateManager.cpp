@@ -94,6 +94,9 @@ private slots:
     void aSizeIsCommittedWhenNoOtherComes()
     {
         RenderStateManager state(clock());
+        state.viewportResized({64, 64}); // the first waits for nothing
+        QCOMPARE(state.committedSize(), QSize(64, 64));
+        QCOMPARE(state.resizePhase(), Phase::Idle);
         state.clear(RenderMasks::everything);
         QSignalSpy committed(&state, &RenderStateManager::viewportSizeCommitted);
         for (m_now = 0; m_now <= 600; m_now += 100) {
@@ -125,6 +128,8 @@ private slots:
     void aFrameIsAskedForToCommitASize()
     {
         RenderStateManager state;
+        state.viewportResized({64, 64});
+        QTRY_VERIFY(!state.isThrottled());
         QSignalSpy requests(&state, &RenderStateManager::renderRequested);
         state.viewportResized({100, 100});
         QCOMPARE(requests.size(), 1);

@@ -36,7 +36,8 @@ Q_DECLARE_OPERATORS_FOR_FLAGS(LayerCapabilities)
 /// (uploads and passes of the layer's own go here); renderGeometry() inside the G-buffer pass for
 /// layers that have one; renderPre() inside the main pass; and renderPost() after it, with no pass
 /// open again, when the scene's colour can be read and the picture is still to be drawn into
-/// RhiContext::renderTarget. A layer that fails for good says so through reportLayerError() and
+/// RhiContext::renderTarget. A viewport is the layer's to set, after its
+/// pipeline. A layer that fails for good says so through reportLayerError() and
 /// setDisabledByErrors(), and the rest of the frame goes on without it. Everything happens on the
 /// thread of the pipeline.
 class Layer

@@ -46,7 +46,7 @@ RenderStateManager::RenderStateManager(Clock clock, QObject *parent)
     connect(&m_throttle, &QTimer::timeout, this, &RenderStateManager::onThrottleTimeout);
     m_settle.setSingleShot(true);
     m_settle.setInterval(int(resizeSettleMs));
-    connect(&m_settle, &QTimer::timeout, this, &RenderStateManager::scheduleRender);
+    connect(&m_settle, &QTimer::timeout, this, &RenderStateManager::onSizeSettled);
 }
 
 void RenderStateManager::requestRender(RenderTrigger trigger, RenderActions actions)
@@ -82,11 +82,25 @@ void RenderStateManager::viewportResized(const QSize &size)
 {
     if (size == m_requestedSize)
         return;
+    const bool isFirst = m_requestedSize.isEmpty();
     m_requestedSize = size;
+    if (isFirst) { // nothing is there yet that could wait
+        m_committedSize = size;
+        emit viewportSizeCommitted(size);
+        return addActions(RenderAction::ResizeGBuffer);
+    }
     m_lastResizeMs = m_clock();
     setPhase(ResizePhase::Resizing);
     m_settle.start();
     scheduleRender();
+}
+
+void RenderStateManager::adoptSize(const QSize &size)
+{
+    m_settle.stop();
+    m_requestedSize = size;
+    m_pending |= RenderAction::ResizeGBuffer | render::RenderMasks::cameraChanged;
+    setPhase(ResizePhase::Idle);
 }
 
 void RenderStateManager::acknowledgeGBufferResize(const QSize &size)
@@ -105,6 +119,7 @@ void RenderStateManager::beginFrame()
         return;
     if (m_telemetry)
         m_telemetry->recordFrame(m_clock());
+    m_renderPending = false; // what was asked for until now is in this frame
     advanceResize();
     promoteActions();
 }
@@ -126,6 +141,15 @@ void RenderStateManager::onThrottleTimeout()
     m_renderPending = false;
     emit renderRequested();
     m_throttle.start();
+}
+
+/// A frame that was drawn at the last size already need not be drawn again.
+void RenderStateManager::onSizeSettled()
+{
+    if (m_committedSize == m_requestedSize && m_phase == ResizePhase::Resizing)
+        setPhase(ResizePhase::Idle);
+    else
+        scheduleRender();
 }
 
 void RenderStateManager::advanceResize()

@@ -26,6 +26,9 @@ namespace corvane::rendering {
 ///     Committing -> Settling   acknowledgeGBufferResize()
 ///     Settling -> Idle     beginFrame(), once the geometry pass was drawn
 ///
+/// The first size of all is committed at once, and a size at which the G-buffer was drawn meanwhile
+/// needs no commit: Resizing -> Idle.
+///
 /// Lives on the thread of its pipeline, which has an event loop where requests are to be throttled.
 class RenderStateManager : public QObject
 {
@@ -53,6 +56,8 @@ public:
     void scheduleRender();
 
     void viewportResized(const QSize &size);
+    /// The frame that is being drawn has that size, and asks for no other.
+    void adoptSize(const QSize &size);
     void cameraChanged() { addActions(render::RenderMasks::cameraChanged); }
     void sceneStructureChanged() { addActions(render::RenderMasks::sceneStructureChanged); }
     void renderingParameterChanged() { addActions(render::RenderMasks::renderingParameterChanged); }
@@ -62,11 +67,15 @@ public:
     void beginFrame();
     render::RenderActions pendingActions() const { return m_pending; }
     bool isPending(render::RenderAction action) const { return m_pending.testFlag(action); }
+    /// Adds actions to the frame that is being drawn, and asks for no other.
+    void addToFrame(render::RenderActions actions) { m_pending |= actions; }
     void clear(render::RenderActions actions) { m_pending &= ~actions; }
 
     /// Nothing is drawn while disabled; the reason is for the user.
     void setDisabled(bool disabled, const QString &reason = {});
     bool isDisabled() const { return m_disabled; }
+    /// A request now would wait for the end of the throttle.
+    bool isThrottled() const { return m_throttle.isActive(); }
 
     ResizePhase resizePhase() const { return m_phase; }
     QSize requestedSize() const { return m_requestedSize; }
@@ -81,6 +90,7 @@ signals:
 
 private:
     void onThrottleTimeout();
+    void onSizeSettled();
     void advanceResize();
     void promoteActions();
     void setPhase(ResizePhase phase);

@@ -1,6 +1,6 @@
 #include <corvane/ui/properties/PropertiesContent.h>
 
-#include <corvane/model/NodeCompilation.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/registry/Registry.h>
 
 #include <QCoreApplication>
@@ -97,7 +97,7 @@ QList<Section> sectionsOf(const QList<ParameterDef> &parameters)
 
 bool isTransform(const QString &wrapperId)
 {
-    return !model::NodeCompilation::connectedParameter(wrapperId).isEmpty();
+    return !model::connectedParameter(wrapperId).isEmpty();
 }
 
 QList<Wrapper> sharedWrappers(const QList<const model::LogicalInstance *> &nodes)

@@ -1,7 +1,9 @@
 #include <corvane/ui/targets/NodeTargets.h>
 
 #include <corvane/model/NodeCompilation.h>
+#include <corvane/model/NodeModifiers.h>
 #include <corvane/model/ParameterValue.h>
+#include <corvane/model/TransformPart.h>
 #include <corvane/yaml/PlainValue.h>
 
 using namespace Qt::StringLiterals;
@@ -224,7 +226,7 @@ FieldState TransformTarget::stateOf(const LogicalInstance &node) const
                      .isChanged = vector != LogicalInstance{QUuid()}.*row.field};
     if (!state.isBound())
         return state;
-    const QString param = model::NodeCompilation::connectedParameter(row.wrapper);
+    const QString param = model::connectedParameter(row.wrapper);
     const QUuid item = mappingOf(node.id).wrapperIds.value(row.wrapper);
     const auto expression = ParameterValue::fromExpression(state.expression, state.value);
     state.value = evaluated(item, param, QVariant::fromValue(expression));
@@ -276,29 +278,11 @@ QString NameTarget::label() const
 
 namespace {
 
-struct ModifierRow
+const model::NodeModifier &modifierOf(const QString &name)
 {
-    QLatin1StringView name;
-    double (*value)(const LogicalInstance &);
-    double defaultValue;
-};
-constexpr ModifierRow modifierRows[] = {
-    {"densityScale"_L1, [](const LogicalInstance &node) { return double(node.densityScale); },
-     double(LogicalInstance::defaultDensityScale)},
-    {"shellThickness"_L1, [](const LogicalInstance &node) { return double(node.shellThickness); },
-     double(LogicalInstance::defaultShellThickness)},
-    {"blendSharpness"_L1, [](const LogicalInstance &node) { return double(node.blendSharpness); },
-     double(LogicalInstance::defaultBlendSharpness)},
-    {"materialMode"_L1, [](const LogicalInstance &node) { return double(node.materialMode); },
-     double(LogicalInstance::defaultMaterialMode)},
-};
-
-const ModifierRow &modifierRow(const QString &name)
-{
-    const auto it = std::find_if(std::begin(modifierRows), std::end(modifierRows),
-                                 [&name](const ModifierRow &row) { return row.name == name; });
-    Q_ASSERT(it != std::end(modifierRows));
-    return *it;
+    const model::NodeModifier *modifier = model::findNodeModifier(name);
+    Q_ASSERT(modifier);
+    return *modifier;
 }
 
 } // namespace
@@ -311,9 +295,9 @@ ModifierTarget::ModifierTarget(lifecycle::SceneSession *session, const QList<QUu
 
 FieldState ModifierTarget::stateOf(const LogicalInstance &node) const
 {
-    const ModifierRow &row = modifierRow(m_modifier);
-    const double value = row.value(node);
-    return {.value = value, .isChanged = value != row.defaultValue};
+    const model::NodeModifier &modifier = modifierOf(m_modifier);
+    return {.value = modifier.value(node.modifiers).toDouble(),
+            .isChanged = !modifier.isSame(node.modifiers, {})};
 }
 
 CorvaneOp ModifierTarget::writeOp(const QUuid &node, const QVariant &stored) const
@@ -324,7 +308,7 @@ CorvaneOp ModifierTarget::writeOp(const QUuid &node, const QVariant &stored) con
 
 bool ModifierTarget::reset()
 {
-    return write(modifierRow(m_modifier).defaultValue);
+    return write(modifierOf(m_modifier).value({}).toDouble());
 }
 
 QString ModifierTarget::label() const
