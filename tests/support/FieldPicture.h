@@ -134,6 +134,9 @@ private:
             request.sceneParameters.isEmpty() ? QByteArray(16, '\0') : request.sceneParameters;
         m_parameters = filled(QRhiBuffer::Dynamic, QRhiBuffer::UniformBuffer,
                               parameters.constData(), parameters.size());
+        const QByteArray sections(sectionBlockSize, '\0'); // no plane cuts
+        m_sections = filled(QRhiBuffer::Dynamic, QRhiBuffer::UniformBuffer, sections.constData(),
+                            sections.size());
         using Binding = QRhiShaderResourceBinding;
         constexpr auto stages = Binding::VertexStage | Binding::FragmentStage;
         m_bindings.reset(m_rhi->newShaderResourceBindings());
@@ -142,7 +145,8 @@ private:
              Binding::bufferLoad(1, Binding::FragmentStage, m_nodes.get()),
              Binding::bufferLoad(3, Binding::FragmentStage, m_points.get()),
              Binding::uniformBuffer(corvane::shader::SpecialisedScene::parameterBinding,
-                                    Binding::FragmentStage, m_parameters.get())});
+                                    Binding::FragmentStage, m_parameters.get()),
+             Binding::uniformBuffer(sectionBinding, Binding::FragmentStage, m_sections.get())});
         return m_bindings->create() ? QString() : QStringLiteral("no bindings");
     }
 
@@ -180,6 +184,9 @@ private:
     }
 
     QRhi *m_rhi;
+    static constexpr int sectionBinding = 8; // of sdf_sections.glsl
+    static constexpr int sectionBlockSize = 64;
+
     QSize m_size;
     std::vector<std::unique_ptr<QRhiTexture>> m_textures;
     std::unique_ptr<QRhiTexture> m_depth;
@@ -190,6 +197,7 @@ private:
     std::unique_ptr<QRhiBuffer> m_nodes;
     std::unique_ptr<QRhiBuffer> m_points;
     std::unique_ptr<QRhiBuffer> m_parameters;
+    std::unique_ptr<QRhiBuffer> m_sections;
     std::unique_ptr<QRhiShaderResourceBindings> m_bindings;
     std::unique_ptr<QRhiGraphicsPipeline> m_pipeline;
     QRhiResourceUpdateBatch *m_updates = nullptr;
