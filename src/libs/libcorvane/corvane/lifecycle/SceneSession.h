@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/expr/ExpressionManager.h>
 #include <corvane/lifecycle/AnimationClock.h>
 #include <corvane/lifecycle/RecoveryKeeper.h>
@@ -7,7 +8,6 @@
 #include <corvane/lifecycle/SceneLifecycle.h>
 #include <corvane/lifecycle/SceneReader.h>
 #include <corvane/lifecycle/SceneSteps.h>
-#include <corvane/compile/LogicalSceneCompiler.h>
 #include <corvane/ops/CorvaneOpExecutor.h>
 
 #include <QHash>
