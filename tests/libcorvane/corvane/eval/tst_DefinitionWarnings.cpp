@@ -102,10 +102,10 @@ void TstDefinitionWarnings::faultsAreToldInTheUsersWords_data()
         none,
         u"definitions.mine.shaderCode: 'op_both' is taken for its main function where it is drawn, "
         "and 'sdf_ball' where it is meshed. Put the main function first"_s);
-    row("operator, which only the field language reads",
-        u"float op_both(float d1, float d2) {\n    return min(d1, d3);\n}"_s,
+    row("operator", u"float op_both(float d1, float d2) {\n    return min(d1, d3);\n}"_s,
         QList<ParameterDef>{testing::children()},
-        u"definitions.mine.shaderCode, line 2: unresolved name 'd3'. Declare the name"_s);
+        u"definitions.mine.shaderCode, line 2: 'd3': undeclared identifier. Declare the name "
+        "before its first use, or correct its spelling."_s);
     row("declaration without a body",
         u"float half_of(float x);\nfloat sdf_ball(vec3 p) { return half_of(p.x); }\n"
         "float half_of(float x) { return x / 2.0; }"_s,
