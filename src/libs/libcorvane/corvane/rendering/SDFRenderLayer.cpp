@@ -8,6 +8,7 @@
 #include <corvane/rendering/Scene.h>
 #include <corvane/shader/IEnvironment.h>
 #include <corvane/shader/IShadingMode.h>
+#include <corvane/shader/SpecialisedScene.h>
 #include <corvane/shader/WalkDepth.h>
 #include <corvane/shader/getShader.h>
 
@@ -351,10 +352,15 @@ void SDFRenderLayer::checkDepth()
             std::max(deepest, shader::neededWalkDepth(m_field.generatedNodes(), domain.rootIndex));
     if (std::exchange(m_depth, deepest) == deepest || deepest <= shader::walkStackDepth)
         return;
+    const bool hasOwnShader = m_field.generatedNodes().size() <= shader::SpecialisedScene::maxNodes;
+    const QString remedy =
+        hasOwnShader ? u"until the scene's own shader is compiled."_s
+                     : u"in it, though in no export. Nest operators and transforms less deeply."_s;
     reportLayerError(ErrorSeverity::Warning,
                      u"The scene is nested %1 levels deep, and the picture follows %2 at once: "
-                     "parts are missing until the scene's own shader is compiled."_s.arg(
-                         QString::number(deepest), QString::number(shader::walkStackDepth)));
+                     "parts are missing "_s.arg(QString::number(deepest),
+                                                QString::number(shader::walkStackDepth)) +
+                         remedy);
 }
 
 void SDFRenderLayer::ensureDeferred(RhiContext &context)

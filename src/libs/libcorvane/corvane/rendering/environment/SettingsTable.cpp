@@ -41,6 +41,7 @@ bool isNumber(const QVariant &value)
     }
 }
 
+/// Settings come from files and fields alike, so that a text that reads as a number is one.
 std::optional<double> readNumber(const QVariant &value, const ParameterDef &definition)
 {
     bool readable = false;

@@ -21,6 +21,7 @@ namespace {
 constexpr auto vertexShaderPath = ":/sdf.vert.qsb"_L1;
 constexpr auto sceneSubject = "scene"_L1;
 
+/// Only OpenGL needs one, and only a GUI application can make it; without it Vulkan alone is tried.
 std::unique_ptr<QOffscreenSurface> makeSurface()
 {
     if (!rhi::hasGuiApplication())

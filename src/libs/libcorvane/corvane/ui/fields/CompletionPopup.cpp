@@ -40,6 +40,7 @@ QString shownText(const CompletionEntry &entry)
 
 } // namespace
 
+// A child of the window and no popup of its own: a popup would take the keyboard from the edit.
 CompletionPopup::CompletionPopup(QLineEdit *edit, const ExpressionScope *scope)
     : QListWidget(edit->window())
     , m_edit(edit)

@@ -26,6 +26,7 @@ bool isBuiltin(const QString &name)
 
 } // namespace
 
+// Said while the name is typed: an edit that is refused later could only say that it was.
 QString whyNoVariableName(const model::Corvane &document, const QString &name)
 {
     if (name.isEmpty())
